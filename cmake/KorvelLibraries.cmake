@@ -1,0 +1,24 @@
+# The shared library that hosts link, and the same objects as an archive for tests and benchmarks.
+
+get_property(rooms GLOBAL PROPERTY korvel_rooms)
+get_property(public_headers GLOBAL PROPERTY korvel_public_headers)
+get_property(libraries GLOBAL PROPERTY korvel_libraries)
+list(REMOVE_DUPLICATES libraries)
+list(TRANSFORM rooms REPLACE "(.+)" "$<TARGET_OBJECTS:\\1>" OUTPUT_VARIABLE objects)
+
+add_library(korvel_content SHARED ${objects})
+add_library(korvel::content ALIAS korvel_content)
+target_link_libraries(korvel_content PUBLIC Threads::Threads PRIVATE korvel_settings ${libraries})
+target_sources(korvel_content PUBLIC FILE_SET HEADERS
+    BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${public_headers})
+target_include_directories(korvel_content INTERFACE
+    "$<BUILD_INTERFACE:${korvel_include_dir}>" "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
+target_compile_features(korvel_content PUBLIC cxx_std_20)
+target_link_options(korvel_content PRIVATE -Wl,--gc-sections -Wl,--no-undefined -Wl,--as-needed)
+set_target_properties(korvel_content PROPERTIES
+    EXPORT_NAME content
+    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
+    VERIFY_INTERFACE_HEADER_SETS ${PROJECT_IS_TOP_LEVEL})
+
+add_library(korvel_internal STATIC ${objects})
+target_link_libraries(korvel_internal PUBLIC korvel_settings ${libraries})

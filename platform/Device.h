@@ -1,0 +1,64 @@
+#pragma once
+
+#include <korvel/platform/Diagnostics.h>
+#include <korvel/platform/Export.h>
+#include <korvel/platform/foundation/Bundle.h>
+#include <korvel/platform/foundation/Clock.h>
+#include <korvel/platform/foundation/Console.h>
+#include <korvel/platform/foundation/Locale.h>
+#include <korvel/platform/foundation/MainQueue.h>
+#include <korvel/platform/foundation/URLSession.h>
+#include <korvel/platform/localytics/Localytics.h>
+#include <korvel/platform/security/Keychain.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace korvel::platform {
+
+/// What a host may choose about the standard device. Every default is what a released application wants.
+struct DeviceOptions {
+    /// Names the folder of the keychain and the event journal; the program's file name if empty.
+    std::string applicationName;
+    /// Where that folder lies; `$XDG_DATA_HOME`, else `~/.local/share`, if empty.
+    std::filesystem::path dataFolder;
+    /// PEM file trusted instead of the system's authorities, for development services.
+    std::filesystem::path certificateAuthorityFile;
+    /// "sha256//" and base64 of a public key that the service's certificate must carry; empty: any.
+    std::string pinnedPublicKey;
+    /// Keep secrets in the desktop's Secret Service where there is one, else in the device's own store.
+    bool preferSecretService = false;
+    /// Address that batches of analytics events are sent to; empty: they are kept for inspection.
+    std::string analyticsCollector;
+};
+
+/// Everything that the SDK needs of the machine it runs on. The SDK reads it at its first use and keeps
+/// it; a host that wants another part installs a device of its own before that.
+struct KORVEL_API Device {
+    std::shared_ptr<URLSession> urlSession;
+    std::shared_ptr<Keychain> keychain;
+    std::shared_ptr<MainQueue> mainQueue;
+    std::shared_ptr<Locale> locale;
+    std::shared_ptr<Clock> clock;
+    std::shared_ptr<Console> console;
+    std::shared_ptr<Localytics> localytics;
+    std::shared_ptr<Diagnostics> diagnostics;  ///< may stay empty
+    std::vector<Bundle> bundles;
+
+    /// A complete device made of this machine's own parts. Any thread.
+    static Device standard(const DeviceOptions& options = {});
+
+    /// Makes `device` the process's device, its empty parts filled from `standard`. False, and nothing
+    /// changes, once a device is in use. Any thread.
+    [[nodiscard]] static bool install(Device device, const DeviceOptions& options = {});
+
+    /// The process's device; `standard` if none was installed. Any thread.
+    static const Device& current();
+
+    /// The bundle of that identifier; null if the device has none. Borrowed.
+    const Bundle* bundle(std::string_view identifier) const;
+};
+
+}  // namespace korvel::platform

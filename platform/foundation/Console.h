@@ -1,0 +1,22 @@
+#pragma once
+
+#include <korvel/platform/Export.h>
+
+#include <string_view>
+
+namespace korvel::platform {
+
+/// Where the SDK's diagnostic lines go. The device's own is standard output, one line per call, never
+/// interleaved. Any thread.
+class KORVEL_API Console {
+public:
+    virtual ~Console();
+    virtual void print(std::string_view line) = 0;
+};
+
+class KORVEL_API StandardOutput final : public Console {
+public:
+    void print(std::string_view line) override;
+};
+
+}  // namespace korvel::platform

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <korvel/platform/Export.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace korvel::platform {
+
+/// What the device's user chose. Any thread.
+class KORVEL_API Locale {
+public:
+    virtual ~Locale();
+    /// ICU identifier such as "de_AT" or "ar_EG@calendar=islamic"; decides digits and calendar of dates.
+    virtual std::string identifier() const = 0;
+    /// Two-letter region such as "AT"; nothing if the locale names none.
+    virtual std::optional<std::string> regionCode() const = 0;
+    /// Language codes such as "de-AT", most wanted first; at least one.
+    virtual std::vector<std::string> preferredLanguages() const = 0;
+    /// Olson name such as "Europe/Vienna".
+    virtual std::string timeZone() const = 0;
+};
+
+}  // namespace korvel::platform

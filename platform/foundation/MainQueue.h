@@ -1,0 +1,57 @@
+#pragma once
+
+#include <korvel/platform/foundation/DispatchQueue.h>
+
+#include <memory>
+#include <optional>
+
+namespace korvel::platform {
+
+/// Connects the main queue to an event loop that somebody else runs: a toolkit's, usually.
+class KORVEL_API Pump {
+public:
+    virtual ~Pump();
+    /// Called on any thread, also from within `drain`: run `MainQueue::drain` on the loop's thread at
+    /// `time` or soon after. The earliest time asked for since the last drain counts.
+    virtual void wakeAt(Clock::Instant time) = 0;
+};
+
+/// The queue of everything that touches views, timers and listeners. It owns its tasks and deadlines and
+/// is driven by exactly one of: a `Pump`, a `RunLoop`, or, when `Driver::ownThread` was chosen and
+/// neither of them came, a thread of its own.
+class KORVEL_API MainQueue final : public DispatchQueue, public std::enable_shared_from_this<MainQueue> {
+public:
+    enum class Driver {
+        ownThread,  ///< starts a thread at the first task unless a pump or a run loop drives the queue
+        manual,     ///< nothing runs until somebody drains
+    };
+    using Token = std::uint64_t;  ///< 0: none
+
+    MainQueue(std::shared_ptr<const Clock> clock, Driver driver);
+    ~MainQueue() override;
+
+    void async(Task task) override;
+    void asyncAfter(Clock::Duration delay, Task task) override;
+    /// Repeats at absolute deadlines, so 1/150 s stays 150 a second; ticks missed while the thread was
+    /// busy are dropped, not caught up. `cancel` on the main thread is final: no further run.
+    Token every(Clock::Duration interval, Task task);
+    void cancel(Token token);
+
+    /// Whether the calling thread is the one that drives the queue.
+    bool isMain() const;
+    /// Called on the thread that will drain; empty detaches. Replaces any other driver.
+    void attach(std::shared_ptr<Pump> pump);
+    /// Runs the tasks present now and the deadlines that have come; returns the next deadline, the
+    /// earliest possible one if tasks are waiting, or nothing.
+    std::optional<Clock::Instant> drain();
+    /// Drives the queue on the calling thread until `done` says so or `limit` has passed (nothing: no
+    /// limit); true if done. `done` is asked after every drain.
+    bool runUntil(const std::function<bool()>& done,
+                  std::optional<Clock::Duration> limit = std::nullopt);
+
+private:
+    struct State;
+    std::shared_ptr<State> state_;
+};
+
+}  // namespace korvel::platform

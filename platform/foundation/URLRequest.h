@@ -1,0 +1,39 @@
+#pragma once
+
+#include <korvel/platform/Export.h>
+#include <korvel/platform/foundation/Data.h>
+#include <korvel/platform/foundation/URL.h>
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace korvel::platform {
+
+/// One HTTP request as it should go out. A value.
+class KORVEL_API URLRequest {
+public:
+    explicit URLRequest(URL address) : url(std::move(address)) {}
+
+    URL url;
+    std::string method = "GET";
+    std::optional<Data> body;
+    /// The exchange ends with an error after this long without progress (not in total).
+    std::chrono::milliseconds timeoutInterval{std::chrono::seconds(60)};
+
+    /// Sets a header, replacing one of the same name whatever its case; nothing removes it. An empty
+    /// value is sent as an empty header.
+    void setValue(std::optional<std::string> value, std::string_view name);
+    /// Nothing if the header is not set. The name's case does not matter.
+    std::optional<std::string> value(std::string_view name) const;
+    /// In the order in which they were first set.
+    const std::vector<std::pair<std::string, std::string>>& headers() const { return headers_; }
+
+private:
+    std::vector<std::pair<std::string, std::string>> headers_;
+};
+
+}  // namespace korvel::platform

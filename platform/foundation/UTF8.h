@@ -1,0 +1,17 @@
+#pragma once
+
+#include <korvel/platform/Export.h>
+
+#include <string>
+#include <string_view>
+
+namespace korvel::platform {
+
+/// Whether `text` is well-formed UTF-8 (no surrogates, no overlong forms, nothing above U+10FFFF).
+KORVEL_API bool isValidUTF8(std::string_view text);
+
+/// `text` with every ill-formed sequence replaced by U+FFFD; well-formed text comes back untouched.
+/// Host texts pass through here on entry, so that nothing behind the boundary can fail to encode.
+KORVEL_API std::string repairedUTF8(std::string text);
+
+}  // namespace korvel::platform
