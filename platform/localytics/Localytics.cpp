@@ -1,0 +1,7 @@
+#include <korvel/platform/localytics/Localytics.h>
+
+namespace korvel::platform {
+
+Localytics::~Localytics() = default;
+
+}  // namespace korvel::platform

@@ -1,0 +1,7 @@
+#include <korvel/platform/security/Keychain.h>
+
+namespace korvel::platform {
+
+Keychain::~Keychain() = default;
+
+}  // namespace korvel::platform
