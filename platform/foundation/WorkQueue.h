@@ -1,0 +1,35 @@
+#pragma once
+
+#include <korvel/platform/foundation/DispatchQueue.h>
+
+#include <memory>
+#include <string>
+
+namespace korvel::platform {
+
+/// A queue with threads of its own, made when tasks come and ended when they stay away. With one
+/// thread that does not grow it is a serial queue.
+///
+/// Ownership: the tasks given run even if the queue object goes first, be it from its own task.
+class WorkQueue final : public DispatchQueue {
+public:
+    struct Options {
+        std::string label;  ///< names the threads
+        std::size_t width;  ///< threads at work at most, those not counted that block
+        bool grows;         ///< whether more are made while some block
+        Clock::Duration idle =
+            std::chrono::seconds(10);  ///< a thread ends after so long without a task
+    };
+
+    explicit WorkQueue(Options options);
+    ~WorkQueue() override;
+
+    void async(Task task) override;
+    void asyncAfter(Clock::Duration delay, Task task) override;
+
+private:
+    struct State;
+    std::shared_ptr<State> state_;
+};
+
+}  // namespace korvel::platform
