@@ -1,0 +1,218 @@
+#include <korvel/platform/backends/simdjson/NumberRange.h>
+#include <korvel/platform/foundation/JSONCoding.h>
+
+#include <simdjson.h>
+
+#include <atomic>
+#include <bit>
+#include <bitset>
+
+namespace korvel::platform {
+namespace {
+
+namespace dom = simdjson::dom;
+
+static_assert(sizeof(dom::element) == sizeof(JSONValue));
+
+dom::element elementOf(JSONValue value) { return std::bit_cast<dom::element>(value); }
+JSONValue valueOf(dom::element element) { return std::bit_cast<JSONValue>(element); }
+
+/// A parser borrowed from the process. One is kept for whoever comes next, unless a large document
+/// has swollen it: its buffers take fifteen times the largest document it has seen.
+class Parser {
+public:
+    Parser() : parser_(spare_.exchange(nullptr)) {
+        if (!parser_) parser_ = std::make_unique<dom::parser>().release();
+    }
+    Parser(const Parser&) = delete;
+    Parser& operator=(const Parser&) = delete;
+    ~Parser() {
+        if (parser_->capacity() <= keptCapacity) parser_ = spare_.exchange(parser_);
+        delete parser_;
+    }
+
+    /// `body` must be followed by the parser's padding within its capacity.
+    simdjson::error_code parse(std::span<const std::uint8_t> body, dom::element& root) {
+        // Rounded up, so that a page that is a little longer than the last one needs no new
+        // buffers.
+        if (parser_->capacity() < body.size()) {
+            const std::size_t capacity = (body.size() / granularity + 1) * granularity;
+            if (const auto failure = parser_->allocate(capacity)) return failure;
+        }
+        return parser_->parse(body.data(), body.size(), false).get(root);
+    }
+
+private:
+    static constexpr std::size_t granularity = 64UL * 1024;
+    static constexpr std::size_t keptCapacity = 4 * granularity;
+
+    static inline std::atomic<dom::parser*> spare_ = nullptr;
+    dom::parser* parser_;
+};
+
+std::string_view nameOf(dom::element_type type) {
+    switch (type) {
+        case dom::element_type::ARRAY:
+            return "a list";
+        case dom::element_type::OBJECT:
+            return "an object";
+        case dom::element_type::STRING:
+            return "a text";
+        case dom::element_type::BOOL:
+            return "a boolean";
+        case dom::element_type::NULL_VALUE:
+            return "null";
+        case dom::element_type::INT64:
+        case dom::element_type::UINT64:
+        case dom::element_type::DOUBLE:
+            return "a number";
+    }
+    return "something else";
+}
+
+[[gnu::cold]] bool mismatch(JSONValue value, std::string_view expected, DecodingError& error) {
+    error.reason.assign("expected ").append(expected).append(", found ");
+    error.reason.append(nameOf(elementOf(value).type()));
+    return false;
+}
+
+/// Failures build their path from the inside out, so that success pays nothing for it.
+[[gnu::cold]] bool failedIn(std::string_view member, DecodingError& error) {
+    if (!error.path.empty() && error.path.front() != '[') error.path.insert(0, ".");
+    error.path.insert(0, member);
+    return false;
+}
+
+[[gnu::cold]] bool failedAt(std::size_t index, DecodingError& error) {
+    return failedIn("[" + std::to_string(index) + "]", error);
+}
+
+/// Whether `key` comes once more behind `field`: then what stands here does not count.
+[[gnu::cold]] bool isOverridden(dom::object::iterator field, dom::object::iterator end) {
+    const std::string_view key = field.key();
+    while (++field != end) {
+        if (field.key() == key) return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+bool JSONCoding::isNull(JSONValue value) { return elementOf(value).is_null(); }
+
+bool JSONCoding::read(JSONValue value, std::string& text, DecodingError& error) {
+    std::string_view content;
+    if (elementOf(value).get(content)) return mismatch(value, "a text", error);
+    text.assign(content);
+    return true;
+}
+
+bool JSONCoding::read(JSONValue value, std::optional<std::string>& text, DecodingError& error) {
+    std::string_view content;
+    if (!elementOf(value).get(content)) {
+        text.emplace(content);
+        return true;
+    }
+    text.reset();
+    return isNull(value) || mismatch(value, "a text", error);
+}
+
+bool JSONCoding::read(JSONValue value, std::int64_t& number, DecodingError& error) {
+    const dom::element element = elementOf(value);
+    if (!element.get(number)) return true;
+    // Whole numbers may come as 5.0 or 5e0. Both bounds are exact as doubles.
+    if (double real = 0; element.type() == dom::element_type::DOUBLE && !element.get(real) &&
+                         real >= -0x1p63 && real < 0x1p63) {
+        number = static_cast<std::int64_t>(real);
+        if (static_cast<double>(number) == real) return true;
+    }
+    return mismatch(value, "an integer of 64 bits", error);
+}
+
+bool JSONCoding::read(JSONValue value, bool& flag, DecodingError& error) {
+    return !elementOf(value).get(flag) || mismatch(value, "a boolean", error);
+}
+
+bool JSONCoding::readList(JSONValue value, const ListTable& table, void* list,
+                          DecodingError& error) {
+    dom::array array;
+    if (elementOf(value).get(array)) return mismatch(value, "a list", error);
+    // The document's own count saturates at 24 bits.
+    std::size_t count = array.size();
+    if (count >= 0xFFFFFF)
+        count = static_cast<std::size_t>(std::distance(array.begin(), array.end()));
+
+    auto* into = static_cast<std::byte*>(table.renew(list, count));
+    std::size_t index = 0;
+    for (const dom::element element : array) {
+        if (!table.read(valueOf(element), into, error)) return failedAt(index, error);
+        into += table.stride;
+        ++index;
+    }
+    return true;
+}
+
+bool JSONCoding::readRecord(JSONValue value, RecordTable table, void* record,
+                            DecodingError& error) {
+    dom::object object;
+    if (elementOf(value).get(object)) return mismatch(value, "an object", error);
+
+    std::bitset<64> seen;
+    std::size_t expected =
+        0;  // services write members in their order, so the next one is tried first
+    const auto end = object.end();
+    for (auto field = object.begin(); field != end; ++field) {
+        const std::string_view key = field.key();
+        std::size_t index = expected;
+        while (index < table.size() && table[index].name != key) ++index;
+        if (index == table.size()) {
+            index = 0;
+            while (index < expected && table[index].name != key) ++index;
+            if (index == expected) continue;
+        }
+        const Member& member = table[index];
+        if (!member.read(valueOf(field.value()), record, error)) {
+            if (!isOverridden(field, end)) return failedIn(member.name, error);
+            error = {};
+        }
+        seen.set(index);
+        expected = index + 1;
+    }
+    for (std::size_t index = 0; index < table.size(); ++index) {
+        if (table[index].required && !seen.test(index)) {
+            error.reason = "is missing";
+            return failedIn(table[index].name, error);
+        }
+    }
+    return true;
+}
+
+bool JSONCoding::decode(Data body, Reader reader, void* into, DecodingError* error) {
+    DecodingError ignored;
+    DecodingError& failure = error ? *error : ignored;
+    constexpr std::array<std::uint8_t, 3> byteOrderMark{0xEF, 0xBB, 0xBF};
+    const std::size_t start =
+        std::ranges::equal(std::span(body).first(std::min<std::size_t>(3, body.size())),
+                           byteOrderMark)
+            ? 3
+            : 0;
+    const std::size_t size = body.size() - start;
+    body.reserve(body.size() + simdjson::SIMDJSON_PADDING);
+    const std::span text(body.data() + start, size);
+
+    Parser parser;
+    dom::element root;
+    auto status = parser.parse(text, root);
+    if (status == simdjson::NUMBER_ERROR &&
+        replaceNumbersOutOfRange(reinterpret_cast<char*>(text.data()), size)) {
+        status = parser.parse(text, root);
+    }
+    if (status) {
+        failure = {.path = {}, .reason = simdjson::error_message(status)};
+        return false;
+    }
+    failure = {};
+    return reader(valueOf(root), into, failure);
+}
+
+}  // namespace korvel::platform
