@@ -10,7 +10,7 @@ add_library(korvel_content SHARED ${objects})
 add_library(korvel::content ALIAS korvel_content)
 target_link_libraries(korvel_content PUBLIC Threads::Threads PRIVATE korvel_settings ${libraries})
 target_sources(korvel_content PUBLIC FILE_SET HEADERS
-    BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${public_headers})
+    BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES "${PROJECT_SOURCE_DIR}/KorvelContentSDK.h" ${public_headers})
 target_include_directories(korvel_content INTERFACE
     "$<BUILD_INTERFACE:${korvel_include_dir}>" "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
 target_compile_features(korvel_content PUBLIC cxx_std_20)
@@ -22,3 +22,21 @@ set_target_properties(korvel_content PROPERTIES
 
 add_library(korvel_internal STATIC ${objects})
 target_link_libraries(korvel_internal PUBLIC korvel_settings ${libraries})
+
+include(CMakePackageConfigHelpers)
+set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/KorvelContentSDK")
+install(TARGETS korvel_content EXPORT KorvelContentSDKTargets COMPONENT sdk
+    LIBRARY COMPONENT sdk NAMELINK_COMPONENT sdk
+    FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/korvel" COMPONENT sdk)
+install(EXPORT KorvelContentSDKTargets NAMESPACE korvel:: DESTINATION "${package_dir}" COMPONENT sdk)
+configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/KorvelContentSDKConfig.cmake.in"
+    "${PROJECT_BINARY_DIR}/KorvelContentSDKConfig.cmake" INSTALL_DESTINATION "${package_dir}")
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/KorvelContentSDKConfigVersion.cmake"
+    COMPATIBILITY SameMinorVersion)
+install(FILES "${PROJECT_BINARY_DIR}/KorvelContentSDKConfig.cmake"
+    "${PROJECT_BINARY_DIR}/KorvelContentSDKConfigVersion.cmake"
+    DESTINATION "${package_dir}" COMPONENT sdk)
+configure_file("${PROJECT_SOURCE_DIR}/cmake/korvel-content.pc.in"
+    "${PROJECT_BINARY_DIR}/korvel-content.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/korvel-content.pc"
+    DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT sdk)

@@ -18,7 +18,8 @@
 
 namespace korvel::platform {
 
-/// What a host may choose about the standard device. Every default is what a released application wants.
+/// What a host may choose about the standard device. Every default is what a released application
+/// wants.
 struct DeviceOptions {
     /// Names the folder of the keychain and the event journal; the program's file name if empty.
     std::string applicationName;
@@ -28,14 +29,15 @@ struct DeviceOptions {
     std::filesystem::path certificateAuthorityFile;
     /// "sha256//" and base64 of a public key that the service's certificate must carry; empty: any.
     std::string pinnedPublicKey;
-    /// Keep secrets in the desktop's Secret Service where there is one, else in the device's own store.
+    /// Keep secrets in the desktop's Secret Service where there is one, else in the device's own
+    /// store.
     bool preferSecretService = false;
     /// Address that batches of analytics events are sent to; empty: they are kept for inspection.
     std::string analyticsCollector;
 };
 
-/// Everything that the SDK needs of the machine it runs on. The SDK reads it at its first use and keeps
-/// it; a host that wants another part installs a device of its own before that.
+/// Everything that the SDK needs of the machine it runs on. The SDK reads it at its first use and
+/// keeps it; a host that wants another part installs a device of its own before that.
 struct KORVEL_API Device {
     std::shared_ptr<URLSession> urlSession;
     std::shared_ptr<Keychain> keychain;
@@ -50,8 +52,8 @@ struct KORVEL_API Device {
     /// A complete device made of this machine's own parts. Any thread.
     static Device standard(const DeviceOptions& options = {});
 
-    /// Makes `device` the process's device, its empty parts filled from `standard`. False, and nothing
-    /// changes, once a device is in use. Any thread.
+    /// Makes `device` the process's device, its empty parts filled from `standard`. False, and
+    /// nothing changes, once a device is in use. Any thread.
     [[nodiscard]] static bool install(Device device, const DeviceOptions& options = {});
 
     /// The process's device; `standard` if none was installed. Any thread.

@@ -4,24 +4,25 @@
 #include <korvel/platform/foundation/URLSession.h>
 
 #include <cstdint>
-#include <optional>
 #include <string>
 
 namespace korvel::platform {
 
-/// Answers "why did nothing come back?" for a host's engineer. Optional, and outside the SDK's contract:
-/// what it is told changes nothing. Called on background threads and on the caller's; must not block.
+/// Answers "why did nothing come back?" for a host's engineer. Optional, and outside the SDK's
+/// contract: what it is told changes nothing. Called on background threads and on the caller's;
+/// must not block.
 class KORVEL_API Diagnostics {
 public:
     using RequestId = std::uint64_t;  ///< unique in the process
 
     virtual ~Diagnostics();
-    virtual void requestStarted(RequestId, const URLRequest&) {}
+    virtual void requestStarted(RequestId id, const URLRequest& request);
     /// `exchange` tells status, timing, sizes, reuse and transport error.
-    virtual void requestEnded(RequestId, const Exchange&) {}
-    /// The answer was no `record`; `path` names the offending member, such as "items[3].durationSecond".
-    virtual void decodingFailed(RequestId, const std::string& record, const std::string& path,
-                                const std::string& reason) {}
+    virtual void requestEnded(RequestId id, const Exchange& exchange);
+    /// The answer was no `record`; `path` names the offending member, such as
+    /// "items[3].durationSecond".
+    virtual void decodingFailed(RequestId id, const std::string& record, const std::string& path,
+                                const std::string& reason);
 };
 
 }  // namespace korvel::platform

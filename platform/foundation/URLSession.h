@@ -18,8 +18,8 @@ struct TransferMetrics {
     std::chrono::microseconds tls{};
     std::chrono::microseconds firstByte{};
     std::chrono::microseconds end{};
-    std::int64_t bytesSent = 0;
-    std::int64_t bytesReceived = 0;
+    std::int64_t bytesSent = 0;      ///< of bodies, as they travelled
+    std::int64_t bytesReceived = 0;  ///< likewise: before decompression
     bool reusedConnection = false;
     int redirects = 0;
 };
@@ -71,6 +71,7 @@ enum class URLErrorCode : std::int64_t {
     redirectToNonExistentLocation = -1010,
     badServerResponse = -1011,
     cannotDecodeContentData = -1016,
+    dataLengthExceedsMaximum = -1103,
     secureConnectionFailed = -1200,
     serverCertificateUntrusted = -1202,
 };

@@ -1,0 +1,75 @@
+#pragma once
+
+#include "support/Samples.h"
+#include "support/TestDevice.h"
+
+#include <korvel/model/KCSDKConsent.h>
+#include <korvel/model/KCSDKOndemandClass.h>
+#include <korvel/model/KCSDKOndemandClassResponse.h>
+#include <korvel/model/KCSDKOndemandCollection.h>
+#include <korvel/model/KCSDKOndemandContentToken.h>
+#include <korvel/model/KCSDKOndemandFilterRequest.h>
+#include <korvel/model/KCSDKOndemandMetaData.h>
+#include <korvel/model/KCSDKOndemandSearchResult.h>
+#include <korvel/model/KCSDKUserSubscriptionRequest.h>
+#include <korvel/network/KCSDKNetworkManager.h>
+#include <korvel/platform/foundation/JSONEncoder.h>
+#include <korvel/sdk/KCSDKConfig.h>
+
+#include <gtest/gtest.h>
+
+namespace korvel::tests {
+
+/// What a host's completion was told, and whether the SDK still holds the completion.
+template <class Value> struct Told {
+    struct Call {
+        Value value;
+        std::optional<NSError> error;
+    };
+    std::vector<Call> calls;
+    std::weak_ptr<int> held;
+
+    auto completion() {
+        auto token = std::make_shared<int>();
+        held = token;
+        return [this, token](Value value, std::optional<NSError> error) {
+            calls.push_back({std::move(value), std::move(error)});
+        };
+    }
+    bool released() const { return held.expired(); }
+};
+
+struct ToldOutcome {
+    std::vector<std::optional<NSError>> calls;
+    ErrorCompletion completion() {
+        return [this](std::optional<NSError> error) { calls.push_back(std::move(error)); };
+    }
+};
+
+class NetworkTest : public testing::Test {
+protected:
+    TestDevice fake;
+    std::shared_ptr<KCSDKConfig> config = std::make_shared<KCSDKConfig>(
+        "https://service.test/", "secret", "key", "tenant", "analytics");
+    std::shared_ptr<KCSDKNetworkManager> manager = makeManager();
+
+    std::shared_ptr<KCSDKNetworkManager> makeManager(
+        std::shared_ptr<const platform::JSONEncoder> encoder = nullptr) const {
+        auto made = std::make_shared<KCSDKNetworkManager>(fake.device(), std::move(encoder));
+        made->setSdkConfig(config);
+        return made;
+    }
+
+    const platform::URLRequest& sent() const { return fake.session->requests.back(); }
+    std::string sentBody() const {
+        return sent().body ? std::string(platform::viewOf(*sent().body)) : "(none)";
+    }
+    /// "METHOD address | headers | body" of the newest request.
+    std::string sentText() const {
+        auto text = sent().method + " " + sent().url.absoluteString() + " |";
+        for (const auto& [name, value] : sent().headers()) text += " " + name + "=" + value;
+        return text + " | " + sentBody();
+    }
+};
+
+}  // namespace korvel::tests

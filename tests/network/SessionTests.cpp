@@ -1,0 +1,137 @@
+#include "network/Fixture.h"
+
+#include <korvel/network/KCSDKMultipartForm.h>
+
+#include <regex>
+#include <set>
+
+namespace korvel::tests {
+namespace {
+
+using namespace std::chrono_literals;
+
+class Session : public NetworkTest {
+protected:
+    ToldOutcome host;
+
+    void startSession(const std::string& userName = "anna") {
+        manager->startSession(userName, host.completion());
+        fake.clock->advance(*fake.mainQueue, 500ms);
+    }
+    std::string item(const std::string& account) {
+        const auto items = fake.keychain->items();
+        const auto found = items.find(account);
+        return found == items.end() ? "(none)" : std::string(platform::viewOf(found->second));
+    }
+    void expectSession(const std::vector<std::string>& values) {
+        EXPECT_EQ(
+            (std::vector{item("token"), item("userId"), item("userName"), item("expiryTime")}),
+            values);
+    }
+};
+
+TEST_F(Session, LogInWaitsHalfASecondOnTheMainQueueButIsFixedAtTheCall) {
+    manager->startSession("anna", {});
+    config->apiKey = "changed";
+    fake.clock->advance(*fake.mainQueue, 499ms);
+    EXPECT_TRUE(fake.session->requests.empty());
+    fake.clock->advance(*fake.mainQueue, 1ms);
+    ASSERT_EQ(fake.session->requests.size(), 1u);
+    EXPECT_EQ(sent().value("Authorization"), "Basic a2V5OnNlY3JldA==");
+    EXPECT_EQ(sentBody().find("changed"), std::string::npos);
+}
+
+TEST_F(Session, LogInSendsTheFormAndItsHeaders) {
+    config->baseURL = "https://h/api?x=1";
+    config->countryCode = "AT";
+    fake.locale->chosenLanguages = {"de-AT", "en", "fr", "ja", "es", "it", "pt", "nl"};
+    startSession("anna\xff\r\n");
+    EXPECT_EQ(sent().method, "POST");
+    EXPECT_EQ(sent().url.absoluteString(), "https://h/api/oauth/sdk/login?x=1");
+    EXPECT_EQ(sent().value("Accept-Encoding"), "gzip;q=1.0, compress;q=0.5");
+    EXPECT_EQ(sent().value("Accept-Language"),
+              "de-AT;q=1.0, en;q=0.9, fr;q=0.8, ja;q=0.7, es;q=0.6, it;q=0.5");
+    EXPECT_EQ(sent().value("User-Agent"), "Korvel/1.0(iOS 13.0)");
+    EXPECT_EQ(sent().value("Content-Length"), std::to_string(sentBody().size()));
+    EXPECT_EQ(sent().value("TenantID"), "tenant");
+
+    std::smatch boundary;
+    const auto type = sent().value("Content-Type").value();
+    ASSERT_TRUE(std::regex_match(
+        type, boundary,
+        std::regex("multipart/form-data; boundary=(KorvelContentSDK\\.boundary\\.[0-9a-f]{16})")));
+    const auto delimiter = "--" + boundary[1].str() + "\r\n";
+    std::set<std::string> parts;
+    auto rest = sentBody();
+    while (rest.starts_with(delimiter) && rest != delimiter) {
+        rest.erase(0, delimiter.size());
+        const auto end = rest.find(delimiter);
+        parts.insert(rest.substr(0, end));
+        rest.erase(0, end);
+    }
+    EXPECT_EQ(rest, delimiter) << "ends in one more plain delimiter line";
+    const auto part = [](const std::string& name, const std::string& value) {
+        return "Content-Disposition: form-data; name=\"" + name + "\"\r\n\r\n" + value + "\r\n";
+    };
+    EXPECT_EQ(parts,
+              (std::set{part("username", "anna\uFFFD\r\n"), part("password", ""),
+                        part("firstname", ""), part("lastname", ""), part("skipConsent", "true"),
+                        part("response_type", "token"), part("redirect_uri", "https://h/api?x=1"),
+                        part("scope", "openid"), part("tenantId", "tenant"),
+                        part("client_id", "key"), part("countrycode", "AT")}));
+    const auto firstType = type;
+    startSession();
+    EXPECT_NE(sent().value("Content-Type"), firstType) << "a new boundary for each log-in";
+}
+
+TEST_F(Session, UserIsStoredThenIdentifiedThenTaggedThenTheHostIsTold) {
+    manager->startSession(
+        "anna", [&](auto error) { fake.journal->push_back(error ? "error" : "completed"); });
+    fake.clock->advance(*fake.mainQueue, 500ms);
+    config->tenantID = "later";
+    fake.session->answer(401, R"({"Username":"anna","UserId":"42","Code":"abc","X":{}})");
+    EXPECT_EQ(*fake.journal,
+              (std::vector<std::string>{
+                  "statusCode: 401", "delete token=abc", "add token=abc", "delete userId=42",
+                  "add userId=42", "delete userName=anna", "add userName=anna",
+                  "delete expiryTime=0.0", "add expiryTime=0.0", "setCustomerId 42",
+                  "tagEvent User Login {Client ID: later, User ID: 42}", "upload", "completed"}));
+    expectSession({"abc", "42", "anna", "0.0"});
+}
+
+TEST_F(Session, AnswerThatIsNoUserStoresNothingAndKeepsTheLastSession) {
+    startSession();
+    fake.session->answer(200, R"({"Username":"a","UserId":"1","Code":"first"})");
+    for (const auto* body : {"", "garbage", R"({"Username":"b","UserId":"2"})"}) {
+        startSession();
+        fake.session->answer(500, body);
+    }
+    EXPECT_EQ(host.calls, std::vector<std::optional<NSError>>(4));
+    expectSession({"first", "1", "a", "0.0"});
+    EXPECT_EQ(fake.events().size(), 1u);
+}
+
+TEST_F(Session, SilenceWhenNothingCameBack) {
+    startSession();
+    fake.session->failTransport();
+    startSession();
+    fake.session->answer(200, std::nullopt);
+    EXPECT_TRUE(host.calls.empty());
+    EXPECT_EQ(fake.console->lines(), std::vector<std::string>{"error"})
+        << "no status without a body";
+}
+
+TEST_F(Session, FormOfNoFieldsIsEmptyAndOfAnEmptyMapOneDelimiter) {
+    const KCSDKMultipartForm form;
+    EXPECT_TRUE(form.body(std::nullopt).empty());
+    EXPECT_EQ(form.body(KCSDKMultipartForm::TextFields{}),
+              platform::bytesOf("--" + form.boundary + "\r\n"));
+    const auto delimiter = "--" + form.boundary + "\r\n";
+    EXPECT_EQ(form.body(KCSDKMultipartForm::TextFields{{"q\"", "\xff"}, {"r", form.boundary}}),
+              platform::bytesOf(delimiter + "Content-Disposition: form-data; name=\"q\"\"\r\n\r\n" +
+                                delimiter + "Content-Disposition: form-data; name=\"r\"\r\n\r\n" +
+                                form.boundary + "\r\n" + delimiter));
+}
+
+}  // namespace
+}  // namespace korvel::tests

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <korvel/platform/foundation/URLSession.h>
+
+#include <deque>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+namespace korvel::tests {
+
+/// A session that answers when told, on the thread that tells it. Not for several threads.
+class FakeURLSession final : public platform::URLSession {
+public:
+    std::vector<platform::URLRequest> requests;  ///< everything ever sent, oldest first
+
+    void dataTask(platform::URLRequest request, CompletionHandler completionHandler) override {
+        requests.push_back(std::move(request));
+        pending_.push_back(std::move(completionHandler));
+    }
+
+    std::size_t pending() const { return pending_.size(); }
+
+    /// Ends the oldest exchange that is still open; its handler is destroyed before this returns.
+    void end(platform::Exchange exchange) {
+        if (pending_.empty()) throw std::logic_error("nobody waits for an answer");
+        const auto handler = std::move(pending_.front());
+        pending_.pop_front();
+        handler(std::move(exchange));
+    }
+    void answer(int status, std::optional<std::string_view> body) {
+        end({.body = body ? std::optional(platform::bytesOf(*body)) : std::nullopt,
+             .response = platform::HTTPURLResponse{*platform::URL::parse("https://h/"), status},
+             .error = std::nullopt,
+             .metrics = {}});
+    }
+    void failTransport() {
+        end({.body = std::nullopt,
+             .response = std::nullopt,
+             .error = NSError{platform::urlErrorDomain, -1004, {}},
+             .metrics = {}});
+    }
+
+private:
+    std::deque<CompletionHandler> pending_;
+};
+
+}  // namespace korvel::tests

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "support/FakeConsole.h"
+#include "support/FakeDiagnostics.h"
+#include "support/FakeKeychain.h"
+#include "support/FakeLocale.h"
+#include "support/FakeLocalytics.h"
+#include "support/FakeURLSession.h"
+#include "support/VirtualClock.h"
+
+#include <korvel/platform/Device.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace korvel::tests {
+
+/// A device made of fakes alone: nothing happens but what the test says. Console lines, keychain
+/// and analytics calls also go, in order, into one journal.
+struct TestDevice {
+    std::shared_ptr<VirtualClock> clock = std::make_shared<VirtualClock>();
+    std::shared_ptr<FakeConsole> console = std::make_shared<FakeConsole>();
+    std::shared_ptr<FakeDiagnostics> diagnostics = std::make_shared<FakeDiagnostics>();
+    std::shared_ptr<FakeKeychain> keychain = std::make_shared<FakeKeychain>();
+    std::shared_ptr<FakeLocale> locale = std::make_shared<FakeLocale>();
+    std::shared_ptr<FakeLocalytics> localytics = std::make_shared<FakeLocalytics>();
+    std::shared_ptr<FakeURLSession> session = std::make_shared<FakeURLSession>();
+    std::shared_ptr<platform::MainQueue> mainQueue =
+        std::make_shared<platform::MainQueue>(clock, platform::MainQueue::Driver::manual);
+    std::shared_ptr<std::vector<std::string>> journal =
+        std::make_shared<std::vector<std::string>>();
+
+    TestDevice() {
+        const auto note = [journal = journal](const std::string& line) {
+            journal->push_back(line);
+        };
+        keychain->onCall = note;
+        localytics->onCall = note;
+        console->onPrint = note;
+    }
+
+    platform::Device device() const {
+        platform::Device device;
+        device.clock = clock;
+        device.console = console;
+        device.diagnostics = diagnostics;
+        device.keychain = keychain;
+        device.locale = locale;
+        device.localytics = localytics;
+        device.urlSession = session;
+        device.mainQueue = mainQueue;
+        return device;
+    }
+
+    /// The analytics events so far, without the uploads.
+    std::vector<std::string> events() const {
+        std::vector<std::string> events;
+        for (const auto& call : localytics->calls()) {
+            if (call.starts_with("tagEvent ")) events.push_back(call.substr(9));
+        }
+        return events;
+    }
+};
+
+}  // namespace korvel::tests
