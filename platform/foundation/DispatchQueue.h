@@ -9,11 +9,12 @@
 
 namespace korvel::platform {
 
-/// Runs tasks in the order in which they were given, one after another (a serial queue) or several at
-/// once (a global one). Any thread.
+/// Runs tasks in the order in which they were given, one after another (a serial queue) or several
+/// at once (a global one). Any thread.
 ///
-/// Ownership: a task is destroyed right after it ran, on the thread that ran it; what has not run when
-/// the process exits never runs and holds nothing up.
+/// Ownership: a task is destroyed right after it ran, on the thread that ran it; what has not run
+/// when the process exits never runs and holds nothing up. An exception out of a task ends the
+/// process; an empty task is ignored.
 class KORVEL_API DispatchQueue {
 public:
     using Task = std::function<void()>;
@@ -22,8 +23,8 @@ public:
     virtual void async(Task task) = 0;
     virtual void asyncAfter(Clock::Duration delay, Task task) = 0;
 
-    /// A queue with a thread of its own, made at the first task: a task that blocks for ever starves
-    /// nobody else.
+    /// A queue with a thread of its own, made at the first task: a task that blocks for ever
+    /// starves nobody else.
     static std::shared_ptr<DispatchQueue> serial(std::string label);
     /// The process's pool for background work. It grows when all its threads block.
     static DispatchQueue& global();

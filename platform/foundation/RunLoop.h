@@ -13,12 +13,13 @@ public:
     RunLoop();
     explicit RunLoop(std::shared_ptr<MainQueue> queue);
 
-    /// Returns after `stop`. May be called again.
+    /// Returns after `stop`. May be called again, also from a task.
     void run();
-    /// As `MainQueue::runUntil`, ended by `stop` too.
+    /// As `MainQueue::runUntil`, ended by `stop` too, and then false unless done.
     bool runUntil(const std::function<bool()>& done,
                   std::optional<Clock::Duration> limit = std::nullopt);
-    /// Any thread, also from a task.
+    /// Ends the loop in progress, the innermost of nested ones, or else the next: it is never lost
+    /// between two threads. Any thread, also from a task.
     void stop();
 
 private:
