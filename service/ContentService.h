@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -32,6 +33,9 @@ public:
         std::size_t keptRequests = 10000;  ///< the newest ones; 0 keeps none
         bool compress =
             true;  ///< gzip or brotli for clients that take it; never for scripted answers
+        /// Called after each answer on its connection's thread, with 0 for a request left
+        /// unanswered.
+        std::function<void(const ReceivedRequest&, int status)> onAnswer{};
         bool devInterface = false;  ///< serve /dev/ (see README.md), to steer it from outside
     };
 
