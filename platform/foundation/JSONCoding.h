@@ -50,9 +50,11 @@ private:
         std::string_view name;
         Reader read;  ///< takes the record, not the member
         Writer write;
-        bool required;
     };
-    using RecordTable = std::span<const Member>;
+    struct RecordTable {
+        std::span<const Member> members;
+        std::uint64_t required;  ///< a bit for each member
+    };
 
     struct ListTable {
         void* (*renew)(void* list, std::size_t count);  ///< its first element
@@ -68,14 +70,14 @@ private:
     KORVEL_API static bool read(JSONValue, std::int64_t& number, DecodingError&);
     KORVEL_API static bool read(JSONValue, bool& flag, DecodingError&);
     KORVEL_API static bool readList(JSONValue, const ListTable&, void* list, DecodingError&);
-    KORVEL_API static bool readRecord(JSONValue, RecordTable, void* record, DecodingError&);
+    KORVEL_API static bool readRecord(JSONValue, const RecordTable&, void* record, DecodingError&);
 
     KORVEL_API static bool write(Data& out, const std::string& text);
     KORVEL_API static bool write(Data& out, std::int64_t number);
     KORVEL_API static bool write(Data& out, bool flag);
     KORVEL_API static bool writeNull(Data& out);
     KORVEL_API static bool writeList(Data& out, const ListTable&, const void* list);
-    KORVEL_API static bool writeRecord(Data& out, RecordTable, const void* record);
+    KORVEL_API static bool writeRecord(Data& out, const RecordTable&, const void* record);
 
     template <class T>
     static bool read(JSONValue value, std::optional<T>& member, DecodingError& error) {
@@ -129,13 +131,21 @@ private:
     static constexpr bool isRequired =
         !isOptionalMember<std::remove_cvref_t<decltype(std::declval<R&>().*Entry::pointer)>>;
 
-    template <class R, auto... Entries>
-    static constexpr std::array<Member, sizeof...(Entries)> membersOf(Members<Entries...>) {
-        return {Member{MemberEntry<Entries>::name, &readMember<R, MemberEntry<Entries>>,
-                       &writeMember<R, MemberEntry<Entries>>,
-                       isRequired<R, MemberEntry<Entries>>}...};
-    }
-    template <class R> static constexpr auto recordTable = membersOf<R>(typename R::JSON{});
+    template <class R, class List> struct Table;
+    template <class R, auto... Entries> struct Table<R, Members<Entries...>> {
+        static constexpr std::array<Member, sizeof...(Entries)> members{
+            Member{MemberEntry<Entries>::name, &readMember<R, MemberEntry<Entries>>,
+                   &writeMember<R, MemberEntry<Entries>>}...};
+        static constexpr std::uint64_t required = [] {
+            std::uint64_t bits = 0;
+            std::uint64_t bit = 1;
+            ((bits |= isRequired<R, MemberEntry<Entries>> ? bit : 0, bit <<= 1), ...);
+            return bits;
+        }();
+    };
+    template <class R>
+    static constexpr RecordTable recordTable{Table<R, typename R::JSON>::members,
+                                             Table<R, typename R::JSON>::required};
 
     template <class T> static void* renewList(void* list, std::size_t count) {
         auto& elements = *static_cast<std::vector<T>*>(list);

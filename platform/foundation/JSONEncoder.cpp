@@ -97,10 +97,10 @@ bool JSONCoding::writeList(Data& out, const ListTable& table, const void* list) 
     return true;
 }
 
-bool JSONCoding::writeRecord(Data& out, RecordTable table, const void* record) {
+bool JSONCoding::writeRecord(Data& out, const RecordTable& table, const void* record) {
     out.push_back('{');
     bool first = true;
-    for (const Member& member : table) {
+    for (const Member& member : table.members) {
         const std::size_t before = out.size();
         if (!first) out.push_back(',');
         appendQuoted(out, member.name);

@@ -5,7 +5,7 @@
 
 #include <atomic>
 #include <bit>
-#include <bitset>
+#include <cstring>
 
 namespace korvel::platform {
 namespace {
@@ -76,6 +76,39 @@ std::string_view nameOf(dom::element_type type) {
     return false;
 }
 
+template <class Word> bool sameEnds(std::string_view one, std::string_view other) {
+    const auto differs = [&](std::size_t offset) {
+        Word left = 0;
+        Word right = 0;
+        std::memcpy(&left, one.data() + offset, sizeof(Word));
+        std::memcpy(&right, other.data() + offset, sizeof(Word));
+        return left ^ right;
+    };
+    return (differs(0) | differs(one.size() - sizeof(Word))) == 0;
+}
+
+/// Keys are short and nearly always the expected ones: two words that overlap beat a call of
+/// `memcmp`.
+bool sameKey(std::string_view one, std::string_view other) {
+    if (one.size() != other.size()) return false;
+    if (one.size() >= 8 && one.size() <= 16) return sameEnds<std::uint64_t>(one, other);
+    if (one.size() >= 4 && one.size() < 8) return sameEnds<std::uint32_t>(one, other);
+    return one == other;
+}
+
+/// The member called `key`, looked for from `expected` on and then from the start; their count if
+/// none.
+template <class Members>
+std::size_t indexOf(std::string_view key, Members members, std::size_t expected) {
+    for (std::size_t index = expected; index < members.size(); ++index) {
+        if (sameKey(members[index].name, key)) return index;
+    }
+    for (std::size_t index = 0; index < expected; ++index) {
+        if (sameKey(members[index].name, key)) return index;
+    }
+    return members.size();
+}
+
 /// Failures build their path from the inside out, so that success pays nothing for it.
 [[gnu::cold]] bool failedIn(std::string_view member, DecodingError& error) {
     if (!error.path.empty() && error.path.front() != '[') error.path.insert(0, ".");
@@ -84,7 +117,7 @@ std::string_view nameOf(dom::element_type type) {
 }
 
 [[gnu::cold]] bool failedAt(std::size_t index, DecodingError& error) {
-    return failedIn("[" + std::to_string(index) + "]", error);
+    return failedIn(std::string("[").append(std::to_string(index)).append("]"), error);
 }
 
 /// Whether `key` comes once more behind `field`: then what stands here does not count.
@@ -103,7 +136,7 @@ bool JSONCoding::isNull(JSONValue value) { return elementOf(value).is_null(); }
 bool JSONCoding::read(JSONValue value, std::string& text, DecodingError& error) {
     std::string_view content;
     if (elementOf(value).get(content)) return mismatch(value, "a text", error);
-    text.assign(content);
+    text = std::string(content);  // allocates exactly, `assign` would round up
     return true;
 }
 
@@ -152,39 +185,29 @@ bool JSONCoding::readList(JSONValue value, const ListTable& table, void* list,
     return true;
 }
 
-bool JSONCoding::readRecord(JSONValue value, RecordTable table, void* record,
+bool JSONCoding::readRecord(JSONValue value, const RecordTable& table, void* record,
                             DecodingError& error) {
     dom::object object;
     if (elementOf(value).get(object)) return mismatch(value, "an object", error);
 
-    std::bitset<64> seen;
-    std::size_t expected =
-        0;  // services write members in their order, so the next one is tried first
+    const auto members = table.members;
+    std::uint64_t seen = 0;
+    std::size_t expected = 0;  // services write members in their order, so the next is tried first
     const auto end = object.end();
     for (auto field = object.begin(); field != end; ++field) {
-        const std::string_view key = field.key();
-        std::size_t index = expected;
-        while (index < table.size() && table[index].name != key) ++index;
-        if (index == table.size()) {
-            index = 0;
-            while (index < expected && table[index].name != key) ++index;
-            if (index == expected) continue;
-        }
-        const Member& member = table[index];
-        if (!member.read(valueOf(field.value()), record, error)) {
-            if (!isOverridden(field, end)) return failedIn(member.name, error);
+        const std::size_t index = indexOf(field.key(), members, expected);
+        if (index == members.size()) continue;
+        if (!members[index].read(valueOf(field.value()), record, error)) {
+            if (!isOverridden(field, end)) return failedIn(members[index].name, error);
             error = {};
         }
-        seen.set(index);
+        seen |= std::uint64_t{1} << index;
         expected = index + 1;
     }
-    for (std::size_t index = 0; index < table.size(); ++index) {
-        if (table[index].required && !seen.test(index)) {
-            error.reason = "is missing";
-            return failedIn(table[index].name, error);
-        }
-    }
-    return true;
+    const std::uint64_t missing = table.required & ~seen;
+    if (missing == 0) return true;
+    error.reason = "is missing";
+    return failedIn(members[static_cast<std::size_t>(std::countr_zero(missing))].name, error);
 }
 
 bool JSONCoding::decode(Data body, Reader reader, void* into, DecodingError* error) {
