@@ -1,0 +1,218 @@
+#include "Client.h"
+
+#include <nlohmann/json.hpp>
+#include <set>
+#include <tuple>
+
+namespace korvel::service {
+namespace {
+
+using nlohmann::json;
+
+class EndpointsTest : public testing::Test {
+protected:
+    EndpointsTest() { client_.set_ca_cert_path(service_.caFile().c_str()); }
+
+    json get(const std::string& target, const httplib::Headers& headers, int status = 200) {
+        return body(client_.Get(target, headers), status);
+    }
+    json get(const std::string& target, int status = 200) {
+        return get(target, clientHeaders(service_), status);
+    }
+    json filter(const json& criteria, int status = 200) {
+        return body(client_.Post("/ondemand/v1/filter", clientHeaders(service_), criteria.dump(),
+                                 "application/json"),
+                    status);
+    }
+    json login(const std::string& form, int status = 200) {
+        return body(client_.Post("/oauth/sdk/login", clientHeaders(service_), form,
+                                 "multipart/form-data; boundary=Korvel.boundary.01"),
+                    status);
+    }
+    static json body(const httplib::Result& result, int status) {
+        EXPECT_TRUE(result) << to_string(result.error());
+        if (!result) return {};
+        EXPECT_EQ(result->status, status) << result->body;
+        if (result->status != 200 && result->status != 201 && result->status != 601) {
+            EXPECT_EQ(json::parse(result->body).at("status"), status);
+        }
+        return json::parse(result->body, nullptr, false);
+    }
+
+    ContentService service_{ContentService::Options{.tenant = "höhle"}};
+    httplib::SSLClient client_{"localhost", service_.port()};
+};
+
+std::string part(const std::string& name, const std::string& value) {
+    return "--Korvel.boundary.01\r\nContent-Disposition: form-data; name=\"" + name + "\"\r\n\r\n" +
+           value + "\r\n";
+}
+
+TEST_F(EndpointsTest, LoginTakesPartsInAnyOrderAndAFormWithoutItsEnd) {
+    const std::string tenant = part("tenantId", "höhle");
+    const std::string key = part("client_id", service_.options().apiKey);
+    const std::string open = "--Korvel.boundary.01\r\n";
+    const json first =
+        login(part("username", "Zoë 💪") + part("password", "") + tenant + key + open);
+    const json second =
+        login(key + tenant + part("username", "Zoë 💪") + "--Korvel.boundary.01--\r\n");
+    EXPECT_EQ(first["Username"], "Zoë 💪");
+    EXPECT_EQ(first["UserId"], second["UserId"]) << "the same person";
+    EXPECT_NE(first["Code"], second["Code"]) << "another session";
+    for (const json& session : {first, second})
+        get("/api/v1/users/ondemand/metadata", userHeaders(service_, session["Code"]));
+    EXPECT_EQ(login(part("username", "a\r\n--b") + tenant + key + open)["Username"], "a\r\n--b");
+    for (const std::string& form :
+         {part("username", "") + tenant + key + open, tenant + key + open, open,
+          std::string("nonsense"), part("username", "a") + key + open,
+          part("username", "a") + tenant + part("client_id", "x") + open})
+        login(form, 401);
+    EXPECT_EQ(service_.accounts().users().size(), 2u);
+}
+
+TEST_F(EndpointsTest, WrongCredentialsOrTenantAreRefusedEverywhere) {
+    const auto client = clientHeaders(service_);
+    const auto user = userHeaders(service_, service_.accounts().logIn("anna").code);
+    const auto with = [](httplib::Headers headers, const char* name, const char* value) {
+        headers.erase(name);
+        headers.emplace(name, value);
+        return headers;
+    };
+    for (const char* target : {"/ondemand/v1/consent", "/ondemand/v1/collections/",
+                               "/ondemand/v1/collections/yoga-mobility", "/ondemand/v1/classes/",
+                               "/ondemand/v1/token/50122"}) {
+        for (const auto& headers : {httplib::Headers{}, user, with(client, "TenantID", "cave"),
+                                    with(client, "Authorization", "Basic eDp5")})
+            get(target, headers, 401);
+    }
+    for (const char* target : {"/api/v1/users/ondemand/metadata", "/ondemand/v1/perform/50122"}) {
+        for (const auto& headers : {httplib::Headers{}, client, with(user, "TenantID", ""),
+                                    with(user, "Authorization", "Bearer ")})
+            get(target, headers, 401);
+    }
+    get("/ondemand/v1/token/50122", client, 401);
+    auto module = with(with(client, "TenantID", "lanterns"), "ModId", "ios");
+    EXPECT_FALSE(get("/ondemand/v1/token/50122", module)["token"].get<std::string>().empty());
+    get("/ondemand/v1/nothing", client, 404);
+}
+
+TEST_F(EndpointsTest, PagesHoldEveryClassOnceInTheOrderAskedFor) {
+    std::set<std::string> tags;
+    std::string lastDate = "9";
+    for (int page = 1; page <= 7; ++page) {
+        const json got =
+            get("/ondemand/v1/classes/?filterBy=date&orderBy=desc&pageSize=10&pageNumber=" +
+                std::to_string(page));
+        EXPECT_EQ(got["totalItems"], 66);
+        EXPECT_EQ(got["itemsRemaining"], std::max(0, 66 - 10 * page));
+        for (const json& each : got["items"]) {
+            EXPECT_TRUE(tags.insert(each["tag"]).second);
+            EXPECT_GE(lastDate, each["creationDate"].get<std::string>());
+            EXPECT_FALSE(each.contains("streamingLink")) << "the stream comes with performing";
+            lastDate = each["creationDate"];
+        }
+    }
+    EXPECT_EQ(tags.size(), 66u);
+    EXPECT_EQ(get("/ondemand/v1/classes/?pageSize=5&pageNumber=0"),
+              get("/ondemand/v1/classes/?filterBy=alpha&orderBy=asc&pageSize=5&pageNumber=1"));
+    const json one =
+        get("/ondemand/v1/classes/?filterBy=alpha&pageSize=20&pageNumber=1&classId=50118");
+    EXPECT_EQ(one["items"].at(0)["className"], "肩こり解消ヨガ");
+    EXPECT_TRUE(get("/ondemand/v1/classes/?classId=x")["items"].empty());
+
+    EXPECT_EQ(get("/ondemand/v1/collections/").size(), 6u);
+    EXPECT_EQ(get("/ondemand/v1/collections/?maxResults=4").size(), 4u);
+    const json yoga = get("/ondemand/v1/collections/yoga-mobility?maxResults=3");
+    EXPECT_EQ(yoga.at(0)["itemCount"], 11);
+    EXPECT_EQ(yoga.at(0)["collectionItems"].size(), 3u);
+    get("/ondemand/v1/collections/nothing", 404);
+}
+
+TEST_F(EndpointsTest, FilterNarrowsSortsAndPages) {
+    const json all = filter({{"skip", 0}, {"take", 100}});
+    EXPECT_EQ(all["total"], 66);
+    const std::vector<std::tuple<json, std::size_t, std::string>> cases{
+        {{{"keywords", "ÜBUNGEN kraft"}}, 1, "50103"},
+        {{{"query", "zehn minuten stille"}}, 1, "50114"},
+        {{{"type", "Yoga"}, {"classLanguage", "ja,中文"}}, 3, "50120"},
+        {{{"provider", "kōdō FITNESS"}, {"equipment", "rower"}}, 2, "50164"},
+        {{{"equipment", "Plyo box"}}, 2, "50151"},
+        {{{"duration", "60-90"}, {"sort", "duration"}, {"dir", "desc"}}, 3, "50138"},
+        {{{"duration", "-4"}}, 1, "50145"},
+        {{{"intensity", "5"}, {"level", "5-"}}, 1, "50128"},
+        {{{"keywords", "no such thing"}}, 0, ""},
+    };
+    for (auto [criteria, total, first] : cases) {
+        criteria.update({{"skip", 0}, {"take", 100}});
+        const json found = filter(criteria);
+        EXPECT_EQ(found["total"], total) << criteria << found;
+        EXPECT_EQ(found["items"].size(), total) << criteria;
+        if (total > 0) {
+            EXPECT_EQ(found["items"].at(0)["classTag"], first) << criteria;
+        }
+    }
+    const json page = filter({{"skip", 60}, {"take", 4}});
+    EXPECT_EQ(page["itemsRemaining"], 2);
+    for (std::size_t index = 0; index < 4; ++index)
+        EXPECT_EQ(page["items"].at(index), all["items"].at(60 + index));
+    EXPECT_EQ(page["items"][0]["virtualClass"]["tag"], page["items"][0]["classTag"]);
+    EXPECT_TRUE(filter({{"skip", -1}, {"take", 0}})["items"].empty());
+    EXPECT_EQ(filter({{"skip", 65}, {"take", INT64_MAX}})["items"].size(), 1u);
+    filter({{"skip", "0"}, {"take", 1}}, 400);
+    filter("text", 400);
+
+    const auto user = userHeaders(service_, service_.accounts().logIn("a").code);
+    const json metadata = get("/api/v1/users/ondemand/metadata", user);
+    EXPECT_EQ(metadata["duration"], (json{{"min", 4}, {"max", 90}}));
+    EXPECT_EQ(metadata["classTypes"].size(), 6u);
+    EXPECT_EQ(metadata["language"].size(), 5u);
+}
+
+TEST_F(EndpointsTest, PerformingNeedsConsentThenASubscription) {
+    const User anna = service_.accounts().logIn("anna");
+    const auto user = userHeaders(service_, anna.code);
+    const auto write = [&](const char* method, const char* target, const json& sent, int status) {
+        const std::string type = "application/json";
+        body(std::string_view(method) == "PUT" ? client_.Put(target, user, sent.dump(), type)
+                                               : client_.Post(target, user, sent.dump(), type),
+             status);
+    };
+    const json wanted = get("/ondemand/v1/perform/50122", user, 601);
+    EXPECT_EQ(wanted, get("/ondemand/v1/consent").at(0)) << "one document, not a list";
+
+    json consent{{"consentTag", wanted.at("consentTag")}, {"action", 2}, {"userId", "another"}};
+    write("POST", "/ondemand/v1/consent", consent, 400);
+    consent["userId"] = anna.id;
+    write("POST", "/ondemand/v1/consent", consent, 200);
+    get("/ondemand/v1/perform/50122", user, 403);
+
+    const json subscription{{"start", "2024-05-01T00:00:00.000+0000"}, {"subscriptionId", "gold"}};
+    write("PUT", "/ondemand/v1/activatesubscription", {{"start", "x"}}, 400);
+    write("PUT", "/ondemand/v1/activatesubscription", subscription, 200);
+    EXPECT_EQ(service_.accounts().user("anna")->subscription->subscriptionId, "gold");
+    const json performed = get("/ondemand/v1/perform/50122", user);
+    EXPECT_EQ(performed.at(0)["streamingLink"].get<std::string>().rfind(service_.baseURL(), 0), 0u);
+    get("/ondemand/v1/perform/1", user, 404);
+
+    json result{{"performDate", "2024-05-01T01:00:00.000+0100"},
+                {"providerName", ""},
+                {"playedDurationSecond", 1800},
+                {"requestsource", 5},
+                {"contentID", "50122"},
+                {"actualDurationSecond", 7},
+                {"contentName", "Yoga"},
+                {"userId", anna.id},
+                {"subscriptiontag", ""},
+                {"ID", anna.id + "-50122--2e-06"}};
+    write("POST", "/ondemand/v1/ondemandtracking", result, 201);
+    EXPECT_EQ(json::parse(service_.accounts().performances().at(0).json), result);
+    result.erase("ID");
+    write("POST", "/ondemand/v1/ondemandtracking", result, 400);
+
+    EXPECT_EQ(client_.Put("/ondemand/v1/revokeaccess", user, "", "")->status, 200);
+    get("/ondemand/v1/perform/50122", user, 403);
+    EXPECT_EQ(service_.accounts().performances().size(), 1u);
+}
+
+}  // namespace
+}  // namespace korvel::service

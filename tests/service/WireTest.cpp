@@ -1,0 +1,220 @@
+#include "Client.h"
+
+#include <filesystem>
+#include <future>
+#include <list>
+#include <nlohmann/json.hpp>
+#include <thread>
+
+namespace korvel::service {
+namespace {
+
+using namespace std::chrono_literals;
+using nlohmann::json;
+
+const ContentService::Options plain{.tls = false};
+constexpr std::string_view request = "GET /x HTTP/1.1\r\nHost: h\r\n\r\n";
+
+TEST(RequestLog, HoldsEveryByteAsItWasSent) {
+    ContentService service(plain);
+    const std::string head =
+        "POST /a%20b/../c?q=1&&x#f HTTP/1.1\r\nhOST: h\r\nX-Two: b\r\nTenantID:\r\n"
+        "X-TWO:  a \t\r\nContent-Length: 5\r\n\r\n";
+    const std::string chunkedHead = "PUT /chunks HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n";
+    const std::string chunks = "3;note=1\r\nabc\r\nA\r\n0123456789\r\n0\r\nTrailer: t\r\n\r\n";
+    service.script("", "", {.body = "!"}, 3);
+    RawClient client(service);
+    client.send(head + std::string("\0\xff\r\n{", 5) + chunkedHead + chunks);
+    client.send(
+        "GET /last HTTP/1.1\r\nConnection: close\r\nExpect: 100-continue\r\n"
+        "Content-Length: 9\r\n\r\n");
+    client.finish();
+    const std::string answer = "HTTP/1.1 200 OK\r\nContent-Length: 1\r\n\r\n!";
+    EXPECT_EQ(client.read(), answer + answer + "HTTP/1.1 100 Continue\r\n\r\n");
+    RawClient(service).send("garbage\r\n\r\n");
+    ASSERT_TRUE(service.waitForRequests(3));
+
+    const auto log = service.requests();
+    ASSERT_GE(log.size(), 3u);
+    EXPECT_EQ(log[0].head, head);
+    EXPECT_EQ(log[0].method, "POST");
+    EXPECT_EQ(log[0].target, "/a%20b/../c?q=1&&x#f");
+    using Headers = std::vector<std::pair<std::string, std::string>>;
+    EXPECT_EQ(log[0].headers, (Headers{{"hOST", "h"},
+                                       {"X-Two", "b"},
+                                       {"TenantID", ""},
+                                       {"X-TWO", "a"},
+                                       {"Content-Length", "5"}}));
+    EXPECT_EQ(log[0].header("tenantid"), "");
+    EXPECT_EQ(log[0].header("absent"), std::nullopt);
+    EXPECT_EQ(log[0].body, std::string("\0\xff\r\n{", 5));
+    EXPECT_EQ(log[1].head, chunkedHead);
+    EXPECT_EQ(log[1].body, chunks);
+    EXPECT_TRUE(log[1].complete);
+    EXPECT_EQ(log[1].connection, 1u);
+    EXPECT_FALSE(log[2].complete) << "the body never came";
+    EXPECT_EQ(service.counters().connections, 2u);
+}
+
+TEST(Scripts, AreUsedOldestFirstByMethodAndPrefixAndGoOutByteForByte) {
+    ContentService service(plain);
+    service.script("/a", "PUT", {.status = 999});
+    service.script("/a", "", {.status = 601, .body = "{}", .headers = {{"x-Zed", "1"}, {"A", ""}}},
+                   2);
+    service.script({.status = 204, .headers = {{"Content-Length", "0"}, {"Connection", "close"}}});
+    RawClient client(service);
+    const std::string consent =
+        "HTTP/1.1 601 Consent Required\r\nx-Zed: 1\r\nA: \r\nContent-Length: 2\r\n\r\n{}";
+    const std::string odd = "HTTP/1.1 999 Unassigned\r\nContent-Length: 0\r\n\r\n";
+    client.send(
+        "GET /a/b HTTP/1.1\r\n\r\nPUT /a HTTP/1.1\r\n\r\nDELETE /abc?d HTTP/1.1\r\n\r\n"
+        "GET /a HTTP/1.1\r\n\r\n");
+    EXPECT_EQ(client.read(), consent + odd + consent +
+                                 "HTTP/1.1 204 No Content\r\nContent-Length: 0\r\n"
+                                 "Connection: close\r\n\r\n");
+    EXPECT_EQ(client.ending, "FIN");
+    service.script({.status = 500});
+    service.clearScripts();
+    RawClient next(service);
+    next.send(request);
+    EXPECT_EQ(next.read(24), "HTTP/1.1 404 Not Found\r\n");
+}
+
+TEST(Faults, EndTheAnswerWhereOrdered) {
+    ContentService service(plain);
+    const std::string whole = "HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nbody";
+    struct Case {
+        Answer answer;
+        std::string arrives;
+        std::string ending;
+    };
+    for (const Case& each :
+         std::vector<Case>{{{.body = "body", .cutOffAfter = 0}, "", "FIN"},
+                           {{.body = "body", .cutOffAfter = 20}, whole.substr(0, 20), "FIN"},
+                           {{.body = "body", .cutOffAfter = 1000}, whole, "FIN"},
+                           {{.body = "body", .drip = Answer::Drip{.bytes = 3}, .cutOffAfter = 40},
+                            whole.substr(0, 40),
+                            "FIN"},
+                           {{.cutOffAfter = 12}, "HTTP/1.1 404", "FIN"},
+                           {{.body = "body", .resetAfter = 0}, "", "RST"}}) {
+        service.script(each.answer);
+        RawClient client(service);
+        client.send(request);
+        EXPECT_EQ(client.read(), each.arrives);
+        EXPECT_EQ(client.ending, each.ending) << each.arrives;
+    }
+    service.script({.body = "body", .resetAfter = 20});
+    RawClient client(service);
+    client.send(request);
+    EXPECT_TRUE(whole.starts_with(client.read())) << "a reset may overtake what was sent before it";
+    EXPECT_EQ(client.ending, "RST");
+}
+
+TEST(Faults, HeldAnswersWaitForTheirReleaseAndHoldUpNobodyElse) {
+    constexpr std::size_t many = 100;
+    ContentService service(plain);
+    service.script("/x", "GET", {.body = "late", .hold = true}, many);
+    std::list<RawClient> clients;
+    for (std::size_t index = 0; index < many; ++index) clients.emplace_back(service).send(request);
+    ASSERT_TRUE(service.waitForHeld(many));
+    EXPECT_EQ(service.counters().inFlight, many);
+    RawClient other(service);
+    other.send("GET /y HTTP/1.1\r\n\r\n");
+    EXPECT_EQ(other.read(12), "HTTP/1.1 404");
+    EXPECT_EQ(service.counters().mostInFlight, many + 1);
+    service.release();
+    EXPECT_EQ(service.counters().held, 0u);
+    for (RawClient& each : clients) EXPECT_EQ(each.read(42).substr(38), "late");
+    EXPECT_FALSE(service.waitForHeld(1, 0ms));
+}
+
+TEST(Faults, StoppingWaitsForNobody) {
+    auto service = std::make_unique<ContentService>();
+    auto hanging = std::make_unique<ContentService>(plain);
+    hanging->script("/x", "", {.delay = 1h});
+    hanging->script("/x", "", {.body = "drop by drop", .drip = Answer::Drip{.every = 1h}});
+    hanging->script("/x", "", {.hold = true});
+    hanging->script("/x", "", {.body = std::string(100U << 20U, 'x')});  // nobody reads it
+    std::list<RawClient> clients;
+    for (int index = 0; index < 4; ++index) clients.emplace_back(*hanging).send(request);
+    clients.emplace_back(*hanging).send("GET /half");
+    clients.emplace_back(*service);  // silent in the middle of the handshake
+    ASSERT_TRUE(hanging->waitForRequests(4));
+    ASSERT_TRUE(hanging->waitForHeld(1));
+    const auto start = std::chrono::steady_clock::now();
+    hanging.reset();
+    service.reset();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
+}
+
+TEST(TLS, IsTrustedThroughTheAuthorityAloneAndRefusedOnOrder) {
+    std::filesystem::path caFile;
+    {
+        ContentService service;
+        caFile = service.caFile();
+        const auto status = [&](const char* host, bool trusts) {
+            httplib::SSLClient client(host, service.port());
+            if (trusts) client.set_ca_cert_path(caFile.c_str());
+            const auto result = client.Get("/");
+            return result ? result->status : -static_cast<int>(result.error());
+        };
+        constexpr int untrusted = -static_cast<int>(httplib::Error::SSLServerVerification);
+        constexpr int refused = -static_cast<int>(httplib::Error::SSLConnection);
+        EXPECT_EQ(status("localhost", true), 404);
+        EXPECT_EQ(status("127.0.0.1", true), 404);
+        const std::size_t before = service.counters().handshakes;
+        service.refuseTLS(2);
+        EXPECT_EQ(status("localhost", true), refused);
+        EXPECT_EQ(status("localhost", true), refused);
+        EXPECT_EQ(status("localhost", true), 404);
+        EXPECT_EQ(service.counters().handshakes, before + 1);
+        EXPECT_EQ(service.counters().connections, 5u);
+        EXPECT_EQ(status("localhost", false), untrusted);
+    }
+    EXPECT_FALSE(std::filesystem::exists(caFile.parent_path()));
+}
+
+TEST(Start, SaysWhatIsWrong) {
+    const ContentService service(plain);
+    const auto complaint = [](ContentService::Options options) -> std::string {
+        options.tls = false;
+        try {
+            const ContentService second(options);
+        } catch (const std::runtime_error& error) {
+            return error.what();
+        }
+        return "none";
+    };
+    EXPECT_NE(complaint({.port = service.port()}).find("Address already in use"),
+              std::string::npos);
+    EXPECT_NE(complaint({.data = "/nowhere.json"}).find("/nowhere.json"), std::string::npos);
+    EXPECT_NE(complaint({.data = "/proc/self/status"}).find("no good"), std::string::npos);
+}
+
+TEST(DevInterface, SteersAndShowsWithoutLeavingTraces) {
+    ContentService service({.tls = false, .keptRequests = 2, .devInterface = true});
+    httplib::Client client("127.0.0.1", service.port());
+    const auto order = [&](const char* path, const std::string& body) {
+        return client.Post(path, body, "application/json")->status;
+    };
+    EXPECT_EQ(order("/dev/script", R"({"path":"/x","method":"GET","times":2,"status":601,)"
+                                   R"("body":"b","headers":[["X-A","1"]]})"),
+              200);
+    EXPECT_EQ(order("/dev/script", R"({"status":"601"})"), 400);
+    EXPECT_EQ(order("/dev/script", "{"), 400);
+    for (const int status : {601, 601, 404}) EXPECT_EQ(client.Get("/x")->status, status);
+    const json log = json::parse(client.Get("/dev/requests")->body);
+    ASSERT_EQ(log.size(), 2u) << "only the newest are kept";
+    EXPECT_EQ(log[1]["target"], "/x");
+    EXPECT_EQ(log[1]["head"].get<std::string>().substr(0, 7), "GET /x ");
+    service.accounts().logIn("anna");
+    const json state = json::parse(client.Get("/dev/state")->body);
+    EXPECT_EQ(state["requests"], 3);
+    EXPECT_EQ(state["users"].at(0)["name"], "anna");
+    EXPECT_EQ(json::parse(client.Get("/dev/performances")->body), json::array());
+    EXPECT_EQ(order("/dev/clear", ""), 200);
+    EXPECT_TRUE(service.requests().empty());
+}
+
+}  // namespace
+}  // namespace korvel::service
