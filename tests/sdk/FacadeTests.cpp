@@ -1,0 +1,126 @@
+#include "support/Samples.h"
+#include "support/TestDevice.h"
+
+#include <korvel/KorvelContentSDK.h>
+#include <korvel/network/KCSDKNetworkManager.h>
+#include <korvel/sdk/KCSDKKeyChain.h>
+
+#include <gtest/gtest.h>
+
+namespace korvel::tests {
+namespace {
+
+// The facade is once per process: each of these tests runs in a process of its own.
+class Facade : public testing::Test {
+protected:
+    TestDevice fake;
+    std::shared_ptr<KCSDKConfig> config =
+        std::make_shared<KCSDKConfig>("https://h/", "secret", "key", "tenant", "analytics-key");
+
+    void SetUp() override { ASSERT_TRUE(platform::Device::install(fake.device())); }
+    void TearDown() override {
+        fake.keychain->onCall = fake.localytics->onCall = fake.console->onPrint = nullptr;
+    }
+
+    /// Calls all ten operations; how many completions were called, and how many are still held.
+    std::pair<std::size_t, long> callEverything() {
+        std::size_t calls = 0;
+        const auto token = std::make_shared<int>();
+        const auto note = [&calls, token](auto&&...) { ++calls; };
+        const auto subscription =
+            decoded<KCSDKUserSubscriptionRequest>(R"({"start":"","subscriptionId":""})");
+        KCSDK::startSession("anna", note);
+        KCSDK::getConsent(note);
+        KCSDK::acceptConsent("t", note);
+        KCSDK::getOndemandCollections({}, 0, note);
+        KCSDK::getOndemandClasses(1, 1, {}, {}, note);
+        KCSDK::getOndemandClassDetails("t", note);
+        KCSDK::getOndemandMetaData(note);
+        KCSDK::getOndemandClassesForCriteria(std::make_shared<KCSDKOndemandFilterRequest>(), note);
+        KCSDK::activateSubscription(subscription, note);
+        KCSDK::cancelSubscription(note);
+        return {calls, token.use_count() - 2};
+    }
+};
+
+TEST_F(Facade, OperationsBeforeInitializeDoNothingAndReleaseTheirCompletions) {
+    EXPECT_EQ(KCSDK::shared().networkManager(), nullptr);
+    EXPECT_FALSE(KCSDK::shared().enablefullscreenVideo);
+    KCSDK::initialize(nullptr);
+    EXPECT_EQ(callEverything(), (std::pair<std::size_t, long>(0, 0)));
+    KCSDK::getOndemandClassesForCriteria(nullptr, [](auto, auto) { ADD_FAILURE(); });
+    KCSDK::activateSubscription(nullptr, [](auto) { ADD_FAILURE(); });
+    fake.clock->advance(*fake.mainQueue, std::chrono::seconds(1));
+    EXPECT_TRUE(fake.session->requests.empty());
+    EXPECT_TRUE(fake.journal->empty());
+}
+
+TEST_F(Facade, InitializeRunsItsStepsInOrderAndPublishesTheManagerLast) {
+    fake.localytics->onCall = [&](const std::string& call) {
+        fake.journal->push_back(call);
+        EXPECT_EQ(KCSDKNetworkManager::shared()->sdkConfig(), config) << "replaced first";
+        EXPECT_EQ(KCSDK::shared().networkManager() != nullptr, fake.journal->size() > 4) << call;
+        EXPECT_EQ(config->countryCode, fake.journal->size() > 4 ? "US" : "");
+    };
+    KCSDK::initialize(config);
+    const std::vector<std::string> steps{"integrate analytics-key", "setLoggingEnabled false",
+                                         "openSession", "delete *"};
+    EXPECT_EQ(*fake.journal, steps);
+    EXPECT_EQ(KCSDK::shared().networkManager(), KCSDKNetworkManager::shared());
+    EXPECT_EQ(config->countryCode, "US");
+
+    KCSDK::shared().enablefullscreenVideo = true;
+    fake.keychain->put("token", "old");
+    fake.keychain->put("the host's own", "secret");
+    KCSDK::initialize(config);
+    EXPECT_TRUE(std::equal(steps.begin(), steps.end(), fake.journal->begin() + 4));
+    EXPECT_EQ(fake.journal->size(), 8u);
+    EXPECT_TRUE(fake.keychain->items().empty());
+    EXPECT_TRUE(KCSDK::shared().enablefullscreenVideo);
+
+    EXPECT_EQ(callEverything(), (std::pair<std::size_t, long>(0, 10))) << "ten under way";
+    fake.clock->advance(*fake.mainQueue, std::chrono::seconds(1));
+    EXPECT_EQ(fake.session->requests.size(), 10u);
+    for (const auto& request : fake.session->requests) {
+        const auto authorization = request.value("Authorization");
+        EXPECT_TRUE(!authorization || authorization->starts_with("Basic ")) << "no old session";
+    }
+}
+
+TEST_F(Facade, RegionIsKeptWhenTheDeviceHasNone) {
+    fake.locale->chosenRegionCode = std::nullopt;
+    KCSDK::initialize(config);
+    EXPECT_EQ(config->countryCode, "");
+    config->countryCode = "AT";
+    KCSDK::initialize(config);
+    EXPECT_EQ(config->countryCode, "AT");
+}
+
+TEST_F(Facade, MissingRecordsAreAnErrorAtOnceAndTheDeviceStaysAsItIs) {
+    KCSDK::initialize(config);
+    std::vector<std::optional<NSError>> errors;
+    KCSDK::getOndemandClassesForCriteria(nullptr, [&](auto, auto e) { errors.push_back(e); });
+    KCSDK::activateSubscription(nullptr, [&](auto e) { errors.push_back(e); });
+    EXPECT_EQ(errors, (std::vector<std::optional<NSError>>(2, NSError{"", 0, {}})));
+    EXPECT_TRUE(fake.session->requests.empty());
+
+    EXPECT_FALSE(platform::Device::install({})) << "in use";
+    EXPECT_EQ(platform::Device::current().urlSession, fake.session);
+}
+
+TEST_F(Facade, KeychainSaveReplacesTheItemAndIgnoresAbsentBytes) {
+    const KCSDKKeyChain keychain(fake.keychain);
+    EXPECT_EQ(keychain.save("k", std::nullopt), platform::errSecSuccess);
+    EXPECT_TRUE(fake.journal->empty());
+    EXPECT_EQ(keychain.save("k", platform::bytesOf("1")), platform::errSecSuccess);
+    EXPECT_EQ(keychain.save("k", platform::bytesOf("2")), platform::errSecSuccess);
+    EXPECT_EQ(keychain.load("k"), platform::bytesOf("2"));
+    EXPECT_EQ(*fake.journal, (std::vector<std::string>{"delete k=1", "add k=1", "delete k=2",
+                                                       "add k=2", "copy k"}));
+    fake.keychain->fail(platform::errSecIO);
+    EXPECT_EQ(keychain.save("k", platform::bytesOf("3")), platform::errSecIO);
+    EXPECT_EQ(keychain.load("k"), std::nullopt);
+}
+
+}  // namespace
+}  // namespace korvel::tests
