@@ -1,0 +1,71 @@
+#pragma once
+
+#include <korvel/platform/backends/sqlite/Statement.h>
+
+#include <sys/types.h>
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string_view>
+
+struct sqlite3;
+
+namespace korvel::platform::sqlite {
+
+/// A database file that takes care of itself: it is opened at the first access and again after any
+/// failure; what is no database is kept beside it as ".corrupt" and started anew; a file that was
+/// removed or replaced is let go.
+///
+/// Durability: what a transaction wrote is there after the process is killed. The machine losing
+/// power may take the last transactions, never the database. Thread safety: any thread, any number
+/// of processes. A process forked after the first access gets `unavailable`, because the library's
+/// locks do not survive a fork; it may use a new program.
+class Database {
+public:
+    using Work = std::function<Outcome(Database&)>;
+
+    /// `schema` is run at each opening: it makes what is missing, leaves alone what exists and
+    /// fails where that is of another kind. An empty path is a database in memory. Nothing waits
+    /// longer than `patience` for other processes.
+    Database(std::filesystem::path file, const char* schema, std::chrono::milliseconds patience);
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+    ~Database();
+
+    /// Runs `work` under the lock, without a transaction of its own: for a single reading
+    /// statement.
+    Outcome read(const Work& work);
+    /// Runs `work` in one transaction, which is kept if its outcome is `done` or `row`. `work` runs
+    /// again after a repaired database or a lost race, so it must not have other effects.
+    Outcome write(const Work& work);
+
+    /// Only within `work`: the statement of that text, prepared once per connection. `sql` must be
+    /// a literal.
+    Statement statement(const char* sql);
+
+private:
+    Outcome perform(const Work& work, bool inTransaction);
+    Outcome attempt(const Work& work, bool inTransaction);
+    Outcome open();
+    Outcome connect();
+    void close();
+    bool startAnew();
+    bool isSound();
+    Outcome runSchema();
+    void keepCopyOfDamaged();
+    bool hasMoved() const;
+    Outcome execute(const char* sql);
+
+    const std::filesystem::path file_;
+    const char* const schema_;
+    const std::chrono::milliseconds patience_;
+    std::atomic<pid_t> process_ = 0;
+    std::mutex mutex_;
+    sqlite3* connection_ = nullptr;
+    std::map<const char*, sqlite3_stmt*> statements_;
+};
+
+}  // namespace korvel::platform::sqlite

@@ -1,0 +1,108 @@
+#include <korvel/platform/backends/sqlite/KeyFile.h>
+#include <korvel/platform/security/PrivateFiles.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <string>
+#include <utility>
+
+namespace korvel::platform {
+
+namespace {
+
+constexpr std::chrono::seconds patience{5};
+
+class Descriptor {
+public:
+    explicit Descriptor(int number) : number_(number) {}
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() {
+        if (number_ >= 0) close(number_);
+    }
+    int get() const { return number_; }
+
+private:
+    int number_;
+};
+
+std::filesystem::path beside(std::filesystem::path file, const char* extension) {
+    return file.replace_extension(extension);
+}
+
+void syncFolder(const std::filesystem::path& folder) {
+    const Descriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (opened.get() >= 0) fsync(opened.get());
+}
+
+}  // namespace
+
+KeyFile::KeyFile(std::filesystem::path file) : file_(std::move(file)) {}
+
+OSStatus KeyFile::read(std::shared_ptr<const SealingKey>& key) {
+    const std::lock_guard lock(mutex_);
+    const OSStatus status = load();
+    key = key_;
+    return status;
+}
+
+OSStatus KeyFile::readOrMake(std::shared_ptr<const SealingKey>& key) {
+    const std::lock_guard lock(mutex_);
+    OSStatus status = load();
+    if (status == errSecItemNotFound) {
+        if (!makePrivateFolder(file_.parent_path())) return errSecNotAvailable;
+        const FileLock files(beside(file_, ".lock"), patience);
+        if (!files.held()) return errSecNotAvailable;
+        status = load();  // another process may have made it meanwhile
+        if (status == errSecItemNotFound) status = make() ? load() : errSecNotAvailable;
+    }
+    key = key_;
+    return status;
+}
+
+OSStatus KeyFile::load() {
+    struct stat found {};
+    if (stat(file_.c_str(), &found) != 0) {
+        key_.reset();
+        return errno == ENOENT ? errSecItemNotFound : errSecIO;
+    }
+    const Identity identity{found.st_dev, found.st_ino, found.st_mtim.tv_sec,
+                            found.st_mtim.tv_nsec};
+    if (key_ && identity == identity_) return errSecSuccess;
+    key_.reset();
+    const Descriptor opened(open(file_.c_str(), O_RDONLY | O_CLOEXEC));
+    if (opened.get() < 0) return errSecIO;
+    std::array<std::uint8_t, SealingKey::size + 1> bytes{};
+    const auto size = ::read(opened.get(), bytes.data(), bytes.size());
+    if (size < 0) return errSecIO;
+    if (size != SealingKey::size) return errSecItemNotFound;
+    if ((found.st_mode & 077) != 0) fchmod(opened.get(), 0600);
+    key_ = std::make_shared<SealingKey>(std::span(bytes).first<SealingKey::size>());
+    identity_ = identity;
+    return errSecSuccess;
+}
+
+bool KeyFile::make() const {
+    // Under a name of its own until it is whole: a reader sees all of a key or none.
+    const auto unfinished = beside(file_, ".new");
+    unlink(unfinished.c_str());  // left behind by a process that was killed here
+    const Descriptor opened(
+        open(unfinished.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    if (opened.get() < 0) return false;
+    const SealingKey fresh;
+    const auto bytes = fresh.bytes();
+    if (write(opened.get(), bytes.data(), bytes.size()) != std::ssize(bytes) ||
+        fsync(opened.get()) != 0 || rename(unfinished.c_str(), file_.c_str()) != 0) {
+        unlink(unfinished.c_str());
+        return false;
+    }
+    syncFolder(file_.parent_path());
+    return true;
+}
+
+}  // namespace korvel::platform

@@ -1,0 +1,125 @@
+#include <korvel/platform/backends/sqlite/Database.h>
+#include <korvel/platform/backends/sqlite/KeyFile.h>
+#include <korvel/platform/backends/sqlite/KeychainSQLite.h>
+
+#include <sys/stat.h>
+#include <cerrno>
+#include <utility>
+
+namespace korvel::platform {
+
+namespace {
+
+using sqlite::Database;
+using sqlite::Outcome;
+using sqlite::Statement;
+
+constexpr const char* schema =
+    "CREATE TABLE IF NOT EXISTS item (account BLOB PRIMARY KEY, value BLOB NOT NULL) WITHOUT ROWID;"
+    "SELECT account, value FROM item LIMIT 0;";
+constexpr std::chrono::seconds patience{5};
+
+OSStatus failureStatus(Outcome outcome) {
+    return outcome == Outcome::unavailable ? errSecNotAvailable : errSecIO;
+}
+
+/// Accounts are bytes: any text is one, also with zeros inside.
+std::span<const std::uint8_t> bytesIn(std::string_view text) {
+    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
+class KeychainSQLite final : public Keychain {
+public:
+    explicit KeychainSQLite(const std::filesystem::path& folder)
+        : file_(folder / "keychain.sqlite"),
+          database_(file_, schema, patience),
+          keyFile_(folder / "keychain.key") {}
+
+    OSStatus SecItemAdd(const SecItemQuery& query) override;
+    OSStatus SecItemCopyMatching(const SecItemQuery& query, std::optional<Data>& result) override;
+    OSStatus SecItemDelete(const SecItemQuery& query) override;
+
+private:
+    OSStatus unseal(std::string_view account, const Data& sealed, std::optional<Data>& result);
+
+    /// Looking for items must not leave files behind on a device that never stored one.
+    bool neverUsed() const {
+        struct stat found {};
+        return stat(file_.c_str(), &found) != 0 && errno == ENOENT;
+    }
+
+    const std::filesystem::path file_;
+    Database database_;
+    KeyFile keyFile_;
+};
+
+OSStatus KeychainSQLite::SecItemAdd(const SecItemQuery& query) {
+    if (!query.account) return errSecParam;
+    std::shared_ptr<const SealingKey> key;
+    if (const OSStatus status = keyFile_.readOrMake(key); status != errSecSuccess) return status;
+    const Data sealed = key->seal(*query.account, query.valueData.value_or(Data()));
+    const Outcome outcome = database_.write([&](Database& database) {
+        return database.statement("INSERT INTO item (account, value) VALUES (?, ?)")
+            .bind(bytesIn(*query.account))
+            .bind(sealed)
+            .step();
+    });
+    if (outcome == Outcome::done) return errSecSuccess;
+    return outcome == Outcome::duplicate ? errSecDuplicateItem : failureStatus(outcome);
+}
+
+OSStatus KeychainSQLite::SecItemCopyMatching(const SecItemQuery& query,
+                                             std::optional<Data>& result) {
+    result.reset();
+    if (neverUsed()) return errSecItemNotFound;
+    std::string account;
+    Data sealed;
+    const Outcome outcome = database_.read([&](Database& database) {
+        Statement select = database.statement(
+            query.account ? "SELECT account, value FROM item WHERE account = ?"
+                          : "SELECT account, value FROM item ORDER BY account LIMIT 1");
+        if (query.account) select.bind(bytesIn(*query.account));
+        const Outcome found = select.step();
+        if (found == Outcome::row) {
+            account = select.text(0);
+            sealed = select.bytes(1);
+        }
+        return found;
+    });
+    if (outcome == Outcome::done) return errSecItemNotFound;
+    if (outcome != Outcome::row) return failureStatus(outcome);
+    return query.returnData ? unseal(account, sealed, result) : errSecSuccess;
+}
+
+OSStatus KeychainSQLite::unseal(std::string_view account, const Data& sealed,
+                                std::optional<Data>& result) {
+    std::shared_ptr<const SealingKey> key;
+    const OSStatus status = keyFile_.read(key);
+    if (status != errSecSuccess) return status == errSecItemNotFound ? errSecDecode : status;
+    result = key->open(account, sealed);
+    return result ? errSecSuccess : errSecDecode;
+}
+
+OSStatus KeychainSQLite::SecItemDelete(const SecItemQuery& query) {
+    if (neverUsed()) return errSecItemNotFound;
+    bool found = false;
+    const Outcome outcome = database_.write([&](Database& database) {
+        Statement erase =
+            database.statement(query.account ? "DELETE FROM item WHERE account = ? RETURNING 1"
+                                             : "DELETE FROM item RETURNING 1");
+        if (query.account) erase.bind(bytesIn(*query.account));
+        const Outcome first = erase.step();
+        found = first == Outcome::row;
+        return first;
+    });
+    if (outcome != Outcome::done && outcome != Outcome::row) return failureStatus(outcome);
+    return found ? errSecSuccess : errSecItemNotFound;
+}
+
+}  // namespace
+
+std::shared_ptr<Keychain> makeKeychainSQLite(std::filesystem::path folder) {
+    return std::make_shared<KeychainSQLite>(folder);
+}
+
+}  // namespace korvel::platform

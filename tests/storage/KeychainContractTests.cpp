@@ -1,0 +1,137 @@
+// What the SDK and its hosts rely on in any keychain. The same rules run on the fake, which is what
+// makes the fake worth trusting, and on each real store.
+#include "storage/KeychainStores.h"
+#include "storage/SecretServiceStore.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <thread>
+#include <vector>
+
+namespace korvel::tests {
+namespace {
+
+using namespace platform;
+
+template <class Store> class KeychainContract : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (const auto reason = store.missing(); !reason.empty()) GTEST_SKIP() << reason;
+        keychain = store.open();
+        ASSERT_TRUE(keychain);
+    }
+    OSStatus add(const std::string& account, std::string_view value) {
+        return keychain->SecItemAdd({.account = account, .valueData = bytesOf(value)});
+    }
+    /// The value as text; the status as number if there is none.
+    std::string copy(std::optional<std::string> account) {
+        return valueOrStatus(*keychain, std::move(account));
+    }
+
+    Store store;
+    std::shared_ptr<Keychain> keychain;
+};
+
+using Stores = ::testing::Types<FakeStore, SQLiteStore, SecretServiceStore>;
+TYPED_TEST_SUITE(KeychainContract, Stores);
+
+TYPED_TEST(KeychainContract, ItemsComeBackByteForByte) {
+    std::string everyByte;
+    for (int byte = 0; byte < 256; ++byte) everyByte += static_cast<char>(byte);
+    const std::string zero("a\0b", 3);
+    const std::array<std::pair<std::string, std::string>, 7> rows{{
+        {"token", "abc"},
+        {"empty value", ""},
+        {"", "empty account"},
+        {"bytes", everyByte},
+        {"large", std::string(50'000, 'x')},
+        {"Gerät-日本-\xff", "account that is not UTF-8"},
+        {zero, "account with a zero"},
+    }};
+    for (const auto& [account, value] : rows) EXPECT_EQ(this->add(account, value), errSecSuccess);
+    for (const auto& [account, value] : rows) EXPECT_EQ(this->copy(account), value);
+    EXPECT_EQ(this->keychain->SecItemAdd({.account = "absent value"}), errSecSuccess);
+    EXPECT_EQ(this->copy("absent value"), "");
+}
+
+TYPED_TEST(KeychainContract, AnAccountHasOneItem) {
+    EXPECT_EQ(this->add("token", "first"), errSecSuccess);
+    EXPECT_EQ(this->add("token", "second"), errSecDuplicateItem);
+    EXPECT_EQ(this->add("Token", "other case, other account"), errSecSuccess);
+    EXPECT_EQ(this->copy("token"), "first");
+    EXPECT_EQ(this->keychain->SecItemAdd({.valueData = bytesOf("nobody's")}), errSecParam);
+}
+
+TYPED_TEST(KeychainContract, DeletionMatchesTheAccountAndNotTheValue) {
+    EXPECT_EQ(this->keychain->SecItemDelete({.account = "token"}), errSecItemNotFound);
+    this->add("token", "old");
+    this->add("userId", "42");
+    EXPECT_EQ(this->keychain->SecItemDelete({.account = "token", .valueData = bytesOf("new")}),
+              errSecSuccess);
+    EXPECT_EQ(this->copy("token"), "-25300");
+    EXPECT_EQ(this->copy("userId"), "42");
+    EXPECT_EQ(this->add("token", "new"), errSecSuccess);
+    EXPECT_EQ(this->copy("token"), "new");
+}
+
+TYPED_TEST(KeychainContract, DeletionWithoutAccountTakesEverything) {
+    EXPECT_EQ(this->keychain->SecItemDelete({}), errSecItemNotFound);
+    this->add("token", "abc");
+    this->add("the host's own", "secret");
+    EXPECT_EQ(this->keychain->SecItemDelete({}), errSecSuccess);
+    EXPECT_EQ(this->copy("token"), "-25300");
+    EXPECT_EQ(this->copy("the host's own"), "-25300");
+    EXPECT_EQ(this->keychain->SecItemDelete({}), errSecItemNotFound);
+}
+
+TYPED_TEST(KeychainContract, ResultIsOnlyWhatWasAskedFor) {
+    std::optional<Data> result = bytesOf("left over");
+    EXPECT_EQ(this->keychain->SecItemCopyMatching({.account = "token", .returnData = true}, result),
+              errSecItemNotFound);
+    EXPECT_FALSE(result);
+    this->add("token", "abc");
+    result = bytesOf("left over");
+    EXPECT_EQ(this->keychain->SecItemCopyMatching({.account = "token"}, result), errSecSuccess);
+    EXPECT_FALSE(result);
+    EXPECT_EQ(this->copy(std::nullopt), "abc") << "without account any item will do";
+}
+
+TYPED_TEST(KeychainContract, ItemsAreThereForALaterStoreAndAnotherAtTheSameTime) {
+    this->add("token", "abc");
+    const auto other = this->store.open();
+    EXPECT_EQ(valueOrStatus(*other, "token"), "abc");
+    other->SecItemDelete({.account = "token"});
+    EXPECT_EQ(this->copy("token"), "-25300");
+    this->add("token", "def");
+    this->keychain.reset();
+    EXPECT_EQ(valueOrStatus(*this->store.open(), "token"), "def");
+}
+
+TYPED_TEST(KeychainContract, OfManyAddingAtOnceOneSucceeds) {
+    constexpr int threads = 4;
+    constexpr int rounds = 15;
+    const std::array stores{this->store.open(), this->store.open()};
+    for (int round = 0; round < rounds; ++round) {
+        const std::string account = "round " + std::to_string(round);
+        std::atomic<int> added = 0;
+        std::atomic<int> duplicates = 0;
+        std::vector<std::thread> workers;
+        for (int worker = 0; worker < threads; ++worker) {
+            workers.emplace_back([&, worker] {
+                auto& chosen = *stores[static_cast<std::size_t>(worker) % stores.size()];
+                const auto status = chosen.SecItemAdd(
+                    {.account = account, .valueData = bytesOf(std::to_string(worker))});
+                added += status == errSecSuccess;
+                duplicates += status == errSecDuplicateItem;
+            });
+        }
+        for (auto& worker : workers) worker.join();
+        EXPECT_EQ(added, 1);
+        EXPECT_EQ(duplicates, threads - 1);
+    }
+}
+
+}  // namespace
+}  // namespace korvel::tests
