@@ -1,0 +1,234 @@
+#include <korvel/platform/backends/curl/CurlLoop.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
+
+namespace korvel::platform {
+
+namespace {
+
+/// The loops that have connections. At the end of the process they stop before the TLS library,
+/// whose memory these use, takes itself down.
+class OpenLoops {
+public:
+    static OpenLoops& shared() {
+        static auto* const loops = new OpenLoops;  // outlives every other static object
+        return *loops;
+    }
+
+    void add(const std::shared_ptr<CurlLoop>& loop) {
+        const std::lock_guard lock(mutex_);
+        std::erase_if(loops_, [](const auto& known) { return known.expired(); });
+        loops_.push_back(loop);
+    }
+
+private:
+    OpenLoops() {
+        curl_global_init(CURL_GLOBAL_ALL);  // first: exit handlers run in reverse order
+        std::atexit([] { shared().stopAll(); });
+    }
+
+    void stopAll() {
+        std::vector<std::weak_ptr<CurlLoop>> loops;
+        {
+            const std::lock_guard lock(mutex_);
+            loops = loops_;
+        }
+        for (const auto& known : loops) {
+            if (const auto loop = known.lock()) loop->stop();
+        }
+    }
+
+    std::mutex mutex_;
+    std::vector<std::weak_ptr<CurlLoop>> loops_;
+};
+
+/// The file with the system's authorities; empty if there is none.
+std::string systemAuthorities() {
+    const auto* info = curl_version_info(CURLVERSION_NOW);
+    if (info->age < CURLVERSION_SEVENTH || !info->cainfo) return {};
+    std::error_code error;
+    return std::filesystem::exists(info->cainfo, error) ? info->cainfo : "";
+}
+
+}  // namespace
+
+CurlLoop::CurlLoop(const URLSessionCurlOptions& options, BackgroundExecutor background)
+    : background_(std::move(background)) {
+    settings_.authorities = options.certificateAuthorityFile.string();
+    settings_.pinnedPublicKey = options.pinnedPublicKey;
+    settings_.largestBody = options.largestBody;
+}
+
+void CurlLoop::submit(Transfer transfer) {
+    {
+        const std::lock_guard lock(mutex_);
+        if (stopped_) return;
+        submitted_.push_back(std::move(transfer));
+        wake();
+        if (lead_ != Lead::vacant) return;
+        lead_ = Lead::called;
+    }
+    background_([self = shared_from_this()] { self->lead(); });
+}
+
+void CurlLoop::stop() {
+    std::unique_lock lock(mutex_);
+    stopped_ = true;
+    if (lead_ == Lead::taken && leader_ == std::this_thread::get_id()) return;
+    wake();
+    leadIsVacant_.wait(lock, [this] { return lead_ != Lead::taken; });
+    lead_ = Lead::taken;
+    leader_ = std::this_thread::get_id();
+    close(lock);
+}
+
+void CurlLoop::wake() {
+    if (std::exchange(waiting_, false)) curl_multi_wakeup(multi_);
+}
+
+bool CurlLoop::takeLead() {
+    const std::lock_guard lock(mutex_);
+    if (stopped_) return false;  // whoever stopped it has cleared up
+    lead_ = Lead::taken;
+    leader_ = std::this_thread::get_id();
+    return true;
+}
+
+void CurlLoop::lead() {
+    if (!takeLead()) return;
+    if (!multi_) open();
+    while (takeSubmitted()) {
+        for (auto& transfer : taken_) add(std::move(transfer));
+        taken_.clear();
+        work();
+        endStalled();
+        if (const auto last = completeDone()) return last->complete();
+        waitForWork();
+    }
+    std::unique_lock lock(mutex_);
+    close(lock);
+}
+
+bool CurlLoop::takeSubmitted() {
+    const std::lock_guard lock(mutex_);
+    waiting_ = false;
+    taken_.swap(submitted_);
+    return !stopped_;
+}
+
+CurlLoop::Transfer CurlLoop::completeDone() {
+    if (done_.empty()) return nullptr;
+    Transfer last = std::move(done_.back());
+    done_.pop_back();
+    for (auto& transfer : done_) complete(std::move(transfer));
+    done_.clear();
+    if (giveLeadBack()) return last;
+    complete(std::move(last));
+    return nullptr;
+}
+
+bool CurlLoop::giveLeadBack() {
+    const std::lock_guard lock(mutex_);
+    if (stopped_ || !inFlight_.empty() || !submitted_.empty()) return false;
+    lead_ = Lead::vacant;
+    leadIsVacant_.notify_all();
+    return true;
+}
+
+void CurlLoop::waitForWork() {
+    {
+        const std::lock_guard lock(mutex_);
+        if (stopped_ || !submitted_.empty()) return;
+        waiting_ = true;
+    }
+    using std::chrono::milliseconds;
+    auto timeout = milliseconds(std::chrono::minutes(1));
+    if (!inFlight_.empty()) timeout = std::chrono::ceil<milliseconds>(nextWatch_ - Clock::now());
+    const auto bounded = std::max(timeout, milliseconds(0)).count();
+    curl_multi_poll(multi_, nullptr, 0, static_cast<int>(bounded), nullptr);
+}
+
+void CurlLoop::open() {
+    OpenLoops::shared().add(shared_from_this());
+    if (settings_.authorities.empty()) settings_.authorities = systemAuthorities();
+    // A TLS session stays with the handle that made it unless it is shared. The leader alone uses
+    // the share, so it needs no locks.
+    settings_.tlsSessions = curl_share_init();
+    curl_share_setopt(settings_.tlsSessions, CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
+    CURLM* const multi = curl_multi_init();
+    curl_multi_setopt(multi, CURLMOPT_PIPELINING, CURLPIPE_MULTIPLEX);
+    curl_multi_setopt(multi, CURLMOPT_MAXCONNECTS, 64L);
+    const std::lock_guard lock(mutex_);
+    multi_ = multi;
+}
+
+void CurlLoop::close(std::unique_lock<std::mutex>& lock) {
+    CURLM* const multi = std::exchange(multi_, nullptr);
+    lock.unlock();
+    // Destroying a handler runs the host's code, which may come back here.
+    for (auto& [easy, transfer] : inFlight_) curl_multi_remove_handle(multi, easy);
+    std::exchange(inFlight_, {}).clear();
+    std::exchange(taken_, {}).clear();
+    std::exchange(done_, {}).clear();
+    std::exchange(submitted_, {}).clear();
+    curl_multi_cleanup(multi);
+    curl_share_cleanup(std::exchange(settings_.tlsSessions, nullptr));
+    lock.lock();
+    lead_ = Lead::vacant;
+    leadIsVacant_.notify_all();
+}
+
+void CurlLoop::add(Transfer transfer) {
+    const auto now = Clock::now();
+    CURL* const easy = transfer->start(settings_, now);
+    if (easy && curl_multi_add_handle(multi_, easy) == CURLM_OK) {
+        const auto watch = now + transfer->watchPeriod();
+        nextWatch_ = inFlight_.empty() ? watch : std::min(nextWatch_, watch);
+        inFlight_.emplace(easy, std::move(transfer));
+        return;
+    }
+    if (easy) transfer->fail(URLErrorCode::unknown, "Out of memory");
+    done_.push_back(std::move(transfer));
+}
+
+void CurlLoop::work() {
+    int number = 0;
+    curl_multi_perform(multi_, &number);
+    while (const CURLMsg* message = curl_multi_info_read(multi_, &number)) {
+        const CURLcode result = message->data.result;
+        auto transfer = remove(message->easy_handle);
+        if (transfer->finish(result)) {
+            add(std::move(transfer));
+        } else {
+            done_.push_back(std::move(transfer));
+        }
+    }
+}
+
+void CurlLoop::endStalled() {
+    const auto now = Clock::now();
+    if (inFlight_.empty() || now < nextWatch_) return;
+    nextWatch_ = Clock::time_point::max();
+    std::vector<CURL*> stalled;
+    for (const auto& [easy, transfer] : inFlight_) {
+        nextWatch_ = std::min(nextWatch_, now + transfer->watchPeriod());
+        if (transfer->hasStalled(now)) stalled.push_back(easy);
+    }
+    for (CURL* const easy : stalled) {
+        done_.push_back(remove(easy));
+        done_.back()->finish(CURLE_OPERATION_TIMEDOUT);
+    }
+}
+
+CurlLoop::Transfer CurlLoop::remove(CURL* easy) {
+    curl_multi_remove_handle(multi_, easy);
+    return std::move(inFlight_.extract(easy).mapped());
+}
+
+void CurlLoop::complete(Transfer transfer) {
+    background_([transfer = std::move(transfer)] { transfer->complete(); });
+}
+
+}  // namespace korvel::platform

@@ -1,0 +1,298 @@
+#include <korvel/platform/backends/curl/CurlTransfer.h>
+#include <korvel/platform/backends/curl/Redirection.h>
+
+#include <algorithm>
+#include <cctype>
+#include <new>
+#include <utility>
+
+namespace korvel::platform {
+
+namespace {
+
+/// Room kept free behind a body: parsers read in strides past its end, and need not copy it first.
+constexpr std::size_t roomBehindBody = 64;
+/// A length that the service only announces is believed up to here.
+constexpr curl_off_t largestReservation = 8 << 20;
+
+bool isToken(std::string_view text) {
+    static constexpr std::string_view marks = "!#$%&'*+-.^_`|~";
+    return !text.empty() && std::all_of(text.begin(), text.end(), [](char character) {
+        return std::isalnum(static_cast<unsigned char>(character)) ||
+               marks.find(character) != std::string_view::npos;
+    });
+}
+
+/// The header as the library wants it. Line breaks would start a header of their own; only a
+/// semicolon makes it send an empty one.
+std::string headerLine(const std::string& name, const std::string& value) {
+    const auto first = value.find_first_not_of(" \t\r\n");
+    if (first == std::string::npos) return name + ";";
+    std::string line;
+    line.reserve(name.size() + 2 + value.size());
+    line.append(name).append(": ").append(value, first);
+    for (char& character : line) {
+        if (character == '\r' || character == '\n' || character == '\0') character = ' ';
+    }
+    return line;
+}
+
+bool mayRepeat(const std::string& method) { return method == "GET" || method == "HEAD"; }
+
+bool wantsBody(const std::string& method) {
+    return method == "POST" || method == "PUT" || method == "PATCH";
+}
+
+URLErrorCode errorCode(CURLcode result) {
+    switch (result) {
+        case CURLE_OPERATION_TIMEDOUT:
+            return URLErrorCode::timedOut;
+        case CURLE_URL_MALFORMAT:
+            return URLErrorCode::unsupportedURL;
+        case CURLE_COULDNT_RESOLVE_HOST:
+        case CURLE_COULDNT_RESOLVE_PROXY:
+            return URLErrorCode::cannotFindHost;
+        case CURLE_PROXY:
+        case CURLE_COULDNT_CONNECT:
+            return URLErrorCode::cannotConnectToHost;
+        case CURLE_SEND_ERROR:
+        case CURLE_RECV_ERROR:
+        case CURLE_GOT_NOTHING:
+        case CURLE_PARTIAL_FILE:
+        case CURLE_HTTP2:
+        case CURLE_HTTP2_STREAM:
+            return URLErrorCode::networkConnectionLost;
+        case CURLE_UNSUPPORTED_PROTOCOL:  // the address was checked: the answer is not HTTP
+        case CURLE_WEIRD_SERVER_REPLY:
+        case CURLE_OUT_OF_MEMORY:
+            return URLErrorCode::badServerResponse;  // its head is too long
+        case CURLE_WRITE_ERROR:
+            return URLErrorCode::dataLengthExceedsMaximum;
+        case CURLE_BAD_CONTENT_ENCODING:
+            return URLErrorCode::cannotDecodeContentData;
+        case CURLE_PEER_FAILED_VERIFICATION:
+        case CURLE_SSL_ISSUER_ERROR:
+        case CURLE_SSL_PINNEDPUBKEYNOTMATCH:
+            return URLErrorCode::serverCertificateUntrusted;
+        case CURLE_SSL_CONNECT_ERROR:
+        case CURLE_SSL_CIPHER:
+        case CURLE_SSL_CACERT_BADFILE:
+            return URLErrorCode::secureConnectionFailed;
+        default:
+            return URLErrorCode::unknown;
+    }
+}
+
+}  // namespace
+
+CurlTransfer::CurlTransfer(URLRequest request, URLSession::CompletionHandler completionHandler)
+    : request_(std::move(request)), completionHandler_(std::move(completionHandler)) {}
+
+CURL* CurlTransfer::start(const CurlSettings& settings, Clock::time_point now) {
+    if (!isWebAddress(request_.url)) {
+        fail(URLErrorCode::unsupportedURL, "Not an http or https address");
+        return nullptr;
+    }
+    if (!isToken(request_.method)) {
+        fail(URLErrorCode::unknown, "Not a method: " + request_.method);
+        return nullptr;
+    }
+    easy_.reset(curl_easy_init());
+    if (!easy_) {
+        fail(URLErrorCode::unknown, "Out of memory");
+        return nullptr;
+    }
+    largestBody_ = settings.largestBody;
+    lastProgress_ = 0;
+    lastMoved_ = now;
+    errorText_[0] = '\0';
+    body_.clear();
+    setConnectionOptions(settings);
+    setRequestOptions();
+    setHeaders();
+    return easy_.get();
+}
+
+void CurlTransfer::setConnectionOptions(const CurlSettings& settings) {
+    CURL* easy = easy_.get();
+    curl_easy_setopt(easy, CURLOPT_PRIVATE, this);
+    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);  // a slow name server must not hold up the end
+    curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
+    curl_easy_setopt(easy, CURLOPT_PIPEWAIT, 1L);
+    curl_easy_setopt(easy, CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_NONE));
+    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS,
+                     static_cast<long>(request_.timeoutInterval.count()));
+    curl_easy_setopt(easy, CURLOPT_SHARE, settings.tlsSessions);
+    if (!settings.authorities.empty()) {
+        curl_easy_setopt(easy, CURLOPT_CAINFO, settings.authorities.c_str());
+        // With a folder besides the file the library reads the file for every connection.
+        curl_easy_setopt(easy, CURLOPT_CAPATH, nullptr);
+    }
+    if (!settings.pinnedPublicKey.empty()) {
+        curl_easy_setopt(easy, CURLOPT_PINNEDPUBLICKEY, settings.pinnedPublicKey.c_str());
+    }
+    // On a reused connection that the service closed meanwhile the library sends once more, not
+    // knowing whether the service had read the first one.
+    if (!mayRepeat(request_.method)) curl_easy_setopt(easy, CURLOPT_FRESH_CONNECT, 1L);
+}
+
+void CurlTransfer::setRequestOptions() {
+    CURL* easy = easy_.get();
+    curl_easy_setopt(easy, CURLOPT_URL, request_.url.absoluteString().c_str());
+    curl_easy_setopt(easy, CURLOPT_PATH_AS_IS, 1L);
+    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, errorText_.data());
+    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &CurlTransfer::receive);
+    curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
+    curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "");
+    const bool hasBody = request_.body || wantsBody(request_.method);
+    if (request_.method == "HEAD") {
+        curl_easy_setopt(easy, CURLOPT_NOBODY, 1L);
+    } else if (hasBody) {
+        static const Data nothing;
+        const std::string_view body = viewOf(request_.body ? *request_.body : nothing);
+        curl_easy_setopt(easy, CURLOPT_POST, 1L);
+        curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
+        curl_easy_setopt(easy, CURLOPT_POSTFIELDS, body.empty() ? "" : body.data());
+    }
+    if (request_.method != "HEAD" && request_.method != (hasBody ? "POST" : "GET")) {
+        curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, request_.method.c_str());
+    }
+}
+
+void CurlTransfer::setHeaders() {
+    headers_.reset();
+    for (const auto& [name, value] : request_.headers()) {
+        // The library counts the body itself; a second opinion could only break the framing.
+        if (!isToken(name) || curl_strequal(name.c_str(), "Content-Length")) continue;
+        addHeader(headerLine(name, value).c_str());
+    }
+    if (request_.body || wantsBody(request_.method)) {
+        addHeader("Expect:");
+        if (!request_.value("Content-Type")) addHeader("Content-Type:");
+    }
+    curl_easy_setopt(easy_.get(), CURLOPT_HTTPHEADER, headers_.get());
+}
+
+void CurlTransfer::addHeader(const char* line) {
+    curl_slist* longer = curl_slist_append(headers_.get(), line);
+    if (!longer) return;
+    (void)headers_.release();
+    headers_.reset(longer);
+}
+
+std::size_t CurlTransfer::receive(char* bytes, std::size_t, std::size_t count, void* self) {
+    return static_cast<CurlTransfer*>(self)->append(bytes, count) ? count : CURL_WRITEFUNC_ERROR;
+}
+
+bool CurlTransfer::append(const char* bytes, std::size_t count) try {
+    const std::size_t needed = body_.size() + count;
+    if (needed > largestBody_) return false;
+    if (body_.empty()) {
+        const auto announced = number(CURLINFO_CONTENT_LENGTH_DOWNLOAD_T);
+        const auto believed = std::clamp<curl_off_t>(announced, 0, largestReservation);
+        body_.reserve(std::max(static_cast<std::size_t>(believed), needed) + roomBehindBody);
+    } else if (body_.capacity() < needed + roomBehindBody) {
+        body_.reserve(std::max(2 * body_.capacity(), needed + roomBehindBody));
+    }
+    body_.insert(body_.end(), bytes, bytes + count);
+    return true;
+} catch (const std::bad_alloc&) {
+    return false;
+}
+
+bool CurlTransfer::finish(CURLcode result) {
+    measure();
+    if (result != CURLE_OK) {
+        const char* text = errorText_[0] ? errorText_.data() : curl_easy_strerror(result);
+        fail(errorCode(result), text);
+        return false;
+    }
+    const int statusCode = static_cast<int>(number(CURLINFO_RESPONSE_CODE));
+    if (isRedirect(statusCode)) {
+        char* location = nullptr;
+        curl_easy_getinfo(easy_.get(), CURLINFO_REDIRECT_URL, &location);
+        if (location) return follow(location, statusCode);
+    }
+    easy_.reset();
+    exchange_.response = HTTPURLResponse{std::move(request_.url), statusCode};
+    exchange_.body = std::move(body_);
+    return false;
+}
+
+bool CurlTransfer::follow(const std::string& location, int statusCode) {
+    const auto target = request_.url.resolving(location);
+    if (!target) {
+        fail(URLErrorCode::redirectToNonExistentLocation, "Redirected to no address: " + location);
+    } else if (!isWebAddress(*target)) {
+        fail(URLErrorCode::unsupportedURL, "Redirected to " + target->absoluteString());
+    } else if (++exchange_.metrics.redirects > mostRedirects) {
+        fail(URLErrorCode::httpTooManyRedirects, "Too many redirects");
+    } else {
+        easy_.reset();
+        request_ = redirected(request_, statusCode, *target);
+        return true;
+    }
+    return false;
+}
+
+void CurlTransfer::fail(URLErrorCode code, std::string description) {
+    easy_.reset();
+    exchange_.error = NSError{urlErrorDomain,
+                              static_cast<std::int64_t>(code),
+                              {{"NSLocalizedDescription", std::move(description)}}};
+}
+
+void CurlTransfer::measure() {
+    auto& metrics = exchange_.metrics;
+    const auto before = metrics.end;
+    const auto point = [&](CURLINFO info) {
+        const std::chrono::microseconds time(number(info));
+        return time.count() ? before + time : time;
+    };
+    metrics.nameLookup = point(CURLINFO_NAMELOOKUP_TIME_T);
+    metrics.connect = point(CURLINFO_CONNECT_TIME_T);
+    metrics.tls = point(CURLINFO_APPCONNECT_TIME_T);
+    metrics.firstByte = point(CURLINFO_STARTTRANSFER_TIME_T);
+    metrics.end = point(CURLINFO_TOTAL_TIME_T);
+    metrics.bytesSent += number(CURLINFO_SIZE_UPLOAD_T);
+    metrics.bytesReceived += number(CURLINFO_SIZE_DOWNLOAD_T);
+    metrics.reusedConnection =
+        number(CURLINFO_NUM_CONNECTS) == 0 && number(CURLINFO_REQUEST_SIZE) > 0;
+}
+
+bool CurlTransfer::hasStalled(Clock::time_point now) {
+    const auto reached = progress();
+    if (std::exchange(lastProgress_, reached) != reached) lastMoved_ = now;
+    return now - lastMoved_ >= request_.timeoutInterval;
+}
+
+CurlTransfer::Clock::duration CurlTransfer::watchPeriod() const {
+    using namespace std::chrono_literals;
+    return std::clamp<Clock::duration>(request_.timeoutInterval / 8, 10ms, 1s);
+}
+
+curl_off_t CurlTransfer::progress() const {
+    return number(CURLINFO_SIZE_UPLOAD_T) + number(CURLINFO_SIZE_DOWNLOAD_T) +
+           number(CURLINFO_HEADER_SIZE) + number(CURLINFO_REQUEST_SIZE) +
+           (number(CURLINFO_CONNECT_TIME_T) > 0) + (number(CURLINFO_APPCONNECT_TIME_T) > 0);
+}
+
+curl_off_t CurlTransfer::number(CURLINFO info) const {
+    if ((info & CURLINFO_TYPEMASK) == CURLINFO_OFF_T) {
+        curl_off_t value = 0;
+        curl_easy_getinfo(easy_.get(), info, &value);
+        return value;
+    }
+    long value = 0;
+    curl_easy_getinfo(easy_.get(), info, &value);
+    return value;
+}
+
+void CurlTransfer::complete() {
+    const auto completionHandler = std::exchange(completionHandler_, nullptr);
+    if (completionHandler) completionHandler(std::move(exchange_));
+}
+
+}  // namespace korvel::platform

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <korvel/platform/foundation/URLSession.h>
+
+#include <curl/curl.h>
+
+#include <array>
+#include <chrono>
+#include <memory>
+#include <string>
+
+namespace korvel::platform {
+
+/// What all transfers of a session have in common.
+struct CurlSettings {
+    std::string authorities;  ///< PEM file; empty: wherever the library looks by itself
+    std::string pinnedPublicKey;
+    std::size_t largestBody = 0;
+    CURLSH* tlsSessions = nullptr;  ///< borrowed
+};
+
+/// One request from its submission to its completion. The session's loop drives it, the
+/// completion runs elsewhere; it belongs to one thread at a time.
+///
+/// Every hop has an easy handle of its own: a handle keeps what it learns (options, credentials,
+/// cookies), and making one costs a microsecond.
+class CurlTransfer {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    CurlTransfer(URLRequest request, URLSession::CompletionHandler completionHandler);
+    CurlTransfer(const CurlTransfer&) = delete;
+    CurlTransfer& operator=(const CurlTransfer&) = delete;
+
+    /// The handle of the next hop, owned by this transfer. Null if there is nothing to send: then
+    /// the exchange has failed.
+    CURL* start(const CurlSettings& settings, Clock::time_point now);
+
+    /// Takes in what the hop came to. True if another one follows. The handle is in no multi handle
+    /// any more, and is gone afterwards.
+    bool finish(CURLcode result);
+
+    /// Ends an exchange that got no further.
+    void fail(URLErrorCode code, std::string description);
+
+    /// True if it moved nothing for the request's time-out. To be asked every `watchPeriod()`: the
+    /// library's own low-speed limit takes one byte in two seconds for a standstill.
+    bool hasStalled(Clock::time_point now);
+    Clock::duration watchPeriod() const;
+
+    /// Calls the handler with the exchange and destroys it. Once.
+    void complete();
+
+private:
+    struct EasyCleanup {
+        void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
+    };
+    struct ListCleanup {
+        void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+    };
+
+    static std::size_t receive(char* bytes, std::size_t one, std::size_t count, void* self);
+    bool append(const char* bytes, std::size_t count);
+    void setConnectionOptions(const CurlSettings& settings);
+    void setRequestOptions();
+    void setHeaders();
+    void addHeader(const char* line);
+    void measure();
+    curl_off_t progress() const;
+    bool follow(const std::string& location, int statusCode);
+    curl_off_t number(CURLINFO info) const;
+
+    URLRequest request_;
+    URLSession::CompletionHandler completionHandler_;
+    std::unique_ptr<CURL, EasyCleanup> easy_;
+    std::unique_ptr<curl_slist, ListCleanup> headers_;
+    Exchange exchange_;
+    Data body_;
+    std::size_t largestBody_ = 0;
+    curl_off_t lastProgress_ = 0;
+    Clock::time_point lastMoved_;
+    std::array<char, CURL_ERROR_SIZE> errorText_{};
+};
+
+}  // namespace korvel::platform

@@ -1,0 +1,70 @@
+#include <korvel/platform/backends/curl/Redirection.h>
+
+#include <strings.h>
+#include <algorithm>
+#include <array>
+#include <cctype>
+
+namespace korvel::platform {
+
+namespace {
+
+std::string lowerCase(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char character) {
+        return static_cast<char>(std::tolower(character));
+    });
+    return text;
+}
+
+std::string lowerScheme(const URL& url) { return lowerCase(url.scheme().value_or("")); }
+
+bool sameService(const URL& left, const URL& right) {
+    const auto port = [](const URL& url) {
+        return url.port().value_or(lowerScheme(url) == "https" ? 443 : 80);
+    };
+    return lowerScheme(left) == lowerScheme(right) && port(left) == port(right) &&
+           lowerCase(left.host().value_or("")) == lowerCase(right.host().value_or(""));
+}
+
+/// Says what the client can read; the rest may be meant for the first service's eyes only.
+bool isHarmless(const std::string& lowerName) {
+    constexpr std::array<std::string_view, 5> names{"accept", "accept-encoding", "accept-language",
+                                                    "content-type", "user-agent"};
+    return std::find(names.begin(), names.end(), lowerName) != names.end();
+}
+
+bool becomesGet(const std::string& method, int statusCode) {
+    if (statusCode == 303) return method != "HEAD";
+    return (statusCode == 301 || statusCode == 302) && method == "POST";
+}
+
+}  // namespace
+
+bool isRedirect(int statusCode) {
+    constexpr std::array codes{301, 302, 303, 307, 308};
+    return std::find(codes.begin(), codes.end(), statusCode) != codes.end();
+}
+
+bool isWebAddress(const URL& url) {
+    const std::string& text = url.absoluteString();
+    return strncasecmp(text.c_str(), "http://", 7) == 0 ||
+           strncasecmp(text.c_str(), "https://", 8) == 0;
+}
+
+URLRequest redirected(const URLRequest& request, int statusCode, const URL& target) {
+    URLRequest next(target);
+    next.timeoutInterval = request.timeoutInterval;
+    const bool asGet = becomesGet(request.method, statusCode);
+    next.method = asGet ? "GET" : request.method;
+    if (!asGet) next.body = request.body;
+    const bool keepsAll = sameService(request.url, target);
+    for (const auto& [name, value] : request.headers()) {
+        const std::string lowerName = lowerCase(name);
+        if (!keepsAll && !isHarmless(lowerName)) continue;
+        if (!next.body && lowerName == "content-type") continue;
+        next.setValue(value, name);
+    }
+    return next;
+}
+
+}  // namespace korvel::platform

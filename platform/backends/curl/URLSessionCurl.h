@@ -1,0 +1,35 @@
+#pragma once
+
+#include <korvel/platform/foundation/URLSession.h>
+
+#include <cstddef>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace korvel::platform {
+
+struct URLSessionCurlOptions {
+    /// PEM file trusted instead of the system's authorities; empty: the system's.
+    std::filesystem::path certificateAuthorityFile;
+    /// "sha256//" and base64 of a public key that the service's certificate must carry; empty: any.
+    std::string pinnedPublicKey;
+    /// A longer body, counted after decompression, ends the exchange with an error.
+    std::size_t largestBody = std::size_t{256} << 20;
+};
+
+/// Runs a task on a background thread, at once even if all earlier ones block. Must not run it
+/// before it returns. Any thread.
+using BackgroundExecutor = std::function<void(std::function<void()>)>;
+
+/// A session on libcurl. Connections, names and TLS sessions are reused between requests.
+/// Completions run in `background`, and so does, while a request is on its way, what waits for its
+/// answer.
+///
+/// Any thread may destroy it, a completion's too: it does not wait for the service. Requests still
+/// on their way when the process exits are given up.
+std::shared_ptr<URLSession> makeURLSessionCurl(const URLSessionCurlOptions& options,
+                                               BackgroundExecutor background);
+
+}  // namespace korvel::platform
