@@ -3,13 +3,14 @@
 #include <korvel/platform/foundation/Thread.h>
 #include <korvel/platform/foundation/WorkQueue.h>
 
-#include <pthread.h>
+#include <fcntl.h>
+#include <unistd.h>
 #include <algorithm>
 #include <condition_variable>
-#include <ctime>
 #include <deque>
 #include <list>
 #include <mutex>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -19,25 +20,27 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr Clock::Duration watchInterval =
-    5ms;  // longer than a time slice: waiting for a core is not blocking
-constexpr int patience =
-    20;  // watches without a new start, after which busy threads count as blocked
+constexpr Clock::Duration watchInterval = 2ms;
+/// Watches without a task started, after which any thread counts as blocked.
+constexpr int patience = 50;
 
 struct Worker {
     std::condition_variable wake;
     bool woken = false;
-    bool running = false;       // its thread has begun, so `clock` is set
-    clockid_t clock = {};       // processor time of its thread
-    Clock::Duration used = {};  // at the last watch
+    pid_t thread = 0;  // 0 until it has begun
 
-    /// Whether it used a tenth of `elapsed` or more since the last watch.
-    bool wasBusy(Clock::Duration elapsed) {
-        timespec time = {};
-        if (!running || clock_gettime(clock, &time) != 0) return true;
-        const Clock::Duration now =
-            std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
-        return now - std::exchange(used, now) >= elapsed / 10;
+    /// Whether it is at work, or would be if it had a core, rather than waiting for something.
+    bool isRunnable() const {
+        if (thread == 0) return true;
+        const auto path = "/proc/self/task/" + std::to_string(thread) + "/stat";
+        char text[128];
+        const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+        const auto size = file < 0 ? 0 : read(file, text, sizeof text);
+        if (file >= 0) close(file);
+        // "123 (name) R ...", where the name may hold anything.
+        const std::string_view line(text, size < 0 ? 0 : static_cast<std::size_t>(size));
+        const auto name = line.rfind(')');
+        return name != line.npos && line.substr(name).starts_with(") R");
     }
 };
 
@@ -62,13 +65,10 @@ private:
     std::mutex mutex;
     std::deque<Task> tasks;
     std::list<std::shared_ptr<Worker>> workers;
-    std::vector<std::shared_ptr<Worker>>
-        idle;                // woken from the back, so that those in front can end
-    bool abandoned = false;  // the queue object is gone
+    std::vector<std::shared_ptr<Worker>> idle;  // woken from the back: those in front may end
+    bool abandoned = false;                     // the queue object is gone
 
     bool watching = false;
-    bool measured = false;  // whether the last watch left figures to compare with
-    Clock::Instant lastWatch;
     int watchesWithoutStart = 0;
 };
 
@@ -86,7 +86,6 @@ void WorkQueue::State::add(Task task) {
             fatalError("The system has no thread left for the queue " + options.label + ".");
         }
     } else if (options.grows && !watching) {
-        measured = false;
         keepWatch();
     }
 }
@@ -107,7 +106,7 @@ bool WorkQueue::State::startWorker() {
 
 void WorkQueue::State::work(Worker& self) {
     Lock lock(mutex);
-    self.running = pthread_getcpuclockid(pthread_self(), &self.clock) == 0;
+    self.thread = gettid();
     do {
         while (!tasks.empty()) {
             Task task = std::move(tasks.front());
@@ -138,22 +137,20 @@ void WorkQueue::State::keepWatch() {
     runAfter(watchInterval, [self = shared_from_this()] { self->watch(); });
 }
 
-/// Tasks wait although all threads have one: adds threads for those that block.
+/// Tasks wait although all threads have one: adds threads for those that block, more of them the
+/// more there are already.
 void WorkQueue::State::watch() {
     const Lock lock(mutex);
     watching = false;
     if (tasks.empty()) return;
 
-    const auto now = std::chrono::steady_clock::now();
-    const auto elapsed = now - std::exchange(lastWatch, now);
-    const auto busy = std::count_if(workers.begin(), workers.end(),
-                                    [&](const auto& worker) { return worker->wasBusy(elapsed); });
-    if (std::exchange(measured, true)) {
-        std::size_t missing =
-            options.width - std::min(options.width, static_cast<std::size_t>(busy));
-        if (++watchesWithoutStart >= patience) missing = std::max<std::size_t>(missing, 1);
-        for (missing = std::min(missing, tasks.size()); missing > 0 && startWorker();) --missing;
+    std::size_t runnable = 0;
+    for (const auto& worker : workers) {
+        if (worker->isRunnable() && ++runnable == options.width) break;
     }
+    std::size_t added = ++watchesWithoutStart >= patience ? 1 : 0;
+    if (runnable < options.width) added = std::max(options.width - runnable, workers.size() / 4);
+    for (added = std::min(added, tasks.size()); added > 0 && startWorker();) --added;
     keepWatch();
 }
 

@@ -15,10 +15,10 @@ class WorkQueue final : public DispatchQueue {
 public:
     struct Options {
         std::string label;  ///< names the threads
-        std::size_t width;  ///< threads at work at most, those not counted that block
+        std::size_t width;  ///< threads at most, not counting those that block
         bool grows;         ///< whether more are made while some block
-        Clock::Duration idle =
-            std::chrono::seconds(10);  ///< a thread ends after so long without a task
+        /// A thread ends after so long without a task.
+        Clock::Duration idle = std::chrono::seconds(10);
     };
 
     explicit WorkQueue(Options options);

@@ -93,7 +93,7 @@ std::vector<std::string> languages() {
 }
 
 std::string timeZone() {
-    const std::unique_ptr<icu::TimeZone> zone(icu::TimeZone::createDefault());
+    const std::unique_ptr<icu::TimeZone> zone(icu::TimeZone::detectHostTimeZone());
     icu::UnicodeString id;
     std::string text;
     zone->getID(id).toUTF8String(text);

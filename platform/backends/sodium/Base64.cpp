@@ -5,6 +5,7 @@
 namespace korvel::platform {
 
 std::string base64Encoded(std::string_view bytes) {
+    if (bytes.empty()) return {};  // the library takes no null pointers
     constexpr int variant = sodium_base64_VARIANT_ORIGINAL;
     const std::size_t room = sodium_base64_encoded_len(bytes.size(), variant);  // with a final zero
     std::string text(room, '\0');
@@ -15,7 +16,8 @@ std::string base64Encoded(std::string_view bytes) {
 }
 
 std::optional<Data> base64Decoded(std::string_view text) {
-    Data bytes(text.size() / 4 * 3);
+    if (text.empty()) return Data();
+    Data bytes(text.size() / 4 * 3 + 3);
     std::size_t length = 0;
     if (sodium_base642bin(bytes.data(), bytes.size(), text.data(), text.size(), nullptr, &length,
                           nullptr, sodium_base64_VARIANT_ORIGINAL) != 0) {
