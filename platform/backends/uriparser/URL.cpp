@@ -148,10 +148,15 @@ std::optional<URL> URL::resolving(std::string_view reference) const {
             std::string text(static_cast<std::size_t>(length) + 1, '\0');
             if (uriToStringA(text.data(), &target, length + 1, nullptr) == URI_SUCCESS) {
                 text.pop_back();
-                // An IPv6 address comes out in its longest form; it is put back as written.
                 const bool own = relative.uri().scheme.first || relative.uri().hostText.first;
-                text.replace(authorityBegin(text), authority(text).size(),
-                             authority(own ? reference : std::string_view(text_)));
+                const auto written = authority(own ? reference : std::string_view(text_));
+                const auto begin = authorityBegin(text);
+                if (!written.empty()) {
+                    // An IPv6 address comes out in its longest form; it is put back as written.
+                    text.replace(begin, authority(text).size(), written);
+                } else if (std::string_view(text).substr(begin).starts_with("//")) {
+                    text.insert(begin, "/.");  // a path that would be taken for a host
+                }
                 resolved = URL(std::move(text));
             }
         }
