@@ -1,0 +1,273 @@
+#include <korvel/model/KCSDKConsent.h>
+#include <korvel/model/KCSDKConsentRequest.h>
+#include <korvel/model/KCSDKLoginRequest.h>
+#include <korvel/model/KCSDKOndemandCkcToken.h>
+#include <korvel/model/KCSDKOndemandClassResponse.h>
+#include <korvel/model/KCSDKOndemandCollection.h>
+#include <korvel/model/KCSDKOndemandContentToken.h>
+#include <korvel/model/KCSDKOndemandFilterRequest.h>
+#include <korvel/model/KCSDKOndemandMetaData.h>
+#include <korvel/model/KCSDKOndemandResultRequest.h>
+#include <korvel/model/KCSDKOndemandSearchResult.h>
+#include <korvel/model/KCSDKUser.h>
+#include <korvel/model/KCSDKUserSubscriptionRequest.h>
+#include <korvel/platform/foundation/JSONDecoder.h>
+#include <korvel/platform/foundation/JSONEncoder.h>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <functional>
+#include <set>
+
+namespace korvel {
+namespace {
+
+using nlohmann::ordered_json;
+using platform::bytesOf;
+using platform::DecodingError;
+using platform::JSONEncoder;
+
+/// A record type, an answer with all its members in their order, and which of them may be missing.
+struct Sample {
+    std::string name;
+    std::string json;
+    std::set<std::string> optional;
+    /// Decoded and encoded again; nothing if it does not decode.
+    std::function<std::optional<std::string>(const std::string&, DecodingError*)> again;
+};
+
+template <class T>
+Sample sample(const char* name, std::string json, std::set<std::string> optional = {}) {
+    return {name, std::move(json), std::move(optional),
+            [](const std::string& text, DecodingError* error) -> std::optional<std::string> {
+                const auto value = platform::decodeJSON<T>(bytesOf(text), error);
+                if (!value) return std::nullopt;
+                return std::string(platform::viewOf(JSONEncoder().encode(*value).value()));
+            }};
+}
+
+const std::string classJSON =
+    R"({"tag":"t1","className":"Früh","classDescription":"早い 🏃","classCategories":"Cardio",)"
+    R"("languageTag":"de-DE","languageName":"Deutsch","providerID":"12","provider":"Nord",)"
+    R"("intensity":3,"skill":-9223372036854775808,"calorieBurn":9223372036854775807,)"
+    R"("durationSecond":1800,"durationMinutes":"30","equipmentNames":["Mat","A rather long bike"],)"
+    R"("equipmentTypes":true,"creationDate":"2023","lastModifiedDate":"2024","favourite":false,)"
+    R"("trailerLinkMobile":"https:\/\/a\/b","trailerName":"","imageLink":"\"\\\n\u0001",)"
+    R"("streamingLink":"s"})";
+const std::set<std::string> classOptional = {"classCategories", "languageTag",       "languageName",
+                                             "providerID",      "provider",          "calorieBurn",
+                                             "equipmentNames",  "trailerLinkMobile", "trailerName",
+                                             "imageLink",       "streamingLink"};
+
+std::vector<Sample> samples() {
+    return {
+        sample<std::shared_ptr<KCSDKOndemandClass>>("class", classJSON, classOptional),
+        sample<std::shared_ptr<KCSDKOndemandClassResponse>>(
+            "page",
+            R"({"totalItems":7,"itemsRemaining":5,"items":[)" + classJSON + "," + classJSON + "]}"),
+        sample<std::shared_ptr<KCSDKOndemandCollection>>(
+            "collection",
+            R"({"collectionType":"c","collectionName":"n","collectionTag":"t","creationDate":"d",)"
+            R"("itemCount":9,"collectionItems":[)" +
+                classJSON + "]}",
+            {"collectionItems"}),
+        sample<std::shared_ptr<KCSDKOndemandMetaData>>(
+            "metadata",
+            R"({"classTypes":["a","b"],"equipments":[{"text":"Mat","value":"1"}],"language":[],)"
+            R"("providers":[],"duration":{"min":1,"max":9},"intensity":{"min":-1,"max":5}})"),
+        sample<ValueType>("choice", R"({"text":"a","value":"b"})"),
+        sample<MinMaxType>("range", R"({"min":1,"max":2})"),
+        sample<std::shared_ptr<KCSDKOndemandFilterRequest>>(
+            "filter",
+            R"({"classLanguage":"1","dir":"2","duration":"3","equipment":"4","favourites":"5",)"
+            R"("intensity":"6","keywords":"","languageTag":"8","level":"9","provider":"10",)"
+            R"("skill":"11","skip":-1,"sort":"12","type":"13","take":0,"query":"14"})",
+            {"classLanguage", "dir", "duration", "equipment", "favourites", "intensity", "keywords",
+             "languageTag", "level", "provider", "skill", "sort", "type", "query"}),
+        sample<std::shared_ptr<KCSDKOndemandSearchResult>>(
+            "search", R"({"total":1,"itemsRemaining":0,"items":[{"equipmentTypes":"Mat",)"
+                      R"("classTag":"other","virtualClass":)" +
+                          classJSON + "}]}"),
+        sample<std::shared_ptr<KCSDKConsent>>(
+            "consent",
+            R"({"policy":"p","consentTag":"c","actionable":true,"urls":[{"linkText":"t",)"
+            R"("linkUrl":"u"}],"policyHtml":"<p>","title":"T","version":3,"publishedDate":"d",)"
+            R"("isMandatory":false})"),
+        sample<KCSDKConsentRequest>("acceptance", R"({"consentTag":"t","action":2,"userId":""})"),
+        sample<std::shared_ptr<KCSDKUser>>("user",
+                                           R"({"Username":"anna","UserId":"42","Code":"abc"})"),
+        sample<KCSDKLoginRequest>(
+            "login",
+            R"({"username":"a","password":"","firstname":"","lastname":"","skipconsent":true,)"
+            R"("response_type":"token","redirect_uri":"r","scope":"openid","tenantId":"t",)"
+            R"("client_id":"c","countrycode":"AT"})"),
+        sample<std::shared_ptr<KCSDKOndemandContentToken>>("content token", R"({"token":"t"})"),
+        sample<std::shared_ptr<KCSDKOndemandCkcToken>>("content key", R"({"key":"k"})"),
+        sample<std::shared_ptr<KCSDKUserSubscriptionRequest>>(
+            "subscription", R"({"start":"2024","subscriptionId":"s"})"),
+        sample<KCSDKOndemandResultRequest>(
+            "performance",
+            R"({"performDate":"d","providerName":"","playedDurationSecond":1,"requestsource":5,)"
+            R"("contentID":"c","actualDurationSecond":0,"contentName":"n","userId":"",)"
+            R"("subscriptiontag":"","ID":"i"})"),
+    };
+}
+
+TEST(Records, ComeBackAsTheyWereSent) {
+    for (const Sample& record : samples()) {
+        EXPECT_EQ(record.again(record.json, nullptr), record.json) << record.name;
+    }
+}
+
+TEST(Records, OnlyOptionalMembersMayBeAbsentOrNullAndAreThenNotWritten) {
+    for (const Sample& record : samples()) {
+        const auto whole = ordered_json::parse(record.json);
+        for (const auto& [key, value] : whole.items()) {
+            auto absent = whole;
+            absent.erase(key);
+            auto null = whole;
+            null[key] = nullptr;
+            for (const auto& changed : {absent, null}) {
+                DecodingError error;
+                const auto result = record.again(changed.dump(), &error);
+                if (record.optional.contains(key)) {
+                    ASSERT_TRUE(result) << record.name << ": " << error.path << error.reason;
+                    EXPECT_EQ(ordered_json::parse(*result), absent);
+                } else {
+                    EXPECT_FALSE(result) << record.name << "." << key;
+                    EXPECT_EQ(error.path, key);
+                }
+            }
+        }
+    }
+}
+
+TEST(Records, EveryMemberInsistsOnItsType) {
+    const std::vector<ordered_json> values = {"5",
+                                              5,
+                                              5.5,
+                                              true,
+                                              ordered_json::array(),
+                                              ordered_json::object(),
+                                              ordered_json::array({{}})};
+    const auto fits = [](const ordered_json& value, const ordered_json& member) {
+        return value.type() == member.type() && !value.is_object() &&
+               (!value.is_array() || value.empty());
+    };
+    for (const Sample& record : samples()) {
+        const auto whole = ordered_json::parse(record.json);
+        for (const auto& [key, member] : whole.items()) {
+            for (const auto& value : values) {
+                auto changed = whole;
+                changed[key] = value;
+                if (member.is_number() && value == 5) continue;
+                DecodingError error;
+                EXPECT_EQ(record.again(changed.dump(), &error).has_value(), fits(value, member))
+                    << record.name << "." << key << " = " << value;
+            }
+        }
+    }
+}
+
+TEST(Records, TheirMembersAreWhatTheServiceSent) {
+    const auto record =
+        platform::decodeJSON<std::shared_ptr<KCSDKOndemandClass>>(bytesOf(classJSON));
+    ASSERT_TRUE(record);
+    EXPECT_EQ((*record)->className, "Früh");
+    EXPECT_EQ((*record)->imageLink, "\"\\\n\x01");
+    EXPECT_EQ((*record)->equipmentNames, (std::vector<std::string>{"Mat", "A rather long bike"}));
+    EXPECT_EQ((*record)->calorieBurn, INT64_MAX);
+    EXPECT_TRUE((*record)->equipmentTypes);
+
+    const auto list = platform::decodeJSON<std::vector<std::shared_ptr<KCSDKUser>>>(
+        bytesOf(R"([{"Username":"anna","UserId":"42","Code":"abc","TokenExpiration":9}])"));
+    ASSERT_TRUE(list);
+    EXPECT_EQ(list->at(0)->userId, "42");
+    EXPECT_EQ(list->at(0)->tokenExpiration, 0);
+}
+
+TEST(Records, AnEmptyFilterAsksForTheFirstHundredClassesAndNothingElse) {
+    KCSDKOndemandFilterRequest filter;
+    EXPECT_EQ(JSONEncoder().encode(filter), bytesOf(R"({"skip":0,"take":100})"));
+    filter.keywords = "";
+    EXPECT_EQ(JSONEncoder().encode(filter), bytesOf(R"({"keywords":"","skip":0,"take":100})"));
+}
+
+template <class R>
+concept HasSkill = requires(R record) {
+    record.skill;
+};
+template <class R>
+concept HasFavourites = requires(R record) {
+    record.favourites;
+};
+template <class R>
+concept HasLanguageTag = requires(R record) {
+    record.languageTag;
+};
+template <class R>
+concept ShowsItsMemberList = requires {
+    typename R::JSON;
+};
+template <class R>
+concept HostsCanMakeOne = std::is_default_constructible_v<R> || std::is_copy_constructible_v<R>;
+
+TEST(Records, HostsReachOnlyWhatIsTheirs) {
+    static_assert(HasSkill<KCSDKOndemandClass> && HasLanguageTag<KCSDKOndemandClass>);
+    static_assert(!HasSkill<KCSDKOndemandFilterRequest> &&
+                  !HasFavourites<KCSDKOndemandFilterRequest>);
+    static_assert(!HasLanguageTag<KCSDKOndemandFilterRequest>);
+    static_assert(ShowsItsMemberList<ValueType> && !ShowsItsMemberList<KCSDKOndemandFilterRequest>);
+    static_assert(!HostsCanMakeOne<KCSDKOndemandClass> &&
+                  !HostsCanMakeOne<KCSDKOndemandCollection>);
+    static_assert(!HostsCanMakeOne<KCSDKOndemandClassResponse> && !HostsCanMakeOne<KCSDKConsent>);
+    static_assert(!HostsCanMakeOne<KCSDKOndemandMetaData> && !HostsCanMakeOne<LinkDetail>);
+    static_assert(!HostsCanMakeOne<KCSDKOndemandSearchResult> && !HostsCanMakeOne<KCSDKSearchItem>);
+    static_assert(!std::is_default_constructible_v<platform::DecodingKey>);
+    static_assert(!std::is_copy_constructible_v<KCSDKOndemandFilterRequest>);
+
+    const auto decode = [] {
+        return *platform::decodeJSON<std::shared_ptr<KCSDKOndemandClass>>(bytesOf(classJSON));
+    };
+    EXPECT_NE(decode(), decode()) << "records are equal only to themselves";
+}
+
+struct FailingEncoder final : JSONEncoder {
+    std::optional<platform::Data> write(platform::JSONCoding::Writer, const void*,
+                                        std::string& error) const override {
+        error = "no ink";
+        return std::nullopt;
+    }
+};
+
+TEST(Encoding, WritesTextsTheWayTheServiceKnowsThem) {
+    const std::vector<std::pair<std::string, std::string>> rows = {
+        {"", ""},
+        {"a/b", R"(a\/b)"},
+        {"\"\\\b\f\n\r\t", R"(\"\\\b\f\n\r\t)"},
+        {std::string("\0\x1f\x7f", 3), "\\u0000\\u001f\x7f"},
+        {"ü早🏃", "ü早🏃"},
+        {"a\xff"
+         "b\xc3",
+         "a\xef\xbf\xbd"
+         "b\xef\xbf\xbd"},
+        {"\xed\xa0\x80", "\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd"},
+    };
+    for (const auto& [text, written] : rows) {
+        EXPECT_EQ(JSONEncoder().encode(ValueType{.text = text, .value = ""}),
+                  bytesOf(R"({"text":")" + written + R"(","value":""})"));
+    }
+}
+
+TEST(Encoding, AFailingEncoderSaysWhy) {
+    const FailingEncoder failing;
+    const JSONEncoder& encoder = failing;
+    std::string error;
+    EXPECT_EQ(encoder.encode(MinMaxType{}, &error), std::nullopt);
+    EXPECT_EQ(error, "no ink");
+    EXPECT_EQ(encoder.encode(std::vector<MinMaxType>{}), std::nullopt);
+}
+
+}  // namespace
+}  // namespace korvel
