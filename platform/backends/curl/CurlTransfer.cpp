@@ -251,15 +251,18 @@ void CurlTransfer::measure() {
         const std::chrono::microseconds time(number(info));
         return time.count() ? before + time : time;
     };
-    metrics.nameLookup = point(CURLINFO_NAMELOOKUP_TIME_T);
-    metrics.connect = point(CURLINFO_CONNECT_TIME_T);
-    metrics.tls = point(CURLINFO_APPCONNECT_TIME_T);
+    metrics.reusedConnection =
+        number(CURLINFO_NUM_CONNECTS) == 0 && number(CURLINFO_REQUEST_SIZE) > 0;
+    metrics.nameLookup = metrics.connect = metrics.tls = {};
+    if (!metrics.reusedConnection) {
+        metrics.nameLookup = point(CURLINFO_NAMELOOKUP_TIME_T);
+        metrics.connect = point(CURLINFO_CONNECT_TIME_T);
+        metrics.tls = point(CURLINFO_APPCONNECT_TIME_T);
+    }
     metrics.firstByte = point(CURLINFO_STARTTRANSFER_TIME_T);
     metrics.end = point(CURLINFO_TOTAL_TIME_T);
     metrics.bytesSent += number(CURLINFO_SIZE_UPLOAD_T);
     metrics.bytesReceived += number(CURLINFO_SIZE_DOWNLOAD_T);
-    metrics.reusedConnection =
-        number(CURLINFO_NUM_CONNECTS) == 0 && number(CURLINFO_REQUEST_SIZE) > 0;
 }
 
 bool CurlTransfer::hasStalled(Clock::time_point now) {

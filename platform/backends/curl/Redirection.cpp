@@ -47,8 +47,11 @@ bool isRedirect(int statusCode) {
 
 bool isWebAddress(const URL& url) {
     const std::string& text = url.absoluteString();
-    return strncasecmp(text.c_str(), "http://", 7) == 0 ||
-           strncasecmp(text.c_str(), "https://", 8) == 0;
+    for (const std::string_view prefix : {"http://", "https://"}) {
+        if (strncasecmp(text.c_str(), prefix.data(), prefix.size()) != 0) continue;
+        return text.find_first_of("/?#", prefix.size()) != prefix.size();  // it has a host
+    }
+    return false;
 }
 
 URLRequest redirected(const URLRequest& request, int statusCode, const URL& target) {

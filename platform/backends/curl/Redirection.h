@@ -12,7 +12,7 @@ inline constexpr int mostRedirects = 20;
 /// Whether an answer with that status and a "Location" sends the client elsewhere.
 bool isRedirect(int statusCode);
 
-/// Whether the address is one that requests go to: http or https.
+/// Whether the address is one that requests go to: http or https, with a host.
 bool isWebAddress(const URL& url);
 
 /// The request that follows a redirect to `target`. A method that asked for a change becomes a GET

@@ -1,0 +1,103 @@
+// Services that answer wrongly, slowly or not at all.
+
+#include "Client.h"
+
+namespace korvel::platform {
+namespace {
+
+using enum URLErrorCode;
+
+constexpr Answer severedAfter(std::size_t bytes) {
+    return {.status = 200, .body = "0123456789", .cutOffAfter = bytes};
+}
+
+TEST_F(URLSessionTest, EachFaultHasItsCode) {
+    const std::pair<Answer, URLErrorCode> answers[] = {
+        {severedAfter(0), networkConnectionLost},
+        {severedAfter(9), networkConnectionLost},
+        {{.status = 200, .body = "0123456789", .resetAfter = 0}, networkConnectionLost},
+        {{.status = 200, .body = "0", .headers = {{"Content-Length", "9"}}, .resetAfter = 50},
+         networkConnectionLost},
+        {{.body = "0", .headers = {{"Content-Length", "9"}, {"Connection", "close"}}},
+         networkConnectionLost},
+        {{.body = "no gzip", .headers = {{"Content-Encoding", "gzip"}}}, cannotDecodeContentData},
+        {{.headers = {{"X", std::string(400'000, 'x')}}}, badServerResponse}};
+    for (const auto& [answer, code] : answers) {
+        session = makeSession(trusting(service));  // or a GET would be sent once more
+        EXPECT_EQ(errorOf(send(answer, request())), static_cast<std::int64_t>(code));
+    }
+    service.refuseTLS();
+    session = makeSession(trusting(service));
+    EXPECT_EQ(errorOf(send(request())), static_cast<std::int64_t>(secureConnectionFailed));
+    EXPECT_EQ(arrived().size(), std::size(answers));
+
+    const std::uint16_t silentPort = ContentService().port();
+    const std::pair<std::string, URLErrorCode> addresses[] = {
+        {"http://127.0.0.1:" + std::to_string(silentPort) + "/", cannotConnectToHost},
+        {"http://" + std::string(64, 'a') + ".invalid/", cannotFindHost},
+        {"ftp://127.0.0.1/", unsupportedURL},
+        {"file:///etc/passwd", unsupportedURL},
+        {"http:///x", unsupportedURL},
+        {"foo", unsupportedURL}};
+    for (const auto& [address, code] : addresses) {
+        EXPECT_EQ(errorOf(send(URLRequest(*URL::parse(address)))), static_cast<std::int64_t>(code))
+            << address;
+    }
+    EXPECT_EQ(errorOf(send(request("GE T"))), static_cast<std::int64_t>(unknown));
+}
+
+TEST_F(URLSessionTest, NothingIsSaidToAServiceThatIsNotTrusted) {
+    const ContentService stranger;
+    auto pinned = trusting(service);
+    pinned.pinnedPublicKey = "sha256//AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA=";
+    for (const auto& options : {URLSessionCurlOptions{}, trusting(stranger), pinned}) {
+        session = makeSession(options);
+        EXPECT_EQ(errorOf(send(request())), static_cast<std::int64_t>(serverCertificateUntrusted));
+    }
+    session = makeSession({.certificateAuthorityFile = "/nonexistent", .pinnedPublicKey = {}});
+    EXPECT_EQ(errorOf(send(request())), static_cast<std::int64_t>(secureConnectionFailed));
+    EXPECT_TRUE(arrived().empty());
+}
+
+TEST_F(URLSessionTest, OnlyStandingStillTimesOut) {
+    auto impatient = request();
+    impatient.timeoutInterval = 400ms;
+    const auto begin = std::chrono::steady_clock::now();
+    service.script("/x", "", {.status = 200, .body = "late", .hold = true}, 2);
+    auto silent = start(*session, impatient);
+    auto patient = start(*session, request());
+    EXPECT_EQ(errorOf(wait(std::move(silent))), static_cast<std::int64_t>(timedOut));
+    const auto elapsed = std::chrono::steady_clock::now() - begin;
+    EXPECT_GE(elapsed, 400ms);
+    EXPECT_LT(elapsed, 1500ms);
+    service.release();
+    EXPECT_EQ(bodyOf(wait(std::move(patient))), "late");
+
+    const auto dripBegin = std::chrono::steady_clock::now();
+    const auto slow =
+        send({.body = std::string(140, 'x'), .drip = Answer::Drip{.bytes = 20, .every = 80ms}},
+             impatient);
+    EXPECT_EQ(bodyOf(slow).size(), 140u);
+    EXPECT_GT(std::chrono::steady_clock::now() - dripBegin, 400ms);
+}
+
+TEST_F(URLSessionTest, WhatMustNotRepeatArrivesOnceWhenTheConnectionDies) {
+    for (const char* method : {"POST", "PUT", "DELETE", "GET"}) {
+        SCOPED_TRACE(method);
+        send({.status = 200, .body = "ok"}, request());  // leaves a connection behind
+        arrived();
+        service.script(severedAfter(0));
+        const auto exchange = send({.status = 200, .body = "again"}, request(method));
+        if (std::string_view(method) == "GET") {
+            EXPECT_EQ(bodyOf(exchange), "again");
+            EXPECT_EQ(arrived().size(), 2u) << "reading once more does no harm";
+        } else {
+            EXPECT_EQ(errorOf(exchange), static_cast<std::int64_t>(networkConnectionLost));
+            EXPECT_EQ(arrived().size(), 1u);
+            service.clearScripts();
+        }
+    }
+}
+
+}  // namespace
+}  // namespace korvel::platform

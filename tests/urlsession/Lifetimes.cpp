@@ -1,0 +1,135 @@
+// Many requests at once, completions that block, and the end of sessions.
+
+#include "Client.h"
+
+#include <cstdlib>
+#include <latch>
+
+namespace korvel::platform {
+namespace {
+
+/// Tells when the last copy of what it gave out is destroyed.
+class Witness {
+public:
+    std::shared_ptr<void> token() { return std::exchange(token_, nullptr); }
+    bool released() { return gone_.wait_for(20s) == std::future_status::ready; }
+
+private:
+    std::promise<void> promise_;
+    std::future<void> gone_ = promise_.get_future();
+    std::shared_ptr<void> token_{nullptr, [this](void*) { promise_.set_value(); }};
+};
+
+TEST_F(URLSessionTest, ConnectionsAreReusedOneAfterAnother) {
+    service.script("/x", "", {.status = 200, .body = "ok"}, 10);
+    for (int number = 0; number < 10; ++number) {
+        const auto exchange = send(request());
+        const auto& metrics = exchange.metrics;
+        EXPECT_EQ(bodyOf(exchange), "ok");
+        EXPECT_EQ(metrics.reusedConnection, number > 0);
+        EXPECT_EQ(metrics.bytesReceived, 2);
+        EXPECT_EQ(metrics.connect.count() > 0, number == 0);
+        EXPECT_LE(metrics.nameLookup, metrics.connect);
+        EXPECT_LE(metrics.connect, metrics.tls);
+        EXPECT_LE(metrics.tls, metrics.firstByte);
+        EXPECT_LE(metrics.firstByte, metrics.end);
+        EXPECT_GT(metrics.end.count(), 0);
+    }
+    EXPECT_EQ(service.counters().connections, 1u);
+}
+
+TEST_F(URLSessionTest, NoRequestWaitsForTheCompletionOfAnother) {
+    constexpr std::size_t count = 64;
+    service.script("/x", "", {.status = 200, .body = "ok", .hold = true}, count);
+    std::latch allAreHere(count);
+    std::vector<std::future<bool>> met;
+    for (std::size_t number = 0; number < count; ++number) {
+        auto promise = std::make_shared<std::promise<bool>>();
+        met.push_back(promise->get_future());
+        session->dataTask(request(), [&, promise](const Exchange& exchange) {
+            allAreHere.arrive_and_wait();
+            promise->set_value(exchange.response.has_value());
+        });
+    }
+    ASSERT_TRUE(service.waitForHeld(count)) << "all are on their way at once";
+    service.release();
+    for (auto& each : met) {
+        ASSERT_EQ(each.wait_for(20s), std::future_status::ready);
+        EXPECT_TRUE(each.get());
+    }
+}
+
+TEST_F(URLSessionTest, ACompletionMayWaitForARequestOfItsOwn) {
+    service.script("/x", "", {.status = 200, .body = "ok"}, 2);
+    std::promise<std::string> inner;
+    session->dataTask(request(), [&](const Exchange&) {
+        inner.set_value(bodyOf(wait(start(*session, request()))));
+    });
+    auto body = inner.get_future();
+    ASSERT_EQ(body.wait_for(20s), std::future_status::ready);
+    EXPECT_EQ(body.get(), "ok");
+}
+
+TEST_F(URLSessionTest, AHandlerIsDestroyedOnceItRan) {
+    Witness answered;
+    Witness failed;
+    session->dataTask(request(), [token = answered.token()](const Exchange&) {});
+    session->dataTask(URLRequest(*URL::parse("foo")), [token = failed.token()](const Exchange&) {});
+    EXPECT_TRUE(answered.released());
+    EXPECT_TRUE(failed.released());
+    session->dataTask(request(), nullptr);
+}
+
+TEST_F(URLSessionTest, ASessionEndsAtOnceAndItsHandlersUncalled) {
+    for (const bool onACompletionsThread : {false, true}) {
+        service.script("/held", "", {.hold = true}, 8);
+        service.script("/x", "", {.status = 200, .body = "ok"});
+        std::vector<std::unique_ptr<Witness>> witnesses;
+        for (int number = 0; number < 8; ++number) {
+            auto held = request();
+            held.url = *URL::parse(service.baseURL() + "held");
+            witnesses.push_back(std::make_unique<Witness>());
+            session->dataTask(held, [token = witnesses.back()->token()](const Exchange&) {
+                ADD_FAILURE() << "called";
+            });
+        }
+        ASSERT_TRUE(service.waitForHeld(8));
+        if (onACompletionsThread) {
+            session->dataTask(request(), [&](const Exchange&) { session.reset(); });
+        } else {
+            session.reset();
+            for (auto& witness : witnesses) EXPECT_TRUE(witness->released());
+        }
+        for (auto& witness : witnesses) EXPECT_TRUE(witness->released());
+        service.release();
+        session = makeSession(trusting(service));
+    }
+    // Destroyed as it starts: no request may be lost in between without its handler being
+    // destroyed.
+    for (int round = 0; round < 50; ++round) {
+        Witness witness;
+        session->dataTask(request(), [token = witness.token()](const Exchange&) {});
+        session = nullptr;
+        EXPECT_TRUE(witness.released());
+        session = makeSession(trusting(service));
+    }
+}
+
+TEST_F(URLSessionTest, TheProcessMayEndWithRequestsOnTheirWay) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            static auto* const leaked = new std::shared_ptr<URLSession>(session);
+            static const auto owned = makeSession(trusting(service));
+            service.script("", "", {.hold = true}, 8);
+            for (int number = 0; number < 4; ++number) {
+                (*leaked)->dataTask(request(), [](const Exchange&) { std::abort(); });
+                owned->dataTask(request(), [](const Exchange&) { std::abort(); });
+            }
+            if (service.waitForHeld(8)) std::exit(7);
+        },
+        testing::ExitedWithCode(7), "");
+}
+
+}  // namespace
+}  // namespace korvel::platform
