@@ -22,18 +22,18 @@ namespace korvel::platform {
 /// wants.
 struct DeviceOptions {
     /// Names the folder of the keychain and the event journal; the program's file name if empty.
-    std::string applicationName;
+    std::string applicationName = {};
     /// Where that folder lies; `$XDG_DATA_HOME`, else `~/.local/share`, if empty.
-    std::filesystem::path dataFolder;
+    std::filesystem::path dataFolder = {};
     /// PEM file trusted instead of the system's authorities, for development services.
-    std::filesystem::path certificateAuthorityFile;
+    std::filesystem::path certificateAuthorityFile = {};
     /// "sha256//" and base64 of a public key that the service's certificate must carry; empty: any.
-    std::string pinnedPublicKey;
+    std::string pinnedPublicKey = {};
     /// Keep secrets in the desktop's Secret Service where there is one, else in the device's own
     /// store.
     bool preferSecretService = false;
     /// Address that batches of analytics events are sent to; empty: they are kept for inspection.
-    std::string analyticsCollector;
+    std::string analyticsCollector = {};
 };
 
 /// Everything that the SDK needs of the machine it runs on. The SDK reads it at its first use and

@@ -219,7 +219,9 @@ TEST_F(FaultMatrix, EveryEndpointEndsEveryFaultAsItsKindDoes) {
                                                 {Kind::logIn, fault.logIn},
                                                 {Kind::untold, Seen::silence}};
             EXPECT_EQ(seen, expected.at(endpoint.kind));
-            if (error) EXPECT_EQ(error->code, fault.answer.value().status);
+            if (error) {
+                EXPECT_EQ(error->code, fault.answer.value().status);
+            }
             const auto lines = console->take();
             ASSERT_FALSE(lines.empty());
             EXPECT_TRUE(lines.back().starts_with(fault.console)) << lines.back();

@@ -81,9 +81,7 @@ TEST(Visit, GoesFromLogInToCancellationThroughTheFacade) {
     device.console = std::make_shared<LineConsole>();
     ASSERT_TRUE(platform::Device::install(device, {.applicationName = "visit",
                                                    .dataFolder = folder,
-                                                   .certificateAuthorityFile = service.caFile(),
-                                                   .pinnedPublicKey = {},
-                                                   .analyticsCollector = {}}));
+                                                   .certificateAuthorityFile = service.caFile()}));
     KCSDK::initialize(std::make_shared<KCSDKConfig>(service.baseURL(), service.options().secretKey,
                                                     service.options().apiKey,
                                                     service.options().tenant, "analytics"));

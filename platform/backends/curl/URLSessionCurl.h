@@ -12,9 +12,9 @@ namespace korvel::platform {
 
 struct URLSessionCurlOptions {
     /// PEM file trusted instead of the system's authorities; empty: the system's.
-    std::filesystem::path certificateAuthorityFile;
+    std::filesystem::path certificateAuthorityFile = {};
     /// "sha256//" and base64 of a public key that the service's certificate must carry; empty: any.
-    std::string pinnedPublicKey;
+    std::string pinnedPublicKey = {};
     /// A longer body, counted after decompression, ends the exchange with an error.
     std::size_t largestBody = std::size_t{256} << 20;
 };
