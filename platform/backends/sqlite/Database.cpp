@@ -103,7 +103,8 @@ Outcome Database::open() {
         return Outcome::unavailable;
     }
     Outcome outcome = connect();
-    // Nothing is lost if the power fails before the file was ever used, so making it waits for no disk.
+    // Nothing is lost if the power fails before the file was ever used, so making it waits for no
+    // disk.
     if (outcome == Outcome::done) outcome = execute("PRAGMA synchronous=OFF");
     if (outcome == Outcome::done) outcome = execute("PRAGMA journal_mode=WAL");
     if (outcome == Outcome::done) outcome = runSchema();

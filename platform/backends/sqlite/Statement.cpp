@@ -68,6 +68,10 @@ Outcome Statement::step() {
     return outcomeOf(resultCode_ == SQLITE_OK ? sqlite3_step(statement_) : resultCode_);
 }
 
+bool Statement::isNull(int column) const {
+    return sqlite3_column_type(statement_, column) == SQLITE_NULL;
+}
+
 std::int64_t Statement::integer(int column) const {
     return sqlite3_column_int64(statement_, column);
 }

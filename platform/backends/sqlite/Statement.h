@@ -43,6 +43,7 @@ public:
     Outcome step();
 
     /// Columns of the current row, from 0.
+    bool isNull(int column) const;
     std::int64_t integer(int column) const;
     std::string text(int column) const;
     Data bytes(int column) const;
