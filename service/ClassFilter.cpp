@@ -50,13 +50,13 @@ std::string folded(std::string_view text) {
     unsigned char previous = 0;
     for (char& character : result) {
         const auto byte = static_cast<unsigned char>(character);
-        if (byte >= 'A' && byte <= 'Z') {
-            character = static_cast<char>(byte + 32);
-        } else if (previous == 0xC3 && byte >= 0x80 && byte <= 0x9E && byte != 0x97) {
-            character = static_cast<char>(byte + 0x20);  // À to Þ, without the multiplication sign
-        } else if (previous == 0xC5 && byte >= 0x8C && byte <= 0xB6 && byte % 2 == 0) {
-            character = static_cast<char>(byte + 1);  // Ō to Ŷ: capitals are the even ones
-        }
+        const bool ascii = byte >= 'A' && byte <= 'Z';
+        // À to Þ, without the multiplication sign
+        const bool latin = previous == 0xC3 && byte >= 0x80 && byte <= 0x9E && byte != 0x97;
+        // Ō to Ŷ: capitals are the even ones
+        const bool extended = previous == 0xC5 && byte >= 0x8C && byte <= 0xB6 && byte % 2 == 0;
+        if (ascii || latin) character = static_cast<char>(byte + 0x20);
+        if (extended) character = static_cast<char>(byte + 1);
         previous = byte;
     }
     return result;

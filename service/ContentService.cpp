@@ -150,11 +150,11 @@ bool ContentService::Running::answer(Channel& channel, const ReceivedRequest& re
     const Endpoints::Reply reply = isScriptedWhole(order)
                                        ? Endpoints::Reply{compose(order), closesAfter(order)}
                                        : endpoints.answer(request);
-    const bool goesOn = deliver(channel, gate, order, reply.bytes) && !reply.closes;
+    const bool whole = deliver(channel, gate, order, reply.bytes);
     log.end();
-    const bool unanswered = order.cutOffAfter == 0 || order.resetAfter == 0;
-    if (options.onAnswer) options.onAnswer(request, unanswered ? 0 : statusOf(reply.bytes));
-    return goesOn;
+    const bool partly = order.cutOffAfter.value_or(0) > 0 || order.resetAfter.value_or(0) > 0;
+    if (options.onAnswer) options.onAnswer(request, whole || partly ? statusOf(reply.bytes) : 0);
+    return whole && !reply.closes;
 }
 
 ContentService::ContentService() : ContentService(Options{}) {}

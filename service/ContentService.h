@@ -31,8 +31,7 @@ public:
         std::string tenant = "korvel";
         std::filesystem::path data{};      ///< empty: the catalogue that comes with the service
         std::size_t keptRequests = 10000;  ///< the newest ones; 0 keeps none
-        bool compress =
-            true;  ///< gzip or brotli for clients that take it; never for scripted answers
+        bool compress = true;  ///< gzip for clients that take it; never for scripted answers
         /// Called after each answer on its connection's thread, with 0 for a request left
         /// unanswered.
         std::function<void(const ReceivedRequest&, int status)> onAnswer{};

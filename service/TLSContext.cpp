@@ -76,7 +76,7 @@ std::filesystem::path writePEM(X509* certificate) {
     std::string folder =
         (std::filesystem::temp_directory_path() / "korvel-service-XXXXXX").string();
     require(mkdtemp(folder.data()) != nullptr, "no temporary folder");
-    const std::filesystem::path path = std::filesystem::path(folder) / "ca.pem";
+    std::filesystem::path path = std::filesystem::path(folder) / "ca.pem";
     const std::unique_ptr<std::FILE, decltype(&std::fclose)> file(std::fopen(path.c_str(), "w"),
                                                                   &std::fclose);
     require(file && PEM_write_X509(file.get(), certificate) == 1, "the CA file cannot be written");

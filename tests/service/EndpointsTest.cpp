@@ -43,30 +43,35 @@ protected:
     httplib::SSLClient client_{"localhost", service_.port()};
 };
 
-std::string part(const std::string& name, const std::string& value) {
-    return "--Korvel.boundary.01\r\nContent-Disposition: form-data; name=\"" + name + "\"\r\n\r\n" +
-           value + "\r\n";
+using Field = std::pair<std::string, std::string>;
+const std::string unfinished = "--Korvel.boundary.01\r\n";
+const std::string finished = "--Korvel.boundary.01--\r\n";
+
+std::string form(const std::vector<Field>& fields, const std::string& end = unfinished) {
+    std::string all;
+    for (const auto& [name, value] : fields) {
+        all.append(unfinished).append("Content-Disposition: form-data; name=\"").append(name);
+        all.append("\"\r\n\r\n").append(value).append("\r\n");
+    }
+    return all.append(end);
 }
 
 TEST_F(EndpointsTest, LoginTakesPartsInAnyOrderAndAFormWithoutItsEnd) {
-    const std::string tenant = part("tenantId", "höhle");
-    const std::string key = part("client_id", service_.options().apiKey);
-    const std::string open = "--Korvel.boundary.01\r\n";
-    const json first =
-        login(part("username", "Zoë 💪") + part("password", "") + tenant + key + open);
-    const json second =
-        login(key + tenant + part("username", "Zoë 💪") + "--Korvel.boundary.01--\r\n");
+    const Field zoe{"username", "Zoë 💪"};
+    const Field tenant{"tenantId", "höhle"};
+    const Field key{"client_id", service_.options().apiKey};
+    const json first = login(form({zoe, {"password", ""}, tenant, key}));
+    const json second = login(form({key, tenant, zoe}, finished));
     EXPECT_EQ(first["Username"], "Zoë 💪");
     EXPECT_EQ(first["UserId"], second["UserId"]) << "the same person";
     EXPECT_NE(first["Code"], second["Code"]) << "another session";
     for (const json& session : {first, second})
         get("/api/v1/users/ondemand/metadata", userHeaders(service_, session["Code"]));
-    EXPECT_EQ(login(part("username", "a\r\n--b") + tenant + key + open)["Username"], "a\r\n--b");
-    for (const std::string& form :
-         {part("username", "") + tenant + key + open, tenant + key + open, open,
-          std::string("nonsense"), part("username", "a") + key + open,
-          part("username", "a") + tenant + part("client_id", "x") + open})
-        login(form, 401);
+    EXPECT_EQ(login(form({{"username", "a\r\n--b"}, tenant, key}))["Username"], "a\r\n--b");
+    for (const std::string& bad :
+         {form({{"username", ""}, tenant, key}), form({tenant, key}), form({}), form({zoe, key}),
+          form({zoe, tenant, {"client_id", "x"}}), std::string("nonsense"), std::string()})
+        login(bad, 401);
     EXPECT_EQ(service_.accounts().users().size(), 2u);
 }
 
@@ -119,6 +124,12 @@ TEST_F(EndpointsTest, PagesHoldEveryClassOnceInTheOrderAskedFor) {
         get("/ondemand/v1/classes/?filterBy=alpha&pageSize=20&pageNumber=1&classId=50118");
     EXPECT_EQ(one["items"].at(0)["className"], "肩こり解消ヨガ");
     EXPECT_TRUE(get("/ondemand/v1/classes/?classId=x")["items"].empty());
+
+    auto zipping = clientHeaders(service_);
+    zipping.emplace("Accept-Encoding", "br, gzip");
+    const auto zipped = client_.Get("/ondemand/v1/classes/?pageSize=66", zipping);
+    EXPECT_EQ(zipped->get_header_value("Content-Encoding"), "gzip");
+    EXPECT_EQ(json::parse(zipped->body), get("/ondemand/v1/classes/?pageSize=66"));
 
     EXPECT_EQ(get("/ondemand/v1/collections/").size(), 6u);
     EXPECT_EQ(get("/ondemand/v1/collections/?maxResults=4").size(), 4u);
