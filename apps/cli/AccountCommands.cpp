@@ -1,0 +1,128 @@
+#include "Commands.h"
+#include "Failure.h"
+#include "Host.h"
+#include "Moment.h"
+#include "Output.h"
+#include "Views.h"
+
+#include <CLI/CLI.hpp>
+#include <chrono>
+#include <memory>
+#include <optional>
+
+namespace cli {
+
+using korvel::KCSDK;
+
+namespace {
+
+// Operations that only report an error leave nothing to show; these are this program's own words.
+
+struct LoggedIn {
+    std::string userName;
+    bool loggedIn = true;
+    using JSON = korvel::platform::Members<&LoggedIn::userName, &LoggedIn::loggedIn>;
+};
+struct Accepted {
+    std::string consentTag;
+    bool accepted = true;
+    using JSON = korvel::platform::Members<&Accepted::consentTag, &Accepted::accepted>;
+};
+struct Cancelled {
+    bool cancelled = true;
+    using JSON = korvel::platform::Members<&Cancelled::cancelled>;
+};
+
+void addLogin(CLI::App& app, Command& chosen) {
+    const auto user = std::make_shared<std::string>();
+    auto* command = app.add_subcommand("login", "Log a user in, for this one run");
+    command->add_option("USER", *user, "Name of the user")->required()->check(complaintIfEmpty);
+    command->callback([=, &chosen] {
+        chosen = [user](Host& host, Output& output) {
+            const LoggedIn result{.userName = host.logIn(*user)};
+            output.show(result,
+                        [&](PageWidth) { return "logged in as " + result.userName + "\n"; });
+        };
+    });
+}
+
+void addConsent(CLI::App& app, Command& chosen) {
+    auto* command = app.add_subcommand("consent", "Show the consent documents in force");
+    command->callback([&chosen] {
+        chosen = [](Host& host, Output& output) {
+            const auto list = host.fetchList<korvel::KCSDKConsent>(&KCSDK::getConsent);
+            output.show(list, [&](PageWidth page) { return asText(list, page); });
+        };
+    });
+}
+
+void addAccept(CLI::App& app, Command& chosen) {
+    const auto tag = std::make_shared<std::string>();
+    auto* command = app.add_subcommand("accept", "Accept a consent document; needs a user");
+    command->add_option("TAG", *tag, "Tag of the document")->required()->check(complaintIfEmpty);
+    command->callback([=, &chosen] {
+        chosen = [tag](Host& host, Output& output) {
+            const auto user = host.logIn();
+            host.perform([&](auto done) { KCSDK::acceptConsent(*tag, std::move(done)); });
+            output.show(Accepted{.consentTag = *tag},
+                        [&](PageWidth) { return user + " accepts " + *tag + "\n"; });
+        };
+    });
+}
+
+void addSubscribe(CLI::App& app, Command& chosen) {
+    struct Arguments {
+        std::string id;
+        std::optional<std::string> start;
+    };
+    const auto arguments = std::make_shared<Arguments>();
+    auto* command = app.add_subcommand("subscribe", "Start a subscription; needs a user");
+    command->add_option("ID", arguments->id, "Identifier of the subscription")
+        ->required()
+        ->check(complaintIfEmpty);
+    command
+        ->add_option("--start", arguments->start,
+                     "Start, such as 2024-03-31 or 2024-03-31T01:00:00+0100; now if left out")
+        ->check([](const std::string& text) {
+            return moment(text) ? ""
+                                : "'" + text + "' is no date of the form YYYY-MM-DD[THH:MM:SS]";
+        });
+    command->callback([=, &chosen] {
+        chosen = [arguments](Host& host, Output& output) {
+            const auto user = host.logIn();
+            const auto start = arguments->start ? moment(*arguments->start) : std::nullopt;
+            const auto request = std::make_shared<korvel::KCSDKUserSubscriptionRequest>(
+                start.value_or(std::chrono::system_clock::now()), arguments->id);
+            host.perform([&](auto done) { KCSDK::activateSubscription(request, std::move(done)); });
+            output.show(request, [&](PageWidth) {
+                return user + " is subscribed to " + request->subscriptionId + " from " +
+                       request->start + "\n";
+            });
+        };
+    });
+}
+
+void addCancel(CLI::App& app, Command& chosen) {
+    auto* command = app.add_subcommand("cancel", "End the subscription; needs a user");
+    command->callback([&chosen] {
+        chosen = [](Host& host, Output& output) {
+            const auto user = host.logIn();
+            host.perform(&KCSDK::cancelSubscription);
+            output.show(Cancelled{}, [&](PageWidth) {
+                return "the subscription of " + user + " is cancelled\n";
+            });
+        };
+    });
+}
+
+}  // namespace
+
+void addAccountCommands(CLI::App& app, Command& chosen) {
+    addLogin(app, chosen);
+    addConsent(app, chosen);
+    addAccept(app, chosen);
+    addSubscribe(app, chosen);
+    addCancel(app, chosen);
+}
+
+}  // namespace cli

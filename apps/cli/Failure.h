@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+namespace cli {
+
+/// What the program tells the shell. The numbers are documented in README.md and never change.
+enum class ExitCode {
+    ok = 0,
+    failed = 1,  ///< this machine's fault: data folder, output
+    usage = 2,
+    rejected = 3,
+    noAnswer = 4,
+    noConnection = 5,
+    notUnderstood = 6,
+    notLoggedIn = 7,
+    badAddress = 8,
+    notFound = 9,
+    interrupted = 130,
+};
+
+/// The reason why a command ends without a result.
+class Failure : public std::runtime_error {
+public:
+    Failure(ExitCode exitCode, const std::string& message,
+            std::optional<std::int64_t> httpStatus = std::nullopt)
+        : std::runtime_error(message), code(exitCode), status(httpStatus) {}
+
+    ExitCode code;
+    std::optional<std::int64_t> status;  ///< the service's, if it answered
+};
+
+}  // namespace cli

@@ -1,0 +1,44 @@
+#include "Messages.h"
+
+#include "Text.h"
+
+#include <unistd.h>
+#include <cstdio>
+
+namespace cli {
+
+namespace {
+constexpr std::string_view eraseLine = "\r\x1b[K";
+}
+
+Messages::Messages() : terminal_(isatty(STDERR_FILENO) == 1) {}
+
+void Messages::line(std::string_view text) {
+    const std::lock_guard lock(mutex_);
+    std::string bytes;
+    if (!progress_.empty()) bytes += eraseLine;
+    bytes += printable(text) + '\n' + progress_;
+    write(bytes);
+}
+
+void Messages::progress(std::string_view text) {
+    if (!terminal_) return;
+    const std::lock_guard lock(mutex_);
+    if (text == progress_) return;
+    progress_ = text;
+    write(std::string(eraseLine) + progress_);
+}
+
+void Messages::write(std::string_view text) {
+    std::fwrite(text.data(), 1, text.size(), stderr);
+    std::fflush(stderr);
+}
+
+MessageConsole::MessageConsole(std::shared_ptr<Messages> messages)
+    : messages_(std::move(messages)) {}
+
+void MessageConsole::print(std::string_view line) {
+    if (messages_) messages_->line(line);
+}
+
+}  // namespace cli

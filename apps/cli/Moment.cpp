@@ -1,0 +1,40 @@
+#include "Moment.h"
+
+#include <ctime>
+
+namespace cli {
+
+namespace {
+
+/// Nothing unless the whole text fits the format.
+std::optional<std::tm> parsed(const std::string& text, const char* format) {
+    std::tm time{};
+    time.tm_isdst = -1;
+    const char* end = strptime(text.c_str(), format, &time);
+    return end && *end == '\0' ? std::optional(time) : std::nullopt;
+}
+
+/// The system's own arithmetic turns the 31st of April into the 1st of May.
+std::optional<std::time_t> seconds(std::tm time, bool local) {
+    const auto day = time.tm_mday;
+    const auto offset = time.tm_gmtoff;
+    const auto result = local ? std::mktime(&time) : timegm(&time) - offset;
+    return time.tm_mday == day ? std::optional(result) : std::nullopt;
+}
+
+}  // namespace
+
+std::optional<std::chrono::system_clock::time_point> moment(const std::string& text) {
+    std::optional<std::time_t> result;
+    if (const auto day = parsed(text, "%Y-%m-%d")) {
+        result = seconds(*day, true);
+    } else if (const auto time = parsed(text, "%Y-%m-%dT%H:%M:%S")) {
+        result = seconds(*time, true);
+    } else if (const auto zoned = parsed(text, "%Y-%m-%dT%H:%M:%S%z")) {
+        result = seconds(*zoned, false);
+    }
+    if (!result) return std::nullopt;
+    return std::chrono::system_clock::from_time_t(*result);
+}
+
+}  // namespace cli
