@@ -15,7 +15,13 @@ void RunLoop::run() {
 
 bool RunLoop::runUntil(const std::function<bool()>& done, std::optional<Clock::Duration> limit) {
     bool reached = false;
-    queue_->runUntil([&] { return (reached = done()) || stopped_.exchange(false); }, limit);
+    queue_->runUntil(
+        [&] {
+            const bool stopped = stopped_.exchange(false);  // first: a stop counts once, done or not
+            reached = done();
+            return reached || stopped;
+        },
+        limit);
     return reached;
 }
 

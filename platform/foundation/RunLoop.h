@@ -15,7 +15,8 @@ public:
 
     /// Returns after `stop`. May be called again, also from a task.
     void run();
-    /// As `MainQueue::runUntil`, ended by `stop` too, and then false unless done.
+    /// As `MainQueue::runUntil`, ended by `stop` too, and then false unless done. `done` is asked
+    /// after each round of tasks, so whoever makes it true on another thread calls `stop` as well.
     bool runUntil(const std::function<bool()>& done,
                   std::optional<Clock::Duration> limit = std::nullopt);
     /// Ends the loop in progress, the innermost of nested ones, or else the next: it is never lost

@@ -4,7 +4,6 @@
 #include <korvel/KorvelContentSDK.h>
 #include <korvel/platform/foundation/RunLoop.h>
 
-#include <atomic>
 #include <chrono>
 #include <iostream>
 #include <memory>
@@ -12,4 +11,3 @@
 struct QuietConsole final : korvel::platform::Console {
     void print(std::string_view) override {}
 };
-inline std::atomic<bool> finished = false;

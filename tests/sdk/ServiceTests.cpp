@@ -12,7 +12,8 @@ class Wire : public ServiceTest {
 protected:
     std::set<std::string> headerNames() const {
         std::set<std::string> names;
-        for (const auto& [name, value] : service.requests().back().headers) names.insert(name);
+        const auto sent = service.requests().back();
+        for (const auto& [name, value] : sent.headers) names.insert(name);
         return names;
     }
 };
@@ -93,6 +94,7 @@ TEST(Visit, GoesFromLogInToCancellationThroughTheFacade) {
         call([&](const std::string& what) {
             road.push_back(what);
             done = true;
+            loop.stop();
         });
         EXPECT_TRUE(loop.runUntil([&] { return done.load(); }, std::chrono::seconds(20)));
     };
