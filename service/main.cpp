@@ -1,4 +1,5 @@
 #include <korvel/service/ContentService.h>
+#include <korvel/service/DevClient.h>
 
 #include <CLI/CLI.hpp>
 #include <csignal>
@@ -73,11 +74,21 @@ int main(int argc, char** argv) {
     app.add_option("--tenant", options.tenant, "Tenant that clients must name")
         ->capture_default_str();
     app.add_flag("--quiet", quiet, "No line per request");
+    std::string url;
+    std::filesystem::path caFile;
+    auto* state = app.add_subcommand("state", "Show users and counters of a running service");
+    state->add_option("--url", url, "Its base URL")->required();
+    state->add_option("--ca", caFile, "Its certificate authority");
     CLI11_PARSE(app, argc, argv);
     options.tls = !plain;
     if (!quiet) options.onAnswer = printAnswer;
     try {
-        run(std::move(options), caOut);
+        if (*state) {
+            std::fputs(korvel::service::readDevInterface(url, caFile, "/dev/state").c_str(),
+                       stdout);
+        } else {
+            run(std::move(options), caOut);
+        }
     } catch (const std::exception& error) {
         std::fprintf(stderr, "korvel-service: %s\n", error.what());
         return 1;
