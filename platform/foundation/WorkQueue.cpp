@@ -122,7 +122,6 @@ void WorkQueue::State::work(Worker& self) {
 
 /// False if the thread should end.
 bool WorkQueue::State::sleep(Lock& lock, Worker& self) {
-    if (abandoned) return false;
     const auto found = std::find_if(workers.begin(), workers.end(),
                                     [&](const auto& worker) { return worker.get() == &self; });
     self.woken = false;

@@ -1,0 +1,247 @@
+#include <gtest/gtest.h>
+#include <korvel/platform/foundation/MainQueue.h>
+#include <korvel/platform/foundation/Semaphore.h>
+#include <korvel/platform/foundation/WorkQueue.h>
+#include <pthread.h>
+#include <algorithm>
+#include <csignal>
+#include <latch>
+#include <numeric>
+#include <set>
+#include <thread>
+#include <vector>
+
+namespace korvel::tests {
+namespace {
+
+using namespace platform;
+using namespace std::chrono_literals;
+
+/// Signals when the thread that called it has ended.
+void signalAtEndOfThread(Semaphore& ended) {
+    struct Guard {
+        Semaphore* ended = nullptr;
+        ~Guard() {
+            if (ended) ended->signal();
+        }
+    };
+    static thread_local Guard guard;
+    guard.ended = &ended;
+}
+
+WorkQueue::Options shortLived(std::size_t width, bool grows) {
+    return {.label = "test", .width = width, .grows = grows, .idle = 1ms};
+}
+
+TEST(SerialQueues, RunOneTaskAfterAnotherInOrderOnANamedThreadOfTheirOwn) {
+    const auto queue = DispatchQueue::serial("com.example.a-long-label");
+    std::vector<int> order;  // unguarded: a second thread would be a data race
+    std::set<std::thread::id> threads;
+    std::string name(16, '\0');
+    bool takesHostSignals = true;
+    Semaphore done(0);
+    queue->async({});
+    for (int i = 0; i < 1000; ++i) {
+        queue->async([&, i] {
+            order.push_back(i);
+            threads.insert(std::this_thread::get_id());
+        });
+    }
+    queue->async([&] {
+        pthread_getname_np(pthread_self(), name.data(), name.size());
+        sigset_t blocked;
+        pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
+        takesHostSignals = !sigismember(&blocked, SIGTERM) || sigismember(&blocked, SIGSEGV);
+        done.signal();
+    });
+    done.wait();
+    std::vector<int> expected(1000);
+    std::iota(expected.begin(), expected.end(), 0);
+    EXPECT_EQ(order, expected);
+    EXPECT_EQ(threads.size(), 1u);
+    EXPECT_STREQ(name.c_str(), "com.example.a-l");
+    EXPECT_FALSE(takesHostSignals);
+}
+
+TEST(SerialQueues, DelaysAreKeptInTheirOrder) {
+    const auto queue = DispatchQueue::serial("delays");
+    std::vector<int> order;
+    Semaphore done(0);
+    const auto begin = std::chrono::steady_clock::now();
+    queue->asyncAfter(Clock::Duration::max(), [&] { order.push_back(9); });
+    for (const int milliseconds : {30, 5, 15, -1}) {
+        queue->asyncAfter(std::chrono::milliseconds(milliseconds), [&, milliseconds] {
+            order.push_back(milliseconds);
+            EXPECT_GE(std::chrono::steady_clock::now() - begin,
+                      std::chrono::milliseconds(milliseconds));
+            done.signal();
+        });
+    }
+    for (int i = 0; i < 4; ++i) done.wait();
+    EXPECT_EQ(order, (std::vector{-1, 5, 15, 30}));
+}
+
+TEST(SerialQueues, EndTheirThreadWhenIdleAndMakeAnother) {
+    WorkQueue queue(shortLived(1, false));
+    Semaphore ended(0);
+    for (int round = 0; round < 20; ++round) {
+        queue.async([&] { signalAtEndOfThread(ended); });
+        ended.wait();
+    }
+}
+
+TEST(SerialQueues, MayGoBeforeTheirTasksAndFromWithinThem) {
+    Semaphore proceed(0);
+    Semaphore ended(0);
+    std::vector<int> order;
+    auto queue = DispatchQueue::serial("short life");
+    queue->async([&, held = queue]() mutable {
+        signalAtEndOfThread(ended);
+        proceed.wait();
+        held.reset();
+        order.push_back(1);
+    });
+    queue->async([&] { order.push_back(2); });
+    queue.reset();
+    proceed.signal();
+    ended.wait();  // well before its idle time
+    EXPECT_EQ(order, (std::vector{1, 2}));
+
+    Semaphore late(0);
+    DispatchQueue::serial("gone")->asyncAfter(1ms, [&] { late.signal(); });
+    late.wait();
+}
+
+TEST(SerialQueues, DestroyATaskOnItsThreadBeforeTheNextRuns) {
+    const auto queue = DispatchQueue::serial("ownership");
+    std::thread::id ran;
+    std::thread::id destroyed;
+    Semaphore done(0);
+    const auto noteThread = [&](void*) { destroyed = std::this_thread::get_id(); };
+    queue->async([&, kept = std::shared_ptr<void>(nullptr, noteThread)] {
+        ran = std::this_thread::get_id();
+    });
+    queue->async([&] {
+        EXPECT_EQ(destroyed, ran);
+        done.signal();
+    });
+    done.wait();
+    EXPECT_NE(ran, std::thread::id());
+}
+
+TEST(Pool, GrowsWhileItsTasksWaitForOneAnother) {
+    auto& pool = DispatchQueue::global();
+    std::latch together(100);
+    std::latch finished(100);
+    for (int i = 0; i < 100; ++i) {
+        pool.async([&] {
+            together.arrive_and_wait();
+            finished.count_down();
+        });
+    }
+    finished.wait();
+
+    Semaphore done(0);
+    std::function<void(int)> nest = [&](int depth) {
+        Semaphore inner(0);
+        if (depth == 0) return;
+        pool.async([&] {
+            nest(depth - 1);
+            inner.signal();
+        });
+        inner.wait();
+    };
+    pool.async([&] {
+        nest(30);
+        done.signal();
+    });
+    done.wait();
+}
+
+TEST(Pool, EndsItsThreadsWhenIdle) {
+    WorkQueue pool(shortLived(2, true));
+    std::latch together(10);
+    Semaphore ended(0);
+    for (int i = 0; i < 10; ++i) {
+        pool.async([&] {
+            signalAtEndOfThread(ended);
+            together.arrive_and_wait();
+        });
+    }
+    for (int i = 0; i < 10; ++i) ended.wait();
+}
+
+TEST(Pool, RunsEachTaskOnceWhoeverGivesIt) {
+    WorkQueue pool(shortLived(4, true));  // its threads end and begin in between
+    std::vector<std::atomic<int>> runs(4000);
+    std::latch finished(4000);
+    std::vector<std::thread> givers;
+    for (std::size_t giver = 0; giver < 4; ++giver) {
+        givers.emplace_back([&, giver] {
+            for (std::size_t i = giver; i < runs.size(); i += 4) {
+                const auto run = [&, i] {
+                    ++runs[i];
+                    finished.count_down();
+                };
+                i % 16 < 4 ? pool.asyncAfter(std::chrono::microseconds(i), run) : pool.async(run);
+                Semaphore done(
+                    0);  // destroyed by the waiter while the signaller may still be inside
+                if (i % 64 < 4) pool.async([&] { done.signal(); }), done.wait();
+            }
+        });
+    }
+    for (auto& giver : givers) giver.join();
+    finished.wait();
+    EXPECT_TRUE(
+        std::all_of(runs.begin(), runs.end(), [](const auto& count) { return count == 1; }));
+}
+
+struct ProcessEnd : testing::Test {
+    ProcessEnd() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+};
+
+TEST_F(ProcessEnd, IsNeitherHeldUpNorUpsetByTasks) {
+    const auto leave = [] {
+        static const auto serial = DispatchQueue::serial("blocked");
+        static const auto main = std::make_shared<MainQueue>(std::make_shared<SystemClock>(),
+                                                             MainQueue::Driver::ownThread);
+        Semaphore started(0);
+        const auto block = [&] {
+            started.signal();
+            Semaphore(0).wait();
+        };
+        serial->async(block);
+        main->async(block);
+        DispatchQueue::global().async(block);
+        for (int i = 0; i < 3; ++i) started.wait();
+        for (DispatchQueue* queue :
+             {serial.get(), static_cast<DispatchQueue*>(main.get()), &DispatchQueue::global()}) {
+            queue->async([] {});
+            queue->asyncAfter(0ms, [] {});
+            queue->asyncAfter(1h, [] {});
+        }
+        std::exit(0);
+    };
+    EXPECT_EXIT(leave(), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(ProcessEnd, ComesWithAnExceptionOutOfATask) {
+    const auto fail = [](auto&& give) {
+        give([] { throw std::runtime_error("told by the runtime"); });
+        Semaphore(0).wait();
+    };
+    EXPECT_EXIT(fail([](auto task) { DispatchQueue::global().async(task); }),
+                testing::KilledBySignal(SIGABRT), "told by the runtime");
+    EXPECT_EXIT(fail([](auto task) {
+                    MainQueue queue(std::make_shared<SystemClock>(), MainQueue::Driver::manual);
+                    queue.every(1ms, task);
+                    try {
+                        queue.runUntil([] { return false; });
+                    } catch (...) {  // never reached: a loop of the host's must not see it
+                    }
+                }),
+                testing::KilledBySignal(SIGABRT), "told by the runtime");
+}
+
+}  // namespace
+}  // namespace korvel::tests
