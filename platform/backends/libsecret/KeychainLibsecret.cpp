@@ -107,9 +107,11 @@ std::string environment(const char* name) {
 Owned<GDBusConnection> sessionBus(const LibSecret& lib, GCancellable* deadline) {
     Failure failure(lib);
     GDBusConnection* bus = lib.g_bus_get_sync(G_BUS_TYPE_SESSION, deadline, failure.out());
+    if (!bus) return nullptr;
     // GLib's default is to end the process when the desktop's bus goes away.
-    if (bus) lib.g_dbus_connection_set_exit_on_close(bus, FALSE);
-    return {bus, lib.g_object_unref};
+    lib.g_dbus_connection_set_exit_on_close(bus, FALSE);
+    Owned<GDBusConnection> owned{bus, lib.g_object_unref};
+    return lib.g_dbus_connection_is_closed(bus) ? nullptr : std::move(owned);
 }
 
 class KeychainLibsecret final : public Keychain {
@@ -147,6 +149,7 @@ template <class Work> OSStatus KeychainLibsecret::perform(Work work) {
     const std::lock_guard lock(mutex_);
     const Deadline deadline(lib_, patience);
     const auto bus = sessionBus(lib_, deadline.get());
+    if (!bus) return errSecNotAvailable;
     Failure failure(lib_);
     OSStatus status = errSecNotAvailable;
     if (SecretService* service = lib_.secret_service_get_sync(SECRET_SERVICE_OPEN_SESSION,

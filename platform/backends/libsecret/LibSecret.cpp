@@ -21,6 +21,7 @@ std::optional<LibSecret> loaded() {
     const bool complete =
         library && KORVEL_FIND(g_bus_get_sync) && KORVEL_FIND(g_cancellable_cancel) &&
         KORVEL_FIND(g_cancellable_new) && KORVEL_FIND(g_dbus_connection_call_sync) &&
+        KORVEL_FIND(g_dbus_connection_is_closed) &&
         KORVEL_FIND(g_dbus_connection_set_exit_on_close) && KORVEL_FIND(g_error_free) &&
         KORVEL_FIND(g_error_matches) && KORVEL_FIND(g_hash_table_unref) &&
         KORVEL_FIND(g_io_error_quark) && KORVEL_FIND(g_list_free_full) &&

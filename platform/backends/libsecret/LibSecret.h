@@ -15,6 +15,7 @@ struct LibSecret {
     decltype(&::g_cancellable_cancel) g_cancellable_cancel;
     decltype(&::g_cancellable_new) g_cancellable_new;
     decltype(&::g_dbus_connection_call_sync) g_dbus_connection_call_sync;
+    decltype(&::g_dbus_connection_is_closed) g_dbus_connection_is_closed;
     decltype(&::g_dbus_connection_set_exit_on_close) g_dbus_connection_set_exit_on_close;
     decltype(&::g_error_free) g_error_free;
     decltype(&::g_error_matches) g_error_matches;

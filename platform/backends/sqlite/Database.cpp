@@ -43,7 +43,7 @@ Outcome Database::perform(const Work& work, bool inTransaction) {
         return Outcome::unavailable;
     }
     const std::lock_guard lock(mutex_);
-    const auto deadline = std::chrono::steady_clock::now() + patience_;
+    deadline_ = std::chrono::steady_clock::now() + patience_;
     bool repaired = false;
     while (true) {
         const Outcome outcome = attempt(work, inTransaction);
@@ -55,7 +55,7 @@ Outcome Database::perform(const Work& work, bool inTransaction) {
             case Outcome::busy:
                 // The library waits by itself, except where two processes convert or close the file
                 // at once.
-                if (std::chrono::steady_clock::now() >= deadline) return outcome;
+                if (std::chrono::steady_clock::now() >= deadline_) return outcome;
                 std::this_thread::sleep_for(std::chrono::milliseconds(1));
                 break;
             case Outcome::damaged:
@@ -119,9 +119,18 @@ Outcome Database::connect() {
         sqlite3_open_v2(name, &connection_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
     if (resultCode == SQLITE_OK) {
         sqlite3_extended_result_codes(connection_, 1);
-        sqlite3_busy_timeout(connection_, static_cast<int>(patience_.count()));
+        sqlite3_busy_handler(connection_, &Database::waitForOthers, this);
     }
     return outcomeOf(resultCode);
+}
+
+int Database::waitForOthers(void* self, int calls) {
+    // The library's own waiting sleeps for up to 100 ms, which starves whoever meets a busy writer.
+    constexpr std::chrono::microseconds first{50};
+    auto& database = *static_cast<Database*>(self);
+    if (std::chrono::steady_clock::now() >= database.deadline_) return 0;
+    std::this_thread::sleep_for(first * (1 << std::min(calls, 5)));
+    return 1;
 }
 
 void Database::close() {

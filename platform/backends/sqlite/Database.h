@@ -52,6 +52,7 @@ private:
     Outcome open();
     Outcome connect();
     void close();
+    static int waitForOthers(void* self, int calls);
     bool startAnew();
     bool isSound();
     Outcome runSchema();
@@ -64,6 +65,7 @@ private:
     const std::chrono::milliseconds patience_;
     std::atomic<pid_t> process_ = 0;
     std::mutex mutex_;
+    std::chrono::steady_clock::time_point deadline_;  ///< of the access under way
     sqlite3* connection_ = nullptr;
     std::map<const char*, sqlite3_stmt*> statements_;
 };

@@ -69,14 +69,14 @@ OSStatus KeyFile::load() {
     struct stat found {};
     if (stat(file_.c_str(), &found) != 0) {
         key_.reset();
-        return errno == ENOENT ? errSecItemNotFound : errSecIO;
+        return errno == ENOENT ? errSecItemNotFound : errSecNotAvailable;
     }
     const Identity identity{found.st_dev, found.st_ino, found.st_mtim.tv_sec,
                             found.st_mtim.tv_nsec};
     if (key_ && identity == identity_) return errSecSuccess;
     key_.reset();
     const Descriptor opened(open(file_.c_str(), O_RDONLY | O_CLOEXEC));
-    if (opened.get() < 0) return errSecIO;
+    if (opened.get() < 0) return errSecNotAvailable;
     std::array<std::uint8_t, SealingKey::size + 1> bytes{};
     const auto size = ::read(opened.get(), bytes.data(), bytes.size());
     if (size < 0) return errSecIO;

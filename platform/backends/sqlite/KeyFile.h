@@ -17,8 +17,8 @@ class KeyFile {
 public:
     explicit KeyFile(std::filesystem::path file);
 
-    /// `errSecItemNotFound` if there is no key, or something that is none; `errSecIO` if the file
-    /// cannot be read. Notices when the file was replaced.
+    /// `errSecItemNotFound` if there is no key, or something that is none; `errSecNotAvailable` or
+    /// `errSecIO` if the file cannot be read. Notices when the file was replaced.
     OSStatus read(std::shared_ptr<const SealingKey>& key);
     /// The same, but makes folder and key if there is none. `errSecNotAvailable` if that is
     /// impossible.

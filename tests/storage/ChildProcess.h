@@ -1,0 +1,56 @@
+#pragma once
+
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <csignal>
+#include <functional>
+#include <memory>
+#include <new>
+#include <utility>
+
+namespace korvel::tests {
+
+/// Runs `work` in a forked process, which dies with this object or with this process.
+class ChildProcess {
+public:
+    explicit ChildProcess(const std::function<void()>& work) : id_(fork()) {
+        if (id_ != 0) return;
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        work();
+        _exit(0);
+    }
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+    ~ChildProcess() { kill(); }
+
+    void kill() {
+        if (id_ > 0) ::kill(id_, SIGKILL);
+        wait();
+    }
+    /// Whether it ended by itself and in order.
+    bool wait() {
+        int status = -1;
+        if (id_ > 0) waitpid(std::exchange(id_, 0), &status, 0);
+        return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    }
+
+private:
+    pid_t id_;
+};
+
+/// An object that forked processes share.
+template <class T> std::unique_ptr<T, void (*)(T*)> shared() {
+    void* memory =
+        mmap(nullptr, sizeof(T), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    return {new (memory) T(), [](T* object) { munmap(object, sizeof(T)); }};
+}
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+inline constexpr bool sanitized = true;  ///< processes start many times slower
+#else
+inline constexpr bool sanitized = false;
+#endif
+
+}  // namespace korvel::tests

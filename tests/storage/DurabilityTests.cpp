@@ -1,0 +1,219 @@
+// What processes that are killed, race or fork may do to the stores: nothing.
+#include "storage/ChildProcess.h"
+#include "storage/KeychainStores.h"
+#include "support/FakeURLSession.h"
+
+#include <korvel/platform/backends/journal/LocalyticsJournal.h>
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <random>
+#include <set>
+#include <thread>
+#include <vector>
+
+namespace korvel::tests {
+namespace {
+
+using namespace platform;
+
+/// False if `condition` does not come true within a time that only a stuck process needs.
+template <class Condition> bool eventually(Condition condition) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        std::this_thread::yield();
+    }
+    return true;
+}
+
+/// Below `end`; the same sequence in every run.
+std::uint32_t anyBelow(std::uint32_t end) {
+    static std::mt19937 random(20240102);
+    return std::uniform_int_distribution<std::uint32_t>(0, end - 1)(random);
+}
+
+/// A moment that is not the end of an operation.
+void spin(std::uint32_t turns) {
+    for (std::atomic<std::uint32_t> turn = 0; turn < turns; ++turn) {
+    }
+}
+
+constexpr std::array accounts{"token", "userId", "userName", "expiryTime"};
+
+/// What a process says about its saving. `begun` is ahead of `done` while a save is under way.
+struct Progress {
+    std::array<std::atomic<std::uint32_t>, accounts.size()> begun;
+    std::array<std::atomic<std::uint32_t>, accounts.size()> done;
+    std::atomic<std::uint32_t> kept;  ///< items of their own account, added once
+    std::atomic<std::uint32_t> operations;
+    std::atomic<std::uint32_t> failures;
+};
+
+std::string valueOf(std::uint32_t number) {
+    return std::to_string(number) + ":" +
+           std::string(number * 37 % 3000, static_cast<char>('a' + number % 26));
+}
+
+OSStatus save(Keychain& keychain, const std::string& account, const std::string& value) {
+    const SecItemQuery query{.account = account, .valueData = bytesOf(value)};
+    const auto deleted = keychain.SecItemDelete(query);
+    if (deleted != errSecSuccess && deleted != errSecItemNotFound) return deleted;
+    return keychain.SecItemAdd(query);
+}
+
+void saveForEver(const std::filesystem::path& folder, const std::string& name, Progress& progress) {
+    const auto keychain = makeKeychainSQLite(folder);
+    for (std::uint32_t number = progress.kept + 1;; ++number) {
+        for (std::size_t index = 0; index < accounts.size(); ++index) {
+            const std::uint32_t version = progress.begun[index] + 1;
+            progress.begun[index] = version;
+            const auto status = save(*keychain, name + accounts[index], valueOf(version));
+            if (status != errSecSuccess) ++progress.failures;
+            progress.done[index] = version;
+            ++progress.operations;
+        }
+        const auto status = keychain->SecItemAdd(
+            {.account = name + std::to_string(number), .valueData = bytesOf(valueOf(number))});
+        // The item of a killed predecessor may be there without having been acknowledged.
+        if (status != errSecSuccess && status != errSecDuplicateItem) ++progress.failures;
+        progress.kept = number;
+        save(*keychain, "contended", valueOf(number));
+    }
+}
+
+void expectNothingLost(Keychain& keychain, const std::string& name, const Progress& progress,
+                       std::uint32_t checked) {
+    for (std::size_t index = 0; index < accounts.size(); ++index) {
+        const std::uint32_t begun = progress.begun[index];
+        const std::uint32_t done = progress.done[index];
+        const auto found = valueOrStatus(keychain, name + accounts[index]);
+        const bool underWay = begun > done;
+        EXPECT_TRUE((done > 0 && found == valueOf(done)) ||
+                    (underWay && (found == valueOf(begun) || found == "-25300")) || begun == 0)
+            << name << accounts[index] << ": begun " << begun << ", done " << done << ", found "
+            << found.substr(0, 20);
+    }
+    for (std::uint32_t number = checked + 1; number <= progress.kept; ++number) {
+        const std::string account = name + std::to_string(number);
+        EXPECT_EQ(valueOrStatus(keychain, account), valueOf(number)) << account;
+        keychain.SecItemDelete({.account = account});
+    }
+}
+
+TEST(Durability, NoItemIsLostOrTornByAThousandKilledProcesses) {
+    constexpr int rounds = sanitized ? 60 : 1'000;
+    const TemporaryFolder place;
+    const auto folder = place / "store";
+    const std::array names{std::string("left "), std::string("right ")};
+    const std::array progress{shared<Progress>(), shared<Progress>()};
+    std::array<std::unique_ptr<ChildProcess>, 2> savers;
+    std::array<std::uint32_t, 2> checked{};
+    for (int round = 0; round < rounds; ++round) {
+        const std::size_t slot = anyBelow(2);
+        auto& mine = *progress[slot];
+        mine.operations = 0;
+        if (!savers[slot]) {
+            savers[slot] =
+                std::make_unique<ChildProcess>([&] { saveForEver(folder, names[slot], mine); });
+        }
+        const std::uint32_t moment = anyBelow(12);
+        ASSERT_TRUE(eventually([&] { return mine.operations >= moment; }));
+        spin(anyBelow(20'000));
+        savers[slot].reset();
+        // Opened and closed each time: a process that holds a store open must not fork.
+        const auto keychain = makeKeychainSQLite(folder);
+        expectNothingLost(*keychain, names[slot], mine, checked[slot]);
+        checked[slot] = mine.kept;
+        ASSERT_FALSE(HasFailure()) << "round " << round;
+    }
+    for (auto& saver : savers) saver.reset();
+    EXPECT_EQ(progress[0]->failures + progress[1]->failures, 0u);
+    EXPECT_FALSE(std::filesystem::exists(folder / "keychain.corrupt"));
+}
+
+TEST(Durability, ProcessesThatStartAtOnceAgreeOnOneStoreAndOneKey) {
+    constexpr int rounds = sanitized ? 3 : 25;
+    constexpr std::uint32_t processes = 4;
+    for (int round = 0; round < rounds; ++round) {
+        const TemporaryFolder place;
+        const auto folder = place / "not" / "yet" / "there";
+        const auto ready = shared<std::atomic<std::uint32_t>>();
+        std::vector<std::unique_ptr<ChildProcess>> starters;
+        for (std::uint32_t process = 0; process < processes; ++process) {
+            starters.push_back(std::make_unique<ChildProcess>([&, process] {
+                const auto keychain = makeKeychainSQLite(folder);
+                ++*ready;
+                eventually([&] { return *ready == processes; });
+                const auto status = keychain->SecItemAdd(
+                    {.account = std::to_string(process), .valueData = bytesOf(valueOf(process))});
+                if (status != errSecSuccess) _exit(1);
+            }));
+        }
+        for (auto& starter : starters) EXPECT_TRUE(starter->wait());
+        const auto keychain = makeKeychainSQLite(folder);
+        for (std::uint32_t process = 0; process < processes; ++process) {
+            EXPECT_EQ(valueOrStatus(*keychain, std::to_string(process)), valueOf(process));
+        }
+    }
+}
+
+TEST(Durability, AForkedProcessIsRefusedAndHarmsNothing) {
+    const TemporaryFolder place;
+    auto keychain = makeKeychainSQLite(place / "store");
+    ASSERT_EQ(save(*keychain, "token", "abc"), errSecSuccess);
+    ChildProcess child([&] {
+        const bool refused =
+            valueOrStatus(*keychain, "token") == std::to_string(errSecNotAvailable) &&
+            save(*keychain, "token", "child") == errSecNotAvailable;
+        keychain.reset();
+        if (!refused) _exit(1);
+    });
+    EXPECT_TRUE(child.wait());
+    EXPECT_EQ(valueOrStatus(*keychain, "token"), "abc");
+    EXPECT_EQ(save(*keychain, "token", "parent"), errSecSuccess);
+    EXPECT_EQ(valueOrStatus(*makeKeychainSQLite(place / "store"), "token"), "parent");
+}
+
+TEST(Durability, NoTaggedEventIsLostByKilledProcesses) {
+    constexpr int rounds = sanitized ? 8 : 60;
+    const TemporaryFolder place;
+    const LocalyticsJournalOptions options{.folder = place / "journal"};
+    const auto open = [&] {
+        return std::make_shared<LocalyticsJournal>(options, std::make_shared<FakeURLSession>(),
+                                                   nullptr, std::make_shared<SystemClock>());
+    };
+    const auto tagged = shared<std::atomic<std::uint32_t>>();
+    std::set<std::string> ids;
+    for (int round = 0; round < rounds; ++round) {
+        const std::uint32_t before = *tagged;
+        ChildProcess child([&] {
+            const auto journal = open();
+            for (std::uint32_t number = before + 1;; ++number) {
+                journal->tagEvent(std::to_string(number), {{"number", valueOf(number)}});
+                *tagged = number;
+            }
+        });
+        const std::uint32_t moment = before + anyBelow(10);
+        ASSERT_TRUE(eventually([&] { return *tagged >= moment; }));
+        spin(anyBelow(20'000));
+        child.kill();
+    }
+    std::uint32_t expected = 1;
+    for (const auto& event : open()->events()) {
+        EXPECT_TRUE(ids.insert(event.id).second);
+        // The last event of a process may be there though nobody was told, and then comes twice.
+        if (event.name != std::to_string(expected)) --expected;
+        ASSERT_EQ(event.name, std::to_string(expected));
+        EXPECT_EQ(event.attributes, (Localytics::Attributes{{"number", valueOf(expected)}}));
+        ++expected;
+    }
+    EXPECT_GT(expected, *tagged);
+}
+
+}  // namespace
+}  // namespace korvel::tests

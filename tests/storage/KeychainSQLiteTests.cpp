@@ -1,0 +1,192 @@
+// What only the device's own store promises: privacy on disk, and going on whatever happens to its
+// files.
+#include "storage/KeychainStores.h"
+
+#include <korvel/platform/backends/sqlite/Database.h>
+
+#include <gtest/gtest.h>
+
+#include <sys/resource.h>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+namespace korvel::tests {
+namespace {
+
+using namespace platform;
+namespace fs = std::filesystem;
+
+class KeychainSQLite : public ::testing::Test {
+protected:
+    OSStatus save(const std::string& account, std::string_view value) {
+        keychain->SecItemDelete({.account = account});
+        return keychain->SecItemAdd({.account = account, .valueData = bytesOf(value)});
+    }
+    std::string load(const std::string& account) { return valueOrStatus(*keychain, account); }
+    void reopen() { keychain = makeKeychainSQLite(folder); }
+
+    TemporaryFolder place;
+    const fs::path folder = place / "store";
+    const fs::path file = folder / "keychain.sqlite";
+    std::shared_ptr<Keychain> keychain = makeKeychainSQLite(folder);
+};
+
+void write(const fs::path& path, const std::string& text, std::streamoff at = 0) {
+    std::fstream stream(path, std::ios::in | std::ios::out | std::ios::binary);
+    stream.seekp(at);
+    stream << text;
+}
+
+void replace(const fs::path& path, const std::string& text) {
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
+}
+
+TEST_F(KeychainSQLite, LookingLeavesNothingBehindAndStoringOnlyPrivateFiles) {
+    EXPECT_EQ(keychain->SecItemDelete({}), errSecItemNotFound);
+    EXPECT_EQ(load("token"), "-25300");
+    EXPECT_FALSE(fs::exists(folder));
+    ASSERT_EQ(save("token", "the-secret-bearer-code"), errSecSuccess);
+    EXPECT_EQ(fs::status(folder).permissions(), fs::perms::owner_all);
+    int files = 0;
+    for (const auto& entry : fs::directory_iterator(folder)) {
+        ++files;
+        EXPECT_EQ(entry.status().permissions(), fs::perms::owner_read | fs::perms::owner_write)
+            << entry.path();
+        std::ifstream stream(entry.path(), std::ios::binary);
+        const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
+        EXPECT_EQ(bytes.find("bearer"), std::string::npos) << entry.path();
+    }
+    EXPECT_GE(files, 3);
+}
+
+TEST_F(KeychainSQLite, ALostKeyCostsTheOldItemsOnly) {
+    const auto key = folder / "keychain.key";
+    const std::array<std::pair<const char*, std::function<void()>>, 4> losses{{
+        {"removed", [&] { fs::remove(key); }},
+        {"emptied", [&] { replace(key, ""); }},
+        {"too long", [&] { replace(key, std::string(33, 'k')); }},
+        {"another's", [&] { replace(key, std::string(32, 'k')); }},
+    }};
+    for (const bool reopened : {false, true}) {
+        for (const auto& [name, lose] : losses) {
+            SCOPED_TRACE(name);
+            ASSERT_EQ(save("old", "before"), errSecSuccess);
+            lose();
+            if (reopened) reopen();
+            EXPECT_EQ(load("old"), std::to_string(errSecDecode));
+            EXPECT_EQ(keychain->SecItemAdd({.account = "old"}), errSecDuplicateItem);
+            EXPECT_EQ(save("new", "after"), errSecSuccess);
+            EXPECT_EQ(load("new"), "after");
+            EXPECT_EQ(save("old", "again"), errSecSuccess);
+            EXPECT_EQ(load("old"), "again");
+        }
+    }
+}
+
+TEST_F(KeychainSQLite, AChangedOrMovedValueIsNotHandedOut) {
+    save("mine", "1");
+    save("yours", "2");
+    sqlite::Database database(file, "", std::chrono::seconds(1));
+    const auto execute = [&](const char* sql) {
+        return database.write([&](auto& target) { return target.statement(sql).step(); });
+    };
+    ASSERT_EQ(execute("UPDATE item SET value = (SELECT value FROM item WHERE account = X'6D696E65')"
+                      " WHERE account = X'796F757273'"),
+              sqlite::Outcome::done);
+    EXPECT_EQ(load("mine"), "1");
+    EXPECT_EQ(load("yours"), std::to_string(errSecDecode));
+    ASSERT_EQ(execute("UPDATE item SET value = X'00' WHERE account = X'6D696E65'"),
+              sqlite::Outcome::done);
+    EXPECT_EQ(load("mine"), std::to_string(errSecDecode));
+}
+
+TEST_F(KeychainSQLite, ADamagedDatabaseIsKeptAsideAndStartedAnew) {
+    const std::array<std::pair<const char*, std::function<void()>>, 6> damages{{
+        {"no database", [&] { replace(file, std::string(10'000, 'z')); }},
+        {"few bytes", [&] { replace(file, "hello"); }},
+        {"cut off", [&] { fs::resize_file(file, 5'000); }},
+        {"no header", [&] { write(file, std::string(100, '\0')); }},
+        {"broken pages", [&] { write(file, std::string(60'000, '\xee'), 4096); }},
+        {"another program's",
+         [&] {
+             fs::remove(file);
+             sqlite::Database other(file, "CREATE TABLE IF NOT EXISTS item (x)",
+                                    std::chrono::seconds(1));
+             other.write([](auto& target) { return target.statement("SELECT 1").step(); });
+         }},
+    }};
+    for (const bool whileOpen : {false, true}) {
+        for (const auto& [name, damage] : damages) {
+            SCOPED_TRACE(std::string(name) + (whileOpen ? ", with another open" : ""));
+            for (int item = 0; item < 20; ++item) {
+                ASSERT_EQ(save(std::to_string(item), std::string(3'000, 'x')), errSecSuccess);
+            }
+            const auto bystander = makeKeychainSQLite(folder);
+            if (whileOpen) {
+                ASSERT_NE(valueOrStatus(*bystander, "0"), "");
+            }
+            keychain.reset();  // writes the log back, so that the damage below meets everything
+            damage();
+            fs::remove(folder / "keychain.corrupt");
+            reopen();
+            EXPECT_EQ(save("token", "abc"), errSecSuccess);
+            EXPECT_EQ(load("token"), "abc");
+            EXPECT_EQ(valueOrStatus(*bystander, "token"), "abc");
+            reopen();
+            EXPECT_EQ(load("token"), "abc");
+            // With another process's log still there, damage to the file may not even matter.
+            if (!whileOpen) {
+                EXPECT_TRUE(fs::exists(folder / "keychain.corrupt"));
+            }
+        }
+    }
+}
+
+TEST_F(KeychainSQLite, AnUnusableFolderFailsEachCallAndIsTriedAgain) {
+    replace(folder, "a file where the folder should be");
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        EXPECT_EQ(save("token", "abc"), errSecNotAvailable);
+        EXPECT_EQ(load("token"), std::to_string(errSecNotAvailable));
+        EXPECT_EQ(keychain->SecItemDelete({}), errSecNotAvailable);
+    }
+    fs::remove(folder);
+    EXPECT_EQ(save("token", "abc"), errSecSuccess);
+    fs::remove_all(folder);
+    EXPECT_EQ(load("token"), "-25300") << "what was removed is gone";
+    EXPECT_EQ(save("token", "def"), errSecSuccess);
+    reopen();
+    EXPECT_EQ(load("token"), "def");
+
+    keychain.reset();
+    fs::remove(file);
+    fs::create_directory(file);
+    reopen();
+    EXPECT_EQ(save("token", "abc"), errSecNotAvailable);
+    EXPECT_EQ(load("token"), std::to_string(errSecNotAvailable));
+    fs::remove(file);
+    EXPECT_EQ(save("token", "abc"), errSecSuccess);
+}
+
+TEST_F(KeychainSQLite, AFullDiskFailsTheCallAndHarmsNoItem) {
+    ASSERT_EQ(save("token", "abc"), errSecSuccess);
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit full{.rlim_cur = 8'192, .rlim_max = before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &full);
+    const std::string large(100'000, 'x');
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        EXPECT_EQ(keychain->SecItemAdd({.account = "large", .valueData = bytesOf(large)}),
+                  errSecIO);
+    }
+    setrlimit(RLIMIT_FSIZE, &before);
+    EXPECT_EQ(load("token"), "abc");
+    EXPECT_EQ(load("large"), "-25300");
+    EXPECT_EQ(save("large", large), errSecSuccess);
+    EXPECT_EQ(load("large"), large);
+}
+
+}  // namespace
+}  // namespace korvel::tests

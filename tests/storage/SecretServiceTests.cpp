@@ -1,0 +1,84 @@
+// What only the desktop's store promises: never in the way where there is no desktop, or no more.
+#include "storage/KeychainStores.h"
+#include "storage/SecretServiceStore.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+
+namespace korvel::tests {
+namespace {
+
+using namespace platform;
+using namespace std::chrono_literals;
+
+/// How long a host on such a device waits to learn that there is no service.
+auto timeToLearnOfAbsence() {
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(makeKeychainLibsecret("storage-tests"));
+    return std::chrono::steady_clock::now() - start;
+}
+
+TEST(SecretService, WithoutBusThereIsNoStore) {
+    const TemporaryFolder folder;
+    unsetenv("DBUS_SESSION_BUS_ADDRESS");
+    setenv("XDG_RUNTIME_DIR", (folder / "").c_str(), 1);
+    EXPECT_LT(timeToLearnOfAbsence(), 100ms);
+    setenv("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + (folder / "nobody").string()).c_str(), 1);
+    EXPECT_LT(timeToLearnOfAbsence(), 2s);
+}
+
+TEST(SecretService, ABusThatNeverAnswersHoldsUpNobody) {
+    const TemporaryFolder folder;
+    const std::string path = folder / "bus";
+    sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
+    std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+    const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(listen(listener, 8), 0);
+    setenv("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + path).c_str(), 1);
+    EXPECT_LT(timeToLearnOfAbsence(), 5s);
+    close(listener);
+}
+
+class SecretServiceOnBus : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (!store.missing().empty()) GTEST_SKIP() << store.missing();
+        keychain = store.open();
+        ASSERT_TRUE(keychain);
+        ASSERT_EQ(keychain->SecItemAdd({.account = "token", .valueData = bytesOf("abc")}),
+                  errSecSuccess);
+    }
+    SecretServiceStore store;
+    std::shared_ptr<Keychain> keychain;
+};
+
+TEST_F(SecretServiceOnBus, ItemsOfAnotherApplicationAreOutOfReach) {
+    const auto other = store.open("another application");
+    EXPECT_EQ(valueOrStatus(*other, "token"), "-25300");
+    EXPECT_EQ(valueOrStatus(*other, std::nullopt), "-25300");
+    EXPECT_EQ(other->SecItemAdd({.account = "token", .valueData = bytesOf("def")}), errSecSuccess);
+    EXPECT_EQ(other->SecItemDelete({}), errSecSuccess);
+    EXPECT_EQ(valueOrStatus(*keychain, "token"), "abc");
+}
+
+TEST_F(SecretServiceOnBus, AServiceOrBusThatGoesAwayFailsTheCallAndNotTheHost) {
+    store.stopKeyring();
+    EXPECT_EQ(valueOrStatus(*keychain, "token"), std::to_string(errSecNotAvailable));
+    EXPECT_FALSE(makeKeychainLibsecret("storage-tests"));
+    store.stopBus();
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        EXPECT_EQ(valueOrStatus(*keychain, "token"), std::to_string(errSecNotAvailable));
+        EXPECT_EQ(keychain->SecItemDelete({}), errSecNotAvailable);
+        EXPECT_EQ(keychain->SecItemAdd({.account = "other"}), errSecNotAvailable);
+    }
+}
+
+}  // namespace
+}  // namespace korvel::tests
