@@ -1,0 +1,7 @@
+#pragma once
+
+namespace korvel::platform {
+
+enum class NSTextAlignment { left, center, right };
+
+}  // namespace korvel::platform

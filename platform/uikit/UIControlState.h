@@ -1,0 +1,7 @@
+#pragma once
+
+namespace korvel::platform {
+
+enum class UIControlState { normal, highlighted, disabled };
+
+}  // namespace korvel::platform

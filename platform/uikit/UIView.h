@@ -1,0 +1,180 @@
+#pragma once
+
+#include <korvel/platform/foundation/Clock.h>
+#include <korvel/platform/foundation/Object.h>
+#include <korvel/platform/uikit/CALayer.h>
+#include <korvel/platform/uikit/CGAffineTransform.h>
+#include <korvel/platform/uikit/CGRect.h>
+#include <korvel/platform/uikit/NSLayoutAnchor.h>
+#include <korvel/platform/uikit/UIAccessibilityRole.h>
+#include <korvel/platform/uikit/UIColor.h>
+#include <korvel/platform/uikit/UITouch.h>
+#include <korvel/platform/uikit/UIViewAnimation.h>
+#include <korvel/platform/uikit/UIViewTreeObserver.h>
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace korvel::platform {
+
+class Canvas;
+class UIImage;
+class UITapGestureRecognizer;
+class UIViewController;
+class UIWindow;
+
+/// A rectangle of the screen with pixels, touches and subviews. Lives in a `std::shared_ptr`; a
+/// superview owns its subviews. Main queue.
+class KORVEL_API UIView : public Object, public std::enable_shared_from_this<UIView> {
+public:
+    explicit UIView(const CGRect& frame = {});
+    ~UIView() override;
+
+    // Place. The frame is in the superview's coordinates and, with a transform, the upright
+    // rectangle around what is seen; setting it sets what it would be without the transform.
+    CGRect frame() const;
+    void setFrame(const CGRect& frame);
+    CGRect bounds() const { return {{}, rect_.size}; }
+    void setBounds(const CGRect& bounds);  ///< its size, about the centre
+    const CGAffineTransform& transform() const { return transform_; }
+    void setTransform(const CGAffineTransform& transform);  ///< about the centre
+    CGPoint convertFromWindow(CGPoint point) const;         ///< from the topmost view's coordinates
+    CGPoint convertToWindow(CGPoint point) const;
+
+    // Looks
+    double alpha() const { return alpha_; }
+    void setAlpha(double alpha);  ///< 0 to 1
+    /// What the user sees at that time, while an animation is under way.
+    double presentationAlpha(Clock::Instant time) const;
+    bool isHidden() const { return hidden_; }
+    void setHidden(bool hidden) { assign(hidden_, hidden, UIViewChange::hidden); }
+    bool clipsToBounds() const { return clips_; }
+    void setClipsToBounds(bool clips) { assign(clips_, clips, UIViewChange::geometry); }
+    const std::optional<UIColor>& backgroundColor() const { return background_; }
+    void setBackgroundColor(std::optional<UIColor> color) {
+        assign(background_, color, UIViewChange::content);
+    }
+    const std::optional<UIColor>& tintColor() const { return tint_; }  ///< its own
+    void setTintColor(std::optional<UIColor> color);
+    std::optional<UIColor> effectiveTintColor() const;  ///< its own, else the nearest ancestor's
+    const std::shared_ptr<CALayer>& layer();            ///< made at the first call
+
+    // Tree. A view that already is a subview comes to the front; one that holds this is refused.
+    std::shared_ptr<UIView> superview() const;
+    const std::vector<std::shared_ptr<UIView>>& subviews() const { return subviews_; }
+    std::shared_ptr<UIWindow> window() const;
+    void addSubview(const std::shared_ptr<UIView>& view);
+    void removeFromSuperview();  ///< its constraints with what it leaves vanish
+    void bringSubviewToFront(const std::shared_ptr<UIView>& view);
+    bool isDescendantOf(const UIView& view) const;  ///< or that view itself
+
+    // Layout. A view that translates its mask stays where its frame says; others go where the
+    // constraints say, then as large as their content wants, else they stay.
+    bool translatesAutoresizingMaskIntoConstraints() const { return translatesMask_; }
+    void setTranslatesAutoresizingMaskIntoConstraints(bool translates);
+    NSLayoutXAxisAnchor leadingAnchor() { return {weak_from_this(), NSLayoutAttribute::leading}; }
+    NSLayoutXAxisAnchor trailingAnchor() { return {weak_from_this(), NSLayoutAttribute::trailing}; }
+    NSLayoutXAxisAnchor centerXAnchor() { return {weak_from_this(), NSLayoutAttribute::centerX}; }
+    NSLayoutYAxisAnchor topAnchor() { return {weak_from_this(), NSLayoutAttribute::top}; }
+    NSLayoutYAxisAnchor bottomAnchor() { return {weak_from_this(), NSLayoutAttribute::bottom}; }
+    NSLayoutYAxisAnchor centerYAnchor() { return {weak_from_this(), NSLayoutAttribute::centerY}; }
+    NSLayoutDimension widthAnchor() { return {weak_from_this(), NSLayoutAttribute::width}; }
+    NSLayoutDimension heightAnchor() { return {weak_from_this(), NSLayoutAttribute::height}; }
+    /// Active ones that this view keeps, as nearest common ancestor.
+    const std::vector<std::shared_ptr<NSLayoutConstraint>>& constraints() const {
+        return constraints_;
+    }
+    void setNeedsLayout();
+    /// Done at once what the window would do at the next turn of the main queue.
+    void layoutIfNeeded();
+
+    // Input
+    bool isUserInteractionEnabled() const { return interaction_; }
+    void setUserInteractionEnabled(bool enabled) {
+        assign(interaction_, enabled, UIViewChange::interaction);
+    }
+    void addGestureRecognizer(std::shared_ptr<UITapGestureRecognizer> recognizer);
+    const std::vector<std::shared_ptr<UITapGestureRecognizer>>& gestureRecognizers() const {
+        return recognizers_;
+    }
+    /// The frontmost view there that takes touches: not hidden, alpha at least 0.01, interaction
+    /// enabled, and so all above it. In this view's coordinates; null if there is none.
+    std::shared_ptr<UIView> hitTest(CGPoint point);
+
+    // Accessibility
+    const std::string& accessibilityLabel() const { return accessibilityLabel_; }
+    void setAccessibilityLabel(std::string label) {
+        assign(accessibilityLabel_, std::move(label), UIViewChange::accessibility);
+    }
+    virtual UIAccessibilityRole accessibilityRole() const { return UIAccessibilityRole::none; }
+
+    /// Changes of `alpha` within `animations` are shown over that time; `completion` runs after it.
+    /// On the device's screen: `Screen::animate`.
+    static void animate(double seconds, const std::function<void()>& animations,
+                        std::function<void()> completion = {});
+
+    // For the mirror of a toolkit, and for classes that draw
+    virtual bool drawsContent() const { return false; }  ///< more than a background
+    virtual void draw(Canvas&) const {}                  ///< over the background, below subviews
+    virtual double secondsPerTurn() const { return 0; }  ///< rotates for ever; 0: stands still
+    virtual std::optional<CGSize> intrinsicContentSize() const { return std::nullopt; }
+    void setNeedsDisplay() { changed(UIViewChange::content); }
+    virtual void touchesBegan(const UITouch&) {}
+    virtual void touchesMoved(const UITouch&) {}
+    virtual void touchesEnded(const UITouch&) {}
+    virtual void touchesCancelled(const UITouch&) {}
+
+protected:
+    virtual std::shared_ptr<CALayer> makeLayer() const;
+    virtual void layoutSubviews() {}  ///< after the constraints were followed
+    void changed(UIViewChange what);
+    template <class T> bool assign(T& property, T value, UIViewChange what) {
+        if (property == value) return false;
+        property = std::move(value);
+        changed(what);
+        return true;
+    }
+    void invalidateIntrinsicContentSize();
+    /// What an image in this view takes for its colours, by its rendering mode.
+    std::optional<UIColor> tintOf(const UIImage& image) const;
+
+private:
+    friend NSLayoutConstraint;
+    friend UIViewController;
+    friend UIWindow;
+    friend class ViewLayout;
+
+    void setRect(const CGRect& rect);
+    void enter(UIWindow* window);
+    void tellTint();
+    template <class Condition> void dropConstraintsIf(Condition condition);
+    void dropConstraintsTo(const UIView& leaving);
+    void dropDeadConstraints();
+    void layoutSubtree();
+    void forgetLayout();
+
+    CGRect rect_;  ///< the frame without the transform
+    CGAffineTransform transform_;
+    double alpha_ = 1;
+    std::optional<UIViewAnimation> animation_;
+    std::optional<UIColor> background_;
+    std::optional<UIColor> tint_;
+    bool hidden_ = false;
+    bool clips_ = false;
+    bool interaction_ = true;
+    bool translatesMask_ = true;
+    bool needsLayout_ = true;
+    bool subtreeNeedsLayout_ = false;
+    std::string accessibilityLabel_;
+    UIView* superview_ = nullptr;
+    UIWindow* window_ = nullptr;  ///< above it; cleared by the window's destructor
+    std::vector<std::shared_ptr<UIView>> subviews_;
+    std::vector<std::shared_ptr<NSLayoutConstraint>> constraints_;
+    std::vector<std::shared_ptr<UITapGestureRecognizer>> recognizers_;
+    std::shared_ptr<CALayer> layer_;
+    std::weak_ptr<UIViewController> controller_;  ///< whose view it is
+};
+
+}  // namespace korvel::platform

@@ -1,0 +1,205 @@
+#include <korvel/platform/uikit/LayoutEquations.h>
+#include <korvel/platform/uikit/UIWindow.h>
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace korvel::platform {
+
+namespace {
+
+bool isVertical(NSLayoutAttribute attribute) {
+    return attribute == NSLayoutAttribute::top || attribute == NSLayoutAttribute::bottom ||
+           attribute == NSLayoutAttribute::height || attribute == NSLayoutAttribute::centerY;
+}
+
+/// An attribute is a share of the view's origin plus a share of its length, along its axis.
+struct Shares {
+    double origin;
+    double length;
+};
+
+Shares sharesOf(NSLayoutAttribute attribute) {
+    switch (attribute) {
+        case NSLayoutAttribute::leading:
+        case NSLayoutAttribute::top:
+            return {1, 0};
+        case NSLayoutAttribute::trailing:
+        case NSLayoutAttribute::bottom:
+            return {1, 1};
+        case NSLayoutAttribute::centerX:
+        case NSLayoutAttribute::centerY:
+            return {1, 0.5};
+        case NSLayoutAttribute::width:
+        case NSLayoutAttribute::height:
+            break;
+    }
+    return {0, 1};
+}
+
+}  // namespace
+
+/// Places the direct subviews of one view: unknowns are origin and length of each that is not
+/// placed by its frame, along one axis; everything else stands where it is.
+class ViewLayout {
+public:
+    explicit ViewLayout(UIView& container) : container_(container) {
+        for (const auto& view : container.subviews_) {
+            if (!view->translatesMask_) placed_.push_back(view);
+        }
+    }
+
+    void run() {
+        if (placed_.empty()) return;
+        std::vector<std::shared_ptr<NSLayoutConstraint>> constraints;
+        for (auto* owner = &container_; owner; owner = owner->superview_) {
+            owner->dropDeadConstraints();
+            std::copy_if(owner->constraints_.begin(), owner->constraints_.end(),
+                         std::back_inserter(constraints),
+                         [&](const auto& one) { return concerns(*one); });
+        }
+        const auto horizontal = solve(constraints, false);
+        const auto vertical = solve(constraints, true);
+        for (std::size_t index = 0; index < placed_.size(); ++index) {
+            placed_[index]->setRect({horizontal[2 * index], vertical[2 * index],
+                                     std::max(0.0, horizontal[2 * index + 1]),
+                                     std::max(0.0, vertical[2 * index + 1])});
+        }
+    }
+
+private:
+    bool concerns(const NSLayoutConstraint& constraint) const {
+        const auto isPlaced = [&](const std::shared_ptr<UIView>& view) {
+            return view && view->superview_ == &container_ && !view->translatesMask_;
+        };
+        return isPlaced(constraint.firstItem()) || isPlaced(constraint.secondItem());
+    }
+
+    /// Adds `factor` times the attribute to the equation: to its unknowns, or its known side.
+    void add(LayoutEquations::Equation& equation, UIView& view, NSLayoutAttribute attribute,
+             double factor) const {
+        const auto [origin, length] = sharesOf(attribute);
+        const auto found = std::find_if(placed_.begin(), placed_.end(),
+                                        [&](const auto& one) { return one.get() == &view; });
+        if (found != placed_.end()) {
+            const auto index = static_cast<std::size_t>(found - placed_.begin());
+            equation.factors[2 * index] += factor * origin;
+            equation.factors[2 * index + 1] += factor * length;
+            return;
+        }
+        const auto corner = container_.convertFromWindow(view.convertToWindow({}));
+        const bool vertical = isVertical(attribute);
+        equation.sum -=
+            factor * (origin * (vertical ? corner.y : corner.x) +
+                      length * (vertical ? view.rect_.size.height : view.rect_.size.width));
+    }
+
+    /// Origin and length of each, in turn. What comes first in here wins.
+    std::vector<double> solve(const std::vector<std::shared_ptr<NSLayoutConstraint>>& constraints,
+                              bool vertical) const {
+        LayoutEquations equations(2 * placed_.size());
+        for (const auto& constraint : constraints) {
+            if (isVertical(constraint->firstAttribute()) != vertical) continue;
+            auto equation = equations.blank(constraint->constant());
+            add(equation, *constraint->firstItem(), constraint->firstAttribute(), 1);
+            if (const auto second = constraint->secondItem()) {
+                add(equation, *second, constraint->secondAttribute(), -1);
+            }
+            equations.add(std::move(equation));
+        }
+        for (std::size_t index = 0; index < placed_.size(); ++index) {
+            if (const auto size = placed_[index]->intrinsicContentSize()) {
+                equations.fix(2 * index + 1, vertical ? size->height : size->width);
+            }
+        }
+        for (std::size_t index = 0; index < placed_.size(); ++index) {
+            const auto& [origin, size] = placed_[index]->rect_;
+            equations.fix(2 * index + 1, vertical ? size.height : size.width);
+            equations.fix(2 * index, vertical ? origin.y : origin.x);
+        }
+        return equations.solution();
+    }
+
+    UIView& container_;
+    std::vector<std::shared_ptr<UIView>> placed_;
+};
+
+void UIView::setTranslatesAutoresizingMaskIntoConstraints(bool translates) {
+    if (translatesMask_ == translates) return;
+    translatesMask_ = translates;
+    if (superview_) superview_->setNeedsLayout();
+}
+
+template <class Condition> void UIView::dropConstraintsIf(Condition condition) {
+    std::erase_if(constraints_, [&](const auto& constraint) {
+        const bool dropped = condition(*constraint);
+        if (dropped) constraint->owner_.reset();
+        return dropped;
+    });
+}
+
+void UIView::dropConstraintsTo(const UIView& leaving) {
+    dropConstraintsIf([&](const NSLayoutConstraint& constraint) {
+        const auto first = constraint.firstItem();
+        const auto second = constraint.secondItem();
+        return (first && first->isDescendantOf(leaving)) ||
+               (second && second->isDescendantOf(leaving));
+    });
+}
+
+/// Those of views that were destroyed, or lost their place when their superview was.
+void UIView::dropDeadConstraints() {
+    dropConstraintsIf([this](const NSLayoutConstraint& constraint) {
+        const auto first = constraint.firstItem();
+        const auto second = constraint.secondItem();
+        return !first || !first->isDescendantOf(*this) ||
+               (constraint.hasSecondItem() && (!second || !second->isDescendantOf(*this)));
+    });
+}
+
+void UIView::setNeedsLayout() {
+    if (needsLayout_) return;
+    needsLayout_ = true;
+    for (auto* view = superview_; view && !view->subtreeNeedsLayout_; view = view->superview_) {
+        view->subtreeNeedsLayout_ = true;
+    }
+    if (window_) window_->willNeedLayout();
+}
+
+void UIView::layoutIfNeeded() {
+    auto* top = this;
+    while (top->superview_) top = top->superview_;
+    const auto kept = top->shared_from_this();
+    // A view's own layout may ask for another round; one that never comes to rest is left as it is.
+    for (int round = 0; round < 8 && (top->needsLayout_ || top->subtreeNeedsLayout_); ++round) {
+        top->layoutSubtree();
+    }
+    top->forgetLayout();
+}
+
+void UIView::layoutSubtree() {
+    const auto kept = shared_from_this();
+    subtreeNeedsLayout_ = false;
+    if (std::exchange(needsLayout_, false)) {
+        if (const auto controller = controller_.lock()) controller->viewWillLayoutSubviews();
+        ViewLayout(*this).run();
+        layoutSubviews();
+    }
+    for (const auto& view : std::vector(subviews_)) {
+        if (view->needsLayout_ || view->subtreeNeedsLayout_) view->layoutSubtree();
+    }
+}
+
+void UIView::forgetLayout() {
+    if (!needsLayout_ && !subtreeNeedsLayout_) return;
+    needsLayout_ = false;
+    subtreeNeedsLayout_ = false;
+    for (const auto& view : subviews_) view->forgetLayout();
+}
+
+void UIView::invalidateIntrinsicContentSize() {
+    if (superview_ && !translatesMask_) superview_->setNeedsLayout();
+}
+
+}  // namespace korvel::platform
