@@ -4,6 +4,7 @@
 #include <korvel/platform/backends/journal/LocalyticsJournal.h>
 #include <korvel/platform/backends/libsecret/KeychainLibsecret.h>
 #include <korvel/platform/backends/sqlite/KeychainSQLite.h>
+#include <korvel/platform/uikit/Screen.h>
 
 #include <algorithm>
 #include <atomic>
@@ -67,6 +68,7 @@ void complete(Device& device, const DeviceOptions& options) {
                                      .collectorURL = options.analyticsCollector},
             device.urlSession, DispatchQueue::serial("korvel.analytics"), device.clock);
     });
+    fill(device.screen, [&] { return std::make_shared<Screen>(device.mainQueue, device.clock); });
 }
 
 std::mutex installation;

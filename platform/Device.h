@@ -18,6 +18,8 @@
 
 namespace korvel::platform {
 
+class Screen;
+
 /// What a host may choose about the standard device. Every default is what a released application
 /// wants.
 struct DeviceOptions {
@@ -47,6 +49,7 @@ struct KORVEL_API Device {
     std::shared_ptr<Console> console;
     std::shared_ptr<Localytics> localytics;
     std::shared_ptr<Diagnostics> diagnostics;  ///< may stay empty
+    std::shared_ptr<Screen> screen;
     std::vector<Bundle> bundles;
 
     /// A complete device made of this machine's own parts. Any thread.
