@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace korvel::platform {
 
@@ -42,6 +43,17 @@ public:
     /// cannot hold is percent-encoded, "%" too ("/" stays a separator); query and fragment stay
     /// behind the path.
     URL appendingPathComponent(std::string_view component) const;
+
+    struct QueryItem {
+        std::string name;
+        std::optional<std::string> value;  ///< nothing without "=", "" with nothing behind it
+        bool operator==(const QueryItem&) const = default;
+    };
+    /// The query split at "&", percent-decoded ("+" stays); empty without a query.
+    std::vector<QueryItem> queryItems() const;
+
+    /// The same address under another scheme.
+    URL withScheme(std::string_view scheme) const;
 
     bool operator==(const URL&) const = default;
 

@@ -14,4 +14,8 @@ KORVEL_API bool isValidUTF8(std::string_view text);
 /// Host texts pass through here on entry, so that nothing behind the boundary can fail to encode.
 KORVEL_API std::string repairedUTF8(std::string text);
 
+/// `text` in ASCII: accents are taken off ("Á" is "A"), and each character that has no such form is
+/// "?".
+KORVEL_API std::string lossyASCII(std::string_view text);
+
 }  // namespace korvel::platform

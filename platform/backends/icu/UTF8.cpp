@@ -1,5 +1,9 @@
 #include <korvel/platform/foundation/UTF8.h>
 
+#include <unicode/normalizer2.h>
+#include <unicode/schriter.h>
+#include <unicode/uchar.h>
+#include <unicode/unistr.h>
 #include <unicode/utf8.h>
 #include <cstdint>
 #include <cstring>
@@ -55,6 +59,25 @@ std::string repairedUTF8(std::string text) {
         repaired += "\uFFFD";
         bad = endOfWellFormed(text, at);
     }
+}
+
+std::string lossyASCII(std::string_view text) {
+    UErrorCode status = U_ZERO_ERROR;
+    const auto* decomposition = icu::Normalizer2::getNFDInstance(status);
+    auto characters = icu::UnicodeString::fromUTF8(
+        icu::StringPiece(text.data(), static_cast<std::int32_t>(text.size())));
+    if (U_SUCCESS(status)) characters = decomposition->normalize(characters, status);
+
+    std::string ascii;
+    for (icu::StringCharacterIterator at(characters); at.hasNext();) {
+        const auto character = at.next32PostInc();
+        if (character < 0x80) {
+            ascii += static_cast<char>(character);
+        } else if (u_charType(character) != U_NON_SPACING_MARK) {
+            ascii += '?';
+        }
+    }
+    return ascii;
 }
 
 }  // namespace korvel::platform

@@ -173,4 +173,22 @@ URL URL::appendingPathComponent(std::string_view component) const {
     return URL(text + "/" + encodedPath(component) + text_.substr(end));
 }
 
+std::vector<URL::QueryItem> URL::queryItems() const {
+    std::vector<QueryItem> items;
+    const auto text = query();
+    for (std::size_t begin = 0; text && begin <= text->size();) {
+        const auto end = std::min(text->find('&', begin), text->size());
+        const auto item = text->substr(begin, end - begin);
+        const auto equals = item.find('=');
+        items.push_back({decoded(item.substr(0, equals)), std::nullopt});
+        if (equals != std::string::npos) items.back().value = decoded(item.substr(equals + 1));
+        begin = end + 1;
+    }
+    return items;
+}
+
+URL URL::withScheme(std::string_view scheme) const {
+    return URL(std::string(scheme) + ":" + text_.substr(authorityBegin(text_)));
+}
+
 }  // namespace korvel::platform
