@@ -4,6 +4,7 @@
 #include <korvel/platform/backends/journal/LocalyticsJournal.h>
 #include <korvel/platform/backends/libsecret/KeychainLibsecret.h>
 #include <korvel/platform/backends/sqlite/KeychainSQLite.h>
+#include <korvel/platform/foundation/SDKBundle.h>
 #include <korvel/platform/uikit/Screen.h>
 
 #include <algorithm>
@@ -69,6 +70,9 @@ void complete(Device& device, const DeviceOptions& options) {
             device.urlSession, DispatchQueue::serial("korvel.analytics"), device.clock);
     });
     fill(device.screen, [&] { return std::make_shared<Screen>(device.mainQueue, device.clock); });
+    if (!device.bundle(sdkBundleIdentifier)) {
+        if (auto bundle = findSDKBundle()) device.bundles.push_back(std::move(*bundle));
+    }
 }
 
 std::mutex installation;
