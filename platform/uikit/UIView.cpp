@@ -151,6 +151,17 @@ std::shared_ptr<UIWindow> UIView::window() const {
     return window_ ? std::static_pointer_cast<UIWindow>(window_->weak_from_this().lock()) : nullptr;
 }
 
+void UIView::keep(std::shared_ptr<Object> companion) {
+    if (companion) companions_.push_back(std::move(companion));
+}
+
+void UIView::letGo(const std::shared_ptr<Object>& companion) {
+    const auto found = std::find(companions_.begin(), companions_.end(), companion);
+    if (found == companions_.end()) return;
+    const auto released = std::move(*found);  // its end may come back here
+    companions_.erase(found);
+}
+
 bool UIView::isDescendantOf(const UIView& view) const {
     const auto* ancestor = this;
     while (ancestor && ancestor != &view) ancestor = ancestor->superview_;

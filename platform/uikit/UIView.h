@@ -69,6 +69,10 @@ public:
     void removeFromSuperview();  ///< its constraints with what it leaves vanish
     void bringSubviewToFront(const std::shared_ptr<UIView>& view);
     bool isDescendantOf(const UIView& view) const;  ///< or that view itself
+    /// Owned by this view until it is let go, or this view ends: for the controller of a subview
+    /// that nobody else owns.
+    void keep(std::shared_ptr<Object> companion);
+    void letGo(const std::shared_ptr<Object>& companion);
 
     // Layout. A view that translates its mask stays where its frame says; others go where the
     // constraints say, then as large as their content wants, else they stay.
@@ -175,6 +179,7 @@ private:
     std::vector<std::shared_ptr<UITapGestureRecognizer>> recognizers_;
     std::shared_ptr<CALayer> layer_;
     std::weak_ptr<UIViewController> controller_;  ///< whose view it is
+    std::vector<std::shared_ptr<Object>> companions_;
 };
 
 }  // namespace korvel::platform

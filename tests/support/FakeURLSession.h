@@ -2,21 +2,34 @@
 
 #include <korvel/platform/foundation/URLSession.h>
 
+#include <chrono>
+#include <condition_variable>
 #include <deque>
+#include <mutex>
 #include <stdexcept>
 #include <utility>
 #include <vector>
 
 namespace korvel::tests {
 
-/// A session that answers when told, on the thread that tells it. Not for several threads.
+/// A session that answers when told, on the thread that tells it. Requests may come from any
+/// thread; look at them when they have come.
 class FakeURLSession final : public platform::URLSession {
 public:
     std::vector<platform::URLRequest> requests;  ///< everything ever sent, oldest first
 
     void dataTask(platform::URLRequest request, CompletionHandler completionHandler) override {
+        const std::lock_guard lock(mutex_);
         requests.push_back(std::move(request));
         pending_.push_back(std::move(completionHandler));
+        changed_.notify_all();
+    }
+
+    /// For requests that another thread sends. False if they do not come.
+    bool waitForRequests(std::size_t count) {
+        std::unique_lock lock(mutex_);
+        return changed_.wait_for(lock, std::chrono::seconds(30),
+                                 [&] { return requests.size() >= count; });
     }
 
     std::size_t pending() const { return pending_.size(); }
@@ -42,6 +55,8 @@ public:
     }
 
 private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
     std::deque<CompletionHandler> pending_;
 };
 
