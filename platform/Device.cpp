@@ -3,6 +3,7 @@
 #include <korvel/platform/backends/icu/LocaleICU.h>
 #include <korvel/platform/backends/journal/LocalyticsJournal.h>
 #include <korvel/platform/backends/libsecret/KeychainLibsecret.h>
+#include <korvel/platform/backends/sodium/ContentKeySystemSodium.h>
 #include <korvel/platform/backends/sqlite/KeychainSQLite.h>
 #include <korvel/platform/foundation/SDKBundle.h>
 #include <korvel/platform/uikit/Screen.h>
@@ -73,6 +74,7 @@ void complete(Device& device, const DeviceOptions& options) {
     if (!device.bundle(sdkBundleIdentifier)) {
         if (auto bundle = findSDKBundle()) device.bundles.push_back(std::move(*bundle));
     }
+    fill(device.contentKeySystem, [] { return makeContentKeySystemSodium(); });
 }
 
 std::mutex installation;

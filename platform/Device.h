@@ -18,6 +18,8 @@
 
 namespace korvel::platform {
 
+class ContentKeySystem;
+class MediaEngine;
 class Screen;
 
 /// What a host may choose about the standard device. Every default is what a released application
@@ -49,6 +51,10 @@ struct KORVEL_API Device {
     std::shared_ptr<Console> console;
     std::shared_ptr<Localytics> localytics;
     std::shared_ptr<Diagnostics> diagnostics;  ///< may stay empty
+    /// Empty in the standard device, which has no player: a host that plays links one, such as
+    /// korvel::gstreamer, and installs it.
+    std::shared_ptr<MediaEngine> mediaEngine;
+    std::shared_ptr<ContentKeySystem> contentKeySystem;
     std::shared_ptr<Screen> screen;
     std::vector<Bundle> bundles;
 

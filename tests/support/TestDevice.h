@@ -5,6 +5,7 @@
 #include "support/FakeKeychain.h"
 #include "support/FakeLocale.h"
 #include "support/FakeLocalytics.h"
+#include "support/FakeMediaEngine.h"
 #include "support/FakeURLSession.h"
 #include "support/VirtualClock.h"
 
@@ -26,6 +27,7 @@ struct TestDevice {
     std::shared_ptr<FakeLocale> locale = std::make_shared<FakeLocale>();
     std::shared_ptr<FakeLocalytics> localytics = std::make_shared<FakeLocalytics>();
     std::shared_ptr<FakeURLSession> session = std::make_shared<FakeURLSession>();
+    std::shared_ptr<FakeMediaEngine> media = std::make_shared<FakeMediaEngine>(clock);
     std::shared_ptr<platform::MainQueue> mainQueue =
         std::make_shared<platform::MainQueue>(clock, platform::MainQueue::Driver::manual);
     std::shared_ptr<std::vector<std::string>> journal =
@@ -50,6 +52,7 @@ struct TestDevice {
         device.localytics = localytics;
         device.urlSession = session;
         device.mainQueue = mainQueue;
+        device.mediaEngine = media;
         return device;
     }
 

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <korvel/platform/avfoundation/AVAssetResourceLoadingRequest.h>
+#include <korvel/platform/foundation/DispatchQueue.h>
+
+#include <memory>
+#include <mutex>
+
+namespace korvel::platform {
+
+class AVAssetResourceLoader;
+
+/// Answers an asset's key requests. Called on the queue given with it, which it may block for ever.
+class KORVEL_API AVAssetResourceLoaderDelegate {
+public:
+    virtual ~AVAssetResourceLoaderDelegate();
+    /// True: the request is answered, now or at any later time. False: it is not taken, and fails
+    /// unless it was finished with another error already.
+    virtual bool shouldWaitForLoadingOfRequestedResource(
+        AVAssetResourceLoader& resourceLoader,
+        std::shared_ptr<AVAssetResourceLoadingRequest> loadingRequest) = 0;
+};
+
+/// Carries an asset's key requests to its delegate. Any thread; lives in a `std::shared_ptr`.
+class KORVEL_API AVAssetResourceLoader final
+    : public Object,
+      public std::enable_shared_from_this<AVAssetResourceLoader> {
+public:
+    /// The delegate is held weakly. A null delegate or queue: requests fail.
+    void setDelegate(std::weak_ptr<AVAssetResourceLoaderDelegate> delegate,
+                     std::shared_ptr<DispatchQueue> queue);
+    std::shared_ptr<AVAssetResourceLoaderDelegate> delegate() const;
+    std::shared_ptr<DispatchQueue> delegateQueue() const;
+
+    // For media engines.
+
+    /// Asks the delegate; returns at once. `finished` as with the request. If the delegate dies
+    /// before it was asked, the request fails.
+    std::shared_ptr<AVAssetResourceLoadingRequest> load(
+        URLRequest request, AVAssetResourceLoadingRequest::Finished finished);
+    /// The device's; set by the player that opens the asset.
+    void setContentKeySystem(std::shared_ptr<const ContentKeySystem> keySystem);
+
+private:
+    mutable std::mutex mutex_;
+    std::weak_ptr<AVAssetResourceLoaderDelegate> delegate_;
+    std::shared_ptr<DispatchQueue> queue_;
+    std::shared_ptr<const ContentKeySystem> keySystem_;
+};
+
+}  // namespace korvel::platform

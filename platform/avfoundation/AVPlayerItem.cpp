@@ -1,0 +1,185 @@
+#include <korvel/platform/avfoundation/AVError.h>
+#include <korvel/platform/avfoundation/AVPlayer.h>
+#include <korvel/platform/avfoundation/AVPlayerItem.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace korvel::platform {
+
+using std::chrono::nanoseconds;
+
+AVPlayerItem::AVPlayerItem(std::shared_ptr<AVURLAsset> asset) : asset_(std::move(asset)) {}
+
+AVPlayerItem::AVPlayerItem(URL url) : AVPlayerItem(std::make_shared<AVURLAsset>(std::move(url))) {}
+
+AVPlayerItem::~AVPlayerItem() = default;
+
+CMTime AVPlayerItem::currentTime() const {
+    if (target_) return CMTime::of(within(*target_));
+    const auto position = playback_ ? playback_->position() : std::nullopt;
+    return CMTime::of(within(position.value_or(nanoseconds::zero())));
+}
+
+/// Decoders run a little past the end; hosts may rely on positions that do not.
+nanoseconds AVPlayerItem::within(nanoseconds time) const {
+    const CMTime duration = asset_->duration_;
+    if (duration.isNumeric()) time = std::min(time, duration.nanoseconds());
+    return std::max(time, nanoseconds::zero());
+}
+
+// MARK: observers
+
+void AVPlayerItem::addObserver(std::weak_ptr<KeyValueObserver> observer, std::string keyPath) {
+    observers_.add(std::move(observer), std::move(keyPath));
+}
+
+void AVPlayerItem::removeObserver(const KeyValueObserver& observer, const std::string& keyPath) {
+    observers_.remove(observer, keyPath);
+}
+
+void AVPlayerItem::observeDidPlayToEndTime(std::weak_ptr<void> owner, std::function<void()> block) {
+    std::erase_if(endObservers_, [](const auto& each) { return each.owner.expired(); });
+    endObservers_.push_back({std::move(owner), std::move(block)});
+}
+
+void AVPlayerItem::change(bool& value, bool newValue, const char* keyPath) {
+    if (std::exchange(value, newValue) == newValue) return;
+    observers_.notify(keyPath, *this, {newValue});
+}
+
+void AVPlayerItem::changeStatus(Status status) {
+    if (std::exchange(status_, status) == status) return;
+    observers_.notify("status", *this, {static_cast<std::int64_t>(status)});
+}
+
+// MARK: what the player asks
+
+void AVPlayerItem::open(AVPlayer& player, MediaEngine* engine,
+                        std::shared_ptr<MainQueue> mainQueue) {
+    if (player_) close();  // another player's until now
+    player_ = &player;
+    error_.reset();
+    status_ = Status::unknown;
+    events_ = std::make_shared<MediaEvents>(weak_from_this(), std::move(mainQueue));
+    if (engine) {
+        playback_ = engine->open(asset_->url(), asset_->resourceLoader(), events_);
+    } else {
+        events_->failed(makeAVError(AVError::noMediaEngine, "The device has no media engine."));
+    }
+}
+
+void AVPlayerItem::close() {
+    player_ = nullptr;
+    events_.reset();
+    playback_.reset();
+    rate_ = applied_ = 0;
+    enough_ = ended_ = seeking_ = likelyToKeepUp_ = bufferEmpty_ = false;
+    nextSeek_.reset();
+    target_.reset();
+}
+
+void AVPlayerItem::setRate(double rate) {
+    rate_ = rate;
+    applyRate();
+}
+
+void AVPlayerItem::applyRate() {
+    const bool runs = status_ == Status::readyToPlay && enough_ && !ended_;
+    const double rate = runs ? rate_ : 0;
+    if (playback_ && std::exchange(applied_, rate) != rate) playback_->setRate(rate);
+}
+
+void AVPlayerItem::seek(nanoseconds to) {
+    if (!playback_ || status_ == Status::failed) return;
+    target_ = nextSeek_ = to;
+    ended_ = false;
+    startSeek();
+}
+
+/// One at a time, and none before the playback is ready: of those asked for meanwhile the last
+/// counts.
+void AVPlayerItem::startSeek() {
+    if (status_ != Status::readyToPlay || seeking_ || !nextSeek_) return;
+    seeking_ = true;
+    playback_->seek(within(*std::exchange(nextSeek_, std::nullopt)));
+}
+
+std::shared_ptr<const VideoFrame> AVPlayerItem::newestFrame() const {
+    return playback_ ? playback_->newestFrame() : nullptr;
+}
+
+// MARK: what the playback reports. Observers come last: any of them may end the playback.
+
+void AVPlayerItem::didBecomeReady() {
+    if (status_ != Status::unknown) return;
+    didChangeDuration();
+    status_ = Status::readyToPlay;
+    startSeek();
+    applyRate();
+    observers_.notify("status", *this, {static_cast<std::int64_t>(status_)});
+    reportBuffering();
+}
+
+void AVPlayerItem::didBuffer(bool enough) {
+    if (enough_ == enough || status_ == Status::failed) return;
+    enough_ = enough;
+    applyRate();
+    reportBuffering();
+}
+
+void AVPlayerItem::reportBuffering() {
+    if (status_ != Status::readyToPlay || seeking_) return;
+    if (enough_) {
+        change(bufferEmpty_, false, "playbackBufferEmpty");
+        if (enough_) change(likelyToKeepUp_, true, "playbackLikelyToKeepUp");
+    } else if (likelyToKeepUp_) {
+        change(likelyToKeepUp_, false, "playbackLikelyToKeepUp");
+        if (events_) change(bufferEmpty_, true, "playbackBufferEmpty");
+    }
+}
+
+void AVPlayerItem::didEndSeek() {
+    if (!seeking_ || status_ == Status::failed) return;
+    seeking_ = false;
+    if (nextSeek_) return startSeek();
+    target_.reset();
+    applyRate();
+    reportSeekEnd();
+}
+
+void AVPlayerItem::reportSeekEnd() {
+    const auto current = events_;
+    change(likelyToKeepUp_, false, "playbackLikelyToKeepUp");
+    if (current == events_) reportBuffering();
+}
+
+void AVPlayerItem::didChangeDuration() {
+    const auto duration = playback_ ? playback_->duration() : std::nullopt;
+    if (duration && duration->count() >= 0) asset_->duration_ = CMTime::of(*duration);
+}
+
+void AVPlayerItem::didChangeFrame() {
+    if (player_) player_->frameChanged();
+}
+
+void AVPlayerItem::didPlayToEnd() {
+    if (status_ != Status::readyToPlay || ended_ || seeking_) return;
+    ended_ = true;
+    if (player_) player_->itemStopped();
+    const auto present = endObservers_;
+    for (const EndObserver& each : present) {
+        if (const auto owner = each.owner.lock()) each.block();
+    }
+}
+
+void AVPlayerItem::didFail(const NSError& error) {
+    if (status_ == Status::failed) return;
+    error_ = error;
+    nextSeek_.reset();
+    target_.reset();
+    if (player_) player_->itemStopped();
+    changeStatus(Status::failed);
+}
+
+}  // namespace korvel::platform

@@ -1,0 +1,99 @@
+#pragma once
+
+#include <korvel/platform/avfoundation/AVURLAsset.h>
+#include <korvel/platform/avfoundation/MediaEngine.h>
+#include <korvel/platform/foundation/KeyValueObserving.h>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace korvel::platform {
+
+class AVPlayer;
+
+/// A stream on its way through a player. It loads while it is a player's current item. Main queue;
+/// lives in a `std::shared_ptr`.
+///
+/// Observable: "status", "playbackLikelyToKeepUp", "playbackBufferEmpty". Observers hear of real
+/// changes alone. Where both buffering values change, the one that becomes true is told last. A
+/// seek ends as not likely to keep up, and as likely again once enough is loaded, maybe in the same
+/// moment; it never makes the buffer empty.
+class KORVEL_API AVPlayerItem final : public Object,
+                                      public std::enable_shared_from_this<AVPlayerItem> {
+public:
+    enum class Status { unknown, readyToPlay, failed };
+
+    explicit AVPlayerItem(std::shared_ptr<AVURLAsset> asset);
+    explicit AVPlayerItem(URL url);
+    ~AVPlayerItem() override;
+
+    const std::shared_ptr<AVURLAsset>& asset() const { return asset_; }
+    Status status() const { return status_; }
+    const std::optional<NSError>& error() const { return error_; }  ///< why it failed
+    CMTime duration() const { return asset_->duration(); }
+    CMTime currentTime() const;
+    bool isPlaybackLikelyToKeepUp() const { return likelyToKeepUp_; }
+    /// It ran dry while playing and waits.
+    bool isPlaybackBufferEmpty() const { return bufferEmpty_; }
+
+    void addObserver(std::weak_ptr<KeyValueObserver> observer, std::string keyPath);
+    void removeObserver(const KeyValueObserver& observer, const std::string& keyPath);
+    /// `block` runs each time that the item has played to its end, as long as `owner` lives, which
+    /// is kept alive meanwhile.
+    void observeDidPlayToEndTime(std::weak_ptr<void> owner, std::function<void()> block);
+
+private:
+    friend AVPlayer;
+    friend MediaEvents;
+    struct EndObserver {
+        std::weak_ptr<void> owner;
+        std::function<void()> block;
+    };
+
+    void open(AVPlayer& player, MediaEngine* engine, std::shared_ptr<MainQueue> mainQueue);
+    void close();
+    void setRate(double rate);
+    void seek(std::chrono::nanoseconds to);
+    std::shared_ptr<const VideoFrame> newestFrame() const;
+
+    bool hears(const MediaEvents& events) const { return events_.get() == &events; }
+    void didBecomeReady();
+    void didBuffer(bool enough);
+    void didEndSeek();
+    void didChangeDuration();
+    void didChangeFrame();
+    void didPlayToEnd();
+    void didFail(const NSError& error);
+
+    void applyRate();
+    void startSeek();
+    void reportBuffering();
+    void reportSeekEnd();
+    std::chrono::nanoseconds within(std::chrono::nanoseconds time) const;
+    void change(bool& value, bool newValue, const char* keyPath);
+    void changeStatus(Status status);
+
+    const std::shared_ptr<AVURLAsset> asset_;
+    Status status_ = Status::unknown;
+    std::optional<NSError> error_;
+    bool likelyToKeepUp_ = false;
+    bool bufferEmpty_ = false;
+    KeyValueObservers observers_;
+    std::vector<EndObserver> endObservers_;
+
+    AVPlayer* player_ = nullptr;  ///< closes the item before it goes
+    std::shared_ptr<MediaEvents> events_;
+    std::unique_ptr<MediaPlayback> playback_;
+    double rate_ = 0;     ///< requested
+    double applied_ = 0;  ///< what the playback was told: 0 while it waits for the buffer
+    bool enough_ = false;
+    bool ended_ = false;
+    bool seeking_ = false;
+    std::optional<std::chrono::nanoseconds> nextSeek_;
+    std::optional<std::chrono::nanoseconds> target_;  ///< until the seek there has ended
+};
+
+}  // namespace korvel::platform

@@ -1,0 +1,8 @@
+#include <korvel/platform/avfoundation/ContentKeySystem.h>
+
+namespace korvel::platform {
+
+ContentKeyExchange::~ContentKeyExchange() = default;
+ContentKeySystem::~ContentKeySystem() = default;
+
+}  // namespace korvel::platform

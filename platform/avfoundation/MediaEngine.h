@@ -1,0 +1,45 @@
+#pragma once
+
+#include <korvel/platform/avfoundation/AVAssetResourceLoader.h>
+#include <korvel/platform/avfoundation/MediaEvents.h>
+#include <korvel/platform/avfoundation/VideoFrame.h>
+#include <korvel/platform/foundation/URL.h>
+
+#include <chrono>
+#include <memory>
+#include <optional>
+
+namespace korvel::platform {
+
+/// One stream being loaded and decoded. Main queue; no call waits for network, key or decoder.
+///
+/// It begins at rate 0, loading; what happens it reports to its `MediaEvents`. Rates and seeks are
+/// asked of it only once it has reported to be ready, and one seek at a time.
+class KORVEL_API MediaPlayback {
+public:
+    /// Stops and releases everything at once: a key request that nobody answers holds nothing up.
+    virtual ~MediaPlayback();
+
+    /// 0 stops the picture where it is. Negative rates are never asked.
+    virtual void setRate(double rate) = 0;
+    /// To exactly this picture, at the rate set; `to` lies within the stream. Reports `seekEnded`.
+    virtual void seek(std::chrono::nanoseconds to) = 0;
+    /// Nothing while unknown.
+    virtual std::optional<std::chrono::nanoseconds> position() = 0;
+    virtual std::optional<std::chrono::nanoseconds> duration() = 0;
+    /// The picture of this moment; null until there is one.
+    virtual std::shared_ptr<const VideoFrame> newestFrame() = 0;
+};
+
+/// What plays streams on a device. Main queue.
+class KORVEL_API MediaEngine {
+public:
+    virtual ~MediaEngine();
+    /// Begins to load; never fails here but through the events. `keys` gives the keys of encrypted
+    /// segments whose key address is of a scheme that the engine does not load itself.
+    virtual std::unique_ptr<MediaPlayback> open(const URL& url,
+                                                std::shared_ptr<AVAssetResourceLoader> keys,
+                                                std::shared_ptr<MediaEvents> events) = 0;
+};
+
+}  // namespace korvel::platform

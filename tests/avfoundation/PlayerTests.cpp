@@ -1,0 +1,334 @@
+#include "support/TestDevice.h"
+
+#include <korvel/platform/avfoundation/AVError.h>
+#include <korvel/platform/avfoundation/AVPlayer.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+namespace korvel::tests {
+
+using namespace platform;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto infinity = std::numeric_limits<double>::infinity();
+
+CMTime seconds(double value) { return CMTimeMakeWithSeconds(value, nanosecondTimescale); }
+
+/// Writes down what it hears: "playbackLikelyToKeepUp 1".
+struct Listener final : KeyValueObserver {
+    std::vector<std::string> heard;
+    std::function<void(const std::string&)> onChange;
+    void observeValueForKeyPath(const std::string& keyPath, Object&,
+                                const KeyValueChange& change) override {
+        heard.push_back(keyPath + ' ' + std::to_string(change.newValue));
+        if (onChange) onChange(keyPath);
+    }
+    std::vector<std::string> take() { return std::exchange(heard, {}); }
+};
+
+using Lines = std::vector<std::string>;
+const std::string likely = "playbackLikelyToKeepUp 1", unlikely = "playbackLikelyToKeepUp 0";
+const std::string dry = "playbackBufferEmpty 1", notDry = "playbackBufferEmpty 0";
+
+class Player : public testing::Test {
+protected:
+    Player() { observe(*item); }
+
+    void observe(AVPlayerItem& observed) {
+        for (const auto* path : {"status", "playbackLikelyToKeepUp", "playbackBufferEmpty"}) {
+            observed.addObserver(listener, path);
+        }
+    }
+    void settle() { fake.clock->settle(*fake.mainQueue); }
+    void becomeReady(std::chrono::duration<double> length = 20s) {
+        stream().becomeReady(length);
+        settle();
+    }
+    void seek(CMTime to) { player->seek(to, kCMTimeZero, kCMTimeZero); }
+    double position() const { return CMTimeGetSeconds(player->currentTime()); }
+    FakeMediaEngine::Stream& stream() const { return fake.media->last(); }
+
+    TestDevice fake;
+    std::shared_ptr<Listener> listener = std::make_shared<Listener>();
+    std::shared_ptr<AVPlayerItem> item =
+        std::make_shared<AVPlayerItem>(*URL::parse("https://h/v.m3u8"));
+    std::shared_ptr<AVPlayer> player = std::make_shared<AVPlayer>(item, fake.device());
+};
+
+}  // namespace
+
+TEST(MediaTime, CountsInUnitsAndKnowsWhatIsNoTime) {
+    EXPECT_EQ(seconds(0.1), CMTimeMake(100'000'000, nanosecondTimescale));
+    EXPECT_EQ(seconds(3.3).nanoseconds(), 3'300'000'000ns);
+    EXPECT_EQ(CMTimeMake(-1, 3).nanoseconds(), -333'333'333ns);
+    EXPECT_EQ(CMTimeMake(std::numeric_limits<std::int64_t>::max(), 1).nanoseconds(),
+              std::chrono::nanoseconds::max());
+    EXPECT_EQ(CMTimeGetSeconds(CMTimeMake(3, 2)), 1.5);
+    EXPECT_EQ(CMTimeGetSeconds(CMTimeMakeWithSeconds(-infinity, 600)), -infinity);
+    EXPECT_EQ(CMTimeGetSeconds(CMTimeMakeWithSeconds(1e300, 600)), infinity);
+    for (const CMTime none : {kCMTimeIndefinite, kCMTimeInvalid, CMTimeMake(1, 0), CMTime{},
+                              CMTimeMakeWithSeconds(1, -600), CMTimeMakeWithSeconds(NAN, 600)}) {
+        EXPECT_TRUE(std::isnan(CMTimeGetSeconds(none)));
+        EXPECT_EQ(none.nanoseconds(), 0ns);
+    }
+}
+
+TEST_F(Player, RateIsTheRequestedOneWhileTheStreamLoadsOrWaits) {
+    player->play();
+    EXPECT_EQ(player->rate(), 1.f);
+    settle();
+    EXPECT_EQ(stream().calls, Lines{}) << "nothing is asked of a stream that is not ready";
+    EXPECT_TRUE(std::isnan(CMTimeGetSeconds(item->duration())));
+    EXPECT_GT(item->asset()->duration().timescale, 0);
+
+    becomeReady();
+    EXPECT_EQ(stream().calls, Lines{"rate 1"});
+    EXPECT_EQ(CMTimeGetSeconds(item->duration()), 20.);
+    stream().events->buffered(false);
+    settle();
+    EXPECT_EQ(stream().rate(), 0.);
+    EXPECT_EQ(player->rate(), 1.f);
+    player->setRate(2);
+    EXPECT_EQ(stream().rate(), 0.) << "held until enough is loaded";
+    stream().events->buffered(true);
+    settle();
+    EXPECT_EQ(stream().rate(), 2.);
+    for (const float none : {-1.f, NAN, 0.f}) {
+        player->play();
+        player->setRate(none);
+        EXPECT_EQ(player->rate(), 0.f);
+        EXPECT_EQ(stream().rate(), 0.);
+    }
+}
+
+TEST_F(Player, ObserversHearOfRealChangesOnTheMainQueueWithTheTrueValueLast) {
+    stream().becomeReady(20s);
+    EXPECT_EQ(listener->take(), Lines{}) << "not on the engine's thread";
+    settle();
+    EXPECT_EQ(listener->take(), (Lines{"status 1", likely}));
+
+    const auto report = [&](bool enough) {
+        for (int i = 0; i < 3; ++i) stream().events->buffered(enough);
+        stream().events->ready();
+        settle();
+        return listener->take();
+    };
+    EXPECT_EQ(report(true), Lines{});
+    EXPECT_EQ(report(false), (Lines{unlikely, dry}));
+    EXPECT_TRUE(item->isPlaybackBufferEmpty());
+    EXPECT_EQ(report(true), (Lines{notDry, likely}));
+    EXPECT_TRUE(item->isPlaybackLikelyToKeepUp());
+
+    item->addObserver(listener, "playbackLikelyToKeepUp");
+    EXPECT_EQ(report(false), (Lines{unlikely, unlikely, dry}));
+    item->removeObserver(*listener, "playbackLikelyToKeepUp");
+    item->removeObserver(*listener, "playbackBufferEmpty");
+    item->removeObserver(*listener, "playbackBufferEmpty");
+    EXPECT_EQ(report(true), Lines{likely});
+}
+
+TEST_F(Player, SeeksWaitForReadinessAndForEachOtherAndTheLastCounts) {
+    seek(seconds(5));
+    seek(seconds(7));
+    EXPECT_EQ(position(), 7.);
+    EXPECT_TRUE(stream().seeks.empty());
+    stream().endsSeeksAtOnce = false;
+    becomeReady();
+    EXPECT_EQ(stream().seeks, std::vector{7'000'000'000ns});
+    for (const double to : {1., 2., 3.}) seek(seconds(to));
+    EXPECT_EQ(stream().seeks.size(), 1u) << "one at a time";
+    EXPECT_EQ(position(), 3.) << "the slider does not jump back meanwhile";
+    stream().endSeek();
+    settle();
+    EXPECT_EQ(stream().seeks.back(), 3s);
+    stream().endSeek();
+    stream().endSeek();
+    settle();
+    EXPECT_EQ(stream().seeks.size(), 2u);
+
+    stream().endsSeeksAtOnce = true;
+    const std::pair<CMTime, std::optional<std::chrono::nanoseconds>> clamped[] = {
+        {seconds(25), 20s},
+        {seconds(-1), 0s},
+        {seconds(infinity), 20s},
+        {seconds(-infinity), 0s},
+        {seconds(NAN), {}},
+        {kCMTimeInvalid, {}},
+        {item->asset()->duration(), 20s},
+        {kCMTimeIndefinite, {}}};
+    for (const auto& [to, expected] : clamped) {
+        stream().seeks.clear();
+        seek(to);
+        settle();
+        EXPECT_EQ(stream().seeks, expected ? std::vector{*expected} : decltype(stream().seeks){});
+    }
+}
+
+TEST_F(Player, SeekNeverEmptiesTheBufferAndEndsAsLikelyToKeepUpAgain) {
+    player->play();
+    becomeReady();
+    listener->take();
+    stream().endsSeeksAtOnce = false;
+
+    seek(seconds(10));
+    stream().events->buffered(false);
+    settle();
+    EXPECT_EQ(listener->take(), Lines{}) << "what is loaded is in flux";
+    EXPECT_EQ(stream().rate(), 0.) << "but the stream waits for it";
+    stream().events->buffered(true);
+    stream().endSeek();
+    settle();
+    EXPECT_EQ(listener->take(), (Lines{unlikely, likely}));
+    EXPECT_EQ(stream().rate(), 1.);
+
+    seek(seconds(15));
+    stream().events->buffered(false);
+    stream().endSeek();
+    settle();
+    EXPECT_EQ(listener->take(), Lines{unlikely});
+    stream().events->buffered(true);
+    settle();
+    EXPECT_EQ(listener->take(), Lines{likely});
+    stream().events->buffered(false);
+    settle();
+    EXPECT_EQ(listener->take(), (Lines{unlikely, dry})) << "a later stall is one";
+}
+
+TEST_F(Player, TimeObserversRunOneHundredAndFiftyTimesASecondUntilRemoved) {
+    int calls = 0, others = 0;
+    const auto token = player->addPeriodicTimeObserver(seconds(1. / 150), nullptr, [&](CMTime at) {
+        ++calls;
+        EXPECT_EQ(at, player->currentTime());
+    });
+    fake.clock->advance(*fake.mainQueue, 1s);
+    EXPECT_EQ(calls, 150) << "while loading, too";
+    player->play();
+    becomeReady();
+    const auto second =
+        player->addPeriodicTimeObserver(seconds(1. / 150), nullptr, [&](CMTime) { ++others; });
+    fake.clock->advance(*fake.mainQueue, 10s);
+    EXPECT_EQ(calls + others, 150 + 2 * 1500);
+    EXPECT_EQ(position(), 10.);
+
+    player->removeTimeObserver(token);
+    player->removeTimeObserver(token);
+    player->removeTimeObserver(nullptr);
+    calls = others = 0;
+    fake.clock->advance(*fake.mainQueue, 1s);
+    EXPECT_EQ(calls, 0);
+    EXPECT_EQ(others, 150);
+    EXPECT_FALSE(player->addPeriodicTimeObserver(kCMTimeZero, nullptr, [](CMTime) {}));
+    player.reset();
+    fake.clock->advance(*fake.mainQueue, 1s);
+    EXPECT_EQ(others, 150);
+}
+
+TEST_F(Player, EndStopsThePlayerAndTellsThoseWhoLiveOncePerEnd) {
+    int ends = 0;
+    auto owner = std::make_shared<int>();
+    item->observeDidPlayToEndTime(owner, [&] { ++ends; });
+    player->play();
+    becomeReady();
+    stream().playToEnd();
+    stream().events->playedToEnd();
+    settle();
+    EXPECT_EQ(ends, 1);
+    EXPECT_EQ(player->rate(), 0.f);
+    player->play();
+    EXPECT_EQ(player->rate(), 0.f) << "there is nothing left to play";
+    stream().moveTo(21s);
+    EXPECT_EQ(position(), 20.) << "decoders overshoot";
+
+    seek(seconds(18));
+    player->play();
+    settle();
+    EXPECT_EQ(stream().rate(), 1.);
+    stream().playToEnd();
+    settle();
+    EXPECT_EQ(ends, 2);
+    seek(seconds(18));
+    settle();
+    owner.reset();
+    stream().playToEnd();
+    settle();
+    EXPECT_EQ(ends, 2);
+}
+
+TEST_F(Player, FailureIsFinalAndStopsThePlayer) {
+    player->play();
+    const auto error = makeAVError(AVError::contentIsNotAuthorized, "no key");
+    stream().events->failed(error);
+    stream().events->failed(makeAVError(AVError::unknown, "and then some"));
+    stream().becomeReady(20s);
+    settle();
+    EXPECT_EQ(listener->take(), Lines{"status 2"});
+    EXPECT_EQ(item->error(), error);
+    EXPECT_EQ(player->rate(), 0.f);
+    player->play();
+    seek(seconds(1));
+    settle();
+    EXPECT_EQ(player->rate(), 0.f);
+    EXPECT_EQ(stream().calls, Lines{});
+
+    Device bare = fake.device();
+    bare.mediaEngine = nullptr;
+    AVPlayer without(std::make_shared<AVPlayerItem>(item->asset()), bare);
+    settle();
+    EXPECT_EQ(without.currentItem()->error()->code,
+              static_cast<std::int64_t>(AVError::noMediaEngine));
+}
+
+TEST_F(Player, FormerItemIsClosedAndHeardNoMore) {
+    player->play();
+    becomeReady();
+    listener->take();
+    const auto first = fake.media->streams.front();
+    const auto second = std::make_shared<AVPlayerItem>(*URL::parse("https://h/2.m3u8"));
+    first->events->buffered(false);
+    player->replaceCurrentItem(second);
+    EXPECT_TRUE(first->closed);
+    first->events->failed({});
+    settle();
+    EXPECT_EQ(listener->take(), Lines{});
+    EXPECT_EQ(player->status(), AVPlayer::Status::unknown);
+    becomeReady();
+    EXPECT_EQ(stream().calls, Lines{"rate 1"}) << "the rate stays";
+    player->replaceCurrentItem(nullptr);
+    EXPECT_EQ(fake.media->open(), 0u);
+    EXPECT_EQ(player->currentTime(), kCMTimeZero);
+}
+
+TEST_F(Player, ClosingFromWithinAnyCallIsSafe) {
+    for (const std::string during :
+         {"status", "playbackLikelyToKeepUp", "playbackBufferEmpty", "end", "tick"}) {
+        item = std::make_shared<AVPlayerItem>(*URL::parse("https://h/v.m3u8"));
+        observe(*item);
+        player = std::make_shared<AVPlayer>(item, fake.device());
+        int closed = 0;
+        const auto close = [&](const std::string& what) {
+            if (what != during) return;
+            ++closed;
+            player.reset();
+            item.reset();
+        };
+        listener->onChange = close;
+        auto owner = std::make_shared<int>();
+        item->observeDidPlayToEndTime(owner, [&] { close("end"); });
+        player->addPeriodicTimeObserver(seconds(0.01), nullptr, [&](CMTime) { close("tick"); });
+        stream().becomeReady(20s);
+        settle();
+        stream().events->buffered(false);
+        settle();
+        stream().playToEnd();
+        fake.clock->advance(*fake.mainQueue, 1s);
+        EXPECT_EQ(closed, 1) << during;
+        EXPECT_EQ(fake.media->open(), 0u) << during;
+    }
+}
+
+}  // namespace korvel::tests

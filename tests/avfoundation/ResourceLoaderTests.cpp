@@ -1,0 +1,136 @@
+#include <korvel/platform/avfoundation/AVError.h>
+#include <korvel/platform/avfoundation/AVURLAsset.h>
+#include <korvel/platform/foundation/Semaphore.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+
+namespace korvel::tests {
+
+using namespace platform;
+
+namespace {
+
+using Request = std::shared_ptr<AVAssetResourceLoadingRequest>;
+
+struct Delegate final : AVAssetResourceLoaderDelegate {
+    std::function<bool(Request)> answer;
+    bool shouldWaitForLoadingOfRequestedResource(AVAssetResourceLoader&, Request request) override {
+        return answer(std::move(request));
+    }
+};
+
+class ResourceLoader : public testing::Test {
+protected:
+    Request load() {
+        return asset.resourceLoader()->load(URLRequest(*URL::parse("skd://h/k?kid=1")),
+                                            [this] { finished.signal(); });
+    }
+    Request finish(std::function<bool(Request)> answer) {
+        delegate->answer = std::move(answer);
+        auto request = load();
+        finished.wait();
+        return request;
+    }
+    static std::int64_t errorCode(const Request& request) {
+        const auto key = request->key();
+        const auto* error = std::get_if<NSError>(&key);
+        return error ? error->code : 0;
+    }
+
+    AVURLAsset asset{*URL::parse("https://h/v.m3u8")};
+    std::shared_ptr<Delegate> delegate = std::make_shared<Delegate>();
+    std::shared_ptr<DispatchQueue> queue = DispatchQueue::serial("keys");
+    Semaphore finished{0};
+};
+
+constexpr auto notAuthorized = static_cast<std::int64_t>(AVError::contentIsNotAuthorized);
+
+}  // namespace
+
+TEST_F(ResourceLoader, FirstEndingCounts) {
+    asset.resourceLoader()->setDelegate(delegate, queue);
+    const Data sixteen(16, 7);
+    const auto good = finish([&](const Request& request) {
+        EXPECT_EQ(request->request()->url.absoluteString(), "skd://h/k?kid=1");
+        request->dataRequest()->respond(Data(sixteen.begin(), sixteen.begin() + 9));
+        request->dataRequest()->respond(Data(sixteen.begin() + 9, sixteen.end()));
+        request->finishLoading();
+        request->dataRequest()->respond(sixteen);
+        request->finishLoading(NSError{"late", 1, {}});
+        return false;
+    });
+    ASSERT_TRUE(std::holds_alternative<ContentKey>(good->key()));
+    EXPECT_EQ(std::get<ContentKey>(good->key()),
+              ContentKey({7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7, 7}));
+
+    EXPECT_EQ(errorCode(finish([](const Request& request) {
+                  request->finishLoading(NSError{"sdk", -3, {}});
+                  return false;
+              })),
+              -3);
+    EXPECT_EQ(errorCode(finish([](const Request&) { return false; })), notAuthorized);
+    for (const std::size_t length : {0, 15, 17}) {
+        EXPECT_EQ(errorCode(finish([&](const Request& request) {
+                      request->dataRequest()->respond(Data(length));
+                      request->finishLoading();
+                      return true;
+                  })),
+                  notAuthorized);
+    }
+}
+
+TEST_F(ResourceLoader, RequestsFailWithoutADelegateAndWhenItDies) {
+    EXPECT_EQ(errorCode(load()), notAuthorized);
+    finished.wait();
+    asset.resourceLoader()->setDelegate(delegate, nullptr);
+    EXPECT_EQ(errorCode(load()), notAuthorized);
+    finished.wait();
+
+    asset.resourceLoader()->setDelegate(delegate, queue);
+    Semaphore blocked(0), reached(0);
+    queue->async([&] {
+        reached.signal();
+        blocked.wait();
+    });
+    reached.wait();
+    const auto request = load();
+    delegate.reset();
+    blocked.signal();
+    finished.wait();
+    EXPECT_EQ(errorCode(request), notAuthorized);
+}
+
+TEST_F(ResourceLoader, BlockedDelegateHoldsUpNeitherCancellingNorAnotherAsset) {
+    // Never destroyed: the delegate stays blocked in it until the process exits.
+    auto& never = *new Semaphore(0);
+    auto& reached = *new Semaphore(0);
+    delegate->answer = [&](const Request&) {
+        reached.signal();
+        never.wait();
+        return true;
+    };
+    asset.resourceLoader()->setDelegate(delegate, queue);
+    std::atomic<bool> called = false;
+    const auto request =
+        asset.resourceLoader()->load(URLRequest(*URL::parse("skd://h/k")), [&] { called = true; });
+    reached.wait();
+    request->cancel();
+    EXPECT_TRUE(request->isCancelled());
+    request->finishLoading();
+    EXPECT_FALSE(request->isFinished());
+    EXPECT_FALSE(called);
+
+    AVURLAsset other(*URL::parse("https://h/2.m3u8"));
+    const auto second = std::make_shared<Delegate>();
+    second->answer = [](const Request&) { return false; };
+    other.resourceLoader()->setDelegate(second, DispatchQueue::serial("keys"));
+    const auto refused = other.resourceLoader()->load(URLRequest(*URL::parse("skd://h/k")),
+                                                      [this] { finished.signal(); });
+    finished.wait();
+    EXPECT_TRUE(refused->isFinished());
+}
+
+}  // namespace korvel::tests

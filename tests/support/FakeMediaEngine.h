@@ -1,0 +1,144 @@
+#pragma once
+
+#include <korvel/platform/avfoundation/MediaEngine.h>
+
+#include <algorithm>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace korvel::tests {
+
+/// A media engine in which things happen when a test says so. What it reports arrives with the main
+/// queue's next drain. Positions move with the clock, at the rate that the player set.
+class FakeMediaEngine final : public platform::MediaEngine {
+public:
+    using Nanoseconds = std::chrono::nanoseconds;
+
+    /// One stream that a player opened. It outlives the player's own handle.
+    class Stream {
+    public:
+        Stream(platform::URL url_, std::shared_ptr<platform::AVAssetResourceLoader> keys_,
+               std::shared_ptr<platform::MediaEvents> events_,
+               std::shared_ptr<const platform::Clock> clock)
+            : url(std::move(url_)),
+              keys(std::move(keys_)),
+              events(std::move(events_)),
+              clock_(std::move(clock)) {}
+
+        const platform::URL url;
+        const std::shared_ptr<platform::AVAssetResourceLoader> keys;
+        const std::shared_ptr<platform::MediaEvents> events;
+
+        std::vector<std::string> calls;     ///< "rate 1", "seek 2.5", "close", oldest first
+        std::vector<Nanoseconds> seeks;     ///< exactly
+        std::optional<Nanoseconds> length;  ///< reported as the duration
+        std::shared_ptr<const platform::VideoFrame> frame;
+        bool closed = false;
+        bool endsSeeksAtOnce = true;  ///< else `endSeek` does
+
+        /// Loaded: the length is known, the first picture is there, the buffer is full.
+        void becomeReady(std::chrono::duration<double> duration) {
+            length = std::chrono::duration_cast<Nanoseconds>(duration);
+            frame = std::make_shared<platform::VideoFrame>();
+            events->buffered(true);
+            events->ready();
+            events->frameChanged();
+        }
+        void endSeek() { events->seekEnded(); }
+        void playToEnd() {
+            moveTo(length.value_or(Nanoseconds::zero()));
+            events->playedToEnd();
+        }
+
+        /// Asks for a key as an engine does; its answer is the request's `key()` once finished.
+        std::shared_ptr<platform::AVAssetResourceLoadingRequest> askForKey(
+            std::string_view address, std::function<void()> finished = {}) {
+            auto keyURL = platform::URL::parse(address);
+            if (!keyURL) throw std::invalid_argument("no address");
+            return keys->load(platform::URLRequest(*keyURL), std::move(finished));
+        }
+
+        double rate() const { return rate_; }
+        Nanoseconds position() const {
+            const std::chrono::duration<double, std::nano> moved = (clock_->now() - since_) * rate_;
+            return at_ + std::chrono::duration_cast<Nanoseconds>(moved);
+        }
+        void setRate(double rate) {
+            moveTo(position());
+            rate_ = rate;
+        }
+        void moveTo(Nanoseconds position) {
+            at_ = position;
+            since_ = clock_->now();
+        }
+
+    private:
+        const std::shared_ptr<const platform::Clock> clock_;
+        double rate_ = 0;
+        Nanoseconds at_{};
+        platform::Clock::Instant since_ = clock_->now();
+    };
+
+    explicit FakeMediaEngine(std::shared_ptr<const platform::Clock> clock)
+        : clock_(std::move(clock)) {}
+
+    std::vector<std::shared_ptr<Stream>> streams;  ///< every one ever opened, oldest first
+
+    Stream& last() const {
+        if (streams.empty()) throw std::logic_error("no stream was opened");
+        return *streams.back();
+    }
+    std::size_t open() const {
+        return static_cast<std::size_t>(std::count_if(
+            streams.begin(), streams.end(), [](const auto& each) { return !each->closed; }));
+    }
+
+    std::unique_ptr<platform::MediaPlayback> open(
+        const platform::URL& url, std::shared_ptr<platform::AVAssetResourceLoader> keys,
+        std::shared_ptr<platform::MediaEvents> events) override {
+        streams.push_back(
+            std::make_shared<Stream>(url, std::move(keys), std::move(events), clock_));
+        return std::make_unique<Handle>(streams.back());
+    }
+
+private:
+    class Handle final : public platform::MediaPlayback {
+    public:
+        explicit Handle(std::shared_ptr<Stream> stream) : stream_(std::move(stream)) {}
+        ~Handle() override {
+            stream_->setRate(0);
+            stream_->closed = true;
+            stream_->calls.emplace_back("close");
+        }
+        void setRate(double rate) override {
+            stream_->setRate(rate);
+            stream_->calls.push_back("rate " + text(rate));
+        }
+        void seek(Nanoseconds to) override {
+            stream_->moveTo(to);
+            stream_->seeks.push_back(to);
+            stream_->calls.push_back("seek " + text(std::chrono::duration<double>(to).count()));
+            if (stream_->endsSeeksAtOnce) stream_->events->seekEnded();
+        }
+        std::optional<Nanoseconds> position() override { return stream_->position(); }
+        std::optional<Nanoseconds> duration() override { return stream_->length; }
+        std::shared_ptr<const platform::VideoFrame> newestFrame() override {
+            return stream_->frame;
+        }
+
+    private:
+        static std::string text(double value) {
+            std::string digits = std::to_string(value);
+            digits.erase(digits.find_last_not_of('0') + 1);
+            if (digits.ends_with('.')) digits.pop_back();
+            return digits;
+        }
+        const std::shared_ptr<Stream> stream_;
+    };
+
+    const std::shared_ptr<const platform::Clock> clock_;
+};
+
+}  // namespace korvel::tests
