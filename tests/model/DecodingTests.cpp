@@ -97,8 +97,8 @@ TEST(Decoding, WhatIsNotJSONFailsAsAWhole) {
     for (const std::string body : {"", " ", "\xef\xbb\xbf", "null", "5", "\"\"", "[]"}) {
         EXPECT_FALSE(range(body)) << body;
     }
-    for (const std::string tail : {"x", "{}", ",", "]", std::string(1, '\0').c_str(), "1e400"}) {
-        EXPECT_EQ(range(whole + tail).has_value(), tail.empty()) << "followed by " << tail;
+    for (const std::string tail : {"x", "{}", ",", "]", "1e400"}) {
+        EXPECT_FALSE(range(whole + tail)) << "followed by " << tail;
     }
     EXPECT_FALSE(range(whole + std::string(1, '\0')));
     EXPECT_TRUE(range("\xef\xbb\xbf \n" + whole + "\r\n\t "))
