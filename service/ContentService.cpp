@@ -45,6 +45,7 @@ struct ContentService::Running {
           endpoints(options, catalogue, accounts) {
         if (options.tls) tls.emplace();
         if (options.devInterface) addDevInterface(endpoints, service);
+        endpoints.prepare();
         acceptor = std::thread([this] { acceptAll(); });
     }
     ~Running();

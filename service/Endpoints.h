@@ -24,6 +24,8 @@ public:
         bool closes = false;  ///< the connection ends after it
     };
     Reply answer(const ReceivedRequest& request);
+    /// To be called once before the first thread answers.
+    void prepare();
 
     static void send(httplib::Response& response, int status, const std::string& json);
     /// The JSON body of every refusal: {"status":...,"message":...}.

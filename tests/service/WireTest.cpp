@@ -113,9 +113,12 @@ TEST(Faults, EndTheAnswerWhereOrdered) {
 TEST(Faults, HeldAnswersWaitForTheirReleaseAndHoldUpNobodyElse) {
     constexpr std::size_t many = 100;
     ContentService service(plain);
-    service.script("/x", "GET", {.body = "late", .hold = true}, many);
+    service.script("/ondemand/", "GET", {.hold = true}, many);
+    const std::string consent =
+        "GET /ondemand/v1/consent HTTP/1.1\r\nTenantID: korvel\r\nAuthorization: " +
+        clientHeaders(service).find("Authorization")->second + "\r\n\r\n";
     std::list<RawClient> clients;
-    for (std::size_t index = 0; index < many; ++index) clients.emplace_back(service).send(request);
+    for (std::size_t index = 0; index < many; ++index) clients.emplace_back(service).send(consent);
     ASSERT_TRUE(service.waitForHeld(many));
     EXPECT_EQ(service.counters().inFlight, many);
     RawClient other(service);
@@ -124,7 +127,7 @@ TEST(Faults, HeldAnswersWaitForTheirReleaseAndHoldUpNobodyElse) {
     EXPECT_EQ(service.counters().mostInFlight, many + 1);
     service.release();
     EXPECT_EQ(service.counters().held, 0u);
-    for (RawClient& each : clients) EXPECT_EQ(each.read(42).substr(38), "late");
+    for (RawClient& each : clients) EXPECT_EQ(each.read(15), "HTTP/1.1 200 OK");
     EXPECT_FALSE(service.waitForHeld(1, 0ms));
 }
 
@@ -134,7 +137,7 @@ TEST(Faults, StoppingWaitsForNobody) {
     hanging->script("/x", "", {.delay = 1h});
     hanging->script("/x", "", {.body = "drop by drop", .drip = Answer::Drip{.every = 1h}});
     hanging->script("/x", "", {.hold = true});
-    hanging->script("/x", "", {.body = std::string(100U << 20U, 'x')});  // nobody reads it
+    hanging->script("/x", "", {.body = std::string(16U << 20U, 'x')});  // nobody reads it
     std::list<RawClient> clients;
     for (int index = 0; index < 4; ++index) clients.emplace_back(*hanging).send(request);
     clients.emplace_back(*hanging).send("GET /half");
@@ -144,7 +147,7 @@ TEST(Faults, StoppingWaitsForNobody) {
     const auto start = std::chrono::steady_clock::now();
     hanging.reset();
     service.reset();
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
 }
 
 TEST(TLS, IsTrustedThroughTheAuthorityAloneAndRefusedOnOrder) {
