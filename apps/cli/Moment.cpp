@@ -1,5 +1,6 @@
 #include "Moment.h"
 
+#include <cstddef>
 #include <ctime>
 
 namespace cli {
@@ -25,6 +26,9 @@ std::optional<std::time_t> seconds(std::tm time, bool local) {
 }  // namespace
 
 std::optional<std::chrono::system_clock::time_point> moment(const std::string& text) {
+    using std::chrono::system_clock;
+    constexpr std::size_t endOfYear = 4;
+    if (text.find('-') != endOfYear) return std::nullopt;  // the system takes "24" for the year 24
     std::optional<std::time_t> result;
     if (const auto day = parsed(text, "%Y-%m-%d")) {
         result = seconds(*day, true);
@@ -33,8 +37,11 @@ std::optional<std::chrono::system_clock::time_point> moment(const std::string& t
     } else if (const auto zoned = parsed(text, "%Y-%m-%dT%H:%M:%S%z")) {
         result = seconds(*zoned, false);
     }
-    if (!result) return std::nullopt;
-    return std::chrono::system_clock::from_time_t(*result);
+    if (!result || *result > system_clock::to_time_t(system_clock::time_point::max()) ||
+        *result < system_clock::to_time_t(system_clock::time_point::min())) {
+        return std::nullopt;
+    }
+    return system_clock::from_time_t(*result);
 }
 
 }  // namespace cli
