@@ -1,6 +1,6 @@
 #include <korvel/platform/uikit/UIView.h>
 
-#include <algorithm>
+#include <atomic>
 #include <utility>
 
 namespace korvel::platform {
@@ -56,6 +56,8 @@ void NSLayoutConstraint::setActive(bool active) {
     // gives way to its equal.
     std::erase_if(owner->constraints_,
                   [&](const auto& other) { return other.use_count() == 1 && sameAs(*other); });
+    static std::atomic<std::uint64_t> activations = 0;
+    order_ = ++activations;
     owner->constraints_.push_back(shared_from_this());
     owner_ = owner;
     markItems();

@@ -3,6 +3,7 @@
 #include <korvel/platform/foundation/Object.h>
 #include <korvel/platform/uikit/NSLayoutAttribute.h>
 
+#include <cstdint>
 #include <initializer_list>
 #include <memory>
 #include <span>
@@ -40,6 +41,7 @@ public:
 
 private:
     friend UIView;
+    friend class ViewLayout;
     bool hasSecondItem() const;  ///< also if that has gone
     bool sameAs(const NSLayoutConstraint& other) const;
     void markItems() const;
@@ -50,6 +52,7 @@ private:
     NSLayoutAttribute firstAttribute_;
     NSLayoutAttribute secondAttribute_;
     double constant_;
+    std::uint64_t order_ = 0;  ///< of its activation
 };
 
 }  // namespace korvel::platform

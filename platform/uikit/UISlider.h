@@ -38,6 +38,7 @@ public:
     UIAccessibilityRole accessibilityRole() const override { return UIAccessibilityRole::slider; }
     bool drawsContent() const override { return true; }
     void draw(Canvas& canvas) const override;
+    void tintColorDidChange() override { setNeedsDisplay(); }
     std::optional<CGSize> intrinsicContentSize() const override;
 
 protected:

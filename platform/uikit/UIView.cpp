@@ -105,14 +105,14 @@ double UIView::presentationAlpha(Clock::Instant time) const {
 void UIView::setTintColor(std::optional<UIColor> color) {
     if (tint_ == color) return;
     tint_ = color;
-    changed(UIViewChange::content);
-    for (const auto& view : subviews_) view->tellTint();
+    tellTint();
 }
 
 void UIView::tellTint() {
-    if (tint_) return;
-    if (drawsContent()) changed(UIViewChange::content);
-    for (const auto& view : subviews_) view->tellTint();
+    tintColorDidChange();
+    for (const auto& view : subviews_) {
+        if (!view->tint_) view->tellTint();
+    }
 }
 
 std::optional<UIColor> UIView::effectiveTintColor() const {

@@ -125,6 +125,7 @@ public:
     virtual double secondsPerTurn() const { return 0; }  ///< rotates for ever; 0: stands still
     virtual std::optional<CGSize> intrinsicContentSize() const { return std::nullopt; }
     void setNeedsDisplay() { changed(UIViewChange::content); }
+    virtual void tintColorDidChange() {}  ///< its own or the one that it inherits
     virtual void touchesBegan(const UITouch&) {}
     virtual void touchesMoved(const UITouch&) {}
     virtual void touchesEnded(const UITouch&) {}

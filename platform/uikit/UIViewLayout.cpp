@@ -38,10 +38,13 @@ Shares sharesOf(NSLayoutAttribute attribute) {
     return {0, 1};
 }
 
+// The unknowns of each view.
+enum Unknown : std::size_t { x, width, y, height, unknownsPerView };
+
 }  // namespace
 
-/// Places the direct subviews of one view: unknowns are origin and length of each that is not
-/// placed by its frame, along one axis; everything else stands where it is.
+/// Places the direct subviews of one view: unknown are those that are not placed by their frames;
+/// everything else stands where it is.
 class ViewLayout {
 public:
     explicit ViewLayout(UIView& container) : container_(container) {
@@ -52,23 +55,27 @@ public:
 
     void run() {
         if (placed_.empty()) return;
-        std::vector<std::shared_ptr<NSLayoutConstraint>> constraints;
-        for (auto* owner = &container_; owner; owner = owner->superview_) {
-            owner->dropDeadConstraints();
-            std::copy_if(owner->constraints_.begin(), owner->constraints_.end(),
-                         std::back_inserter(constraints),
-                         [&](const auto& one) { return concerns(*one); });
-        }
-        const auto horizontal = solve(constraints, false);
-        const auto vertical = solve(constraints, true);
+        for (const auto& view : placed_) collect(*view);
+        for (auto* owner = &container_; owner; owner = owner->superview_) collect(*owner);
+        std::sort(constraints_.begin(), constraints_.end(),
+                  [](const auto& one, const auto& other) { return one->order_ < other->order_; });
+        const auto values = solve();
         for (std::size_t index = 0; index < placed_.size(); ++index) {
-            placed_[index]->setRect({horizontal[2 * index], vertical[2 * index],
-                                     std::max(0.0, horizontal[2 * index + 1]),
-                                     std::max(0.0, vertical[2 * index + 1])});
+            const double* of = &values[unknownsPerView * index];
+            placed_[index]->setRect(
+                {of[x], of[y], std::max(0.0, of[width]), std::max(0.0, of[height])});
         }
     }
 
 private:
+    /// Those that `owner` keeps and that say something about a placed view.
+    void collect(UIView& owner) {
+        owner.dropDeadConstraints();
+        std::copy_if(owner.constraints_.begin(), owner.constraints_.end(),
+                     std::back_inserter(constraints_),
+                     [&](const auto& one) { return concerns(*one); });
+    }
+
     bool concerns(const NSLayoutConstraint& constraint) const {
         const auto isPlaced = [&](const std::shared_ptr<UIView>& view) {
             return view && view->superview_ == &container_ && !view->translatesMask_;
@@ -80,27 +87,26 @@ private:
     void add(LayoutEquations::Equation& equation, UIView& view, NSLayoutAttribute attribute,
              double factor) const {
         const auto [origin, length] = sharesOf(attribute);
+        const bool vertical = isVertical(attribute);
         const auto found = std::find_if(placed_.begin(), placed_.end(),
                                         [&](const auto& one) { return one.get() == &view; });
         if (found != placed_.end()) {
-            const auto index = static_cast<std::size_t>(found - placed_.begin());
-            equation.factors[2 * index] += factor * origin;
-            equation.factors[2 * index + 1] += factor * length;
+            const auto first = unknownsPerView * static_cast<std::size_t>(found - placed_.begin());
+            equation.factors[first + (vertical ? y : x)] += factor * origin;
+            equation.factors[first + (vertical ? height : width)] += factor * length;
             return;
         }
         const auto corner = container_.convertFromWindow(view.convertToWindow({}));
-        const bool vertical = isVertical(attribute);
-        equation.sum -=
-            factor * (origin * (vertical ? corner.y : corner.x) +
-                      length * (vertical ? view.rect_.size.height : view.rect_.size.width));
+        const auto& size = view.rect_.size;
+        equation.sum -= factor * (vertical ? origin * corner.y + length * size.height
+                                           : origin * corner.x + length * size.width);
     }
 
-    /// Origin and length of each, in turn. What comes first in here wins.
-    std::vector<double> solve(const std::vector<std::shared_ptr<NSLayoutConstraint>>& constraints,
-                              bool vertical) const {
-        LayoutEquations equations(2 * placed_.size());
-        for (const auto& constraint : constraints) {
-            if (isVertical(constraint->firstAttribute()) != vertical) continue;
+    /// The unknowns of all views in turn. Earlier constraints win over later ones, they all over
+    /// the size that the content wants, and that over the frame.
+    std::vector<double> solve() const {
+        LayoutEquations equations(unknownsPerView * placed_.size());
+        for (const auto& constraint : constraints_) {
             auto equation = equations.blank(constraint->constant());
             add(equation, *constraint->firstItem(), constraint->firstAttribute(), 1);
             if (const auto second = constraint->secondItem()) {
@@ -108,21 +114,25 @@ private:
             }
             equations.add(std::move(equation));
         }
+        const auto fixSize = [&](std::size_t index, const CGSize& size) {
+            equations.fix(unknownsPerView * index + width, size.width);
+            equations.fix(unknownsPerView * index + height, size.height);
+        };
         for (std::size_t index = 0; index < placed_.size(); ++index) {
-            if (const auto size = placed_[index]->intrinsicContentSize()) {
-                equations.fix(2 * index + 1, vertical ? size->height : size->width);
-            }
+            if (const auto size = placed_[index]->intrinsicContentSize()) fixSize(index, *size);
         }
         for (std::size_t index = 0; index < placed_.size(); ++index) {
             const auto& [origin, size] = placed_[index]->rect_;
-            equations.fix(2 * index + 1, vertical ? size.height : size.width);
-            equations.fix(2 * index, vertical ? origin.y : origin.x);
+            fixSize(index, size);
+            equations.fix(unknownsPerView * index + x, origin.x);
+            equations.fix(unknownsPerView * index + y, origin.y);
         }
         return equations.solution();
     }
 
     UIView& container_;
     std::vector<std::shared_ptr<UIView>> placed_;
+    std::vector<std::shared_ptr<NSLayoutConstraint>> constraints_;  ///< by their activation
 };
 
 void UIView::setTranslatesAutoresizingMaskIntoConstraints(bool translates) {

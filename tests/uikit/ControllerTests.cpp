@@ -1,0 +1,273 @@
+#include "uikit/Rig.h"
+
+#include <korvel/platform/uikit/UINavigationController.h>
+#include <korvel/platform/uikit/UITabBarController.h>
+
+namespace korvel::tests {
+namespace {
+
+struct Recording : UIViewController {
+    Names calls;
+    void loadView() override {
+        calls.emplace_back("load");
+        UIViewController::loadView();
+    }
+    void viewDidLoad() override { calls.emplace_back("did load"); }
+    void viewWillLayoutSubviews() override { calls.emplace_back("layout"); }
+};
+
+struct Controllers : OnScreen {
+    std::shared_ptr<UIViewController> root = named("root");
+
+    Controllers() {
+        window->setRootViewController(root);
+        settle();
+        observer->take();
+    }
+    static std::shared_ptr<UIViewController> named(const std::string& name) {
+        auto controller = std::make_shared<UIViewController>();
+        controller->view()->setAccessibilityLabel(name);
+        return controller;
+    }
+    /// Names of the views in the window, from back to front.
+    Names shown() const {
+        Names names;
+        for (const auto& view : window->subviews()) names.push_back(view->accessibilityLabel());
+        return names;
+    }
+};
+
+TEST_F(Controllers, AViewIsLoadedAtFirstUseUnlessOneWasGiven) {
+    const auto controller = std::make_shared<Recording>();
+    EXPECT_EQ(controller->viewIfLoaded(), nullptr);
+    const auto view = controller->view();
+    EXPECT_EQ(controller->view(), view);
+    EXPECT_EQ(controller->calls, (Names{"load", "did load"}));
+    window->addSubview(view);
+    settle();
+    EXPECT_EQ(std::exchange(controller->calls, {}).back(), "layout");
+
+    const auto other = std::make_shared<Recording>();
+    const auto given = std::make_shared<UIView>();
+    other->setView(given);
+    EXPECT_EQ(other->view(), given);
+    window->addSubview(given);
+    settle();
+    EXPECT_EQ(other->calls, Names{"layout"});
+    other->setView(nullptr);
+    EXPECT_NE(other->view(), given);
+    EXPECT_EQ(other->calls, (Names{"layout", "load", "did load"}));
+
+    struct Viewless : UIViewController {
+        void loadView() override {}
+    };
+    EXPECT_DEATH(std::make_shared<Viewless>()->view(), "without a view");
+}
+
+TEST_F(Controllers, APresentedViewCoversTheWindowUntilItIsDismissed) {
+    const auto player = named("player");
+    const auto host = add("host", {0, 0, 10, 10});
+    host->addSubview(player->view());
+    player->view()->setTranslatesAutoresizingMaskIntoConstraints(false);
+    observer->take();
+    root->present(player, true, note("presented"));
+    EXPECT_EQ(shown(), (Names{"root", "host", "player"}));
+    EXPECT_EQ(root->presentedViewController(), player);
+    EXPECT_EQ(player->presentingViewController(), root);
+    EXPECT_EQ(observer->take(), (Names{"host subviews", "window subviews", "player geometry",
+                                       "player presented slowly", "player fades for 250"}));
+    window->setFrame({0, 0, 300, 400});
+    clock->advance(*queue, 125ms);
+    EXPECT_DOUBLE_EQ(player->view()->presentationAlpha(clock->now()), 0.5);
+    EXPECT_EQ(log, Names()) << "after the transition";
+    clock->advance(*queue, 125ms);
+    EXPECT_EQ(log, Names{"presented"});
+    EXPECT_EQ(player->view()->frame(), CGRect(0, 0, 300, 400));
+    EXPECT_EQ(root->view()->frame(), CGRect(0, 0, 300, 400));
+
+    observer->take();
+    player->dismiss(false, [&] {
+        note("dismissed")();
+        host->addSubview(player->view());
+    });
+    EXPECT_EQ(observer->take(), (Names{"player dismissed", "window subviews"}));
+    EXPECT_EQ(root->presentedViewController(), nullptr);
+    EXPECT_EQ(player->view()->superview(), nullptr);
+    EXPECT_EQ(log.size(), 1u) << "on the main queue";
+    settle();
+    EXPECT_EQ(log.back(), "dismissed");
+    EXPECT_EQ(player->view()->superview(), host);
+}
+
+TEST_F(Controllers, DismissalTakesAllThatIsAbove) {
+    const auto a = named("a");
+    const auto b = named("b");
+    const auto c = named("c");
+    root->present(a, false);
+    a->present(b, false);
+    b->present(c, false);
+    EXPECT_EQ(shown(), (Names{"root", "a", "b", "c"}));
+    observer->take();
+    a->dismiss(true);  // a presents: it stays
+    EXPECT_EQ(shown(), (Names{"root", "a"}));
+    EXPECT_EQ(observer->take(), (Names{"c dismissed slowly", "window subviews",
+                                       "b dismissed slowly", "window subviews"}));
+    EXPECT_EQ(b->presentedViewController(), nullptr);
+    const auto child = named("child");
+    a->addChild(child);
+    child->dismiss(true);  // for its parent
+    EXPECT_EQ(shown(), Names{"root"});
+
+    root->dismiss(true, note("nothing to dismiss"));
+    EXPECT_EQ(log, Names{"nothing to dismiss"});
+    root->dismiss(false);
+}
+
+TEST_F(Controllers, ImpossiblePresentationsAreRefusedQuietly) {
+    const auto a = named("a");
+    const auto b = named("b");
+    const auto child = named("child");
+    const auto detached = named("detached");
+    root->present(root, true, note("self"));
+    detached->present(a, true, note("in no window"));
+    root->present(nullptr, true, note("null"));
+    root->addChild(child);
+    root->present(child, true, note("a child"));
+    root->present(a, false);
+    root->present(b, true, note("a second one"));
+    a->present(root, true, note("what it covers"));
+    a->present(a, true, note("presented already"));
+    const auto other = std::make_shared<UIWindow>(screen);
+    other->setRootViewController(b);
+    b->present(a, true, note("presented elsewhere"));
+    a->present(b, true, note("a root"));
+    clock->advance(*queue, 1s);
+    EXPECT_EQ(log, Names());
+    EXPECT_EQ(shown(), (Names{"root", "a"}));
+    EXPECT_EQ(a->presentedViewController(), nullptr);
+    EXPECT_EQ(b->presentedViewController(), nullptr);
+
+    a->view()->removeFromSuperview();
+    a->present(a, true);
+    EXPECT_EQ(shown(), (Names{"root", "a"})) << "its view comes back, nothing is presented anew";
+    EXPECT_EQ(a->presentedViewController(), nullptr);
+}
+
+TEST_F(Controllers, ChildrenKnowTheirParentUntilTheyLeave) {
+    const auto child = named("child");
+    root->addChild(child);
+    root->addChild(root);
+    child->addChild(root);
+    EXPECT_EQ(child->parent(), root);
+    EXPECT_EQ(root->parent(), nullptr);
+    const auto other = named("other");
+    other->addChild(child);
+    EXPECT_TRUE(root->children().empty());
+    child->removeFromParent();
+    child->removeFromParent();
+    EXPECT_EQ(child->parent(), nullptr);
+    EXPECT_TRUE(other->children().empty());
+}
+
+TEST_F(Controllers, ContainersShowTheirChosenOne) {
+    const auto stack = std::make_shared<UINavigationController>();
+    const auto a = named("a");
+    const auto b = named("b");
+    EXPECT_EQ(stack->visibleViewController(), nullptr);
+    EXPECT_EQ(stack->popViewController(), nullptr);
+    stack->pushViewController(a);
+    window->setRootViewController(stack);
+    stack->pushViewController(b);
+    settle();
+    EXPECT_EQ(a->view()->window(), nullptr);
+    EXPECT_EQ(b->view()->frame(), window->bounds());
+    const auto modal = named("modal");
+    stack->present(modal, false);
+    EXPECT_EQ(stack->visibleViewController(), modal);
+    modal->dismiss(false);
+    EXPECT_EQ(stack->popViewController(), b);
+    EXPECT_EQ(stack->visibleViewController(), a);
+    EXPECT_EQ(a->view()->window(), window);
+    EXPECT_EQ(stack->popViewController(), nullptr);
+
+    const auto tabs = std::make_shared<UITabBarController>();
+    EXPECT_EQ(tabs->selectedViewController(), nullptr);
+    tabs->setViewControllers({b, modal});
+    window->setRootViewController(tabs);
+    EXPECT_EQ(tabs->selectedViewController(), b);
+    tabs->setSelectedViewController(modal);
+    tabs->setSelectedViewController(a);  // not one of them
+    settle();
+    EXPECT_EQ(tabs->selectedViewController(), modal);
+    EXPECT_EQ(modal->view()->frame(), window->bounds());
+    EXPECT_EQ(b->view()->window(), nullptr);
+    modal->present(named("over a tab"), false);
+    tabs->setSelectedViewController(nullptr);
+    EXPECT_EQ(tabs->selectedViewController(), nullptr);
+    tabs->setViewControllers({modal});
+    EXPECT_EQ(tabs->selectedViewController(), modal);
+}
+
+TEST_F(Controllers, TheKeyWindowIsTheLastOneThatWasMadeSo) {
+    auto& application = screen->application();
+    EXPECT_EQ(application.keyWindow(), nullptr);
+    window->makeKeyAndVisible();
+    auto other = std::make_shared<UIWindow>(screen);
+    other->setAccessibilityLabel("other");
+    observer->take();
+    other->makeKeyAndVisible();
+    EXPECT_EQ(observer->take(), (Names{"window window", "other window"}));
+    EXPECT_EQ(application.keyWindow(), other);
+    EXPECT_FALSE(window->isKeyWindow());
+    other.reset();
+    EXPECT_EQ(application.keyWindow(), nullptr);
+}
+
+TEST_F(Controllers, TheOrientationIsAValueThatObserversFollow) {
+    auto& device = screen->device();
+    EXPECT_EQ(device.orientation(), UIDevice::orientationPortrait);
+    device.setValue(4, "orientation");
+    for (const std::int64_t value : {4, 7, -1}) device.setValue(value, "orientation");
+    device.setValue(1, "brightness");
+    EXPECT_EQ(device.value("orientation"), 4);
+    EXPECT_EQ(device.value("brightness"), std::nullopt);
+    EXPECT_EQ(observer->take(), Names{"orientation 4"});
+}
+
+TEST_F(Controllers, EverythingGoesInAnyOrder) {
+    auto a = named("a");
+    auto b = named("b");
+    const std::vector<std::weak_ptr<void>> all{root,      a,         b,     root->view(),
+                                               a->view(), b->view(), window};
+    root->present(a, true, note("never"));
+    a->present(b, true);
+    root->addChild(named("child"));
+    a.reset();
+    b.reset();
+    root.reset();
+    EXPECT_EQ(shown(), (Names{"root", "a", "b"})) << "the window owns them all";
+    window->setRootViewController(nullptr);
+    EXPECT_EQ(shown(), Names());
+    window.reset();
+    for (const auto& one : all) EXPECT_TRUE(one.expired());
+
+    window = std::make_shared<UIWindow>(screen);
+    window->setRootViewController(named("root"));
+    const std::weak_ptr<UIViewController> kept = window->rootViewController();
+    kept.lock()->present(named("a"), false);
+    auto presented = kept.lock()->presentedViewController();
+    window.reset();  // with a presentation under way
+    EXPECT_TRUE(kept.expired());
+    presented->dismiss(false, note("too late"));
+    EXPECT_EQ(log.back(), "too late");
+
+    window = std::make_shared<UIWindow>(screen);
+    auto owner = named("owner");  // nobody's root, only its view is shown
+    window->addSubview(owner->view());
+    owner->present(named("over it"), false);
+    owner.reset();
+    EXPECT_EQ(shown(), Names{"owner"}) << "what it presented goes with it";
+}
+
+}  // namespace
+}  // namespace korvel::tests

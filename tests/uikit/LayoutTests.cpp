@@ -1,0 +1,169 @@
+#include "uikit/Rig.h"
+
+#include <korvel/platform/uikit/UILabel.h>
+
+#include <numbers>
+
+namespace korvel::tests {
+namespace {
+
+using Constraints = std::vector<std::shared_ptr<NSLayoutConstraint>>;
+
+struct Layout : OnScreen {
+    std::shared_ptr<UIView> box = add("box", {50, 20, 200, 100});
+    std::shared_ptr<UIView> view = add("view", {1, 2, 3, 4}, box);
+
+    Layout() { view->setTranslatesAutoresizingMaskIntoConstraints(false); }
+
+    static Constraints fourPins(UIView& view, UIView& container) {
+        return {view.leadingAnchor().constraintEqualTo(container.leadingAnchor()),
+                view.trailingAnchor().constraintEqualTo(container.trailingAnchor()),
+                view.heightAnchor().constraintEqualTo(container.heightAnchor()),
+                view.centerYAnchor().constraintEqualTo(container.centerYAnchor())};
+    }
+    static Constraints sixPins(UIView& view, UIView& container) {
+        return {view.centerXAnchor().constraintEqualTo(container.centerXAnchor()),
+                view.centerYAnchor().constraintEqualTo(container.centerYAnchor()),
+                view.topAnchor().constraintEqualTo(container.topAnchor()),
+                view.leadingAnchor().constraintEqualTo(container.leadingAnchor()),
+                view.trailingAnchor().constraintEqualTo(container.trailingAnchor()),
+                view.bottomAnchor().constraintEqualTo(container.bottomAnchor())};
+    }
+    CGRect laidOut() {
+        view->layoutIfNeeded();
+        return view->frame();
+    }
+};
+
+TEST_F(Layout, PinnedViewsFillTheirContainerWhateverItsSize) {
+    for (const auto& pins : {fourPins(*view, *box), sixPins(*view, *box)}) {
+        NSLayoutConstraint::activate(pins);
+        for (const CGSize size : {CGSize{200, 100}, {333, 77}, {0, 0}, {1920, 1080}}) {
+            box->setFrame({{7, 9}, size});
+            EXPECT_EQ(laidOut(), CGRect({}, size));
+        }
+        for (const auto& pin : pins) pin->setActive(false);
+        box->setFrame({0, 0, 10, 10});
+        EXPECT_EQ(laidOut().size, (CGSize{1920, 1080})) << "what nothing decides stays";
+    }
+}
+
+TEST_F(Layout, FollowsAtTheNextTurnOfTheMainQueueWithoutBeingAsked) {
+    NSLayoutConstraint::activate(fourPins(*view, *box));
+    box->setFrame({0, 0, 90, 60});
+    EXPECT_EQ(view->frame(), CGRect(1, 2, 3, 4));
+    settle();
+    EXPECT_EQ(view->frame(), CGRect(0, 0, 90, 60));
+    EXPECT_EQ(queue->drain(), std::nullopt) << "a layout at rest costs nothing";
+    view->setFrame({5, 5, 5, 5});
+    settle();
+    EXPECT_EQ(view->frame(), CGRect(0, 0, 90, 60)) << "constraints outrank a frame";
+}
+
+TEST_F(Layout, EdgesCentresLengthsAndSiblingsDecideInTheOrderOfActivation) {
+    const auto label = add<UILabel>("label", {}, box);
+    label->setTranslatesAutoresizingMaskIntoConstraints(false);
+    label->setText("text");
+    const auto width = view->widthAnchor().constraintEqualToConstant(40);
+    NSLayoutConstraint::activate(
+        {width, view->trailingAnchor().constraintEqualTo(box->trailingAnchor(), -10),
+         view->centerYAnchor().constraintEqualTo(box->centerYAnchor()),
+         view->heightAnchor().constraintEqualTo(view->widthAnchor()),
+         view->widthAnchor().constraintEqualToConstant(99),  // contradicts, and gives way
+         label->trailingAnchor().constraintEqualTo(view->leadingAnchor(), -8),
+         label->topAnchor().constraintEqualTo(view->topAnchor()),
+         view->bottomAnchor().constraintEqualTo(window->bottomAnchor(), -1e9)});
+    EXPECT_EQ(laidOut(), CGRect(150, 30, 40, 40));
+    const auto textSize = EstimatedTextMeasure().sizeOf("text", label->font());
+    EXPECT_EQ(label->frame(), CGRect({142 - textSize.width, 30}, textSize));
+
+    width->setConstant(20);
+    label->setText("longer text");
+    EXPECT_EQ(laidOut(), CGRect(170, 40, 20, 20));
+    EXPECT_EQ(label->frame().maxX(), 162);
+    EXPECT_GT(label->frame().size.width, textSize.width);
+}
+
+TEST_F(Layout, AToolkitMeasuresTextInstead) {
+    struct Wide final : TextMeasure {
+        CGSize sizeOf(std::string_view text, const UIFont& font) const override {
+            return {static_cast<double>(text.size()) * 100, font.pointSize};
+        }
+    };
+    const auto label = add<UILabel>("label", {}, box);
+    label->setTranslatesAutoresizingMaskIntoConstraints(false);
+    screen->setTextMeasure(std::make_shared<Wide>());
+    label->setText("abc");
+    label->setFont(UIFont::boldSystemFont(28));
+    label->layoutIfNeeded();
+    EXPECT_EQ(label->frame(), CGRect(0, 0, 300, 28));
+    screen.reset();
+}
+
+TEST_F(Layout, ConstraintsVanishWithAViewThatLeaves) {
+    const auto outer = fourPins(*view, *box);
+    NSLayoutConstraint::activate(outer);
+    const auto inner = add("inner", {0, 0, 5, 5}, view);
+    const auto own = inner->widthAnchor().constraintEqualTo(view->widthAnchor());
+    NSLayoutConstraint::activate({own});
+    view->removeFromSuperview();
+    EXPECT_TRUE(box->constraints().empty());
+    EXPECT_FALSE(outer.front()->isActive());
+    EXPECT_TRUE(own->isActive()) << "they left together";
+    box->addSubview(view);
+    view->setFrame({1, 1, 1, 1});
+    EXPECT_EQ(laidOut(), CGRect(1, 1, 5, 1));
+
+    const auto stranger = std::make_shared<UIView>();
+    const auto impossible = view->topAnchor().constraintEqualTo(stranger->topAnchor());
+    impossible->setActive(true);
+    EXPECT_FALSE(impossible->isActive());
+}
+
+TEST_F(Layout, PinningAgainDoesNotPileUp) {
+    for (int round = 0; round < 100; ++round) NSLayoutConstraint::activate(fourPins(*view, *box));
+    EXPECT_EQ(box->constraints().size(), 4u);
+    const auto held = fourPins(*view, *box);
+    NSLayoutConstraint::activate(held);
+    NSLayoutConstraint::activate(fourPins(*view, *box));
+    EXPECT_EQ(box->constraints().size(), 8u) << "one that its maker holds is his to deactivate";
+}
+
+TEST_F(Layout, ALayoutThatAlwaysAsksForAnotherComesToRest) {
+    struct Restless : UIView {
+        using UIView::UIView;
+        int rounds = 0;
+        void layoutSubviews() override {
+            ++rounds;
+            setNeedsLayout();
+        }
+    };
+    const auto restless = add<Restless>("restless", {});
+    settle();
+    EXPECT_LE(restless->rounds, 8);
+    const int before = restless->rounds;
+    restless->setNeedsLayout();
+    settle();
+    EXPECT_GT(restless->rounds, before) << "and is asked again when something changes";
+}
+
+TEST_F(Layout, TransformsTurnAboutTheCentreAndKeepTheBounds) {
+    view->setFrame({10, 20, 40, 20});
+    view->setTransform(view->transform().rotated(0));
+    EXPECT_TRUE(view->transform().isIdentity());
+    view->setTransform(view->transform().rotated(std::numbers::pi / 2));
+    EXPECT_NEAR(view->frame().minX(), 20, 1e-9);
+    EXPECT_NEAR(view->frame().size.width, 20, 1e-9);
+    EXPECT_EQ(view->bounds(), CGRect(0, 0, 40, 20));
+    const auto corner = view->convertToWindow({0, 0});  // now the upper right one
+    EXPECT_NEAR(corner.x, 50 + 40, 1e-9);
+    EXPECT_NEAR(corner.y, 20 + 10, 1e-9);
+    EXPECT_NEAR(view->convertFromWindow(corner).x, 0, 1e-9);
+    EXPECT_EQ(window->hitTest({85, 45}), view);
+    EXPECT_EQ(window->hitTest({65, 50}), box) << "within the bounds only before the turn";
+    view->setBounds({0, 0, 10, 10});
+    EXPECT_NEAR(view->frame().center().x, 30, 1e-9);
+}
+
+}  // namespace
+}  // namespace korvel::tests

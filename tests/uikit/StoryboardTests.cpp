@@ -1,0 +1,160 @@
+#include "uikit/Rig.h"
+
+#include <korvel/platform/uikit/UIActivityIndicatorView.h>
+#include <korvel/platform/uikit/UIButton.h>
+#include <korvel/platform/uikit/UILabel.h>
+#include <korvel/platform/uikit/UISlider.h>
+#include <korvel/platform/uikit/UIStoryboard.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+
+namespace korvel::tests {
+namespace {
+
+struct Overlay final : UIViewController {
+    std::map<std::string, std::shared_ptr<UIView>, std::less<>> outlets;
+    bool complete = false;
+
+    void setOutlet(std::string_view name, const std::shared_ptr<UIView>& view) override {
+        outlets.emplace(name, view);
+    }
+    void viewDidLoad() override { complete = outlets.contains("viewTap"); }
+
+    template <class View> std::shared_ptr<View> outlet(std::string_view name) const {
+        const auto found = outlets.find(name);
+        return found == outlets.end() ? nullptr : std::dynamic_pointer_cast<View>(found->second);
+    }
+};
+
+struct Storyboards : OnScreen {
+    const Bundle bundle{"com.korvel.KorvelContentSDK", KORVEL_BUNDLE};
+    UIClassRegistry classes;
+
+    Storyboards() { classes.add<Overlay>("KCSDKPlayerOverlay"); }
+
+    std::shared_ptr<Overlay> overlay() const {
+        return std::dynamic_pointer_cast<Overlay>(
+            UIStoryboard("KCSDKOndemandClass", bundle, classes)
+                .instantiateViewController("KCSDKPlayerOverlay"));
+    }
+};
+
+TEST_F(Storyboards, TheOverlaySceneConnectsItsControlsAndStartsVisible) {
+    const auto controller = overlay();
+    ASSERT_NE(controller, nullptr);
+    EXPECT_EQ(controller->viewIfLoaded(), nullptr);
+    controller->view();
+    EXPECT_TRUE(controller->complete) << "outlets are there before viewDidLoad";
+    const auto area = controller->outlet<UIView>("viewTap");
+    EXPECT_EQ(area->alpha(), 0.6);
+    EXPECT_EQ(area->backgroundColor(), UIColor::black());
+    EXPECT_EQ(controller->view()->subviews().front(), area) << "behind the controls";
+    EXPECT_TRUE(controller->outlet<UIActivityIndicatorView>("viewLoader")->isAnimating());
+    EXPECT_EQ(controller->outlet<UILabel>("lblTitle")->font(), UIFont::boldSystemFont(28));
+    for (const auto* name : {"btnPlay", "btnClose", "slider"}) {
+        const auto control = controller->outlet<UIControl>(name);
+        ASSERT_NE(control, nullptr) << name;
+        EXPECT_FALSE(control->isHidden());
+        EXPECT_FALSE(control->accessibilityLabel().empty()) << name;
+    }
+    EXPECT_NE(overlay()->view(), controller->view()) << "each has views of its own";
+}
+
+TEST_F(Storyboards, TheOverlayIsSaneFromSmallToLarge) {
+    const auto controller = overlay();
+    window->setRootViewController(controller);
+    for (const CGSize size : {CGSize{320, 180}, {640, 360}, {390, 844}, {1920, 1080}}) {
+        window->setFrame({{}, size});
+        window->layoutIfNeeded();
+        EXPECT_EQ(controller->view()->frame(), CGRect({}, size));
+        EXPECT_EQ(controller->outlets["viewTap"]->frame(), CGRect({}, size));
+        std::vector<CGRect> places;
+        for (const auto* name : {"btnPlay", "btnClose", "lblTitle", "slider"}) {
+            const auto place = controller->outlets[name]->frame();
+            EXPECT_GE(place.size.width, 44) << name;
+            EXPECT_GE(place.size.height, 44) << name;
+            EXPECT_TRUE(place.minX() >= 8 && place.maxX() <= size.width - 8 && place.minY() >= 8 &&
+                        place.maxY() <= size.height - 8)
+                << name << " at " << testing::PrintToString(place);
+            for (const auto& other : places) {
+                EXPECT_TRUE(place.maxX() <= other.minX() || other.maxX() <= place.minX() ||
+                            place.maxY() <= other.minY() || other.maxY() <= place.minY())
+                    << name << " lies over another";
+            }
+            places.push_back(place);
+        }
+        EXPECT_EQ(places[0].center(), CGRect({}, size).center());
+        EXPECT_EQ(places[2].midX(), size.width / 2) << "the title is centred";
+        EXPECT_EQ(controller->outlets["viewLoader"]->frame().center(), places[0].center());
+    }
+}
+
+TEST_F(Storyboards, AGivenViewSuppressesTheScene) {
+    const auto controller = overlay();
+    controller->setView(std::make_shared<UIView>());
+    EXPECT_TRUE(controller->view()->subviews().empty());
+    EXPECT_TRUE(controller->outlets.empty());
+}
+
+TEST_F(Storyboards, WhatIsMissingIsNullAndWhatIsUnknownIsPlain) {
+    const UIStoryboard storyboard("KCSDKOndemandClass", bundle, {});
+    EXPECT_EQ(storyboard.instantiateViewController("Nobody"), nullptr);
+    const auto plain = storyboard.instantiateViewController("KCSDKPlayerOverlay");
+    ASSERT_NE(plain, nullptr);
+    EXPECT_EQ(std::dynamic_pointer_cast<Overlay>(plain), nullptr);
+    EXPECT_EQ(plain->view()->subviews().size(), 6u);
+    EXPECT_EQ(UIStoryboard("Nothing", bundle, classes).instantiateViewController("x"), nullptr);
+
+    const auto folder = std::filesystem::path(testing::TempDir()) / "uikit.bundle";
+    std::filesystem::create_directories(folder);
+    std::ofstream(folder / "Odd.storyboard.json")
+        << R"({"scenes":[{"identifier":"a","class":"C","view":{"class":"Unheard","frame":)"
+        << R"({"x":1,"y":2,"width":3,"height":4},"tintColor":"green","subviews":[)"
+        << R"({"constraints":[{"attribute":"weight"},{"attribute":"top","to":"nowhere"},)"
+        << R"({"attribute":"width","to":"superview","toAttribute":"height","constant":1}]}]}}]})";
+    std::ofstream(folder / "Broken.storyboard.json") << R"({"scenes":[{"identifier":"a"}]})";
+    const Bundle odd("odd", folder);
+    const auto controller = UIStoryboard("Odd", odd, {}).instantiateViewController("a");
+    EXPECT_EQ(controller->view()->frame(), CGRect(1, 2, 3, 4));
+    controller->view()->layoutIfNeeded();
+    EXPECT_EQ(controller->view()->subviews().front()->frame().size.width, 5);
+    EXPECT_EQ(UIStoryboard("Broken", odd, {}).instantiateViewController("a"), nullptr);
+}
+
+TEST_F(Storyboards, ImagesComeInThreeResolutions) {
+    const std::map<std::string, CGSize> expected{
+        {"play", {64, 64}}, {"pause", {64, 64}}, {"close", {44, 44}}, {"thumb", {24, 24}}};
+    for (const auto& [name, size] : expected) {
+        const auto image = UIImage::named(name, bundle);
+        ASSERT_TRUE(image) << name;
+        EXPECT_EQ(image->name(), name);
+        EXPECT_EQ(image->size(), size);
+        EXPECT_EQ(image, UIImage::named(name, bundle));
+        const std::vector<std::pair<double, double>> scales{{0.5, 1}, {1, 1}, {1.25, 2},
+                                                            {2, 2},   {3, 3}, {4, 3}};
+        for (const auto& [wanted, got] : scales) {
+            const auto* variant = image->variant(wanted);
+            ASSERT_NE(variant, nullptr);
+            EXPECT_EQ(variant->scale, got);
+            const auto file = UIImage::contentsOfFile(variant->file, got);
+            EXPECT_EQ(file.value().size(), size);
+            EXPECT_EQ(UIImage::withData(UIImage::encoded(*variant).value(), got)->size(), size);
+        }
+    }
+    EXPECT_NE(UIImage::named("play", bundle), UIImage::named("pause", bundle));
+    EXPECT_EQ(UIImage::named("nothing", bundle), std::nullopt);
+    EXPECT_EQ(UIImage::withData(bytesOf("GIF89a")), std::nullopt);
+    EXPECT_EQ(UIImage::contentsOfFile(bundle.bundlePath() / "KCSDKOndemandClass.storyboard.json"),
+              std::nullopt);
+
+    const UIImage empty;
+    EXPECT_TRUE(empty.isEmpty());
+    EXPECT_EQ(empty.size(), CGSize());
+    EXPECT_EQ(empty.variant(2), nullptr);
+    EXPECT_NE(std::optional(empty), std::nullopt) << "an empty image is an image";
+}
+
+}  // namespace
+}  // namespace korvel::tests
