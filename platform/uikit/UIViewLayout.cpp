@@ -80,7 +80,14 @@ private:
         const auto isPlaced = [&](const std::shared_ptr<UIView>& view) {
             return view && view->superview_ == &container_ && !view->translatesMask_;
         };
-        return isPlaced(constraint.firstItem()) || isPlaced(constraint.secondItem());
+        const auto first = constraint.firstItem();
+        const auto second = constraint.secondItem();
+        // What ties a view to something inside it places that, when the view itself stands.
+        const auto holds = [](const auto& outer, const auto& inner) {
+            return outer && inner && outer != inner && inner->isDescendantOf(*outer);
+        };
+        return (isPlaced(first) && !holds(first, second)) ||
+               (isPlaced(second) && !holds(second, first));
     }
 
     /// Adds `factor` times the attribute to the equation: to its unknowns, or its known side.
