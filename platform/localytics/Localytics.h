@@ -9,8 +9,9 @@
 
 namespace korvel::platform {
 
-/// The analytics library behind the SDK's events. A host plugs its vendor's in; the device's own keeps a
-/// journal. Any thread; calls never block on the network and never fail from the caller's point of view.
+/// The analytics library behind the SDK's events. A host plugs its vendor's in; the device's own
+/// keeps a journal. Any thread; calls never block on the network and never fail from the caller's
+/// point of view.
 class KORVEL_API Localytics {
 public:
     /// In the order in which the event names them.

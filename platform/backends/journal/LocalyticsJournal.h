@@ -24,7 +24,7 @@ struct LocalyticsJournalOptions {
     std::string collectorURL{};
     /// Beyond these the oldest events are dropped, sent or not.
     std::int64_t maximumEvents = 10'000;
-    std::int64_t maximumBytes = 8 * 1024 * 1024;
+    std::int64_t maximumBytes = 8 << 20;
     std::int64_t eventsPerBatch = 100;
 };
 
