@@ -11,5 +11,8 @@
 #include <korvel/model/KCSDKOndemandSearchResult.h>
 #include <korvel/model/KCSDKUserSubscriptionRequest.h>
 #include <korvel/platform/Device.h>
+#include <korvel/presentation/KCSDKPlayerEvents.h>
+#include <korvel/presentation/KCSDKPlayerEventsListner.h>
+#include <korvel/presentation/KCSDKVideoViewBuilder.h>
 #include <korvel/sdk/KCSDK.h>
 #include <korvel/sdk/KCSDKConfig.h>

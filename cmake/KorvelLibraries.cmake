@@ -14,7 +14,8 @@ target_sources(korvel_content PUBLIC FILE_SET HEADERS
 target_include_directories(korvel_content INTERFACE
     "$<BUILD_INTERFACE:${korvel_include_dir}>" "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
 target_compile_features(korvel_content PUBLIC cxx_std_20)
-target_link_options(korvel_content PRIVATE -Wl,--gc-sections -Wl,--no-undefined -Wl,--as-needed)
+target_link_options(korvel_content PRIVATE -Wl,--gc-sections -Wl,--no-undefined -Wl,--as-needed
+    -Wl,-z,nodelete)  # threads of the SDK may still run its code when a host unloads it
 set_target_properties(korvel_content PROPERTIES
     EXPORT_NAME content
     VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}

@@ -15,7 +15,7 @@ std::optional<std::filesystem::path> Bundle::path(std::string_view name,
     auto whole = folder_;
     whole += '/' + file;  // not operator/, which lets an absolute name replace the folder
     std::error_code error;
-    if (!std::filesystem::is_regular_file(whole, error)) return std::nullopt;
+    if (!std::filesystem::exists(whole, error)) return std::nullopt;
     return whole.lexically_normal();
 }
 

@@ -58,7 +58,10 @@ public:
         for (const auto& view : placed_) collect(*view);
         for (auto* owner = &container_; owner; owner = owner->superview_) collect(*owner);
         std::sort(constraints_.begin(), constraints_.end(),
-                  [](const auto& one, const auto& other) { return one->order_ < other->order_; });
+                  [this](const auto& one, const auto& other) {
+                      return std::pair(reachesInside(*one), one->order_) <
+                             std::pair(reachesInside(*other), other->order_);
+                  });
         const auto values = solve();
         for (std::size_t index = 0; index < placed_.size(); ++index) {
             const double* of = &values[unknownsPerView * index];
@@ -76,18 +79,22 @@ private:
                      [&](const auto& one) { return concerns(*one); });
     }
 
+    bool isPlaced(const std::shared_ptr<UIView>& view) const {
+        return view && view->superview_ == &container_ && !view->translatesMask_;
+    }
     bool concerns(const NSLayoutConstraint& constraint) const {
-        const auto isPlaced = [&](const std::shared_ptr<UIView>& view) {
-            return view && view->superview_ == &container_ && !view->translatesMask_;
+        return isPlaced(constraint.firstItem()) || isPlaced(constraint.secondItem());
+    }
+
+    /// Ties a placed view to something within it: that has the last word on the view, which is
+    /// usually pinned to what surrounds it, and the thing within to the view.
+    bool reachesInside(const NSLayoutConstraint& constraint) const {
+        const auto holds = [this](const auto& outer, const auto& inner) {
+            return isPlaced(outer) && inner && inner != outer && inner->isDescendantOf(*outer);
         };
         const auto first = constraint.firstItem();
         const auto second = constraint.secondItem();
-        // What ties a view to something inside it places that, when the view itself stands.
-        const auto holds = [](const auto& outer, const auto& inner) {
-            return outer && inner && outer != inner && inner->isDescendantOf(*outer);
-        };
-        return (isPlaced(first) && !holds(first, second)) ||
-               (isPlaced(second) && !holds(second, first));
+        return holds(first, second) || holds(second, first);
     }
 
     /// Adds `factor` times the attribute to the equation: to its unknowns, or its known side.

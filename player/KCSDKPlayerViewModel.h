@@ -1,0 +1,20 @@
+#pragma once
+
+#include <korvel/model/KCSDKOndemandClass.h>
+#include <korvel/platform/foundation/Object.h>
+
+#include <memory>
+#include <utility>
+
+namespace korvel {
+
+/// The class being played. There is none without a class. Main queue.
+class KORVEL_API KCSDKPlayerViewModel : public platform::Object {
+public:
+    explicit KCSDKPlayerViewModel(std::shared_ptr<KCSDKOndemandClass> content)
+        : ondemandContent(std::move(content)) {}
+
+    std::shared_ptr<KCSDKOndemandClass> ondemandContent;  ///< never null
+};
+
+}  // namespace korvel

@@ -1,0 +1,94 @@
+#include <korvel/platform/avfoundation/AVPlayer.h>
+#include <korvel/platform/avfoundation/AVPlayerItem.h>
+#include <korvel/platform/avfoundation/AVURLAsset.h>
+#include <korvel/platform/uikit/UIDevice.h>
+#include <korvel/player/KCSDKPlayerView.h>
+#include <korvel/player/KCSDKPlayerViewController.h>
+#include <korvel/presentation/KCSDKPlayerEvents.h>
+#include <korvel/presentation/KCSDKPlayerEventsListner.h>
+#include <korvel/presentation/KCSDKPlayerOverlay.h>
+#include <korvel/presentation/TopViewController.h>
+#include <korvel/presentation/ViewPinning.h>
+#include <korvel/sdk/KCSDK.h>
+
+#include <utility>
+
+namespace korvel {
+
+using platform::UIDevice;
+using platform::UIView;
+
+KCSDKPlayerEvents::KCSDKPlayerEvents(std::shared_ptr<KCSDKPlayerViewController> controller,
+                                     std::shared_ptr<UIView> parent)
+    : playerVC(std::move(controller)), parentView(std::move(parent)) {}
+
+KCSDKPlayerEvents::~KCSDKPlayerEvents() = default;
+
+std::shared_ptr<KCSDKPlayerView> KCSDKPlayerEvents::player() const { return playerVC->viewVideo; }
+
+void KCSDKPlayerEvents::togglePlayback() {
+    if (const auto view = player()) view->changePlayerState();
+}
+
+void KCSDKPlayerEvents::playVideo() { togglePlayback(); }
+void KCSDKPlayerEvents::pauseVideo() { togglePlayback(); }
+
+void KCSDKPlayerEvents::stopVideo() {
+    if (const auto view = player()) {
+        view->closeBtnTapped();
+        view->removeFromSuperview();
+    }
+}
+
+void KCSDKPlayerEvents::toggleOverlay() {
+    const auto view = player();
+    if (!view || !view->overlayController || view->isCustomOverlayAdded) return;
+    view->overlayController->toggleControls();
+}
+
+void KCSDKPlayerEvents::showOverlayView() { toggleOverlay(); }
+void KCSDKPlayerEvents::hideOverlayView() { toggleOverlay(); }
+
+void KCSDKPlayerEvents::enterFullScreen() {
+    if (!player()) return;
+    playerVC->view()->removeFromSuperview();
+    KCSDK::shared().enablefullscreenVideo = true;
+    UIDevice::current().setValue(UIDevice::orientationLandscapeRight, "orientation");
+    if (const auto top = topViewControllerOfKeyWindow()) top->present(playerVC, true);
+}
+
+void KCSDKPlayerEvents::exitFullScreen() {
+    const auto view = player();
+    if (!view) return;
+    KCSDK::shared().enablefullscreenVideo = false;
+    parentFrame = parentView ? std::optional(parentView->frame()) : std::nullopt;
+    UIDevice::current().setValue(UIDevice::orientationPortrait, "orientation");
+    if (const auto listener = view->delegate.lock()) {
+        listener->playerExitWithDuration(view->totalPerformedTime);
+    }
+    UIView::animate(0, [this] {
+        const auto shown = playerVC->view();
+        shown->setTransform(shown->transform().rotated(0));
+        if (!parentView) return playerVC->dismiss(true);
+        playerVC->dismiss(false, [self = shared_from_this()] { self->embedAgain(); });
+    });
+}
+
+void KCSDKPlayerEvents::embedAgain() {
+    const auto shown = playerVC->view();
+    shown->setFrame(parentFrame.value_or(platform::CGRect{}));
+    parentView->addSubview(shown);
+    if (const auto view = player()) pin(view, shown);
+    parentView->bringSubviewToFront(shown);
+}
+
+void KCSDKPlayerEvents::seekTo(float timeValue) {
+    const auto view = player();
+    const auto avPlayer = view ? view->player() : nullptr;
+    const auto item = avPlayer ? avPlayer->currentItem() : nullptr;
+    if (!item) return;
+    avPlayer->seek(platform::CMTimeMakeWithSeconds(timeValue, item->asset()->duration().timescale),
+                   platform::kCMTimeZero, platform::kCMTimeZero);
+}
+
+}  // namespace korvel

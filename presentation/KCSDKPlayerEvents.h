@@ -1,0 +1,57 @@
+#pragma once
+
+#include <korvel/platform/foundation/Object.h>
+#include <korvel/platform/uikit/CGRect.h>
+
+#include <memory>
+#include <optional>
+
+namespace korvel {
+
+namespace platform {
+class UIView;
+}
+class KCSDKPlayerView;
+class KCSDKPlayerViewController;
+
+/// The host's remote control of one player. Keeping it keeps the player's controller; letting go of
+/// it stops nothing. Main queue. Every operation does nothing when the player has gone.
+class KORVEL_API KCSDKPlayerEvents : public platform::Object,
+                                     public std::enable_shared_from_this<KCSDKPlayerEvents> {
+public:
+    /// Made by the builder. `parent`: null for a player started full screen.
+    KCSDKPlayerEvents(std::shared_ptr<KCSDKPlayerViewController> controller,
+                      std::shared_ptr<platform::UIView> parent);
+    ~KCSDKPlayerEvents() override;
+
+    const std::shared_ptr<KCSDKPlayerViewController> playerVC;
+    const std::shared_ptr<platform::UIView> parentView;
+    std::optional<platform::CGRect> parentFrame;  ///< noted at the last exit from full screen
+
+    /// Both flip between playing and paused, as the overlay's button does: hosts have come to rely
+    /// on one button calling either. The listener is told 1 or 0.
+    void playVideo();
+    void pauseVideo();
+    /// As the close button, and the player's view goes at once. Not guarded against a second call,
+    /// which reports and tracks again.
+    void stopVideo();
+    /// Both flip between shown and hidden. Nothing happens over an overlay of the host's own.
+    void showOverlayView();
+    void hideOverlayView();
+    /// Presents the player over the key window's top controller, in landscape. Without one the
+    /// player is left out of its parent and not shown.
+    void enterFullScreen();
+    /// Returns to portrait and to the parent view, if there is one; reports an exit although
+    /// nothing closed.
+    void exitFullScreen();
+    /// Exactly there; not limited to the stream's length. The slider follows by itself.
+    void seekTo(float timeValue);
+
+private:
+    std::shared_ptr<KCSDKPlayerView> player() const;
+    void togglePlayback();
+    void toggleOverlay();
+    void embedAgain();
+};
+
+}  // namespace korvel

@@ -1,0 +1,107 @@
+#pragma once
+
+#include <korvel/platform/foundation/NSError.h>
+#include <korvel/platform/uikit/UIColor.h>
+#include <korvel/platform/uikit/UIFont.h>
+#include <korvel/platform/uikit/UIImage.h>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace korvel {
+
+namespace platform {
+class UIView;
+}
+using platform::UIColor;
+using platform::UIFont;
+using platform::UIImage;
+
+class KCSDKOndemandClass;
+class KCSDKPlayerEvents;
+class KCSDKPlayerEventsListner;
+class KCSDKPlayerOverlay;
+class KCSDKPlayerView;
+class KCSDKPlayerViewController;
+class KCSDKPlayerViewModel;
+
+/// Describes a player's look and starts one class. One builder, one class, one start. Always in a
+/// `std::shared_ptr`. Main queue.
+class KORVEL_API KCSDKVideoViewBuilder
+    : public platform::Object,
+      public std::enable_shared_from_this<KCSDKVideoViewBuilder> {
+public:
+    using StartCompletion =
+        std::function<void(std::shared_ptr<KCSDKPlayerEvents>, std::optional<NSError>)>;
+
+    explicit KCSDKVideoViewBuilder(std::shared_ptr<KCSDKOndemandClass> ondemandClassInfo);
+    ~KCSDKVideoViewBuilder() override;
+
+    // Setters store; nothing shows before the start. The last one to set a colour wins.
+    void setPlayButtonImage(UIImage image) { playImage = std::move(image); }
+    void setPauseButtonImage(UIImage image) { pauseImage = std::move(image); }
+    void setPlayPauseButtonColor(UIColor color) { buttonColor = color; }
+    void setExitButtonImage(UIImage image) { closeImage = std::move(image); }
+    void setExitButtonColor(UIColor color) { closeButtonColor = color; }
+    void setProgressSliderTintColor(std::optional<UIColor> mincolor,
+                                    std::optional<UIColor> maxcolor,
+                                    std::optional<UIColor> thumbtint,
+                                    std::optional<UIColor> tintColor);  ///< absent: none
+    void setTitleTextColor(UIColor color) { titleTextColor = color; }
+    void setTitleFont(UIFont font) { titleFont = std::move(font); }
+    void setAutoPlay(bool enable) { autoPlay = enable; }
+    /// Buttons, slider and title; not the slider's tracks and thumb.
+    void setThemeColor(UIColor color);
+    void setShowHideDuration(double duration) {
+        showHideDuration = duration;
+    }  ///< no visible effect
+    void setEventReceiver(std::shared_ptr<KCSDKPlayerEventsListner> receiver);  ///< held strongly
+
+    /// Asks the service to perform the class, then shows it: embedded in `parentView`, or full
+    /// screen if that is null; under the SDK's controls, or the host's `overlayView` if that is
+    /// given.
+    ///
+    /// `completionBlock` runs on the main queue, at most once. Error 601: the user must consent
+    /// first (see `KCSDKNetworkManager::performClass`). Neither events nor error: the service knows
+    /// no such class. Never: no connection, or before `KCSDK::initialize`. A record whose stream
+    /// has no address ends the process. An embedded player lives as long as its parent view keeps
+    /// it; with that it goes silently.
+    void startVideoIn(std::shared_ptr<platform::UIView> parentView,
+                      std::shared_ptr<platform::UIView> overlayView,
+                      StartCompletion completionBlock);
+
+    // The state behind the setters. The default pictures are crossed on purpose: the one shown
+    // while a class waits to be played is the bundle's "pause", the one shown when it starts by
+    // itself is "play".
+    UIImage playImage;
+    UIImage pauseImage;
+    UIImage closeImage;
+    std::optional<UIColor> buttonColor;
+    std::optional<UIColor> closeButtonColor;
+    std::optional<UIColor> sliderMinTrackColor;
+    std::optional<UIColor> sliderMaxTrackColor;
+    std::optional<UIColor> sliderThumbTintColor;
+    std::optional<UIColor> sliderTintColor;
+    UIFont titleFont = UIFont::boldSystemFont(28);
+    UIColor titleTextColor = UIColor::white();
+    std::string classTitle;                         ///< of the record that the service returned
+    std::shared_ptr<platform::UIView> overlayView;  ///< kept, not used
+    std::optional<double> showHideDuration;         ///< kept, not used: controls always fade in 1 s
+    const std::shared_ptr<KCSDKOndemandClass> ondemandClass;
+    bool isFullScreenEnabled = true;          ///< written at the start, not used
+    bool isCustomOverlayViewPresent = false;  ///< kept, not used
+    std::shared_ptr<KCSDKPlayerEventsListner> eventReceiver;
+    bool autoPlay = true;
+
+private:
+    struct Start;
+    void show(Start& start, std::shared_ptr<KCSDKOndemandClass> performed);
+    void style(KCSDKPlayerOverlay& overlay) const;
+    void begin(KCSDKPlayerView& view, KCSDKPlayerOverlay* styled) const;
+    std::shared_ptr<KCSDKPlayerViewController> makeController(
+        const Start& start, const std::shared_ptr<KCSDKPlayerView>& view);
+};
+
+}  // namespace korvel

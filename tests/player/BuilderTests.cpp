@@ -1,0 +1,246 @@
+#include "player/Fixture.h"
+
+#include <korvel/model/KCSDKConsent.h>
+#include <korvel/platform/uikit/UINavigationController.h>
+#include <korvel/platform/uikit/UITabBarController.h>
+#include <korvel/presentation/TopViewController.h>
+
+namespace korvel::tests {
+namespace {
+
+using platform::UIColor;
+using platform::UIControlState;
+using platform::UIDevice;
+
+class Builder : public PlayerTest {
+protected:
+    static platform::UIImage bundled(std::string_view name) {
+        return *platform::UIImage::named(
+            name, *platform::Device::current().bundle(platform::sdkBundleIdentifier));
+    }
+    platform::UIImage shown() {
+        return overlay().btnPlay->backgroundImage(UIControlState::normal).value();
+    }
+    std::string body(std::size_t request) {
+        return std::string(platform::viewOf(fake.session->requests.at(request).body.value()));
+    }
+};
+
+TEST_F(Builder, EmbeddedPlayerFillsItsPlaceAndStartsByItself) {
+    start(place);
+    ASSERT_NE(events, nullptr);
+    EXPECT_EQ(fake.session->requests[0].url.absoluteString(),
+              "https://service.test/ondemand/v1/perform/asked");
+    const auto view = events->playerVC->view();
+    EXPECT_EQ(view->superview(), place);
+    EXPECT_EQ(events->playerVC->parent(), nullptr) << "no child controller";
+    EXPECT_EQ(place->constraints().size(), 4u);
+    EXPECT_EQ(view->backgroundColor(), UIColor::black());
+    place->setFrame({{0, 0}, {320, 180}});
+    window->layoutIfNeeded();
+    EXPECT_EQ(player().bounds().size, (platform::CGSize{320, 180}));
+    EXPECT_EQ(overlay().view()->bounds().size, (platform::CGSize{320, 180}));
+
+    EXPECT_EQ(player().player()->rate(), 1);
+    EXPECT_EQ(shown(), bundled("play")) << "the pictures are crossed";
+    EXPECT_EQ(overlay().lblTitle->text(), "Name c1") << "of the record that came back";
+    EXPECT_EQ(overlay().lblTitle->font(), platform::UIFont::boldSystemFont(28));
+    EXPECT_EQ(overlay().lblTitle->textColor(), UIColor::white());
+    EXPECT_EQ(overlay().slider->thumbImage(), bundled("thumb"));
+    EXPECT_EQ(overlay().btnClose->backgroundImage(UIControlState::normal), bundled("close"));
+    EXPECT_EQ(overlay().btnPlay->tintColor(), std::nullopt);
+    EXPECT_FALSE(KCSDK::shared().enablefullscreenVideo);
+    EXPECT_EQ(UIDevice::current().orientation(), 1);
+    EXPECT_TRUE(listener->told.empty()) << "a start by itself says nothing";
+    events->playVideo();
+    EXPECT_EQ(listener->told, std::vector<std::string>{"status 0"}) << "it was playing";
+    EXPECT_EQ(shown(), bundled("pause"));
+    EXPECT_EQ(completions, 1);
+    EXPECT_EQ(*player().classTag, "c1");
+}
+
+TEST_F(Builder, SettersShapeTheControls) {
+    builder = std::make_shared<KCSDKVideoViewBuilder>(aClass(""));
+    builder->setAutoPlay(false);
+    builder->setExitButtonColor(UIColor::black());
+    builder->setThemeColor(UIColor::systemBlue());
+    builder->setPlayPauseButtonColor(UIColor::clear());
+    builder->setProgressSliderTintColor(UIColor::black(), UIColor::clear(), std::nullopt,
+                                        std::nullopt);
+    builder->setTitleFont({"Serif", 12});
+    builder->setPlayButtonImage(bundled("close"));
+    builder->setShowHideDuration(5);
+    start(place);
+    EXPECT_EQ(overlay().btnClose->tintColor(), UIColor::systemBlue()) << "the last one wins";
+    EXPECT_EQ(overlay().btnPlay->tintColor(), UIColor::clear());
+    EXPECT_EQ(overlay().lblTitle->textColor(), UIColor::systemBlue());
+    EXPECT_EQ(overlay().lblTitle->font().name, "Serif");
+    EXPECT_EQ(overlay().slider->minimumTrackTintColor(), UIColor::black());
+    EXPECT_EQ(overlay().slider->maximumTrackTintColor(), UIColor::clear());
+    EXPECT_EQ(overlay().slider->tintColor(), std::nullopt) << "cleared after the theme set it";
+    EXPECT_EQ(shown(), bundled("close"));
+    EXPECT_EQ(player().player()->rate(), 0);
+    EXPECT_EQ(builder->overlayView, nullptr);
+
+    window->layoutIfNeeded();
+    tap({50, 200});
+    EXPECT_EQ(overlay().viewTap->alpha(), 0.6);
+    EXPECT_NEAR(overlay().viewTap->presentationAlpha(fake.clock->now() + 500ms), 0.3, 0.01)
+        << "a second, whatever the builder was told";
+    EXPECT_FALSE(overlay().btnClose->isHidden());
+    pass(5s);
+    EXPECT_EQ(overlay().viewTap->alpha(), 0.6) << "nothing hides by itself";
+    tap({50, 200});
+    EXPECT_EQ(overlay().viewTap->alpha(), 0);
+    EXPECT_TRUE(overlay().btnClose->isHidden());
+}
+
+TEST_F(Builder, RefusalsReachTheHostAndShowNothing) {
+    const auto refuse = [&](int status, const std::string& body) {
+        builder = nullptr;
+        start(place, status, body);
+        EXPECT_EQ(events, nullptr);
+        return error;
+    };
+    EXPECT_EQ(refuse(404, "x")->code, 404);
+    EXPECT_EQ(refuse(200, "[]"), std::nullopt);
+    EXPECT_EQ(refuse(200, "junk"), std::nullopt);
+    EXPECT_EQ(refuse(601, "junk"), (NSError{"SDK", 601, {{"consent", "na"}}}));
+    const auto consent = refuse(601, consentJSON("privacy"));
+    EXPECT_TRUE(std::dynamic_pointer_cast<KCSDKConsent>(consent->object("consent")));
+    EXPECT_EQ(completions, 5);
+    EXPECT_TRUE(fake.events().empty());
+
+    config->baseURL = "nowhere";
+    builder->startVideoIn(place, nullptr, [&](auto, auto failure) {
+        ++completions;
+        error = failure;
+    });
+    EXPECT_EQ(completions, 5) << "on the main queue, not here";
+    run();
+    EXPECT_EQ(completions, 6);
+    EXPECT_EQ(error, (NSError{"", 0, {}}));
+    config->baseURL = "https://service.test/";
+
+    builder->startVideoIn(place, nullptr, [&](auto, auto) { ++completions; });
+    fake.session->failTransport();
+    run();
+    EXPECT_EQ(completions, 6) << "silence";
+    EXPECT_TRUE(place->subviews().empty());
+    EXPECT_TRUE(fake.media->streams.empty());
+}
+
+TEST_F(Builder, ManifestsInTheLastComponentAreProtected) {
+    for (const auto& [link, isProtected] :
+         std::vector<std::pair<std::string, bool>>{{"https://s/video.ism.manifest", true},
+                                                   {"https://s/manifest/", true},
+                                                   {"https://s/Manifest", false},
+                                                   {"https://s/manifest/v.m3u8", false},
+                                                   {"https://s/v?x=manifest", false}}) {
+        builder = nullptr;
+        start(place, 200, "[" + classJSON("c", R"(,"streamingLink":")" + link + '"') + "]");
+        EXPECT_EQ(stream().keys->delegate() != nullptr, isProtected) << link;
+    }
+}
+
+TEST_F(Builder, AStreamWithoutAnAddressEndsTheProcessAfterTheStartedEvent) {
+    for (const auto* more : {"", R"(,"streamingLink":null)", R"(,"streamingLink":"no address")"}) {
+        builder = nullptr;
+        EXPECT_DEATH(start(place, 200, "[" + classJSON("c", more) + "]"), "has no address");
+    }
+}
+
+TEST_F(Builder, FullScreenPlayerIsPresentedInLandscapeAndClosesBackToPortrait) {
+    start(nullptr);
+    ASSERT_NE(events, nullptr);
+    EXPECT_TRUE(KCSDK::shared().enablefullscreenVideo);
+    EXPECT_EQ(UIDevice::current().orientation(), 4);
+    EXPECT_EQ(root->presentedViewController(), events->playerVC);
+    EXPECT_EQ(events->playerVC->supportedInterfaceOrientations(), 24u);
+    KCSDK::shared().enablefullscreenVideo = false;
+    EXPECT_EQ(events->playerVC->supportedInterfaceOrientations(), 2u) << "asked anew each time";
+    KCSDK::shared().enablefullscreenVideo = true;
+    EXPECT_TRUE(events->playerVC->shouldAutorotate());
+    EXPECT_FALSE(builder->isFullScreenEnabled == false);
+
+    overlay().toggleControls();
+    pass(1s);
+    tap(centre(*overlay().btnClose.get()));
+    pass(1s);
+    EXPECT_EQ(root->presentedViewController(), nullptr);
+    EXPECT_EQ(UIDevice::current().orientation(), 1);
+    EXPECT_TRUE(KCSDK::shared().enablefullscreenVideo) << "nothing resets it";
+    EXPECT_EQ(listener->told, std::vector<std::string>{"exit 0"});
+    ASSERT_TRUE(fake.session->waitForRequests(2));
+    EXPECT_NE(body(1).find(R"("actualDurationSecond":0,"contentName":"Name c1")"),
+              std::string::npos);
+    EXPECT_TRUE(fake.events().back().starts_with("On Demand Class Performed"));
+}
+
+TEST_F(Builder, WithoutAWindowAFullScreenPlayerIsMadeButNotShown) {
+    window.reset();
+    start(nullptr);
+    ASSERT_NE(events, nullptr);
+    EXPECT_EQ(error, std::nullopt);
+    EXPECT_EQ(events->playerVC->presentingViewController(), nullptr);
+}
+
+TEST_F(Builder, AnEmbeddedPlayerOutlivesItsHostsReferencesAndStillTracks) {
+    start(place);
+    becomeReady();
+    const auto view = std::weak_ptr(events->playerVC->viewVideo);
+    builder.reset();
+    events.reset();
+    pass(3s);
+    ASSERT_FALSE(view.expired());
+    EXPECT_EQ(view.lock()->totalPerformedTime, 3);
+    view.lock()->closeBtnTapped();
+    run();
+    EXPECT_TRUE(view.expired()) << "and nothing is left behind";
+    EXPECT_TRUE(place->subviews().empty());
+    EXPECT_EQ(UIDevice::current().orientation(), 1);
+    ASSERT_TRUE(fake.session->waitForRequests(2));
+    EXPECT_NE(body(1).find(R"("actualDurationSecond":3)"), std::string::npos);
+    EXPECT_EQ(fake.media->open(), 0u);
+}
+
+TEST_F(Builder, AParentViewTakesItsPlayerWithIt) {
+    start(place);
+    events.reset();
+    builder.reset();
+    EXPECT_EQ(fake.media->open(), 1u);
+    place->removeFromSuperview();
+    place.reset();
+    run();
+    EXPECT_EQ(fake.media->open(), 0u);
+}
+
+TEST_F(Builder, AHostsOverlayIsNotStyledButTheClassStarts) {
+    const auto host = std::make_shared<UIView>();
+    start(place, 200, std::nullopt, host);
+    EXPECT_TRUE(player().isCustomOverlayAdded);
+    EXPECT_EQ(player().player()->rate(), 1);
+    events->showOverlayView();
+    EXPECT_EQ(host->alpha(), 1);
+}
+
+TEST_F(Builder, TheTopControllerIsFoundThroughStacksTabsAndPresentations) {
+    using platform::UIViewController;
+    const auto stack = std::make_shared<platform::UINavigationController>();
+    const auto tabs = std::make_shared<platform::UITabBarController>();
+    const auto inner = std::make_shared<UIViewController>();
+    EXPECT_EQ(topViewController(nullptr), nullptr);
+    EXPECT_EQ(topViewController(inner), inner);
+    EXPECT_EQ(topViewController(stack), nullptr) << "shows nothing";
+    EXPECT_EQ(topViewController(tabs), tabs) << "nothing selected";
+    stack->pushViewController(inner);
+    tabs->setViewControllers({stack});
+    EXPECT_EQ(topViewController(tabs), inner);
+    const auto over = std::make_shared<UIViewController>();
+    root->present(over, false);
+    run();
+    EXPECT_EQ(topViewController(root), over);
+}
+
+}  // namespace
+}  // namespace korvel::tests

@@ -1,0 +1,147 @@
+#pragma once
+
+#include "support/Samples.h"
+#include "support/TestDevice.h"
+
+#include <korvel/model/KCSDKOndemandClass.h>
+#include <korvel/network/KCSDKNetworkManager.h>
+#include <korvel/platform/avfoundation/AVPlayer.h>
+#include <korvel/platform/avfoundation/AVPlayerItem.h>
+#include <korvel/platform/foundation/SDKBundle.h>
+#include <korvel/platform/foundation/Timer.h>
+#include <korvel/platform/uikit/UIApplication.h>
+#include <korvel/platform/uikit/UIDevice.h>
+#include <korvel/platform/uikit/UIWindow.h>
+#include <korvel/player/KCSDKPlayerView.h>
+#include <korvel/player/KCSDKPlayerViewController.h>
+#include <korvel/player/KCSDKPlayerViewModel.h>
+#include <korvel/presentation/KCSDKPlayerEvents.h>
+#include <korvel/presentation/KCSDKPlayerEventsListner.h>
+#include <korvel/presentation/KCSDKPlayerOverlay.h>
+#include <korvel/presentation/KCSDKVideoViewBuilder.h>
+#include <korvel/sdk/KCSDK.h>
+#include <korvel/sdk/KCSDKConfig.h>
+
+#include <gtest/gtest.h>
+
+namespace korvel::tests {
+
+using namespace std::chrono_literals;
+using platform::UIView;
+
+/// Writes down what it is told: "status 1", "exit 3", "empty", "likely"; progress is only counted.
+struct Listener final : KCSDKPlayerEventsListner {
+    std::vector<std::string> told;
+    std::vector<std::pair<char, float>> progress;  ///< 'p' position, 'd' duration
+
+    void playerStatusWithStatus(std::int64_t status) override {
+        told.push_back("status " + std::to_string(status));
+    }
+    void playerExitWithDuration(std::int64_t duration) override {
+        told.push_back("exit " + std::to_string(duration));
+    }
+    void currentVideoPositionWithDurationPlayedSeconds(float seconds) override {
+        progress.emplace_back('p', seconds);
+    }
+    void totalVideoDurationWithTotalDuration(float seconds) override {
+        progress.emplace_back('d', seconds);
+    }
+    void playbackBufferEmpty() override { told.push_back("empty"); }
+    void playbackLikelyToKeepUp() override { told.push_back("likely"); }
+};
+
+/// The SDK on a device of fakes, with a window whose root has a place for an embedded player. The
+/// facade is once per process, and so is each of these tests.
+class PlayerTest : public testing::Test {
+protected:
+    TestDevice fake;
+    std::shared_ptr<KCSDKConfig> config =
+        std::make_shared<KCSDKConfig>("https://service.test/", "secret", "key", "tenant", "a");
+    std::shared_ptr<platform::UIWindow> window;
+    std::shared_ptr<platform::UIViewController> root =
+        std::make_shared<platform::UIViewController>();
+    std::shared_ptr<UIView> place =
+        std::make_shared<UIView>(platform::CGRect{{20, 10}, {640, 360}});
+    std::shared_ptr<Listener> listener = std::make_shared<Listener>();
+
+    void SetUp() override { install(KORVEL_BUNDLE); }
+    void TearDown() override {
+        fake.keychain->onCall = fake.localytics->onCall = fake.console->onPrint = nullptr;
+    }
+    virtual void install(const std::filesystem::path& bundle) {
+        auto device = fake.device();
+        device.bundles.emplace_back(std::string(platform::sdkBundleIdentifier), bundle);
+        ASSERT_TRUE(platform::Device::install(device));
+        KCSDK::initialize(config);
+        window = std::make_shared<platform::UIWindow>(platform::Device::current().screen,
+                                                      platform::CGRect{{0, 0}, {800, 600}});
+        window->setRootViewController(root);
+        window->makeKeyAndVisible();
+        root->view()->addSubview(place);
+        run();
+    }
+
+    /// What is due now, and all that follows from it.
+    void run() { fake.clock->settle(*fake.mainQueue); }
+    void pass(std::chrono::milliseconds time) { fake.clock->advance(*fake.mainQueue, time); }
+    FakeMediaEngine::Stream& stream() { return fake.media->last(); }
+    void becomeReady(std::chrono::seconds duration = 20s) {
+        stream().becomeReady(duration);
+        run();
+    }
+
+    std::shared_ptr<KCSDKPlayerView> makeView() {
+        auto view = std::make_shared<KCSDKPlayerView>(platform::Device::current(),
+                                                      KCSDKNetworkManager::shared());
+        view->delegate = listener;
+        place->addSubview(view);
+        view->setFrame(place->bounds());
+        return view;
+    }
+    static platform::URL url(const std::string& text) { return *platform::URL::parse(text); }
+
+    platform::CGPoint centre(UIView& view) {
+        window->layoutIfNeeded();
+        const auto bounds = view.bounds();
+        return view.convertToWindow({bounds.size.width / 2, bounds.size.height / 2});
+    }
+    void tap(platform::CGPoint point) {
+        window->touchBegan(point, fake.clock->now());
+        window->touchEnded(point, fake.clock->now());
+        run();
+    }
+
+    static std::shared_ptr<KCSDKOndemandClass> aClass(const std::string& link) {
+        return decoded<KCSDKOndemandClass>(classJSON("c1", R"(,"streamingLink":")" + link + '"'));
+    }
+    std::shared_ptr<KCSDKVideoViewBuilder> builder =
+        std::shared_ptr<KCSDKVideoViewBuilder>();  ///< made by `start`, unless a test did
+
+    std::shared_ptr<KCSDKPlayerEvents> events;
+    std::optional<NSError> error;
+    int completions = 0;
+
+    /// Starts a class; the service answers the perform request so.
+    void start(const std::shared_ptr<UIView>& parent, int status = 200,
+               std::optional<std::string> body = std::nullopt,
+               const std::shared_ptr<UIView>& overlay = nullptr) {
+        if (!builder) {
+            builder = std::make_shared<KCSDKVideoViewBuilder>(
+                decoded<KCSDKOndemandClass>(classJSON("asked")));
+        }
+        builder->setEventReceiver(listener);
+        builder->startVideoIn(parent, overlay, [this](auto started, auto failure) {
+            ++completions;
+            events = started;
+            error = failure;
+        });
+        fake.session->answer(
+            status,
+            body.value_or("[" + classJSON("c1", R"(,"streamingLink":"https://s/v.m3u8")") + "]"));
+        run();
+    }
+    KCSDKPlayerView& player() { return *events->playerVC->viewVideo; }
+    KCSDKPlayerOverlay& overlay() { return *player().overlayController; }
+};
+
+}  // namespace korvel::tests
