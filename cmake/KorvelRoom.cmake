@@ -18,7 +18,9 @@ file(CREATE_LINK "${PROJECT_SOURCE_DIR}" "${korvel_include_dir}/korvel" SYMBOLIC
 
 add_library(korvel_settings INTERFACE)
 target_compile_options(korvel_settings INTERFACE
-    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Werror)
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Werror
+    # g++ 12 takes moved-from variants and concatenated literals for faults when it optimises.
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized> $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
 target_include_directories(korvel_settings INTERFACE "${korvel_include_dir}")
 target_link_libraries(korvel_settings INTERFACE Threads::Threads)
 
