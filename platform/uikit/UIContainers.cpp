@@ -10,7 +10,7 @@ namespace {
 
 /// Leaves the view of `shown`, which may be null, as the only one in the container's.
 void showOnly(UIViewController& container, const std::shared_ptr<UIViewController>& shown) {
-    const auto view = container.viewIfLoaded();
+    const auto& view = container.viewIfLoaded();
     if (!view) return;
     for (const auto& child : container.children()) {
         const auto other = child->viewIfLoaded();

@@ -168,14 +168,13 @@ bool UIView::isDescendantOf(const UIView& view) const {
     return ancestor != nullptr;
 }
 
-void UIView::addSubview(const std::shared_ptr<UIView>& view) {
+void UIView::addSubview(std::shared_ptr<UIView> view) {
     if (!view || isDescendantOf(*view)) return;
     if (view->superview_ == this) return bringSubviewToFront(view);
-    const auto kept = view;  // the caller's may be the very pointer that leaving clears
-    kept->removeFromSuperview();
-    subviews_.push_back(kept);
-    kept->superview_ = this;
-    kept->enter(window_);
+    view->removeFromSuperview();
+    view->superview_ = this;
+    view->enter(window_);
+    subviews_.push_back(std::move(view));
     setNeedsLayout();
     if (window_) window_->screen()->tell(&UIViewTreeObserver::subviewsChanged, *this);
 }

@@ -48,6 +48,8 @@ public:
     void setAlpha(double alpha);  ///< 0 to 1
     /// What the user sees at that time, while an animation is under way.
     double presentationAlpha(Clock::Instant time) const;
+    /// The last one, under way or over; nothing if the alpha was set at once since.
+    const std::optional<UIViewAnimation>& animation() const { return animation_; }
     bool isHidden() const { return hidden_; }
     void setHidden(bool hidden) { assign(hidden_, hidden, UIViewChange::hidden); }
     bool clipsToBounds() const { return clips_; }
@@ -65,7 +67,7 @@ public:
     std::shared_ptr<UIView> superview() const;
     const std::vector<std::shared_ptr<UIView>>& subviews() const { return subviews_; }
     std::shared_ptr<UIWindow> window() const;
-    void addSubview(const std::shared_ptr<UIView>& view);
+    void addSubview(std::shared_ptr<UIView> view);
     void removeFromSuperview();  ///< its constraints with what it leaves vanish
     void bringSubviewToFront(const std::shared_ptr<UIView>& view);
     bool isDescendantOf(const UIView& view) const;  ///< or that view itself

@@ -49,15 +49,14 @@ void UIViewController::loadView() {
     }
 }
 
-void UIViewController::addChild(const std::shared_ptr<UIViewController>& child) {
+void UIViewController::addChild(std::shared_ptr<UIViewController> child) {
     if (!child) return;
     for (auto ancestor = shared_from_this(); ancestor; ancestor = ancestor->parent()) {
         if (ancestor == child) return;
     }
-    const auto kept = child;
-    kept->removeFromParent();
-    kept->parent_ = weak_from_this();
-    children_.push_back(kept);
+    child->removeFromParent();
+    child->parent_ = weak_from_this();
+    children_.push_back(std::move(child));
 }
 
 void UIViewController::removeFromParent() {
@@ -89,7 +88,7 @@ bool UIViewController::mayPresent(const std::shared_ptr<UIViewController>& contr
     return !below;
 }
 
-void UIViewController::present(const std::shared_ptr<UIViewController>& controller, bool animated,
+void UIViewController::present(std::shared_ptr<UIViewController> controller, bool animated,
                                std::function<void()> completion) {
     const auto window = presentationWindow();
     if (!window || !controller) return;
@@ -97,14 +96,13 @@ void UIViewController::present(const std::shared_ptr<UIViewController>& controll
         return window->cover(view());  // somebody took the view away meanwhile
     }
     if (!mayPresent(controller)) return;
-    const auto kept = controller;
-    presented_ = kept;
-    kept->presenting_ = weak_from_this();
-    window->cover(kept->view());
+    presented_ = controller;
+    controller->presenting_ = weak_from_this();
+    window->cover(controller->view());
     auto& screen = *window->screen();
-    screen.tell(&UIViewTreeObserver::presentationChanged, *kept, true, animated);
+    screen.tell(&UIViewTreeObserver::presentationChanged, *controller, true, animated);
     if (animated) {
-        auto& view = *kept->view_;
+        auto& view = *controller->view_;
         view.animation_ = {0, view.alpha_, screen.clock().now(), transitionDuration};
         screen.tell(&UIViewTreeObserver::animationBegan, view, *view.animation_);
     }

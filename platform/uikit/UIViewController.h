@@ -39,7 +39,7 @@ public:
 
     std::shared_ptr<UIViewController> parent() const { return parent_.lock(); }
     const std::vector<std::shared_ptr<UIViewController>>& children() const { return children_; }
-    void addChild(const std::shared_ptr<UIViewController>& child);
+    void addChild(std::shared_ptr<UIViewController> child);
     void removeFromParent();
 
     const std::shared_ptr<UIViewController>& presentedViewController() const { return presented_; }
@@ -49,7 +49,7 @@ public:
     /// Shows it over the whole window. Refused, without a sign and without completion: itself, one
     /// that is presented already or that this is shown over, a second one at a time, and on a
     /// controller that is in no window. `completion` runs on the main queue, after the transition.
-    void present(const std::shared_ptr<UIViewController>& controller, bool animated,
+    void present(std::shared_ptr<UIViewController> controller, bool animated,
                  std::function<void()> completion = {});
     /// Ends what this presents, and all above that; if it presents nothing, its own presentation.
     /// `completion` runs on the main queue after the transition; at once if there was nothing to
