@@ -64,7 +64,8 @@ const char* meaning(std::int64_t code) {
 bool isAccepted(const RequestReport& report) {
     constexpr int ok = 200;
     constexpr int created = 201;
-    return report.status == ok || report.status == created;
+    const int status = report.status.value_or(0);
+    return status == ok || status == created;
 }
 
 Failure interrupted() { return {ExitCode::interrupted, "interrupted"}; }

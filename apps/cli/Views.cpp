@@ -22,9 +22,12 @@ std::string joined(const std::vector<std::string>& texts) {
 }
 
 std::string joined(const std::vector<korvel::ValueType>& choices) {
-    std::vector<std::string> texts;
-    for (const auto& [text, value] : choices) texts.push_back(text + " (" + value + ")");
-    return joined(texts);
+    std::string result;
+    for (const auto& [text, value] : choices) {
+        if (!result.empty()) result += ", ";
+        result.append(text).append(" (").append(value).append(")");
+    }
+    return result;
 }
 
 std::string range(const korvel::MinMaxType& range) {

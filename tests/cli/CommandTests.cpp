@@ -120,12 +120,13 @@ TEST_F(CommandLine, FailuresHaveTheirExitCodeAndSayWhy) {
         auto asJSON = arguments;
         asJSON.emplace_back("--json");
         if (prepare) prepare();
-        const auto document = json::parse(run(asJSON, variables).output, nullptr, false);
+        const auto ended = run(asJSON, variables);
         service.clearScripts();
-        ASSERT_TRUE(document.contains("error")) << document;
+        const auto document = json::parse(ended.output, nullptr, false);
+        ASSERT_TRUE(document.contains("error")) << ended.output;
         EXPECT_EQ(document["error"]["exitCode"], code);
-        EXPECT_EQ("korvel: " + document["error"]["message"].get<std::string>() + "\n",
-                  plain.errors);
+        EXPECT_EQ(ended.errors,
+                  "korvel: " + document["error"]["message"].get<std::string>() + "\n");
     }
 }
 
