@@ -34,7 +34,14 @@ struct LocalyticsJournalOptions {
 /// A batch goes out as JSON, one at a time for all processes, and its events are removed after a
 /// 2xx answer. After any other ending it is sent again, later each time (1 s to 5 min, with
 /// jitter). A repeated event keeps its "id". What cannot be written to disk is kept in memory
-/// within the same bounds. Thread safety: any thread, any number of processes.
+/// within the same bounds.
+///
+/// The body of a batch; "time" is in milliseconds since 1970, "customerId" null before log-in:
+///
+///     {"events": [{"id": "", "name": "", "attributes": {"": ""}, "appKey": "", "sessionId": "",
+///                  "customerId": "", "time": 0}], "dropped": 0}
+///
+/// Thread safety: any thread, any number of processes.
 class LocalyticsJournal final : public Localytics,
                                 public std::enable_shared_from_this<LocalyticsJournal> {
 public:
