@@ -19,10 +19,12 @@ namespace korvel::platform::sqlite {
 /// failure; what is no database is kept beside it as ".corrupt" and started anew; a file that was
 /// removed or replaced is let go.
 ///
+///
 /// Durability: what a transaction wrote is there after the process is killed. The machine losing
-/// power may take the last transactions, never the database. Thread safety: any thread, any number
-/// of processes. A process forked after the first access gets `unavailable`, because the library's
-/// locks do not survive a fork; it may use a new program.
+/// power may take the last transactions, never the database.
+///
+/// Thread safety: any thread, any number of processes. A process forked after the first access gets
+/// `unavailable`, because the library's locks do not survive a fork; it may run a new program.
 class Database {
 public:
     using Work = std::function<Outcome(Database&)>;
