@@ -19,7 +19,6 @@ namespace korvel::platform::sqlite {
 /// failure; what is no database is kept beside it as ".corrupt" and started anew; a file that was
 /// removed or replaced is let go.
 ///
-///
 /// Durability: what a transaction wrote is there after the process is killed. The machine losing
 /// power may take the last transactions, never the database.
 ///
