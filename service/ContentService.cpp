@@ -8,6 +8,7 @@
 #include <korvel/service/RequestLog.h>
 #include <korvel/service/RequestReader.h>
 #include <korvel/service/Scripts.h>
+#include <korvel/service/Streams.h>
 #include <korvel/service/TLSContext.h>
 #include <korvel/service/Wire.h>
 
@@ -29,6 +30,11 @@ std::filesystem::path standardData() {
     return std::filesystem::exists(inTree) ? inTree : KORVEL_SERVICE_DATA_INSTALLED;
 }
 
+std::filesystem::path standardStreams() {
+    std::filesystem::path inTree = KORVEL_SERVICE_STREAMS_IN_TREE;
+    return std::filesystem::exists(inTree) ? inTree : KORVEL_SERVICE_STREAMS_INSTALLED;
+}
+
 std::string urlText(bool tls, std::uint16_t port) {
     return (tls ? "https" : "http") + ("://localhost:" + std::to_string(port) + '/');
 }
@@ -42,7 +48,9 @@ struct ContentService::Running {
           catalogue(options.data.empty() ? standardData() : options.data,
                     urlText(options.tls, listener.port())),
           log(options.keptRequests),
-          endpoints(options, catalogue, accounts) {
+          keys(standardData().replace_filename("content-keys.pem")),
+          endpoints(options, catalogue, accounts, keys) {
+        addStreams(endpoints, options.streams.empty() ? standardStreams() : options.streams, keys);
         if (options.tls) tls.emplace();
         if (options.devInterface) addDevInterface(endpoints, service);
         endpoints.prepare();
@@ -73,6 +81,7 @@ struct ContentService::Running {
     Scripts scripts;
     Gate gate;
     RequestLog log;
+    KeyServer keys;
     Endpoints endpoints;
     std::optional<TLSContext> tls;
     std::atomic<std::size_t> accepted = 0;
@@ -213,5 +222,7 @@ ContentService::Counters ContentService::counters() const {
 }
 
 Accounts& ContentService::accounts() { return running_->accounts; }
+
+KeyServer& ContentService::keys() { return running_->keys; }
 
 }  // namespace korvel::service

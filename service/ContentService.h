@@ -2,6 +2,7 @@
 
 #include <korvel/service/Accounts.h>
 #include <korvel/service/Answer.h>
+#include <korvel/service/KeyServer.h>
 #include <korvel/service/ReceivedRequest.h>
 
 #include <chrono>
@@ -30,6 +31,7 @@ public:
         std::string secretKey = "not-a-secret";
         std::string tenant = "korvel";
         std::filesystem::path data{};      ///< empty: the catalogue that comes with the service
+        std::filesystem::path streams{};   ///< empty: those that the build has made
         std::size_t keptRequests = 10000;  ///< the newest ones; 0 keeps none
         bool compress = true;  ///< gzip for clients that take it; never for scripted answers
         /// Called after each answer on its connection's thread, with 0 for a request left
@@ -87,6 +89,9 @@ public:
     /// Users, accepted consents, subscriptions and performances. A test may log a user in here and
     /// spare itself the request.
     Accounts& accounts();
+
+    /// Content keys and the tokens for them.
+    KeyServer& keys();
 
 private:
     struct Running;

@@ -84,6 +84,14 @@ void addOrders(Endpoints& endpoints, ContentService& service) {
     endpoints.Post("/dev/refuse-tls", obeying([&service](const json& order) {
                        service.refuseTLS(order.value("connections", std::size_t{1}));
                    }));
+    endpoints.Post("/dev/keys", obeying([&service](const json& order) {
+                       using Keys = KeyServer::Keys;
+                       const std::string kind = order.value("give", "right");
+                       service.keys().give(kind == "wrong"   ? Keys::wrong
+                                           : kind == "short" ? Keys::tooShort
+                                           : kind == "empty" ? Keys::empty
+                                                             : Keys::right);
+                   }));
     endpoints.Post("/dev/release", obeying([&service](const json&) { service.release(); }));
     endpoints.Post("/dev/clear", obeying([&service](const json&) {
                        service.clearScripts();

@@ -53,10 +53,11 @@ json parsed(const Request& request) { return json::parse(request.body, nullptr, 
 }  // namespace
 
 Endpoints::Endpoints(const ContentService::Options& options, const Catalogue& catalogue,
-                     Accounts& accounts)
+                     Accounts& accounts, KeyServer& keys)
     : options_(options),
       catalogue_(catalogue),
       accounts_(accounts),
+      keys_(keys),
       clientCredential_(basicCredential(options.apiKey, options.secretKey)) {
     // Connections stay open until the client or the service goes.
     set_keep_alive_max_count(1'000'000);
@@ -232,7 +233,7 @@ void Endpoints::addPlayback() {
             return refuse(response, 401, "client credentials, tenant or module are wrong");
         if (!catalogue_.holds(request.matches[1].str()))
             return refuse(response, 404, "no such class");
-        send(response, 200, json{{"token", freshCode()}}.dump());
+        send(response, 200, json{{"token", keys_.issueToken()}}.dump());
     });
     Post("/ondemand/v1/ondemandtracking",
          forUser([this](const User& user, const Request& request, Response& response) {

@@ -3,6 +3,7 @@
 #include <korvel/service/Accounts.h>
 #include <korvel/service/Catalogue.h>
 #include <korvel/service/ContentService.h>
+#include <korvel/service/KeyServer.h>
 
 #include <httplib.h>
 #include <functional>
@@ -17,7 +18,7 @@ namespace korvel::service {
 class Endpoints : public httplib::Server {
 public:
     Endpoints(const ContentService::Options& options, const Catalogue& catalogue,
-              Accounts& accounts);
+              Accounts& accounts, KeyServer& keys);
 
     struct Reply {
         std::string bytes;
@@ -50,6 +51,7 @@ private:
     const ContentService::Options& options_;
     const Catalogue& catalogue_;
     Accounts& accounts_;
+    KeyServer& keys_;
     const std::string clientCredential_;
 };
 

@@ -1,0 +1,153 @@
+#include <korvel/platform/backends/gstreamer/FrameSink.h>
+
+#include <gst/app/gstappsink.h>
+#include <gst/video/video.h>
+
+#include <optional>
+#include <utility>
+
+namespace korvel::platform::gst {
+
+using namespace std::chrono_literals;
+
+struct FrameSink::State {
+    Listener listener;
+    mutable std::mutex mutex;
+    std::shared_ptr<const VideoFrame> newest;
+    std::optional<std::chrono::nanoseconds> origin;
+
+    void take(GstSample* sample);
+};
+
+namespace {
+
+/// A first picture later than that is meant to be late.
+constexpr std::chrono::nanoseconds longestLead = 2s;
+/// Transport streams round times to a 90,000th of a second: a seek to a picture's own time must not
+/// come out just before it.
+constexpr std::chrono::nanoseconds slack = 50us;
+
+using Sample = std::unique_ptr<GstSample, decltype(&gst_sample_unref)>;
+
+struct Mapping {
+    Mapping(const GstVideoInfo& info, Sample sample) : sample_(std::move(sample)) {
+        mapped_ = gst_video_frame_map(&frame_, &info, gst_sample_get_buffer(sample_.get()),
+                                      GST_MAP_READ) != FALSE;
+    }
+    ~Mapping() {
+        if (mapped_) gst_video_frame_unmap(&frame_);
+    }
+    Mapping(const Mapping&) = delete;
+    Mapping& operator=(const Mapping&) = delete;
+
+    const GstVideoFrame* frame() const { return mapped_ ? &frame_ : nullptr; }
+
+private:
+    Sample sample_;
+    GstVideoFrame frame_{};
+    bool mapped_ = false;
+};
+
+VideoFrame::Matrix matrixOf(const GstVideoInfo& info) {
+    switch (GST_VIDEO_INFO_COLORIMETRY(&info).matrix) {
+        case GST_VIDEO_COLOR_MATRIX_BT709:
+            return VideoFrame::Matrix::bt709;
+        case GST_VIDEO_COLOR_MATRIX_BT2020:
+            return VideoFrame::Matrix::bt2020;
+        default:
+            return VideoFrame::Matrix::bt601;
+    }
+}
+
+std::chrono::nanoseconds timeOf(GstSample* sample) {
+    const guint64 time = gst_segment_to_stream_time(gst_sample_get_segment(sample), GST_FORMAT_TIME,
+                                                    GST_BUFFER_PTS(gst_sample_get_buffer(sample)));
+    return std::chrono::nanoseconds(GST_CLOCK_TIME_IS_VALID(time) ? static_cast<std::int64_t>(time)
+                                                                  : 0);
+}
+
+/// The decoder's own memory, not copied; null if it cannot be read.
+std::shared_ptr<VideoFrame> frameOf(Sample sample) {
+    GstVideoInfo info;
+    const auto time = timeOf(sample.get());
+    if (!gst_video_info_from_caps(&info, gst_sample_get_caps(sample.get()))) return nullptr;
+    auto mapping = std::make_shared<Mapping>(info, std::move(sample));
+    const GstVideoFrame* mapped = mapping->frame();
+    if (!mapped) return nullptr;
+
+    auto frame = std::make_shared<VideoFrame>();
+    frame->width = static_cast<std::uint32_t>(GST_VIDEO_INFO_WIDTH(&info));
+    frame->height = static_cast<std::uint32_t>(GST_VIDEO_INFO_HEIGHT(&info));
+    frame->pixelAspect =
+        static_cast<double>(GST_VIDEO_INFO_PAR_N(&info)) / GST_VIDEO_INFO_PAR_D(&info);
+    frame->matrix = matrixOf(info);
+    frame->fullRange = GST_VIDEO_INFO_COLORIMETRY(&info).range == GST_VIDEO_COLOR_RANGE_0_255;
+    frame->time = time;
+    for (std::size_t i = 0; i < frame->planes.size(); ++i) {
+        frame->planes.at(i) = {static_cast<const std::uint8_t*>(mapped->data[i]),
+                               static_cast<std::size_t>(mapped->info.stride[i])};
+    }
+    frame->pixels = std::move(mapping);
+    return frame;
+}
+
+}  // namespace
+
+void FrameSink::State::take(GstSample* sample) {
+    if (!sample) return;  // flushed in the meantime
+    auto frame = frameOf(Sample(sample, gst_sample_unref));
+    if (!frame) return;
+    std::shared_ptr<const VideoFrame> former;  // released after the lock
+    {
+        const std::lock_guard lock(mutex);
+        if (!origin) origin = (frame->time > longestLead ? 0ns : frame->time) + slack;
+        frame->time -= *origin;
+        former = std::exchange(newest, std::move(frame));
+    }
+    listener.frameChanged();
+}
+
+FrameSink::FrameSink(Listener listener)
+    : state_(std::make_shared<State>()),
+      element_(GST_ELEMENT(gst_object_ref_sink(gst_element_factory_make("appsink", nullptr)))) {
+    state_->listener = std::move(listener);
+    GstCaps* caps = gst_caps_new_simple("video/x-raw", "format", G_TYPE_STRING, "I420", nullptr);
+    g_object_set(element(), "caps", caps, "max-buffers", 2U, "drop", TRUE, "sync", TRUE, "qos",
+                 TRUE, "enable-last-sample", FALSE, nullptr);
+    gst_caps_unref(caps);
+
+    using Shared = std::shared_ptr<State>;
+    const auto release = [](gpointer shared) { delete static_cast<Shared*>(shared); };
+    GstAppSinkCallbacks callbacks{};
+    callbacks.new_preroll = [](GstAppSink* sink, gpointer shared) {
+        (*static_cast<Shared*>(shared))->take(gst_app_sink_pull_preroll(sink));
+        return GST_FLOW_OK;
+    };
+    callbacks.new_sample = [](GstAppSink* sink, gpointer shared) {
+        (*static_cast<Shared*>(shared))->take(gst_app_sink_pull_sample(sink));
+        return GST_FLOW_OK;
+    };
+    gst_app_sink_set_callbacks(GST_APP_SINK(element()), &callbacks, new Shared(state_), release);
+
+    const Ref<GstPad> pad(gst_element_get_static_pad(element(), "sink"));
+    gst_pad_add_probe(
+        pad.get(), GST_PAD_PROBE_TYPE_EVENT_FLUSH,
+        [](GstPad*, GstPadProbeInfo* info, gpointer shared) {
+            if (GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) == GST_EVENT_FLUSH_STOP)
+                (*static_cast<Shared*>(shared))->listener.flushed();
+            return GST_PAD_PROBE_OK;
+        },
+        new Shared(state_), release);
+}
+
+std::chrono::nanoseconds FrameSink::origin() const {
+    const std::lock_guard lock(state_->mutex);
+    return state_->origin.value_or(std::chrono::nanoseconds::zero());
+}
+
+std::shared_ptr<const VideoFrame> FrameSink::newest() const {
+    const std::lock_guard lock(state_->mutex);
+    return state_->newest;
+}
+
+}  // namespace korvel::platform::gst

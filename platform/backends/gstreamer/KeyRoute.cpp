@@ -1,0 +1,56 @@
+#include <korvel/platform/avfoundation/AVError.h>
+#include <korvel/platform/backends/gstreamer/KeyRoute.h>
+
+#include <utility>
+
+namespace korvel::platform::gst {
+
+bool KeyWait::wait() {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [&] { return state_ != State::waiting; });
+    return state_ == State::finished;
+}
+
+void KeyWait::end(State state) {
+    const std::lock_guard lock(mutex_);
+    if (state_ != State::waiting) return;
+    state_ = state;
+    changed_.notify_all();
+}
+
+std::optional<KeyRoute::Key> KeyRoute::ask(const std::string& address,
+                                           const std::shared_ptr<KeyWait>& wait) {
+    {
+        const std::lock_guard lock(mutex_);
+        if (refusal_) return *refusal_;
+    }
+    bool cancelled = false;
+    Key key = answer(address, wait, cancelled);
+    if (cancelled) return std::nullopt;
+    if (const auto* refusal = std::get_if<NSError>(&key)) {
+        {
+            const std::lock_guard lock(mutex_);
+            refusal_ = *refusal;
+        }
+        failed_(*refusal);
+    }
+    return key;
+}
+
+KeyRoute::Key KeyRoute::answer(const std::string& address, const std::shared_ptr<KeyWait>& wait,
+                               bool& cancelled) {
+    auto url = URL::parse(address);
+    if (!url) {
+        return makeAVError(AVError::contentIsNotAuthorized,
+                           "The key has no valid address: " + address);
+    }
+    const auto request = keys_->load(URLRequest(*std::move(url)), [wait] { wait->finish(); });
+    if (!wait->wait()) {
+        request->cancel();
+        cancelled = true;
+        return NSError();
+    }
+    return request->key();
+}
+
+}  // namespace korvel::platform::gst

@@ -1,0 +1,269 @@
+#include <korvel/platform/avfoundation/AVError.h>
+#include <korvel/platform/backends/gstreamer/ErrorTranslation.h>
+#include <korvel/platform/backends/gstreamer/KeySource.h>
+#include <korvel/platform/backends/gstreamer/Pipeline.h>
+#include <korvel/platform/backends/gstreamer/PlaylistInspection.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace korvel::platform::gst {
+
+using std::chrono::nanoseconds;
+
+namespace {
+
+// GstPlayFlags, which GStreamer keeps to itself.
+constexpr unsigned playVideo = 1U << 0U;
+constexpr unsigned playAudio = 1U << 1U;
+constexpr unsigned playBuffering = 1U << 8U;
+
+/// The default waits for five seconds of stream, which takes long on a slow line.
+constexpr gint64 bufferDuration = 1500 * GST_MSECOND;
+
+constexpr auto flushingSeek =
+    static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | GST_SEEK_FLAG_ACCURATE);
+
+using Weak = std::weak_ptr<Pipeline>;
+
+void releaseWeak(gpointer weak) { delete static_cast<Weak*>(weak); }
+
+}  // namespace
+
+std::shared_ptr<Pipeline> Pipeline::open(const URL& url,
+                                         std::shared_ptr<AVAssetResourceLoader> keys,
+                                         std::shared_ptr<MediaEvents> events,
+                                         const std::string& audioSink) {
+    auto pipeline = std::make_shared<Pipeline>(url, std::move(events));
+    pipeline->build(std::move(keys), audioSink);
+    pipeline->listen();
+    pipeline->start();
+    return pipeline;
+}
+
+Pipeline::Pipeline(const URL& url, std::shared_ptr<MediaEvents> events)
+    : url_(url), events_(std::move(events)) {}
+
+Pipeline::~Pipeline() = default;
+
+void Pipeline::build(std::shared_ptr<AVAssetResourceLoader> keys, const std::string& audioSink) {
+    frames_ = std::make_unique<FrameSink>(FrameSink::Listener{
+        .frameChanged = [events = events_] { events->frameChanged(); },
+        .flushed =
+            [weak = weak_from_this()] {
+                if (const auto self = weak.lock()) self->flushed_ = true;
+            },
+    });
+    playbin_.reset(GST_ELEMENT(gst_object_ref_sink(gst_element_factory_make("playbin", nullptr))));
+    g_object_set(playbin_.get(), "uri", url_.absoluteString().c_str(), "flags",
+                 playVideo | playAudio | playBuffering, "video-sink", frames_->element(),
+                 "buffer-duration", bufferDuration, nullptr);
+    if (GstElement* sound = gst_element_factory_make(audioSink.c_str(), nullptr)) {
+        if (audioSink == "fakesink") g_object_set(sound, "sync", TRUE, nullptr);
+        g_object_set(playbin_.get(), "audio-sink", sound, nullptr);
+    }
+    // Set before the pipeline starts: each element that it ever makes inherits it.
+    GstContext* context = makeKeyContext(std::make_shared<KeyRoute>(
+        std::move(keys), [weak = weak_from_this()](const NSError& error) {
+            if (const auto self = weak.lock()) self->fail(error);
+        }));
+    gst_element_set_context(playbin_.get(), context);
+    gst_context_unref(context);
+}
+
+void Pipeline::listen() {
+    const Ref<GstBus> bus(gst_element_get_bus(playbin_.get()));
+    gst_bus_set_sync_handler(
+        bus.get(),
+        [](GstBus*, GstMessage* message, gpointer weak) {
+            if (const auto self = static_cast<Weak*>(weak)->lock()) self->heard(message);
+            gst_message_unref(message);
+            return GST_BUS_DROP;
+        },
+        new Weak(weak_from_this()), releaseWeak);
+}
+
+void Pipeline::start() {
+    if (gst_element_set_state(playbin_.get(), GST_STATE_PAUSED) == GST_STATE_CHANGE_FAILURE)
+        fail(makeAVError(AVError::unknown, "The stream cannot be opened."));
+}
+
+void Pipeline::onHelper(std::function<void(Pipeline&)> work) {
+    struct Job {
+        std::shared_ptr<Pipeline> pipeline;
+        std::function<void(Pipeline&)> work;
+    };
+    gst_element_call_async(
+        playbin_.get(),
+        [](GstElement*, gpointer given) {
+            const auto* job = static_cast<Job*>(given);
+            if (!job->pipeline->closed_) job->work(*job->pipeline);
+        },
+        new Job{shared_from_this(), std::move(work)},
+        [](gpointer given) { delete static_cast<Job*>(given); });
+}
+
+// MARK: commands
+
+void Pipeline::close() {
+    {
+        const std::lock_guard lock(life_);
+        closed_ = true;
+    }
+    gst_element_set_state(playbin_.get(), GST_STATE_NULL);
+    const Ref<GstBus> bus(gst_element_get_bus(playbin_.get()));
+    gst_bus_set_sync_handler(bus.get(), nullptr, nullptr, nullptr);
+    gst_bus_set_flushing(bus.get(), TRUE);
+}
+
+void Pipeline::setRate(double rate) {
+    if (stopped_) return;
+    if (rate > 0 && rate_.exchange(rate) != rate) {
+        onHelper([rate](Pipeline& self) { self.changeRate(rate); });
+    }
+    gst_element_set_state(playbin_.get(), rate > 0 ? GST_STATE_PLAYING : GST_STATE_PAUSED);
+}
+
+/// At once where the elements can, else by going on from here.
+void Pipeline::changeRate(double rate) {
+    if (gst_element_seek(playbin_.get(), rate, GST_FORMAT_TIME, GST_SEEK_FLAG_INSTANT_RATE_CHANGE,
+                         GST_SEEK_TYPE_NONE, 0, GST_SEEK_TYPE_NONE, 0)) {
+        return;
+    }
+    const auto here = position();
+    if (here) {
+        gst_element_seek(playbin_.get(), rate, GST_FORMAT_TIME, flushingSeek, GST_SEEK_TYPE_SET,
+                         within(*here + frames_->origin()), GST_SEEK_TYPE_NONE, 0);
+    }
+}
+
+void Pipeline::seek(nanoseconds to) {
+    if (stopped_) return;
+    flushed_ = false;
+    seeking_ = true;
+    onHelper([to](Pipeline& self) {
+        const bool accepted =
+            gst_element_seek(self.playbin_.get(), self.rate_, GST_FORMAT_TIME, flushingSeek,
+                             GST_SEEK_TYPE_SET, (to + self.frames_->origin()).count(),
+                             GST_SEEK_TYPE_NONE, 0) != FALSE;
+        if (!accepted && self.seeking_.exchange(false)) self.events_->seekEnded();
+    });
+}
+
+/// Demuxers refuse the very end of a stream, as whatever lies beyond it.
+std::int64_t Pipeline::within(nanoseconds time) const {
+    const auto known = duration_.load();
+    return known < 0 ? time.count()
+                     : std::min(time.count(), std::max<std::int64_t>(known - GST_MSECOND, 0));
+}
+
+std::optional<nanoseconds> Pipeline::position() const {
+    gint64 time = 0;
+    if (!ready_ || !gst_element_query_position(playbin_.get(), GST_FORMAT_TIME, &time))
+        return std::nullopt;
+    return nanoseconds(time) - frames_->origin();
+}
+
+std::optional<nanoseconds> Pipeline::duration() const {
+    const auto known = duration_.load();
+    return known < 0 ? std::nullopt : std::optional(nanoseconds(known));
+}
+
+// MARK: messages
+
+void Pipeline::heard(GstMessage* message) {
+    const bool own = GST_MESSAGE_SRC(message) == GST_OBJECT(playbin_.get());
+    switch (GST_MESSAGE_TYPE(message)) {
+        case GST_MESSAGE_ERROR:
+            return stumbled(message);
+        case GST_MESSAGE_ASYNC_DONE:
+            if (own) prerolled();
+            return;
+        case GST_MESSAGE_BUFFERING:
+            return buffering(message);
+        case GST_MESSAGE_DURATION_CHANGED:
+            if (ready_) readDuration();
+            return;
+        case GST_MESSAGE_EOS:
+            return events_->playedToEnd();
+        case GST_MESSAGE_LATENCY:
+            return onHelper(
+                [](Pipeline& self) { gst_bin_recalculate_latency(GST_BIN(self.playbin_.get())); });
+        case GST_MESSAGE_CLOCK_LOST:
+            return onHelper([](Pipeline& self) {
+                gst_element_set_state(self.playbin_.get(), GST_STATE_PAUSED);
+                gst_element_set_state(self.playbin_.get(), GST_STATE_PLAYING);
+            });
+        default:
+            return;
+    }
+}
+
+void Pipeline::prerolled() {
+    if (!ready_.exchange(true)) {
+        readDuration();
+        if (!buffering_) events_->buffered(true);
+        events_->ready();
+    } else if (seeking_ && flushed_) {
+        seeking_ = false;
+        events_->seekEnded();
+    }
+}
+
+void Pipeline::buffering(GstMessage* message) {
+    gint percent = 0;
+    gst_message_parse_buffering(message, &percent);
+    buffering_ = percent < 100;
+    events_->buffered(percent >= 100);
+}
+
+void Pipeline::readDuration() {
+    gint64 time = 0;
+    if (!gst_element_query_duration(playbin_.get(), GST_FORMAT_TIME, &time)) return;
+    if (duration_.exchange(time) != time) events_->durationChanged();
+}
+
+/// Demuxers go on after an error, some of them in a circle: the first one ends it.
+void Pipeline::stumbled(GstMessage* message) {
+    if (stopped_.exchange(true)) return;
+    const NSError error = errorOf(message);
+    const bool content = !ready_ && blamesContent(message);
+    onHelper([error, content](Pipeline& self) {
+        gst_element_set_state(self.playbin_.get(), GST_STATE_NULL);
+        if (content) {
+            self.diagnose(error);
+        } else {
+            self.fail(error);
+        }
+    });
+}
+
+void Pipeline::fail(const NSError& error) {
+    if (failed_.exchange(true)) return;
+    events_->failed(error);
+    if (stopped_.exchange(true)) return;
+    onHelper([](Pipeline& self) { gst_element_set_state(self.playbin_.get(), GST_STATE_NULL); });
+}
+
+/// The demuxer says only that something is wrong with the stream; its playlist says what.
+void Pipeline::diagnose(const NSError& error) {
+    if (failed_) return;  // the key's refusal is the cause, and told
+    const auto encryption = inspectPlaylist(url_, [this] { return closed_.load(); });
+    if (encryption.sampleAES) {
+        return fail(
+            makeAVError(AVError::contentIsProtected,
+                        "The stream is encrypted by SAMPLE-AES, which cannot be opened here."));
+    }
+    bool learnt = false;
+    for (const std::string& scheme : encryption.keySchemes) {
+        const bool known = gst_uri_protocol_is_supported(GST_URI_SRC, scheme.c_str());
+        learnt = (!known && registerKeyScheme(scheme)) || learnt;
+    }
+    if (!learnt || std::exchange(retried_, true)) return fail(error);
+    const std::lock_guard lock(life_);
+    if (closed_) return;
+    stopped_ = false;
+    start();
+}
+
+}  // namespace korvel::platform::gst

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <korvel/platform/avfoundation/MediaEngine.h>
+#include <korvel/platform/backends/gstreamer/FrameSink.h>
+#include <korvel/platform/backends/gstreamer/Handles.h>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+namespace korvel::platform::gst {
+
+/// A playbin and what it tells. Commands come from the main queue; messages from the pipeline's own
+/// threads, on which no state may be changed: such work goes to GStreamer's helper threads, which
+/// keep this object until it is done. `close` ends everything for those who gave commands.
+class Pipeline : public std::enable_shared_from_this<Pipeline> {
+public:
+    static std::shared_ptr<Pipeline> open(const URL& url,
+                                          std::shared_ptr<AVAssetResourceLoader> keys,
+                                          std::shared_ptr<MediaEvents> events,
+                                          const std::string& audioSink);
+    Pipeline(const URL& url, std::shared_ptr<MediaEvents> events);
+    ~Pipeline();
+    Pipeline(const Pipeline&) = delete;
+    Pipeline& operator=(const Pipeline&) = delete;
+
+    void close();
+    void setRate(double rate);
+    void seek(std::chrono::nanoseconds to);
+    std::optional<std::chrono::nanoseconds> position() const;
+    std::optional<std::chrono::nanoseconds> duration() const;
+    std::shared_ptr<const VideoFrame> newestFrame() const { return frames_->newest(); }
+
+private:
+    void build(std::shared_ptr<AVAssetResourceLoader> keys, const std::string& audioSink);
+    void listen();
+    void start();
+    std::int64_t within(std::chrono::nanoseconds time) const;
+    void onHelper(std::function<void(Pipeline&)> work);
+
+    // The pipeline's threads.
+    void heard(GstMessage* message);
+    void prerolled();
+    void buffering(GstMessage* message);
+    void stumbled(GstMessage* message);
+    void readDuration();
+    void fail(const NSError& error);
+
+    // Helper threads.
+    void diagnose(const NSError& error);
+    void changeRate(double rate);
+
+    const URL url_;
+    const std::shared_ptr<MediaEvents> events_;
+    std::unique_ptr<FrameSink> frames_;
+    Ref<GstElement> playbin_;
+
+    std::mutex
+        life_;  ///< held while a helper thread starts the pipeline, so that it is not after `close`
+    std::atomic<bool> closed_ = false;
+    std::atomic<bool> failed_ = false;
+    std::atomic<bool> stopped_ = false;  ///< by the first error
+    bool retried_ = false;               ///< helper thread
+
+    std::atomic<std::int64_t> duration_ = -1;
+    std::atomic<bool> ready_ = false;
+    std::atomic<bool> buffering_ = false;  ///< a message has said so and none has taken it back
+    std::atomic<bool> seeking_ = false;
+    std::atomic<bool> flushed_ = false;  ///< by the seek in progress
+    std::atomic<double> rate_ = 1;       ///< of the pipeline's clock, also while paused
+};
+
+}  // namespace korvel::platform::gst
