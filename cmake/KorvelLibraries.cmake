@@ -14,7 +14,9 @@ target_sources(korvel_content PUBLIC FILE_SET HEADERS
 target_include_directories(korvel_content INTERFACE
     "$<BUILD_INTERFACE:${korvel_include_dir}>" "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
 target_compile_features(korvel_content PUBLIC cxx_std_20)
-target_link_options(korvel_content PRIVATE -Wl,--gc-sections -Wl,--no-undefined -Wl,--as-needed
+set(exports "${PROJECT_SOURCE_DIR}/cmake/exports.map")
+set_target_properties(korvel_content PROPERTIES LINK_DEPENDS "${exports}")
+target_link_options(korvel_content PRIVATE "-Wl,--version-script=${exports}" -Wl,-O2 -Wl,--gc-sections -Wl,--no-undefined -Wl,--as-needed
     -Wl,-z,nodelete)  # threads of the SDK may still run its code when a host unloads it
 set_target_properties(korvel_content PROPERTIES
     EXPORT_NAME content
