@@ -18,7 +18,8 @@ AVPlayerItem::~AVPlayerItem() = default;
 CMTime AVPlayerItem::currentTime() const {
     if (target_) return CMTime::of(within(*target_));
     const auto position = playback_ ? playback_->position() : std::nullopt;
-    return CMTime::of(within(position.value_or(nanoseconds::zero())));
+    if (position) lastPosition_ = *position;
+    return CMTime::of(within(lastPosition_));
 }
 
 /// Decoders run a little past the end; hosts may rely on positions that do not.
@@ -75,6 +76,7 @@ void AVPlayerItem::close() {
     playback_.reset();
     rate_ = applied_ = 0;
     enough_ = ended_ = seeking_ = likelyToKeepUp_ = bufferEmpty_ = false;
+    lastPosition_ = {};
     nextSeek_.reset();
     target_.reset();
 }

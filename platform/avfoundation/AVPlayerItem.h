@@ -92,6 +92,7 @@ private:
     bool enough_ = false;
     bool ended_ = false;
     bool seeking_ = false;
+    mutable std::chrono::nanoseconds lastPosition_{};  ///< where it failed, too
     std::optional<std::chrono::nanoseconds> nextSeek_;
     std::optional<std::chrono::nanoseconds> target_;  ///< until the seek there has ended
 };

@@ -127,6 +127,23 @@ TEST_F(GStreamerTest, BrokenStreamsFailOnceWithAReason) {
     }
 }
 
+TEST_F(GStreamerTest, StreamsComeOverTLSUnderTheGivenAuthorityAlone) {
+    const service::ContentService secure;
+    const std::string address = secure.baseURL() + "media/50101/index.m3u8";
+    Show untrusted(address, device);
+    EXPECT_TRUE(until([&] { return untrusted.hasFailed(); }));
+    device.mediaEngine = makeMediaEngineGStreamer(
+        {.certificateAuthorityFile = secure.caFile(), .audioSink = "fakesink"});
+    Show trusted(address, device);
+    EXPECT_TRUE(until([&] { return trusted.isReady() || trusted.hasFailed(); }));
+    EXPECT_EQ(trusted.picture(), 0);
+
+    NSError error;
+    EXPECT_FALSE(makeMediaEngineGStreamer({.certificateAuthorityFile = "/nowhere"}, &error));
+    EXPECT_FALSE(makeMediaEngineGStreamer({.audioSink = "nosuchsink"}, &error));
+    EXPECT_EQ(error.code, static_cast<std::int64_t>(AVError::noMediaEngine));
+}
+
 TEST_F(GStreamerTest, TwoPlayersKeepToTheirOwnStreamsAndKeys) {
     Show first(encrypted, device);
     Show second(plain, device);

@@ -56,7 +56,9 @@ void publish(const std::string& name) {
     auto list = former ? std::make_unique<ProtocolList>(*former)
                        : std::make_unique<ProtocolList>(1, nullptr);
     list->insert(list->end() - 1, g_intern_string(name.c_str()));
-    published = list.release();
+    published = list.get();
+    static auto& kept = *new std::vector<std::unique_ptr<const ProtocolList>>;
+    kept.push_back(std::move(list));
 }
 
 gchar* getAddress(GstURIHandler* handler) {

@@ -121,6 +121,7 @@ void Pipeline::setRate(double rate) {
     if (rate > 0 && rate_.exchange(rate) != rate) {
         onHelper([rate](Pipeline& self) { self.changeRate(rate); });
     }
+    playing_ = rate > 0;
     gst_element_set_state(playbin_.get(), rate > 0 ? GST_STATE_PLAYING : GST_STATE_PAUSED);
 }
 
@@ -135,6 +136,14 @@ void Pipeline::changeRate(double rate) {
         gst_element_seek(playbin_.get(), rate, GST_FORMAT_TIME, flushingSeek, GST_SEEK_TYPE_SET,
                          within(*here + frames_->origin()), GST_SEEK_TYPE_NONE, 0);
     }
+}
+
+/// The sound device that gave the time has gone: pausing and going on finds another clock.
+void Pipeline::chooseClock() {
+    const std::lock_guard lock(life_);
+    if (closed_ || stopped_ || !playing_) return;
+    gst_element_set_state(playbin_.get(), GST_STATE_PAUSED);
+    gst_element_set_state(playbin_.get(), GST_STATE_PLAYING);
 }
 
 void Pipeline::seek(nanoseconds to) {
@@ -190,10 +199,7 @@ void Pipeline::heard(GstMessage* message) {
             return onHelper(
                 [](Pipeline& self) { gst_bin_recalculate_latency(GST_BIN(self.playbin_.get())); });
         case GST_MESSAGE_CLOCK_LOST:
-            return onHelper([](Pipeline& self) {
-                gst_element_set_state(self.playbin_.get(), GST_STATE_PAUSED);
-                gst_element_set_state(self.playbin_.get(), GST_STATE_PLAYING);
-            });
+            return onHelper([](Pipeline& self) { self.chooseClock(); });
         default:
             return;
     }

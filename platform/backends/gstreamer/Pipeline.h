@@ -52,6 +52,7 @@ private:
     // Helper threads.
     void diagnose(const NSError& error);
     void changeRate(double rate);
+    void chooseClock();
 
     const URL url_;
     const std::shared_ptr<MediaEvents> events_;
@@ -59,7 +60,7 @@ private:
     Ref<GstElement> playbin_;
 
     std::mutex
-        life_;  ///< held while a helper thread starts the pipeline, so that it is not after `close`
+        life_;  ///< held while a helper thread sets it going, so that it is not after `close`
     std::atomic<bool> closed_ = false;
     std::atomic<bool> failed_ = false;
     std::atomic<bool> stopped_ = false;  ///< by the first error
@@ -68,6 +69,7 @@ private:
     std::atomic<std::int64_t> duration_ = -1;
     std::atomic<bool> ready_ = false;
     std::atomic<bool> buffering_ = false;  ///< a message has said so and none has taken it back
+    std::atomic<bool> playing_ = false;
     std::atomic<bool> seeking_ = false;
     std::atomic<bool> flushed_ = false;  ///< by the seek in progress
     std::atomic<double> rate_ = 1;       ///< of the pipeline's clock, also while paused
