@@ -1,4 +1,5 @@
 #include <korvel/platform/backends/curl/CurlLoop.h>
+#include <korvel/platform/foundation/Delay.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -62,23 +63,64 @@ CurlLoop::CurlLoop(const URLSessionCurlOptions& options, BackgroundExecutor back
 }
 
 void CurlLoop::submit(Transfer transfer) {
-    {
-        const std::lock_guard lock(mutex_);
-        if (stopped_) return;
-        submitted_.push_back(std::move(transfer));
+    Lock lock(mutex_);
+    if (stopped_) return;
+    submitted_.push_back(std::move(transfer));
+    if (lead_ == Lead::taken) {
         wake();
-        if (lead_ != Lead::vacant) return;
-        lead_ = Lead::called;
+    } else if (lead_ != Lead::called) {
+        const bool here = lastCompleting_ == std::this_thread::get_id();
+        here ? startHere(lock) : callLeader(lock);
     }
+}
+
+void CurlLoop::callLeader(Lock& lock) {
+    lead_ = Lead::called;
+    lastCompleting_ = {};
+    lock.unlock();
     background_([self = shared_from_this()] { self->lead(); });
 }
 
+void CurlLoop::startHere(Lock& lock) {
+    lead_ = Lead::taken;
+    leader_ = lastCompleting_;
+    lock.unlock();
+    if (takeSubmitted()) work();
+    lock.lock();
+    if (stopped_) return close(lock);
+    if (!submitted_.empty()) return callLeader(lock);
+    lead_ = Lead::kept;
+    leadIsFree_.notify_all();
+    ++timesKept_;
+    if (std::exchange(watched_, true)) return;
+    lock.unlock();
+    watchKeptLead();
+}
+
+/// One timer for all that happens within its time: arming one for each request would wake a thread,
+/// too.
+void CurlLoop::watchKeptLead() {
+    runAfter(std::chrono::milliseconds(2), [weak = weak_from_this()] {
+        const auto self = weak.lock();
+        if (!self) return;
+        Lock lock(self->mutex_);
+        self->watched_ = !self->stopped_ && self->timesKeptSeen_ != self->timesKept_;
+        self->timesKeptSeen_ = self->timesKept_;
+        if (self->watched_) {
+            lock.unlock();
+            self->watchKeptLead();
+        } else if (self->lead_ == Lead::kept) {
+            self->callLeader(lock);
+        }
+    });
+}
+
 void CurlLoop::stop() {
-    std::unique_lock lock(mutex_);
+    Lock lock(mutex_);
     stopped_ = true;
     if (lead_ == Lead::taken && leader_ == std::this_thread::get_id()) return;
     wake();
-    leadIsVacant_.wait(lock, [this] { return lead_ != Lead::taken; });
+    leadIsFree_.wait(lock, [this] { return lead_ != Lead::taken; });
     lead_ = Lead::taken;
     leader_ = std::this_thread::get_id();
     close(lock);
@@ -100,14 +142,17 @@ void CurlLoop::lead() {
     if (!takeLead()) return;
     if (!multi_) open();
     while (takeSubmitted()) {
-        for (auto& transfer : taken_) add(std::move(transfer));
-        taken_.clear();
         work();
-        endStalled();
-        if (const auto last = completeDone()) return last->complete();
-        waitForWork();
+        auto last = completeAllButLast();
+        if (giveLeadBack()) {
+            if (last) std::exchange(last, nullptr)->complete();
+            if (!takeKeptLead()) return;
+        } else {
+            if (last) complete(std::move(last));
+            waitForWork();
+        }
     }
-    std::unique_lock lock(mutex_);
+    Lock lock(mutex_);
     close(lock);
 }
 
@@ -118,22 +163,21 @@ bool CurlLoop::takeSubmitted() {
     return !stopped_;
 }
 
-CurlLoop::Transfer CurlLoop::completeDone() {
-    if (done_.empty()) return nullptr;
-    Transfer last = std::move(done_.back());
-    done_.pop_back();
-    for (auto& transfer : done_) complete(std::move(transfer));
-    done_.clear();
-    if (giveLeadBack()) return last;
-    complete(std::move(last));
-    return nullptr;
-}
-
 bool CurlLoop::giveLeadBack() {
     const std::lock_guard lock(mutex_);
     if (stopped_ || !inFlight_.empty() || !submitted_.empty()) return false;
     lead_ = Lead::vacant;
-    leadIsVacant_.notify_all();
+    lastCompleting_ = leader_;
+    leadIsFree_.notify_all();
+    return true;
+}
+
+bool CurlLoop::takeKeptLead() {
+    const std::lock_guard lock(mutex_);
+    if (lastCompleting_ != std::this_thread::get_id()) return false;
+    lastCompleting_ = {};
+    if (lead_ != Lead::kept) return false;
+    lead_ = Lead::taken;
     return true;
 }
 
@@ -164,7 +208,7 @@ void CurlLoop::open() {
     multi_ = multi;
 }
 
-void CurlLoop::close(std::unique_lock<std::mutex>& lock) {
+void CurlLoop::close(Lock& lock) {
     CURLM* const multi = std::exchange(multi_, nullptr);
     lock.unlock();
     // Destroying a handler runs the host's code, which may come back here.
@@ -177,7 +221,17 @@ void CurlLoop::close(std::unique_lock<std::mutex>& lock) {
     curl_share_cleanup(std::exchange(settings_.tlsSessions, nullptr));
     lock.lock();
     lead_ = Lead::vacant;
-    leadIsVacant_.notify_all();
+    lastCompleting_ = {};
+    leadIsFree_.notify_all();
+}
+
+void CurlLoop::work() {
+    for (auto& transfer : taken_) add(std::move(transfer));
+    taken_.clear();
+    int running = 0;
+    curl_multi_perform(multi_, &running);
+    finishDone();
+    endStalled();
 }
 
 void CurlLoop::add(Transfer transfer) {
@@ -193,10 +247,9 @@ void CurlLoop::add(Transfer transfer) {
     done_.push_back(std::move(transfer));
 }
 
-void CurlLoop::work() {
-    int number = 0;
-    curl_multi_perform(multi_, &number);
-    while (const CURLMsg* message = curl_multi_info_read(multi_, &number)) {
+void CurlLoop::finishDone() {
+    int left = 0;
+    while (const CURLMsg* message = curl_multi_info_read(multi_, &left)) {
         const CURLcode result = message->data.result;
         auto transfer = remove(message->easy_handle);
         if (transfer->finish(result)) {
@@ -225,6 +278,16 @@ void CurlLoop::endStalled() {
 CurlLoop::Transfer CurlLoop::remove(CURL* easy) {
     curl_multi_remove_handle(multi_, easy);
     return std::move(inFlight_.extract(easy).mapped());
+}
+
+/// The last one that is done, if any; the others go to the background.
+CurlLoop::Transfer CurlLoop::completeAllButLast() {
+    if (done_.empty()) return nullptr;
+    Transfer last = std::move(done_.back());
+    done_.pop_back();
+    for (auto& transfer : done_) complete(std::move(transfer));
+    done_.clear();
+    return last;
 }
 
 void CurlLoop::complete(Transfer transfer) {

@@ -4,6 +4,7 @@
 #include <korvel/platform/backends/curl/URLSessionCurl.h>
 
 #include <condition_variable>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -13,9 +14,13 @@
 namespace korvel::platform {
 
 /// Drives a session's transfers on one multi handle, on one background thread at a time: its
-/// leader. A request that finds none calls one. When nothing is on its way any more the leader
-/// gives the lead back and runs the last completion itself: on most machines waking a second thread
-/// for it costs as much processor time as a fifth of the request.
+/// leader. A request that finds none calls one.
+///
+/// Waking a thread costs about as much processor time as libcurl takes for a small request, so the
+/// common chain, each completion starting the next request, runs without: when nothing is on its
+/// way any more the leader gives the lead back and runs the last completion itself. A request made
+/// there goes out at once, and the thread keeps the lead for when the completion returns. If that
+/// takes longer than a moment, because the completion blocks or computes, another leader is called.
 ///
 /// Ownership: held by its session and by its leader.
 class CurlLoop : public std::enable_shared_from_this<CurlLoop> {
@@ -34,22 +39,34 @@ public:
 
 private:
     using Clock = CurlTransfer::Clock;
-    enum class Lead { vacant, called, taken };
+    using Lock = std::unique_lock<std::mutex>;
+    enum class Lead {
+        vacant,
+        called,  // the background will run `lead`
+        taken,
+        kept  // by the thread that runs the last completion, until that returns
+    };
 
     void lead();
     bool takeLead();
     bool takeSubmitted();
-    Transfer completeDone();
     bool giveLeadBack();
+    bool takeKeptLead();
     void waitForWork();
     void wake();
 
+    void callLeader(Lock& lock);
+    void startHere(Lock& lock);
+    void watchKeptLead();
+
     void open();
-    void close(std::unique_lock<std::mutex>& lock);
-    void add(Transfer transfer);
+    void close(Lock& lock);
     void work();
+    void add(Transfer transfer);
+    void finishDone();
     void endStalled();
     Transfer remove(CURL* easy);
+    Transfer completeAllButLast();
     void complete(Transfer transfer);
 
     const BackgroundExecutor background_;
@@ -65,7 +82,11 @@ private:
     CURLM* multi_ = nullptr;  // made and destroyed by leaders, who use it unguarded
     Lead lead_ = Lead::vacant;
     std::thread::id leader_;
-    std::condition_variable leadIsVacant_;
+    std::thread::id lastCompleting_;  // runs the completion after which the lead became vacant
+    std::uint64_t timesKept_ = 0;
+    std::uint64_t timesKeptSeen_ = 0;  // by the watch
+    bool watched_ = false;
+    std::condition_variable leadIsFree_;
     std::vector<Transfer> submitted_;
     bool waiting_ = false;  // the leader polls, or is about to
     bool stopped_ = false;
