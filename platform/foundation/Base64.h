@@ -11,7 +11,8 @@ namespace korvel::platform {
 
 /// Standard alphabet with padding, no line breaks.
 KORVEL_API std::string base64Encoded(std::string_view bytes);
-/// Strict: nothing for any character outside the alphabet (line breaks too), missing padding or stray bits.
+/// Strict: nothing for any character outside the alphabet (line breaks too), missing padding or
+/// stray bits.
 KORVEL_API std::optional<Data> base64Decoded(std::string_view text);
 
 }  // namespace korvel::platform

@@ -18,8 +18,10 @@ public:
     const std::string& bundleIdentifier() const { return identifier_; }
     const std::filesystem::path& bundlePath() const { return folder_; }
 
-    /// Path of the file `name`.`extension` (no dot if the extension is empty); nothing if there is none.
-    std::optional<std::filesystem::path> path(std::string_view name, std::string_view extension) const;
+    /// Path of the file `name`.`extension` (no dot if the extension is empty); nothing if there is
+    /// none.
+    std::optional<std::filesystem::path> path(std::string_view name,
+                                              std::string_view extension) const;
     /// Its content; nothing if there is none or it cannot be read.
     std::optional<Data> contents(std::string_view name, std::string_view extension) const;
 

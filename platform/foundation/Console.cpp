@@ -9,7 +9,8 @@ Console::~Console() = default;
 
 void StandardOutput::print(std::string_view line) {
     const std::string whole = std::string(line) + '\n';
-    std::fwrite(whole.data(), 1, whole.size(), stdout);  // one call: stdio locks the stream around it
+    std::fwrite(whole.data(), 1, whole.size(),
+                stdout);  // one call: stdio locks the stream around it
     std::fflush(stdout);
 }
 

@@ -6,8 +6,8 @@
 
 namespace korvel::platform {
 
-/// Where the SDK's diagnostic lines go. The device's own is standard output, one line per call, never
-/// interleaved. Any thread.
+/// Where the SDK's diagnostic lines go. The device's own is standard output, one line per call,
+/// never interleaved. Any thread.
 class KORVEL_API Console {
 public:
     virtual ~Console();

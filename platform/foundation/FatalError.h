@@ -6,7 +6,8 @@
 
 namespace korvel::platform {
 
-/// Writes `message` to standard error and aborts. For programming errors that the contract calls fatal.
+/// Writes `message` to standard error and aborts. For programming errors that the contract calls
+/// fatal.
 [[noreturn]] KORVEL_API void fatalError(std::string_view message);
 
 }  // namespace korvel::platform

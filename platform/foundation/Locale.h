@@ -12,7 +12,8 @@ namespace korvel::platform {
 class KORVEL_API Locale {
 public:
     virtual ~Locale();
-    /// ICU identifier such as "de_AT" or "ar_EG@calendar=islamic"; decides digits and calendar of dates.
+    /// ICU identifier such as "de_AT" or "ar_EG@calendar=islamic"; decides digits and calendar of
+    /// dates.
     virtual std::string identifier() const = 0;
     /// Two-letter region such as "AT"; nothing if the locale names none.
     virtual std::optional<std::string> regionCode() const = 0;

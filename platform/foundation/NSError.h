@@ -13,8 +13,8 @@
 
 namespace korvel::platform {
 
-/// An error as a value: which authority speaks (`domain`), what it says (`code`), and details by key.
-/// A detail is a text, bytes, or a record; records compare by identity.
+/// An error as a value: which authority speaks (`domain`), what it says (`code`), and details by
+/// key. A detail is a text, bytes, or a record; records compare by identity.
 struct KORVEL_API NSError {
     using Value = std::variant<std::string, Data, std::shared_ptr<Object>>;
     using UserInfo = std::map<std::string, Value, std::less<>>;

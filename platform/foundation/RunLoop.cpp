@@ -17,7 +17,8 @@ bool RunLoop::runUntil(const std::function<bool()>& done, std::optional<Clock::D
     bool reached = false;
     queue_->runUntil(
         [&] {
-            const bool stopped = stopped_.exchange(false);  // first: a stop counts once, done or not
+            const bool stopped =
+                stopped_.exchange(false);  // first: a stop counts once, done or not
             reached = done();
             return reached || stopped;
         },

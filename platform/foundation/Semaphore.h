@@ -20,7 +20,8 @@ public:
     void signal() {
         const std::lock_guard lock(mutex_);
         ++value_;
-        changed_.notify_one();  // under the lock: a waiter may destroy the semaphore as soon as it wakes
+        changed_.notify_one();  // under the lock: a waiter may destroy the semaphore as soon as it
+                                // wakes
     }
 
 private:

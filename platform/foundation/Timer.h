@@ -10,8 +10,8 @@ namespace korvel::platform {
 class KORVEL_API Timer {
 public:
     /// Main queue or any thread. The queue keeps a running timer alive; `invalidate` ends it.
-    static std::shared_ptr<Timer> scheduled(MainQueue& queue, Clock::Duration interval, bool repeats,
-                                            std::function<void()> block);
+    static std::shared_ptr<Timer> scheduled(MainQueue& queue, Clock::Duration interval,
+                                            bool repeats, std::function<void()> block);
     /// The block runs no more and is released. A second call does nothing.
     void invalidate();
     bool isValid() const;

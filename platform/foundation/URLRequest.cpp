@@ -1,20 +1,20 @@
 #include <korvel/platform/foundation/URLRequest.h>
 
-#include <algorithm>
 #include <strings.h>
+#include <algorithm>
 
 namespace korvel::platform {
 
 namespace {
 bool sameName(std::string_view left, std::string_view right) {
-    return left.size() == right.size() &&
-           strncasecmp(left.data(), right.data(), left.size()) == 0;
+    return left.size() == right.size() && strncasecmp(left.data(), right.data(), left.size()) == 0;
 }
 }  // namespace
 
 void URLRequest::setValue(std::optional<std::string> value, std::string_view name) {
-    const auto found = std::find_if(headers_.begin(), headers_.end(),
-                                    [&](const auto& header) { return sameName(header.first, name); });
+    const auto found = std::find_if(headers_.begin(), headers_.end(), [&](const auto& header) {
+        return sameName(header.first, name);
+    });
     if (!value) {
         if (found != headers_.end()) headers_.erase(found);
     } else if (found != headers_.end()) {

@@ -24,8 +24,8 @@ public:
     /// The exchange ends with an error after this long without progress (not in total).
     std::chrono::milliseconds timeoutInterval{std::chrono::seconds(60)};
 
-    /// Sets a header, replacing one of the same name whatever its case; nothing removes it. An empty
-    /// value is sent as an empty header.
+    /// Sets a header, replacing one of the same name whatever its case; nothing removes it. An
+    /// empty value is sent as an empty header.
     void setValue(std::optional<std::string> value, std::string_view name);
     /// Nothing if the header is not set. The name's case does not matter.
     std::optional<std::string> value(std::string_view name) const;

@@ -25,12 +25,12 @@ struct TransferMetrics {
 };
 
 struct HTTPURLResponse {
-    URL url;  ///< after redirects
+    URL url;             ///< after redirects
     int statusCode = 0;  ///< 100 to 999, also those that no standard knows
 };
 
-/// What came of a request. Either `error` is set, or `response` is; `body` is set whenever there was a
-/// response, empty if it had no bytes (the absent case exists for transports that know it).
+/// What came of a request. Either `error` is set, or `response` is; `body` is set whenever there
+/// was a response, empty if it had no bytes (the absent case exists for transports that know it).
 struct Exchange {
     std::optional<Data> body;
     std::optional<HTTPURLResponse> response;
@@ -38,19 +38,19 @@ struct Exchange {
     TransferMetrics metrics;
 };
 
-/// Sends requests. Nothing of one request is visible in another: no cookies, no cache, no credentials.
+/// Sends requests. Nothing of one request is visible in another: no cookies, no cache, no
+/// credentials.
 ///
-/// Thread safety: any thread. Handlers run on background threads, never on the caller's and never on
-/// the transport's own, so one that blocks holds up no other exchange.
-/// Ownership: the handler is called exactly once, or, when the session is destroyed first, destroyed
-/// without a call.
+/// Thread safety: any thread. Handlers run on background threads, never on the caller's and never
+/// on the transport's own, so one that blocks holds up no other exchange. Ownership: the handler is
+/// called exactly once, or, when the session is destroyed first, destroyed without a call.
 class KORVEL_API URLSession {
 public:
     using CompletionHandler = std::function<void(Exchange)>;
 
     virtual ~URLSession();
-    /// Starts `request` at once and returns. Redirects are followed; a request that is not a GET or a
-    /// HEAD reaches the service at most once.
+    /// Starts `request` at once and returns. Redirects are followed; a request that is not a GET or
+    /// a HEAD reaches the service at most once.
     virtual void dataTask(URLRequest request, CompletionHandler completionHandler) = 0;
     /// The same with `bodyData` as the body, whatever the request says.
     void uploadTask(URLRequest request, std::optional<Data> bodyData,

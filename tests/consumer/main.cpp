@@ -1,4 +1,5 @@
-// A host outside this tree: it compiles against the installed headers and links the installed library.
+// A host outside this tree: it compiles against the installed headers and links the installed
+// library.
 #include <korvel/KorvelContentSDK.h>
 
 #include <cstdio>
