@@ -22,7 +22,20 @@ __attribute__((visibility("default"))) const char* __tsan_default_suppressions()
            "called_from_lib:libgio-2.0.so\n"
            "called_from_lib:libsoup-3.0.so\n"
            "called_from_lib:libgstreamer-1.0.so\n"
-           "called_from_lib:libgstbase-1.0.so\n";
+           "called_from_lib:libgstbase-1.0.so\n"
+           "called_from_lib:libgstapp-1.0.so\n"
+           "called_from_lib:libgstvideo-1.0.so\n"
+           "called_from_lib:libgstadaptivedemux-1.0.so\n"
+           "called_from_lib:libgstplayback.so\n"
+           "called_from_lib:libgstcoreelements.so\n"
+           "called_from_lib:libgsthls.so\n"
+           "called_from_lib:libgstmpegtsdemux.so\n"
+           "called_from_lib:libgstlibav.so\n"
+           "called_from_lib:libavcodec.so\n"
+           "called_from_lib:libavutil.so\n"
+           // GLib ends a function with a jump into "unlock", which then seems to be called from
+           // here.
+           "mutex:keySourceType\n";
 }
 
 }  // extern "C"

@@ -89,18 +89,9 @@ void Pipeline::start() {
 }
 
 void Pipeline::onHelper(std::function<void(Pipeline&)> work) {
-    struct Job {
-        std::shared_ptr<Pipeline> pipeline;
-        std::function<void(Pipeline&)> work;
-    };
-    gst_element_call_async(
-        playbin_.get(),
-        [](GstElement*, gpointer given) {
-            const auto* job = static_cast<Job*>(given);
-            if (!job->pipeline->closed_) job->work(*job->pipeline);
-        },
-        new Job{shared_from_this(), std::move(work)},
-        [](gpointer given) { delete static_cast<Job*>(given); });
+    DispatchQueue::global().async([self = shared_from_this(), work = std::move(work)] {
+        if (!self->closed_) work(*self);
+    });
 }
 
 // MARK: commands

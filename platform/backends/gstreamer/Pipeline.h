@@ -14,7 +14,7 @@
 namespace korvel::platform::gst {
 
 /// A playbin and what it tells. Commands come from the main queue; messages from the pipeline's own
-/// threads, on which no state may be changed: such work goes to GStreamer's helper threads, which
+/// threads, on which no state may be changed: such work goes to the pool, whose tasks
 /// keep this object until it is done. `close` ends everything for those who gave commands.
 class Pipeline : public std::enable_shared_from_this<Pipeline> {
 public:
