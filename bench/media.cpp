@@ -10,6 +10,7 @@
 #include <sodium/utils.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <ctime>
@@ -49,7 +50,7 @@ Device makeDevice() {
 
 class RightKeys final : public AVAssetResourceLoaderDelegate {
 public:
-    bool answers = true;
+    std::atomic<bool> answers = true;
     bool shouldWaitForLoadingOfRequestedResource(
         AVAssetResourceLoader&, std::shared_ptr<AVAssetResourceLoadingRequest> request) override {
         if (!answers) return true;

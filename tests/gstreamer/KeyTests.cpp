@@ -39,8 +39,7 @@ TEST_F(GStreamerTest, ProtectedPicturesEqualThePlainOnes) {
     // The whole exchange: SPC for the bundled certificate, token, key server, CKC.
     device.contentKeySystem = makeContentKeySystemSodium();
     const auto certificate = *Bundle("sdk", KORVEL_BUNDLE).contents("fairplay", "cer");
-    Show show(base + "v.ism/720p/index.m3u8", device);
-    show.keys->answer = [&](const Request& request) {
+    const auto exchange = [&](const Request& request) {
         const std::string kid = KeyHolder::identifier(*request);
         NSError error;
         const auto spc = request->streamingContentKeyRequestData(certificate, bytesOf(kid), &error);
@@ -52,6 +51,7 @@ TEST_F(GStreamerTest, ProtectedPicturesEqualThePlainOnes) {
         KeyHolder::give(*request, *base64Decoded(reply.body.substr(5, reply.body.size() - 11)));
         return true;
     };
+    Show show(base + "v.ism/720p/index.m3u8", device, exchange);
     Show bare(base + "720p/index.m3u8", device);
     for (const double to : {0., 2.9, 3.1, 17.25, 29.8}) {
         for (Show* each : {&show, &bare}) {
@@ -90,8 +90,7 @@ TEST_F(GStreamerTest, KeyThatDoesNotOpenFailsTheItemAfterOneRequestAndThenAllIsQ
         {"wrong", {giving([](Data& key) { key.front() ^= 1U; }), 0}},
     };
     for (const auto& [name, expected] : cases) {
-        Show show(base + "v.ism/manifest", device);
-        show.keys->answer = expected.first;
+        Show show(base + "v.ism/manifest", device, expected.first);
         show.player->play();
         ASSERT_TRUE(until([&] { return show.hasFailed(); })) << name;
         EXPECT_TRUE(expected.second == 0 || show.item->error()->code == expected.second)
@@ -109,12 +108,11 @@ TEST_F(GStreamerTest, NeverAnsweredKeyHoldsNothingUpAndALateAnswerIsDropped) {
     std::vector<Request> held;
     std::mutex mutex;
     for (int i = 0; i < 10; ++i) {
-        auto show = std::make_unique<Show>(encrypted, device);
-        show->keys->answer = [&](const Request& request) {
+        auto show = std::make_unique<Show>(encrypted, device, [&](const Request& request) {
             const std::lock_guard lock(mutex);
             held.push_back(request);
             return true;
-        };
+        });
         show->player->play();
         ASSERT_TRUE(until([&] { return show->keys->asked > 0; }));
         show->seek(4);

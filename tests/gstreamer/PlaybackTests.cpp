@@ -147,8 +147,7 @@ TEST_F(GStreamerTest, StreamsComeOverTLSUnderTheGivenAuthorityAlone) {
 TEST_F(GStreamerTest, TwoPlayersKeepToTheirOwnStreamsAndKeys) {
     Show first(encrypted, device);
     Show second(plain, device);
-    Show refused(encrypted, device);
-    refused.keys->answer = [](const auto&) { return false; };
+    Show refused(encrypted, device, [](const auto&) { return false; });
     first.player->play();
     second.player->play();
     second.seek(20);
@@ -176,14 +175,18 @@ TEST_F(GStreamerTest, ManyOpenedAndClosedLeaveNothingBehind) {
     const auto after = Footprint::now();
     EXPECT_LE(after.threads, before.threads + 3) << "but for helpers that end later";
     EXPECT_LE(after.descriptors, before.descriptors + 6) << "but for connections that end later";
+#if !defined(__SANITIZE_ADDRESS__) && \
+    !defined(__SANITIZE_THREAD__)  // which keep memory for their own use
     EXPECT_LE(after.kib - before.kib, 16 * 1024);
+#endif
 }
 
 TEST_F(GStreamerTest, ClosingIsQuickAtAnyMoment) {
     double worst = 0;
     for (int i = 0; i < 40; ++i) {
-        auto show = std::make_unique<Show>(i % 2 ? plain : encrypted, device);
-        if (i % 4 == 1) show->keys->answer = [](const auto&) { return true; };  // never answered
+        std::function<bool(const KeyHolder::Request&)> never;
+        if (i % 4 == 0) never = [](const auto&) { return true; };
+        auto show = std::make_unique<Show>(i % 2 ? plain : encrypted, device, never);
         show->player->play();
         play(std::chrono::milliseconds(i * 7 % 90));
         if (i % 3 == 0) show->seek(i % 30);

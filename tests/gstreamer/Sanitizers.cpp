@@ -31,6 +31,9 @@ __attribute__((visibility("default"))) const char* __tsan_default_suppressions()
            "called_from_lib:libgsthls.so\n"
            "called_from_lib:libgstmpegtsdemux.so\n"
            "called_from_lib:libgstlibav.so\n"
+           "race:libgnutls.so\n"
+           "race:libproxy.so\n"
+           "race:libgstvideoparsersbad.so\n"
            "called_from_lib:libavcodec.so\n"
            "called_from_lib:libavutil.so\n"
            // GLib ends a function with a jump into "unlock", which then seems to be called from

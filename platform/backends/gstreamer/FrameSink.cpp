@@ -1,4 +1,5 @@
 #include <korvel/platform/backends/gstreamer/FrameSink.h>
+#include <korvel/platform/backends/gstreamer/HandOver.h>
 
 #include <gst/app/gstappsink.h>
 #include <gst/video/video.h>
@@ -117,27 +118,38 @@ FrameSink::FrameSink(Listener listener)
     gst_caps_unref(caps);
 
     using Shared = std::shared_ptr<State>;
-    const auto release = [](gpointer shared) { delete static_cast<Shared*>(shared); };
+    const auto share = [this] {
+        auto* shared = new Shared(state_);
+        const HandOver first(shared);
+        return shared;
+    };
+    const auto release = [](gpointer shared) {
+        { const HandOver last(shared); }
+        delete static_cast<Shared*>(shared);
+    };
     GstAppSinkCallbacks callbacks{};
     callbacks.new_preroll = [](GstAppSink* sink, gpointer shared) {
+        const HandOver handOver(shared);
         (*static_cast<Shared*>(shared))->take(gst_app_sink_pull_preroll(sink));
         return GST_FLOW_OK;
     };
     callbacks.new_sample = [](GstAppSink* sink, gpointer shared) {
+        const HandOver handOver(shared);
         (*static_cast<Shared*>(shared))->take(gst_app_sink_pull_sample(sink));
         return GST_FLOW_OK;
     };
-    gst_app_sink_set_callbacks(GST_APP_SINK(element()), &callbacks, new Shared(state_), release);
+    gst_app_sink_set_callbacks(GST_APP_SINK(element()), &callbacks, share(), release);
 
     const Ref<GstPad> pad(gst_element_get_static_pad(element(), "sink"));
     gst_pad_add_probe(
         pad.get(), GST_PAD_PROBE_TYPE_EVENT_FLUSH,
         [](GstPad*, GstPadProbeInfo* info, gpointer shared) {
+            const HandOver handOver(shared);
             if (GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) == GST_EVENT_FLUSH_STOP)
                 (*static_cast<Shared*>(shared))->listener.flushed();
             return GST_PAD_PROBE_OK;
         },
-        new Shared(state_), release);
+        share(), release);
 }
 
 std::chrono::nanoseconds FrameSink::origin() const {

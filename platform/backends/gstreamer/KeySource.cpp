@@ -1,3 +1,4 @@
+#include <korvel/platform/backends/gstreamer/HandOver.h>
 #include <korvel/platform/backends/gstreamer/Handles.h>
 #include <korvel/platform/backends/gstreamer/KeySource.h>
 
@@ -37,7 +38,10 @@ struct KeySourceClass {
     GstPushSrcClass parent;
 };
 
-KeySourceState& stateOf(gpointer element) { return *static_cast<KeySource*>(element)->state; }
+KeySourceState& stateOf(gpointer element) {
+    const HandOver handOver(element);
+    return *static_cast<KeySource*>(element)->state;
+}
 
 // MARK: schemes. GLib asks a type, not an element, and keeps the list: none is ever freed.
 
@@ -99,10 +103,16 @@ GType routeType() {
     static const GType type = g_boxed_type_register_static(
         "KorvelKeyRoute",
         [](gpointer boxed) -> gpointer {
-            const std::lock_guard lock(handOver);
-            return new std::shared_ptr<KeyRoute>(*static_cast<std::shared_ptr<KeyRoute>*>(boxed));
+            { const HandOver given(boxed); }
+            auto* copy =
+                new std::shared_ptr<KeyRoute>(*static_cast<std::shared_ptr<KeyRoute>*>(boxed));
+            const HandOver first(copy);
+            return copy;
         },
-        [](gpointer boxed) { delete static_cast<std::shared_ptr<KeyRoute>*>(boxed); });
+        [](gpointer boxed) {
+            { const HandOver last(boxed); }
+            delete static_cast<std::shared_ptr<KeyRoute>*>(boxed);
+        });
     return type;
 }
 
@@ -188,6 +198,7 @@ GstFlowReturn create(GstPushSrc* source, GstBuffer** buffer) {
 // MARK: the type
 
 void finalize(GObject* object) {
+    { const HandOver last(object); }
     delete static_cast<KeySource*>(static_cast<gpointer>(object))->state;
     G_OBJECT_CLASS(parentClass())->finalize(object);
 }
@@ -210,6 +221,7 @@ void initializeClass(gpointer classPointer, gpointer) {
 }
 
 void initializeInstance(GTypeInstance* instance, gpointer) {
+    const HandOver first(instance);
     static_cast<KeySource*>(static_cast<gpointer>(instance))->state = new KeySourceState;
     gst_base_src_set_format(GST_BASE_SRC(instance), GST_FORMAT_BYTES);
 }

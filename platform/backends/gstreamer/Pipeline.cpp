@@ -1,5 +1,6 @@
 #include <korvel/platform/avfoundation/AVError.h>
 #include <korvel/platform/backends/gstreamer/ErrorTranslation.h>
+#include <korvel/platform/backends/gstreamer/HandOver.h>
 #include <korvel/platform/backends/gstreamer/KeySource.h>
 #include <korvel/platform/backends/gstreamer/Pipeline.h>
 #include <korvel/platform/backends/gstreamer/PlaylistInspection.h>
@@ -26,7 +27,16 @@ constexpr auto flushingSeek =
 
 using Weak = std::weak_ptr<Pipeline>;
 
-void releaseWeak(gpointer weak) { delete static_cast<Weak*>(weak); }
+gpointer newWeak(Weak pipeline) {
+    auto* weak = new Weak(std::move(pipeline));
+    const HandOver first(weak);
+    return weak;
+}
+
+void releaseWeak(gpointer weak) {
+    { const HandOver last(weak); }
+    delete static_cast<Weak*>(weak);
+}
 
 }  // namespace
 
@@ -76,11 +86,12 @@ void Pipeline::listen() {
     gst_bus_set_sync_handler(
         bus.get(),
         [](GstBus*, GstMessage* message, gpointer weak) {
+            const HandOver handOver(weak);
             if (const auto self = static_cast<Weak*>(weak)->lock()) self->heard(message);
             gst_message_unref(message);
             return GST_BUS_DROP;
         },
-        new Weak(weak_from_this()), releaseWeak);
+        newWeak(weak_from_this()), releaseWeak);
 }
 
 void Pipeline::start() {
