@@ -118,7 +118,7 @@ void KCSDKPlayerView::attachPlayerItem(const std::shared_ptr<AVPlayerItem>& item
 
 std::shared_ptr<KCSDKPlayerOverlay> KCSDKPlayerView::addOverlay(
     std::shared_ptr<platform::UIView> customView) {
-    const auto overlay =
+    auto overlay =
         std::dynamic_pointer_cast<KCSDKPlayerOverlay>(playerScene(*device_, "KCSDKPlayerOverlay"));
     if (!overlay) return nullptr;
     const bool custom = customView != nullptr;

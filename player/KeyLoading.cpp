@@ -57,6 +57,13 @@ std::optional<Data> contentKeyContext(const Data& body) {
 
 /// One key request on its way. Kept by the completions that continue it.
 struct KeyLoading::Exchange {
+    Exchange(std::shared_ptr<AVAssetResourceLoadingRequest> loading, std::string kid, Data made,
+             URL server)
+        : loadingRequest(std::move(loading)),
+          identifier(std::move(kid)),
+          spc(std::move(made)),
+          keyServer(std::move(server)) {}
+
     std::shared_ptr<AVAssetResourceLoadingRequest> loadingRequest;
     std::string identifier;
     Data spc;
