@@ -20,7 +20,7 @@ namespace korvel::platform::gst {
 /// Says that GStreamer hands what hangs on `address` from thread to thread in good order: all
 /// before the end of one such object happens before the beginning of the next. ThreadSanitizer
 /// cannot see it, as GLib is not compiled for it; in other builds this is nothing.
-class HandOver {
+class [[maybe_unused]] HandOver {
 public:
     explicit HandOver([[maybe_unused]] void* address) {
 #ifdef KORVEL_THREAD_SANITIZER

@@ -86,18 +86,12 @@ void initializeHandler(gpointer interface, gpointer) {
     handler->set_uri = setAddress;
 }
 
-GType keySourceType();
-
 gpointer parentClass() {
     static gpointer peeked = g_type_class_ref(GST_TYPE_PUSH_SRC);
     return peeked;
 }
 
 // MARK: the route, carried by a context
-
-/// GLib's own locks are invisible to tools that look for races; with this one they see the
-/// hand-over.
-std::mutex handOver;
 
 GType routeType() {
     static const GType type = g_boxed_type_register_static(
