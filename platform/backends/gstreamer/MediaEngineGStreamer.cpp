@@ -42,16 +42,6 @@ bool trust(const std::filesystem::path& file, std::string& reason) {
     return true;
 }
 
-/// Closing a stream while libsoup 3.2 reads from it crashes now and then inside libsoup; the source
-/// on libcurl does not. It cannot be given authorities for playlists, though, so development
-/// services have to do with the other, as has a device without it.
-void chooseHTTPSource(bool ownAuthorities) {
-    const Ref<GstElementFactory> curl(gst_element_factory_find("curlhttpsrc"));
-    if (!curl) return;
-    const unsigned rank = ownAuthorities ? GST_RANK_MARGINAL : GST_RANK_PRIMARY + 1;
-    gst_plugin_feature_set_rank(GST_PLUGIN_FEATURE(curl.get()), rank);
-}
-
 /// Why the engine cannot be; empty if it can.
 std::string prepare(const GStreamerOptions& options) {
     GError* error = nullptr;
@@ -69,7 +59,6 @@ std::string prepare(const GStreamerOptions& options) {
     if (!options.certificateAuthorityFile.empty() &&
         !trust(options.certificateAuthorityFile, reason))
         return reason;
-    chooseHTTPSource(!options.certificateAuthorityFile.empty());
     for (const std::string& scheme : options.keySchemes) gst::registerKeyScheme(scheme);
     return {};
 }
