@@ -161,7 +161,7 @@ TEST_F(Builder, FullScreenPlayerIsPresentedInLandscapeAndClosesBackToPortrait) {
     EXPECT_EQ(events->playerVC->supportedInterfaceOrientations(), 2u) << "asked anew each time";
     KCSDK::shared().enablefullscreenVideo = true;
     EXPECT_TRUE(events->playerVC->shouldAutorotate());
-    EXPECT_FALSE(builder->isFullScreenEnabled == false);
+    EXPECT_TRUE(builder->isFullScreenEnabled);
 
     overlay().toggleControls();
     pass(1s);
