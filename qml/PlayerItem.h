@@ -1,0 +1,156 @@
+#pragma once
+
+#include <korvel/qml/Consent.h>
+#include <korvel/qml/OndemandClass.h>
+#include <korvel/qml/PlayerLook.h>
+#include <korvel/qml/ServiceRequest.h>
+
+#include <QPointer>
+#include <QQuickItem>
+#include <memory>
+
+namespace korvel {
+
+class KCSDKPlayerEvents;
+
+namespace qml {
+
+class PlayerListener;
+
+/// Plays a class in its own area, or over the whole window. Empty until `start` and after the
+/// player has closed. Destroying it, or taking it out of its window, closes the player and so
+/// records what was performed.
+///
+/// The SDK's own commands flip states; those here set them: `play` on a playing class does nothing.
+class PlayerItem : public QQuickItem {
+    Q_OBJECT
+    QML_ELEMENT
+    /// The class to start. A change counts from the next start on.
+    Q_PROPERTY(korvel::qml::OndemandClass ondemandClass READ ondemandClass WRITE setOndemandClass
+                   NOTIFY ondemandClassChanged)
+    /// Whether `start` shows the player over the whole window instead of in this item.
+    Q_PROPERTY(bool startFullScreen MEMBER startFullScreen_ NOTIFY startFullScreenChanged)
+    /// Whether `start` also plays (true).
+    Q_PROPERTY(bool autoPlay MEMBER autoPlay_ NOTIFY autoPlayChanged)
+    /// The host's own controls, put over the picture in place of the SDK's, full screen too; null:
+    /// the SDK's. Counts from the next start on. The item returns to its place afterwards.
+    Q_PROPERTY(QQuickItem* overlay READ overlay WRITE setOverlay NOTIFY overlayChanged)
+    /// Colours, pictures and font of the SDK's controls, from the next start on.
+    Q_PROPERTY(korvel::qml::PlayerLook* look READ look CONSTANT)
+
+    /// How the start stands: from the question to the service until the player is shown.
+    Q_PROPERTY(korvel::qml::ServiceRequest* request READ request CONSTANT)
+    /// Whether there is a player.
+    Q_PROPERTY(bool active READ active NOTIFY activeChanged)
+    /// Whether it is to play: also while it waits for its buffer.
+    Q_PROPERTY(bool playing READ playing NOTIFY playingChanged)
+    /// Whether it waits for the stream.
+    Q_PROPERTY(bool buffering READ buffering NOTIFY bufferingChanged)
+    /// Whether the player covers the window.
+    Q_PROPERTY(bool fullScreen READ fullScreen NOTIFY fullScreenChanged)
+    /// Seconds, 30 times a second at most.
+    Q_PROPERTY(qreal position READ position NOTIFY positionChanged)
+    /// Seconds; 0: not known yet.
+    Q_PROPERTY(qreal duration READ duration NOTIFY durationChanged)
+    /// Seconds performed, as told with the last exit.
+    Q_PROPERTY(int performedSeconds READ performedSeconds NOTIFY exited)
+
+public:
+    explicit PlayerItem(QQuickItem* parent = nullptr);
+    ~PlayerItem() override;
+
+    /// Asks the service to perform the class, then shows it. A player that is there is closed
+    /// first. Comes out as `started`, `consentRequired` or `failed`.
+    Q_INVOKABLE void start();
+    Q_INVOKABLE void play();
+    Q_INVOKABLE void pause();
+    Q_INVOKABLE void toggle();
+    /// Exactly there.
+    Q_INVOKABLE void seek(qreal seconds);
+    /// Closes the player and records the performance.
+    Q_INVOKABLE void stop();
+    Q_INVOKABLE void enterFullScreen();
+    /// Returns into this item. A player that was started full screen has no place to return to and
+    /// is closed.
+    Q_INVOKABLE void exitFullScreen();
+    /// These two do nothing over an overlay of the host's own.
+    Q_INVOKABLE void showOverlay();
+    Q_INVOKABLE void hideOverlay();
+
+    const OndemandClass& ondemandClass() const { return class_; }
+    void setOndemandClass(const OndemandClass& ondemandClass);
+    QQuickItem* overlay() const { return overlay_; }
+    void setOverlay(QQuickItem* overlay);
+    PlayerLook* look() { return &look_; }
+    ServiceRequest* request() { return &request_; }
+    bool active() const { return events_ != nullptr; }
+    bool playing() const { return playing_; }
+    bool buffering() const { return buffering_; }
+    bool fullScreen() const { return fullScreen_; }
+    qreal position() const { return position_; }
+    qreal duration() const { return duration_; }
+    int performedSeconds() const { return performedSeconds_; }
+
+Q_SIGNALS:
+    /// The player is shown.
+    void started();
+    /// The user must accept `consent` first; not a valid one if the service sent none.
+    void consentRequired(const korvel::qml::Consent& consent);
+    /// It did not start: no connection, a refusal, no such class. `request` has it, too.
+    void failed(const QString& errorText, int errorStatus);
+    /// The stream cannot be played. The player stays until it is closed.
+    void streamFailed(const QString& errorText);
+    /// The user or a command flipped between playing and paused; the automatic start tells nothing.
+    void statusChanged(bool playing);
+    /// The player was closed, came to its end, or left full screen.
+    void exited(int performedSeconds);
+    /// The player has gone.
+    void closed();
+    void bufferEmpty();
+    void likelyToKeepUp();
+
+    void ondemandClassChanged();
+    void startFullScreenChanged();
+    void autoPlayChanged();
+    void overlayChanged();
+    void activeChanged();
+    void playingChanged();
+    void bufferingChanged();
+    void fullScreenChanged();
+    void positionChanged();
+    void durationChanged();
+
+protected:
+    void itemChange(ItemChange change, const ItemChangeData& data) override;
+
+private:
+    friend PlayerListener;
+    using Events = std::shared_ptr<KCSDKPlayerEvents>;
+
+    void send();
+    void adopt(Events events);
+    void watchStream();
+    void exit(int seconds);
+    void setTime(qreal& member, qreal seconds, void (PlayerItem::*signal)());
+    void set(bool& member, bool value, void (PlayerItem::*signal)());
+    float rate() const;
+
+    OndemandClass class_;
+    QPointer<QQuickItem> overlay_;
+    PlayerLook look_;
+    ServiceRequest request_;
+    Events events_;
+    std::shared_ptr<PlayerListener> listener_;
+    bool startFullScreen_ = false;
+    bool autoPlay_ = true;
+    bool playing_ = false;
+    bool buffering_ = false;
+    bool fullScreen_ = false;
+    bool returning_ = false;  ///< an exit is told that closes nothing
+    qreal position_ = 0;
+    qreal duration_ = 0;
+    int performedSeconds_ = 0;
+};
+
+}  // namespace qml
+}  // namespace korvel

@@ -1,0 +1,46 @@
+#include <korvel/platform/avfoundation/AVPlayerItem.h>
+#include <korvel/qml/PlayerItem.h>
+#include <korvel/qml/PlayerListener.h>
+
+namespace korvel::qml {
+
+void PlayerListener::playerStatusWithStatus(std::int64_t status) {
+    if (!item_) return;
+    item_->set(item_->playing_, status == 1, &PlayerItem::playingChanged);
+    Q_EMIT item_->statusChanged(status == 1);
+}
+
+void PlayerListener::playerExitWithDuration(std::int64_t duration) {
+    if (item_) item_->exit(static_cast<int>(duration));
+}
+
+void PlayerListener::currentVideoPositionWithDurationPlayedSeconds(float seconds) {
+    if (item_) item_->setTime(item_->position_, seconds, &PlayerItem::positionChanged);
+}
+
+void PlayerListener::totalVideoDurationWithTotalDuration(float seconds) {
+    if (item_) item_->setTime(item_->duration_, seconds, &PlayerItem::durationChanged);
+}
+
+void PlayerListener::playbackBufferEmpty() {
+    if (!item_) return;
+    item_->set(item_->buffering_, true, &PlayerItem::bufferingChanged);
+    Q_EMIT item_->bufferEmpty();
+}
+
+void PlayerListener::playbackLikelyToKeepUp() {
+    if (!item_) return;
+    item_->set(item_->buffering_, false, &PlayerItem::bufferingChanged);
+    Q_EMIT item_->likelyToKeepUp();
+}
+
+void PlayerListener::observeValueForKeyPath(const std::string&, platform::Object& object,
+                                            const platform::KeyValueChange&) {
+    const auto* stream = dynamic_cast<platform::AVPlayerItem*>(&object);
+    if (!item_ || !stream || stream->status() != platform::AVPlayerItem::Status::failed) return;
+    item_->set(item_->playing_, false, &PlayerItem::playingChanged);
+    item_->set(item_->buffering_, false, &PlayerItem::bufferingChanged);
+    Q_EMIT item_->streamFailed(PlayerItem::tr("The stream cannot be played."));
+}
+
+}  // namespace korvel::qml

@@ -1,0 +1,65 @@
+#include <korvel/presentation/KCSDKVideoViewBuilder.h>
+#include <korvel/qml/PlayerLook.h>
+
+#include <QFile>
+#include <QQmlFile>
+#include <algorithm>
+#include <optional>
+
+namespace korvel::qml {
+
+namespace {
+
+std::optional<UIColor> color(const QColor& from) {
+    if (!from.isValid()) return std::nullopt;
+    return UIColor{from.redF(), from.greenF(), from.blueF(), from.alphaF()};
+}
+
+std::optional<UIImage> picture(const QUrl& address) {
+    if (address.isEmpty()) return std::nullopt;
+    QFile file(QQmlFile::urlToLocalFileOrQrc(address));
+    if (!file.open(QIODevice::ReadOnly)) return std::nullopt;
+    const auto bytes = file.readAll();
+    return UIImage::withData(platform::bytesOf(bytes.toStdString()));
+}
+
+UIFont font(const QFont& from) {
+    constexpr double pixelsPerPoint = 96.0 / 72;  // the SDK's points are Qt's device-free pixels
+    const double size =
+        from.pixelSize() > 0 ? from.pixelSize() : from.pointSizeF() * pixelsPerPoint;
+    return {from.family().toStdString(), size,
+            static_cast<UIFont::Weight>(std::clamp<int>(from.weight(), 300, 700) / 100 * 100)};
+}
+
+}  // namespace
+
+void PlayerLook::setTitleFont(const QFont& font) {
+    font_ = font;
+    hasFont_ = true;
+    Q_EMIT changed();
+}
+
+void PlayerLook::apply(KCSDKVideoViewBuilder& builder) const {
+    applyPictures(builder);
+    applyColors(builder);
+    if (hasFont_) builder.setTitleFont(font(font_));
+}
+
+void PlayerLook::applyPictures(KCSDKVideoViewBuilder& builder) const {
+    if (auto image = picture(playImage)) builder.setPlayButtonImage(*image);
+    if (auto image = picture(pauseImage)) builder.setPauseButtonImage(*image);
+    if (auto image = picture(exitImage)) builder.setExitButtonImage(*image);
+}
+
+void PlayerLook::applyColors(KCSDKVideoViewBuilder& builder) const {
+    if (const auto theme = color(themeColor)) builder.setThemeColor(*theme);
+    if (const auto own = color(playPauseButtonColor)) builder.setPlayPauseButtonColor(*own);
+    if (const auto own = color(exitButtonColor)) builder.setExitButtonColor(*own);
+    if (const auto own = color(titleColor)) builder.setTitleTextColor(*own);
+    const auto tint = color(sliderTintColor);
+    builder.setProgressSliderTintColor(color(sliderMinimumColor), color(sliderMaximumColor),
+                                       color(sliderThumbColor),
+                                       tint ? tint : builder.sliderTintColor);
+}
+
+}  // namespace korvel::qml
