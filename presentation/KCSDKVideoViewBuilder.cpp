@@ -72,9 +72,11 @@ std::function<void(std::int64_t)> closeHandler(
             if (controller) controller->dismiss(true);
         }
         if (const auto host = parent.lock()) host->letGo(controller);
-        platform::DispatchQueue::global().async([viewModel, manager, performedSeconds] {
-            manager->sendClassPerformance(*viewModel->ondemandContent, performedSeconds);
-        });
+        // Taken here: the view model is the main queue's.
+        platform::DispatchQueue::global().async(
+            [performed = viewModel->ondemandContent, manager, performedSeconds] {
+                manager->sendClassPerformance(*performed, performedSeconds);
+            });
     };
 }
 

@@ -57,7 +57,9 @@ public:
     void setShowHideDuration(double duration) {
         showHideDuration = duration;
     }  ///< no visible effect
-    void setEventReceiver(std::shared_ptr<KCSDKPlayerEventsListner> receiver);  ///< held strongly
+    /// Held strongly, and the player holds the builder: a receiver that keeps the events object
+    /// must let go of it at the exit, or neither ever goes.
+    void setEventReceiver(std::shared_ptr<KCSDKPlayerEventsListner> receiver);
 
     /// Asks the service to perform the class, then shows it: embedded in `parentView`, or full
     /// screen if that is null; under the SDK's controls, or the host's `overlayView` if that is
