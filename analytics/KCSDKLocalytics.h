@@ -13,7 +13,7 @@ class KCSDKOndemandCollection;
 class KCSDKOndemandFilterRequest;
 
 /// The SDK's six events. Each operation tags one and asks for an upload at once. Absent values are
-/// "N/A". Any thread; made afresh for each event.
+/// "N/A". Any thread.
 class KCSDKLocalytics {
 public:
     explicit KCSDKLocalytics(std::shared_ptr<platform::Localytics> localytics);

@@ -46,7 +46,7 @@ public:
     ~KCSDKNetworkManager();
 
     std::shared_ptr<KCSDKConfig> sdkConfig() const;
-    void setSdkConfig(std::shared_ptr<KCSDKConfig> config);  ///< kept itself, not copied
+    void setSdkConfig(std::shared_ptr<KCSDKConfig> config);  ///< kept itself; not null
 
     /// Goes out half a second later, from the main queue. Completes without an error also when the
     /// service's answer was no user and nothing was stored.

@@ -30,16 +30,13 @@ class KCSDKUserSubscriptionRequest;
 ///
 /// Completions, for every operation below:
 /// - before `initialize`: never called, nothing is sent;
-/// - base URL is no absolute address: called at once, on the caller's thread, with an error of
-/// empty
-///   domain and code 0;
+/// - base URL is no absolute address: called at once, on the caller's thread;
+///   the error has an empty domain and code 0;
 /// - no connection, a broken or timed-out one (60 s without progress), TLS failure: never called;
-/// - HTTP status other than 200 and 201: an error of domain "SDK", the status as code, the body's
-/// text
-///   ("na" if it is not UTF-8) as "message" and its bytes as "data";
-/// - 200 or 201 with a body that is no such record: called with neither record nor error.
-/// Operations
-///   that only report an error report none.
+/// - HTTP status other than 200 and 201: an error of domain "SDK" with the status as code;
+///   "message" is the body's text ("na" if it is not UTF-8), "data" its bytes;
+/// - 200 or 201 with a body that is no such record: called with neither record nor error;
+///   an operation that only reports an error reports none.
 class KORVEL_API KCSDK {
 public:
     static KCSDK& shared();
@@ -53,7 +50,7 @@ public:
     /// Makes `config` the configuration in force (the object itself, which also receives the
     /// device's region as `countryCode`), starts analytics, and deletes everything in the
     /// application's keychain, so that no session of an earlier run is ever reused. Each further
-    /// call does it all again. Null is ignored.
+    /// call does it all again; let no other operation run meanwhile. Null is ignored.
     static void initialize(std::shared_ptr<KCSDKConfig> config);
 
     /// Logs the user in; the request goes out half a second later, from the main queue. No error

@@ -28,7 +28,7 @@ struct KORVEL_API NSError {
     const Data* data(std::string_view key) const;
     std::shared_ptr<Object> object(std::string_view key) const;
 
-    /// One line for logs: domain, code, and the names of the details.
+    /// For logs: domain, code, the names of the details, and those that are texts in full.
     std::string description() const;
 
     bool operator==(const NSError&) const = default;
