@@ -223,7 +223,6 @@ void KCSDKNetworkManager::acceptConsent(const std::string& tag, ErrorCompletion 
     if (!endpoint) return answer(completion, unusableBaseURL());
     KCSDKConsentRequest request;
     request.consentTag = repairedUTF8(tag);
-    request.action = 2;
     request.userId = parts_->endpoints.userId();
     endpoint->params = parts_->encodedOrReported(request);
     parts_->execution.performDataTask(*endpoint, outcome(std::move(completion)));

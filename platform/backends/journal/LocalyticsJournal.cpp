@@ -180,12 +180,4 @@ void LocalyticsJournal::log(const std::string& line) const {
     std::fprintf(stderr, "Localytics: %s\n", line.c_str());
 }
 
-std::shared_ptr<Localytics> makeLocalyticsJournal(LocalyticsJournalOptions options,
-                                                  std::shared_ptr<URLSession> session,
-                                                  std::shared_ptr<DispatchQueue> queue,
-                                                  std::shared_ptr<Clock> clock) {
-    return std::make_shared<LocalyticsJournal>(std::move(options), std::move(session),
-                                               std::move(queue), std::move(clock));
-}
-
 }  // namespace korvel::platform

@@ -87,9 +87,4 @@ private:
     int failures_ = 0;         ///< in a row
 };
 
-std::shared_ptr<Localytics> makeLocalyticsJournal(LocalyticsJournalOptions options,
-                                                  std::shared_ptr<URLSession> session,
-                                                  std::shared_ptr<DispatchQueue> queue,
-                                                  std::shared_ptr<Clock> clock);
-
 }  // namespace korvel::platform
