@@ -58,6 +58,7 @@ void KCSDKPlayerEvents::enterFullScreen() {
 }
 
 void KCSDKPlayerEvents::exitFullScreen() {
+    const auto self = shared_from_this();  // its owner may let go of it when told the exit
     const auto view = player();
     if (!view) return;
     KCSDK::shared().enablefullscreenVideo = false;
@@ -66,11 +67,11 @@ void KCSDKPlayerEvents::exitFullScreen() {
     if (const auto listener = view->delegate.lock()) {
         listener->playerExitWithDuration(view->totalPerformedTime);
     }
-    UIView::animate(0, [this] {
+    UIView::animate(0, [this, &self] {
         const auto shown = playerVC->view();
         shown->setTransform(shown->transform().rotated(0));
         if (!parentView) return playerVC->dismiss(true);
-        playerVC->dismiss(false, [self = shared_from_this()] { self->embedAgain(); });
+        playerVC->dismiss(false, [self] { self->embedAgain(); });
     });
 }
 

@@ -91,6 +91,17 @@ TEST_F(Events, LeavingFullScreenWithoutAParentOnlyDismisses) {
     EXPECT_EQ(UIDevice::current().orientation(), 4) << "closes as an embedded one";
 }
 
+TEST_F(Events, AListenerMayLetGoOfTheEventsWhenItHearsOfAnExit) {
+    start(place);
+    const auto controller = events->playerVC;
+    listener->onExit = [&] { events.reset(); };
+    events->enterFullScreen();
+    pass(1s);
+    events->exitFullScreen();
+    pass(1s);
+    EXPECT_EQ(controller->view()->superview(), place);
+}
+
 TEST_F(Events, EnteringFullScreenWithoutAWindowLeavesThePlayerDetached) {
     start(place);
     const auto shown = events->playerVC->view();

@@ -33,12 +33,14 @@ using platform::UIView;
 struct Listener final : KCSDKPlayerEventsListner {
     std::vector<std::string> told;
     std::vector<std::pair<char, float>> progress;  ///< 'p' position, 'd' duration
+    std::function<void()> onExit = [] {};
 
     void playerStatusWithStatus(std::int64_t status) override {
         told.push_back("status " + std::to_string(status));
     }
     void playerExitWithDuration(std::int64_t duration) override {
         told.push_back("exit " + std::to_string(duration));
+        onExit();
     }
     void currentVideoPositionWithDurationPlayedSeconds(float seconds) override {
         progress.emplace_back('p', seconds);
