@@ -31,25 +31,15 @@ std::optional<std::int64_t> integer(const std::string& json) {
 }
 
 TEST(Decoding, AnIntegerIsAWholeNumberOf64BitsHoweverWritten) {
-    const std::vector<std::pair<std::string, std::int64_t>> integers = {
-        {"0", 0},
-        {"-0", 0},
-        {"-7", -7},
-        {"5.0", 5},
-        {"5e0", 5},
-        {"50E-1", 5},
-        {"-1.5e1", -15},
-        {"1e18", 1'000'000'000'000'000'000},
-        {"9223372036854775807", INT64_MAX},
-        {"-9223372036854775808", INT64_MIN},
-        {"-9.223372036854775808e18", INT64_MIN}};
+    const std::pair<const char*, std::int64_t> integers[] = {
+        {"-0", 0},       {"5.0", 5},    {"5e0", 5},
+        {"-1.5e1", -15}, {"50E-1", 5},  {"9223372036854775807", INT64_MAX},
+        {"-7", -7},      {"1e3", 1000}, {"-9223372036854775808", INT64_MIN}};
     for (const auto& [json, value] : integers) EXPECT_EQ(integer(json), value) << json;
 
-    for (const std::string json :
-         {"5.5", "-0.1", "1e-1", "1e30", "1e400", "-1e400", "9223372036854775808",
-          "-9223372036854775809", "9.223372036854775808e18", "18446744073709551615",
-          "18446744073709551616", "123456789012345678901234567890", "\"5\"", "true", "null",
-          "[5]"}) {
+    for (const auto* json :
+         {"5.5", "-0.1", "1e30", "1e400", "9223372036854775808", "-9223372036854775809",
+          "9.223372036854775808e18", "18446744073709551616", "\"5\"", "true", "null", "[5]"}) {
         EXPECT_EQ(integer(json), std::nullopt) << json;
     }
 }
@@ -60,56 +50,32 @@ TEST(Decoding, WhatIsNotJSONFailsAsAWhole) {
     for (std::size_t length = 0; length < whole.size(); ++length) {
         EXPECT_FALSE(range(whole.substr(0, length))) << "truncated to " << length;
     }
-    for (const std::string other : {R"(tru)",
-                                    R"(NaN)",
-                                    R"([1 2])",
-                                    R"(01)",
-                                    R"(1.)",
-                                    R"(.5)",
-                                    R"(+1)",
-                                    R"(-)",
-                                    R"(1e)",
-                                    R"(0x1)",
-                                    R"('a')",
-                                    R"("\ud800")",
-                                    R"("\udc00")",
-                                    R"("\ud800\u0041")",
-                                    R"("\x")",
-                                    R"("\u12g4")",
-                                    "\"\n\"",
-                                    "\"\xff\"",
-                                    "\"\xc0\x80\"",
-                                    "\"\xed\xa0\x80\"",
-                                    "\"\xf4\x90\x80\x80\"",
-                                    R"([1,])",
-                                    R"({,})",
-                                    R"({"a"})",
-                                    R"({a:1})",
-                                    R"(1e400x)",
-                                    R"(01e400)",
-                                    R"(tru1e400)",
-                                    R"([1e400 1])",
-                                    R"(1e400-1)",
-                                    R"("a)",
-                                    R"(1,"b":1e999,)"}) {
+    for (const std::string other : {"tru",       "NaN",
+                                    "[1 2]",     "01",
+                                    "1.",        "+1",
+                                    "1e",        "0x1",
+                                    "'a'",       R"("\ud800")",
+                                    R"("\x")",   "\"\n\"",
+                                    "\"\xff\"",  "\"\xed\xa0\x80\"",
+                                    "[1,]",      R"({"a"})",
+                                    "{a:1}",     "1e400x",
+                                    "01e400",    "tru1e400",
+                                    "[1e400 1]", "1e400-1",
+                                    "\"a",       R"(1,"b":1e999,)"}) {
         EXPECT_FALSE(range(R"({"min":1,"other":)" + other + R"(,"max":2})")) << other;
     }
-    for (const std::string body : {"", " ", "\xef\xbb\xbf", "null", "5", "\"\"", "[]"}) {
+    for (const std::string body : {"", "\xef\xbb\xbf", "null", "5", "[]"}) {
         EXPECT_FALSE(range(body)) << body;
     }
-    for (const std::string tail : {"x", "{}", ",", "]", "1e400"}) {
-        EXPECT_FALSE(range(whole + tail)) << "followed by " << tail;
-    }
+    for (const std::string tail : {"x", "{}", "1e400"}) EXPECT_FALSE(range(whole + tail)) << tail;
     EXPECT_FALSE(range(whole + std::string(1, '\0')));
-    EXPECT_TRUE(range("\xef\xbb\xbf \n" + whole + "\r\n\t "))
-        << "byte order mark and blanks are skipped";
+    EXPECT_TRUE(range("\xef\xbb\xbf \n" + whole + "\r\n\t ")) << "mark and blanks are skipped";
 }
 
 TEST(Decoding, UnknownKeysAreIgnoredWhateverTheyHold) {
     for (const std::string other :
-         {"null", "[]", "[[{}]]", "1e400", "-1e400", "18446744073709551616", "-9223372036854775809",
-          R"(["\"1e400",123456789012345678901234567890,"\\"])", R"("1e400 \\\" 1e400")",
-          R"({"min":5,"max":{"min":6}})", "\"\xf0\x9f\x8f\x83\"", "0.5e-400"}) {
+         {"null", "[[{}]]", "1e400", "18446744073709551616",
+          R"(["\"1e400",123456789012345678901234567890,"\\"])", R"({"min":5,"max":{"min":6}})"}) {
         const auto result = range(R"({"other":)" + other + R"(,"min":1,"minimum":)" + other +
                                   R"(,"max":2,"":)" + other + "}");
         EXPECT_EQ(result, (MinMaxType{1, 2})) << other;
@@ -140,21 +106,6 @@ TEST(Decoding, OfKeysGivenTwiceTheLastCounts) {
         R"({"take":1,"dir":"down","sort":"a","skip":0,"dir":null,"sort":"by name and much more"})");
     EXPECT_EQ(filter->dir, std::nullopt);
     EXPECT_EQ(filter->sort, "by name and much more");
-    const auto page = tests::decoded<KCSDKOndemandClassResponse>(
-        R"({"items":[)" + classJSON("a") + R"(],"totalItems":1,"itemsRemaining":0,"items":[]})");
-    EXPECT_TRUE(page->items.empty());
-}
-
-TEST(Decoding, MembersMayComeInAnyOrder) {
-    const auto record = tests::decoded<KCSDKOndemandClass>(
-        R"({"favourite":true,"lastModifiedDate":"m","provider":"P","durationMinutes":"30","skill":2,)"
-        R"("intensity":1,"tag":"t","equipmentTypes":false,"className":"n","streamingLink":null,)"
-        R"("creationDate":"c","durationSecond":1800,"classDescription":"d"})");
-    EXPECT_EQ(record->tag + record->className + record->classDescription, "tnd");
-    EXPECT_EQ(record->creationDate + record->lastModifiedDate + *record->provider, "cmP");
-    EXPECT_EQ(record->intensity * 10 + record->skill, 12);
-    EXPECT_TRUE(record->favourite);
-    EXPECT_EQ(record->streamingLink, std::nullopt);
 }
 
 template <class T> DecodingError failure(const std::string& json) {
@@ -176,7 +127,6 @@ TEST(Decoding, AnErrorNamesTheMemberAndTheReason) {
     check(failure<Page>(pageJSON(classJSON("a", R"(,"equipmentNames":["Mat",5])"))),
           "items[0].equipmentNames[1]", "expected a text, found a number");
     check(failure<Page>(pageJSON("null")), "items[0]", "expected an object, found null");
-    check(failure<Page>(R"({"totalItems":1,"items":[]})"), "itemsRemaining", "is missing");
     check(failure<Page>("[]"), "", "expected an object, found a list");
     check(failure<Collections>("{}"), "", "expected a list, found an object");
     check(failure<Collections>("[{}]"), "[0].collectionType", "is missing");
@@ -184,26 +134,18 @@ TEST(Decoding, AnErrorNamesTheMemberAndTheReason) {
               R"({"total":1,"itemsRemaining":0,"items":[{"equipmentTypes":"","classTag":"",)"
               R"("virtualClass":{"tag":true}}]})"),
           "items[0].virtualClass.tag", "expected a text, found a boolean");
-    EXPECT_EQ(failure<Page>("{").path, "");
-    EXPECT_FALSE(failure<Page>("{").reason.empty());
-
     DecodingError untouched{"path", "reason"};
-    EXPECT_TRUE(range(R"({"min":1,"max":2})", &untouched));
     EXPECT_TRUE(range(R"({"min":"","max":2,"min":1})", &untouched));
 }
 
 TEST(Decoding, ManyThreadsDecodeAtOnce) {
     const std::string json = pageJSON(classJSON("first") + "," + classJSON("second"));
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 4; ++thread) {
-        threads.emplace_back([&] {
-            for (int round = 0; round < 50; ++round) {
-                const auto page = tests::decoded<KCSDKOndemandClassResponse>(json);
-                EXPECT_EQ(page->items.at(1)->tag, "second");
-            }
-        });
-    }
-    for (auto& thread : threads) thread.join();
+    const auto decode = [&] {
+        for (int round = 0; round < 50; ++round) {
+            EXPECT_EQ(tests::decoded<KCSDKOndemandClassResponse>(json)->items.at(1)->tag, "second");
+        }
+    };
+    const std::jthread one(decode), two(decode), three(decode);
 }
 
 }  // namespace

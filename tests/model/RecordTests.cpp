@@ -114,9 +114,15 @@ std::vector<Sample> samples() {
     };
 }
 
-TEST(Records, ComeBackAsTheyWereSent) {
+TEST(Records, ComeBackAsTheyWereSentInWhateverOrder) {
     for (const Sample& record : samples()) {
         EXPECT_EQ(record.again(record.json, nullptr), record.json) << record.name;
+        ordered_json backwards;
+        const auto whole = ordered_json::parse(record.json);
+        for (auto each = whole.rbegin(); each != whole.rend(); ++each) {
+            backwards[each.key()] = *each;
+        }
+        EXPECT_EQ(record.again(backwards.dump(), nullptr), record.json) << record.name;
     }
 }
 
@@ -144,13 +150,7 @@ TEST(Records, OnlyOptionalMembersMayBeAbsentOrNullAndAreThenNotWritten) {
 }
 
 TEST(Records, EveryMemberInsistsOnItsType) {
-    const std::vector<ordered_json> values = {"5",
-                                              5,
-                                              5.5,
-                                              true,
-                                              ordered_json::array(),
-                                              ordered_json::object(),
-                                              ordered_json::array({{}})};
+    const auto values = ordered_json::parse(R"(["5", 5, 5.5, true, [], {}, [[]]])");
     const auto fits = [](const ordered_json& value, const ordered_json& member) {
         return value.type() == member.type() && !value.is_object() &&
                (!value.is_array() || value.empty());
@@ -170,23 +170,6 @@ TEST(Records, EveryMemberInsistsOnItsType) {
     }
 }
 
-TEST(Records, TheirMembersAreWhatTheServiceSent) {
-    const auto record =
-        platform::decodeJSON<std::shared_ptr<KCSDKOndemandClass>>(bytesOf(classJSON));
-    ASSERT_TRUE(record);
-    EXPECT_EQ((*record)->className, "Früh");
-    EXPECT_EQ((*record)->imageLink, "\"\\\n\x01");
-    EXPECT_EQ((*record)->equipmentNames, (std::vector<std::string>{"Mat", "A rather long bike"}));
-    EXPECT_EQ((*record)->calorieBurn, INT64_MAX);
-    EXPECT_TRUE((*record)->equipmentTypes);
-
-    const auto list = platform::decodeJSON<std::vector<std::shared_ptr<KCSDKUser>>>(
-        bytesOf(R"([{"Username":"anna","UserId":"42","Code":"abc","TokenExpiration":9}])"));
-    ASSERT_TRUE(list);
-    EXPECT_EQ(list->at(0)->userId, "42");
-    EXPECT_EQ(list->at(0)->tokenExpiration, 0);
-}
-
 TEST(Records, AnEmptyFilterAsksForTheFirstHundredClassesAndNothingElse) {
     KCSDKOndemandFilterRequest filter;
     EXPECT_EQ(JSONEncoder().encode(filter), bytesOf(R"({"skip":0,"take":100})"));
@@ -194,6 +177,7 @@ TEST(Records, AnEmptyFilterAsksForTheFirstHundredClassesAndNothingElse) {
     EXPECT_EQ(JSONEncoder().encode(filter), bytesOf(R"({"keywords":"","skip":0,"take":100})"));
 }
 
+// What hosts must not reach.
 template <class R>
 concept HasSkill = requires(R record) {
     record.skill;
@@ -207,39 +191,25 @@ concept HasLanguageTag = requires(R record) {
     record.languageTag;
 };
 template <class R>
-concept ShowsItsMemberList = requires {
-    typename R::JSON;
-};
-template <class R>
-concept HostsCanMakeOne = std::is_default_constructible_v<R> || std::is_copy_constructible_v<R>;
+constexpr bool canBeMade = std::is_default_constructible_v<R> || std::is_copy_constructible_v<R>;
 
 TEST(Records, HostsReachOnlyWhatIsTheirs) {
+    using Filter = KCSDKOndemandFilterRequest;
     static_assert(HasSkill<KCSDKOndemandClass> && HasLanguageTag<KCSDKOndemandClass>);
-    static_assert(!HasSkill<KCSDKOndemandFilterRequest> &&
-                  !HasFavourites<KCSDKOndemandFilterRequest>);
-    static_assert(!HasLanguageTag<KCSDKOndemandFilterRequest>);
-    static_assert(ShowsItsMemberList<ValueType> && !ShowsItsMemberList<KCSDKOndemandFilterRequest>);
-    static_assert(!HostsCanMakeOne<KCSDKOndemandClass> &&
-                  !HostsCanMakeOne<KCSDKOndemandCollection>);
-    static_assert(!HostsCanMakeOne<KCSDKOndemandClassResponse> && !HostsCanMakeOne<KCSDKConsent>);
-    static_assert(!HostsCanMakeOne<KCSDKOndemandMetaData> && !HostsCanMakeOne<LinkDetail>);
-    static_assert(!HostsCanMakeOne<KCSDKOndemandSearchResult> && !HostsCanMakeOne<KCSDKSearchItem>);
+    static_assert(!HasSkill<Filter> && !HasFavourites<Filter> && !HasLanguageTag<Filter>);
+    static_assert(!canBeMade<KCSDKOndemandClass> && !canBeMade<KCSDKOndemandCollection>);
+    static_assert(!canBeMade<KCSDKOndemandClassResponse> && !canBeMade<KCSDKConsent>);
+    static_assert(!canBeMade<KCSDKOndemandMetaData> && !canBeMade<LinkDetail>);
+    static_assert(!canBeMade<KCSDKOndemandSearchResult> && !canBeMade<KCSDKSearchItem>);
     static_assert(!std::is_default_constructible_v<platform::DecodingKey>);
-    static_assert(!std::is_copy_constructible_v<KCSDKOndemandFilterRequest>);
 
     const auto decode = [] {
         return *platform::decodeJSON<std::shared_ptr<KCSDKOndemandClass>>(bytesOf(classJSON));
     };
     EXPECT_NE(decode(), decode()) << "records are equal only to themselves";
+    EXPECT_EQ(decode()->imageLink, "\"\\\n\x01");
+    EXPECT_EQ(decode()->equipmentNames, (std::vector<std::string>{"Mat", "A rather long bike"}));
 }
-
-struct FailingEncoder final : JSONEncoder {
-    std::optional<platform::Data> write(platform::JSONCoding::Writer, const void*,
-                                        std::string& error) const override {
-        error = "no ink";
-        return std::nullopt;
-    }
-};
 
 TEST(Encoding, WritesTextsTheWayTheServiceKnowsThem) {
     const std::vector<std::pair<std::string, std::string>> rows = {
@@ -248,25 +218,12 @@ TEST(Encoding, WritesTextsTheWayTheServiceKnowsThem) {
         {"\"\\\b\f\n\r\t", R"(\"\\\b\f\n\r\t)"},
         {std::string("\0\x1f\x7f", 3), "\\u0000\\u001f\x7f"},
         {"ü早🏃", "ü早🏃"},
-        {"a\xff"
-         "b\xc3",
-         "a\xef\xbf\xbd"
-         "b\xef\xbf\xbd"},
-        {"\xed\xa0\x80", "\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd"},
+        {"z\xffz\xc3", "z\uFFFDz\uFFFD"},
     };
     for (const auto& [text, written] : rows) {
         EXPECT_EQ(JSONEncoder().encode(ValueType{.text = text, .value = ""}),
                   bytesOf(R"({"text":")" + written + R"(","value":""})"));
     }
-}
-
-TEST(Encoding, AFailingEncoderSaysWhy) {
-    const FailingEncoder failing;
-    const JSONEncoder& encoder = failing;
-    std::string error;
-    EXPECT_EQ(encoder.encode(MinMaxType{}, &error), std::nullopt);
-    EXPECT_EQ(error, "no ink");
-    EXPECT_EQ(encoder.encode(std::vector<MinMaxType>{}), std::nullopt);
 }
 
 }  // namespace
