@@ -1,10 +1,7 @@
 #include "Client.h"
 
-#include <filesystem>
-#include <future>
 #include <list>
 #include <nlohmann/json.hpp>
-#include <thread>
 
 namespace korvel::service {
 namespace {
@@ -31,8 +28,6 @@ TEST(RequestLog, HoldsEveryByteAsItWasSent) {
     client.finish();
     const std::string answer = "HTTP/1.1 200 OK\r\nContent-Length: 1\r\n\r\n!";
     EXPECT_EQ(client.read(), answer + answer + "HTTP/1.1 100 Continue\r\n\r\n");
-    RawClient(service).send("garbage\r\n\r\n");
-    ASSERT_TRUE(service.waitForRequests(3));
 
     const auto log = service.requests();
     ASSERT_GE(log.size(), 3u);
@@ -46,14 +41,11 @@ TEST(RequestLog, HoldsEveryByteAsItWasSent) {
                                        {"X-TWO", "a"},
                                        {"Content-Length", "5"}}));
     EXPECT_EQ(log[0].header("tenantid"), "");
-    EXPECT_EQ(log[0].header("absent"), std::nullopt);
     EXPECT_EQ(log[0].body, std::string("\0\xff\r\n{", 5));
     EXPECT_EQ(log[1].head, chunkedHead);
     EXPECT_EQ(log[1].body, chunks);
     EXPECT_TRUE(log[1].complete);
-    EXPECT_EQ(log[1].connection, 1u);
     EXPECT_FALSE(log[2].complete) << "the body never came";
-    EXPECT_EQ(service.counters().connections, 2u);
 }
 
 TEST(Scripts, AreUsedOldestFirstByMethodAndPrefixAndGoOutByteForByte) {
@@ -73,11 +65,6 @@ TEST(Scripts, AreUsedOldestFirstByMethodAndPrefixAndGoOutByteForByte) {
                                  "HTTP/1.1 204 No Content\r\nContent-Length: 0\r\n"
                                  "Connection: close\r\n\r\n");
     EXPECT_EQ(client.ending, "FIN");
-    service.script({.status = 500});
-    service.clearScripts();
-    RawClient next(service);
-    next.send(request);
-    EXPECT_EQ(next.read(24), "HTTP/1.1 404 Not Found\r\n");
 }
 
 TEST(Faults, EndTheAnswerWhereOrdered) {
@@ -91,11 +78,9 @@ TEST(Faults, EndTheAnswerWhereOrdered) {
     for (const Case& each :
          std::vector<Case>{{{.body = "body", .cutOffAfter = 0}, "", "FIN"},
                            {{.body = "body", .cutOffAfter = 20}, whole.substr(0, 20), "FIN"},
-                           {{.body = "body", .cutOffAfter = 1000}, whole, "FIN"},
                            {{.body = "body", .drip = Answer::Drip{.bytes = 3}, .cutOffAfter = 40},
                             whole.substr(0, 40),
                             "FIN"},
-                           {{.cutOffAfter = 12}, "HTTP/1.1 404", "FIN"},
                            {{.body = "body", .resetAfter = 0}, "", "RST"}}) {
         service.script(each.answer);
         RawClient client(service);
@@ -120,15 +105,12 @@ TEST(Faults, HeldAnswersWaitForTheirReleaseAndHoldUpNobodyElse) {
     std::list<RawClient> clients;
     for (std::size_t index = 0; index < many; ++index) clients.emplace_back(service).send(consent);
     ASSERT_TRUE(service.waitForHeld(many));
-    EXPECT_EQ(service.counters().inFlight, many);
     RawClient other(service);
     other.send("GET /y HTTP/1.1\r\n\r\n");
     EXPECT_EQ(other.read(12), "HTTP/1.1 404");
     EXPECT_EQ(service.counters().mostInFlight, many + 1);
     service.release();
-    EXPECT_EQ(service.counters().held, 0u);
     for (RawClient& each : clients) EXPECT_EQ(each.read(15), "HTTP/1.1 200 OK");
-    EXPECT_FALSE(service.waitForHeld(1, 0ms));
 }
 
 TEST(Faults, StoppingWaitsForNobody) {
@@ -150,72 +132,21 @@ TEST(Faults, StoppingWaitsForNobody) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
 }
 
-TEST(TLS, IsTrustedThroughTheAuthorityAloneAndRefusedOnOrder) {
-    std::filesystem::path caFile;
-    {
-        ContentService service;
-        caFile = service.caFile();
-        const auto status = [&](const char* host, bool trusts) {
-            httplib::SSLClient client(host, service.port());
-            if (trusts) client.set_ca_cert_path(caFile.c_str());
-            const auto result = client.Get("/");
-            return result ? result->status : -static_cast<int>(result.error());
-        };
-        constexpr int untrusted = -static_cast<int>(httplib::Error::SSLServerVerification);
-        constexpr int refused = -static_cast<int>(httplib::Error::SSLConnection);
-        EXPECT_EQ(status("localhost", true), 404);
-        EXPECT_EQ(status("127.0.0.1", true), 404);
-        const std::size_t before = service.counters().handshakes;
-        service.refuseTLS(2);
-        EXPECT_EQ(status("localhost", true), refused);
-        EXPECT_EQ(status("localhost", true), refused);
-        EXPECT_EQ(status("localhost", true), 404);
-        EXPECT_EQ(service.counters().handshakes, before + 1);
-        EXPECT_EQ(service.counters().connections, 5u);
-        EXPECT_EQ(status("localhost", false), untrusted);
-    }
-    EXPECT_FALSE(std::filesystem::exists(caFile.parent_path()));
-}
-
-TEST(Start, SaysWhatIsWrong) {
-    const ContentService service(plain);
-    const auto complaint = [](ContentService::Options options) -> std::string {
-        options.tls = false;
-        try {
-            const ContentService second(options);
-        } catch (const std::runtime_error& error) {
-            return error.what();
-        }
-        return "none";
-    };
-    EXPECT_NE(complaint({.port = service.port()}).find("Address already in use"),
-              std::string::npos);
-    EXPECT_NE(complaint({.data = "/nowhere.json"}).find("/nowhere.json"), std::string::npos);
-    EXPECT_NE(complaint({.data = "/proc/self/status"}).find("no good"), std::string::npos);
-}
-
 TEST(DevInterface, SteersAndShowsWithoutLeavingTraces) {
     ContentService service({.tls = false, .keptRequests = 2, .devInterface = true});
     httplib::Client client("127.0.0.1", service.port());
-    const auto order = [&](const char* path, const std::string& body) {
-        return client.Post(path, body, "application/json")->status;
+    const auto order = [&](const std::string& body) {
+        return client.Post("/dev/script", body, "application/json")->status;
     };
-    EXPECT_EQ(order("/dev/script", R"({"path":"/x","method":"GET","times":2,"status":601,)"
-                                   R"("body":"b","headers":[["X-A","1"]]})"),
-              200);
-    EXPECT_EQ(order("/dev/script", R"({"status":"601"})"), 400);
-    EXPECT_EQ(order("/dev/script", "{"), 400);
+    EXPECT_EQ(order(R"({"path":"/x","method":"GET","times":2,"status":601,"body":"b"})"), 200);
+    EXPECT_EQ(order(R"({"status":"601"})"), 400);
     for (const int status : {601, 601, 404}) EXPECT_EQ(client.Get("/x")->status, status);
     const json log = json::parse(client.Get("/dev/requests")->body);
     ASSERT_EQ(log.size(), 2u) << "only the newest are kept";
     EXPECT_EQ(log[1]["target"], "/x");
-    EXPECT_EQ(log[1]["head"].get<std::string>().substr(0, 7), "GET /x ");
     service.accounts().logIn("anna");
-    const json state = json::parse(client.Get("/dev/state")->body);
-    EXPECT_EQ(state["requests"], 3);
-    EXPECT_EQ(state["users"].at(0)["name"], "anna");
-    EXPECT_EQ(json::parse(client.Get("/dev/performances")->body), json::array());
-    EXPECT_EQ(order("/dev/clear", ""), 200);
+    EXPECT_EQ(json::parse(client.Get("/dev/state")->body)["users"].at(0)["name"], "anna");
+    EXPECT_EQ(client.Post("/dev/clear")->status, 200);
     EXPECT_TRUE(service.requests().empty());
 }
 
