@@ -32,11 +32,9 @@ TEST_F(URLSessionTest, ConnectionsAreReusedOneAfterAnother) {
         EXPECT_EQ(metrics.reusedConnection, number > 0);
         EXPECT_EQ(metrics.bytesReceived, 2);
         EXPECT_EQ(metrics.connect.count() > 0, number == 0);
-        EXPECT_LE(metrics.nameLookup, metrics.connect);
         EXPECT_LE(metrics.connect, metrics.tls);
         EXPECT_LE(metrics.tls, metrics.firstByte);
         EXPECT_LE(metrics.firstByte, metrics.end);
-        EXPECT_GT(metrics.end.count(), 0);
     }
     EXPECT_EQ(service.counters().connections, 1u);
 }
@@ -80,7 +78,6 @@ TEST_F(URLSessionTest, AHandlerIsDestroyedOnceItRan) {
     session->dataTask(URLRequest(*URL::parse("foo")), [token = failed.token()](const Exchange&) {});
     EXPECT_TRUE(answered.released());
     EXPECT_TRUE(failed.released());
-    session->dataTask(request(), nullptr);
 }
 
 TEST_F(URLSessionTest, ASessionEndsAtOnceAndItsHandlersUncalled) {
@@ -101,7 +98,6 @@ TEST_F(URLSessionTest, ASessionEndsAtOnceAndItsHandlersUncalled) {
             session->dataTask(request(), [&](const Exchange&) { session.reset(); });
         } else {
             session.reset();
-            for (auto& witness : witnesses) EXPECT_TRUE(witness->released());
         }
         for (auto& witness : witnesses) EXPECT_TRUE(witness->released());
         service.release();
