@@ -1,3 +1,4 @@
+#include <korvel/service/Artwork.h>
 #include <korvel/service/Catalogue.h>
 #include <korvel/service/Channel.h>
 #include <korvel/service/ContentService.h>
@@ -50,6 +51,7 @@ struct ContentService::Running {
           log(options.keptRequests),
           keys(standardData().replace_filename("content-keys.pem")),
           endpoints(options, catalogue, accounts, keys) {
+        addArtwork(endpoints, catalogue);
         addStreams(endpoints, options.streams.empty() ? standardStreams() : options.streams, keys);
         if (options.tls) tls.emplace();
         if (options.devInterface) addDevInterface(endpoints, service);
