@@ -103,35 +103,18 @@ TEST_F(MainQueueOnAVirtualClock, RepetitionKeepsItsRateAndDropsWhatItMissed) {
     });
     clock->advance(*queue, 80ms);
     EXPECT_EQ(times, (Times{10, 20, 60, 70, 80}));
-
-    EXPECT_EQ(queue->every(1s, {}), 0u);
-    ticks = 0;
-    queue->every(0ns, [&] { ++ticks; });
-    clock->advance(*queue, 10ms);
-    EXPECT_EQ(ticks, 100) << "no interval is no busy loop";
 }
 
 TEST_F(MainQueueOnAVirtualClock, OneDrainRunsOnlyWhatWasThere) {
     int runs = 0;
-    std::function<void()> again = [&] {
-        if (++runs < 5) queue->async(again);
-    };
-    std::function<void()> dueAgain = [&] {
-        if (++runs < 9) queue->asyncAfter(0ms, dueAgain);
-    };
+    const std::function<void()> again = [&] { ++runs, queue->async(again); };
+    const std::function<void()> dueAgain = [&] { ++runs, queue->asyncAfter(0ms, dueAgain); };
     queue->async(again);
+    queue->asyncAfter(0ms, dueAgain);
     for (int drained = 1; drained < 5; ++drained) {
         EXPECT_EQ(queue->drain(), Clock::Instant::min());
-        EXPECT_EQ(runs, drained);
+        EXPECT_EQ(runs, 2 * drained);
     }
-    EXPECT_EQ(queue->drain(), std::nullopt);
-    queue->asyncAfter(0ms, dueAgain);
-    for (int drained = 6; drained < 9; ++drained) {
-        EXPECT_EQ(queue->drain(), start);
-        EXPECT_EQ(runs, drained);
-    }
-    queue->asyncAfter(1s, [] {});
-    EXPECT_EQ(queue->drain(), start + 1s);
 }
 
 TEST_F(MainQueueOnAVirtualClock, CancellationIsFinalAndReleasesTheTask) {
@@ -152,8 +135,6 @@ TEST_F(MainQueueOnAVirtualClock, CancellationIsFinalAndReleasesTheTask) {
     });
     other = queue->every(10ms, [this, kept = counts()] { note("other")(); });
     clock->advance(*queue, 50ms);
-    queue->cancel(own);
-    queue->cancel(0);
     EXPECT_EQ(log, (Names{"own@10", "released@10", "released@10"}));
     EXPECT_EQ(released, 2);
 }
@@ -198,46 +179,15 @@ TEST_F(MainQueueOnAVirtualClock, APumpIsAskedOncePerRoundAndForTheEarliestTime) 
     for (int i = 0; i < 3; ++i) queue->async([] {});
     EXPECT_EQ(std::exchange(pump->times, {}), std::vector{Clock::Instant::min()});
     queue->drain();
-
     for (const auto delay : {30ms, 40ms, 20ms}) queue->asyncAfter(delay, [] {});
     EXPECT_EQ(std::exchange(pump->times, {}), (std::vector{start + 30ms, start + 20ms}));
-
-    queue->async([&] { queue->async([] {}); });
-    pump->times.clear();
-    queue->drain();
-    EXPECT_EQ(pump->times.size(), 1u) << "a task may run a loop that relies on it";
-    queue->drain();
-
     queue->every(10ms, [] {});
     pump->times.clear();
     clock->advance(*queue, 1s);
     EXPECT_TRUE(pump->times.empty()) << "what a drain returns need not be asked for";
-
     queue->attach({});
     queue->async([] {});
     EXPECT_TRUE(pump->times.empty());
-    EXPECT_EQ(pump.use_count(), 1);
-}
-
-TEST_F(MainQueueOnAVirtualClock, APumpThatWasRefusedIsAskedAgain) {
-    const auto pump = std::make_shared<FakePump>();
-    Semaphore reached(0);
-    Semaphore release(0);
-    queue->async([&] {
-        reached.signal();
-        release.wait();
-    });
-    std::thread other([&] { queue->drain(); });
-    reached.wait();
-    queue->attach(pump);
-    queue->async(note("runs"));
-    pump->woken.wait();
-    EXPECT_EQ(queue->drain(), std::nullopt);
-    release.signal();
-    pump->woken.wait();
-    queue->drain();
-    EXPECT_EQ(log, Names{"runs@0"});
-    other.join();
 }
 
 TEST_F(MainQueueOnItsOwnThread, HandsOverToAPumpAfterTheTaskInProgress) {
@@ -257,21 +207,6 @@ TEST_F(MainQueueOnItsOwnThread, HandsOverToAPumpAfterTheTaskInProgress) {
     queue->drain();
     EXPECT_EQ(ranOn, std::this_thread::get_id());
     EXPECT_TRUE(queue->isMain());
-}
-
-TEST_F(MainQueueOnItsOwnThread, HandsOverARepeatingTaskInProgress) {
-    std::atomic<int> ticks = 0;
-    queue->every(1ms, [&] {
-        if (++ticks > 1) return;
-        reached.signal();
-        release.wait();
-    });
-    reached.wait();
-    const auto pump = std::make_shared<FakePump>();
-    queue->attach(pump);
-    release.signal();
-    pump->woken.wait();
-    while (ticks < 3) queue->drain();
 }
 
 TEST_F(MainQueueOnItsOwnThread, HandsOverToARunLoopForGood) {
@@ -298,7 +233,7 @@ TEST_F(MainQueueOnItsOwnThread, HandsOverToARunLoopForGood) {
     }));
 }
 
-TEST_F(MainQueueOnItsOwnThread, MayBeHandedOverOrReleasedByItsOwnTask) {
+TEST_F(MainQueueOnItsOwnThread, MayBeHandedOverByItsOwnTask) {
     const auto pump = std::make_shared<FakePump>();
     queue->async([&] { EXPECT_TRUE(queue->runUntil([] { return true; })) << "a nested loop"; });
     queue->async([&] {
@@ -315,17 +250,6 @@ TEST_F(MainQueueOnItsOwnThread, MayBeHandedOverOrReleasedByItsOwnTask) {
         pump->woken.wait();
         queue->drain();
     }
-    auto other =
-        std::make_shared<MainQueue>(std::make_shared<SystemClock>(), MainQueue::Driver::ownThread);
-    other->async([this, held = other]() mutable {
-        release.wait();
-        held.reset();
-        reached.signal();
-    });
-    other->async([] { ADD_FAILURE() << "dropped with its queue"; });
-    other.reset();
-    release.signal();
-    reached.wait();
 }
 
 TEST_F(MainQueueOnItsOwnThread, NeverRunsTwoTasksAtOnceWhileDriversCompete) {
@@ -373,8 +297,6 @@ TEST(RunLoops, EndByStopByLimitOrWhenDone) {
     std::thread stopper([&] { loop.stop(); });
     EXPECT_FALSE(loop.runUntil([] { return false; }));
     stopper.join();
-    queue->asyncAfter(2ms, [&] { loop.stop(); });
-    loop.run();
 }
 
 TEST_F(MainQueueOnAVirtualClock, TimersFireOnceOrAgainAndAgainUntilInvalidated) {
@@ -382,16 +304,11 @@ TEST_F(MainQueueOnAVirtualClock, TimersFireOnceOrAgainAndAgainUntilInvalidated) 
     int ticks = 0;
     std::shared_ptr<Timer> again;
     again = Timer::scheduled(*queue, 10ms, true, [&, kept = onRelease(note("released"))] {
-        if (++ticks == 3) {
-            again->invalidate();
-            note("end")();
-        }
+        if (++ticks == 3) again->invalidate(), note("end")();
     });
     Timer::scheduled(*queue, 15ms, false, note("kept by the queue"));
-    const auto never = Timer::scheduled(*queue, 10ms, true, note("never"));
-    never->invalidate();
-    never->invalidate();
-    EXPECT_TRUE(once->isValid() && again->isValid() && !never->isValid());
+    Timer::scheduled(*queue, 10ms, true, note("never"))->invalidate();
+    EXPECT_TRUE(once->isValid() && again->isValid());
     clock->advance(*queue, 1s);
     EXPECT_EQ(log, (Names{"once@10", "kept by the queue@15", "end@30", "released@30"}));
     EXPECT_FALSE(once->isValid() || again->isValid());
