@@ -253,6 +253,18 @@ void KCSDKPlayerView::sliderMoved() {
     overlay->slider->setUserInteractionEnabled(true);
 }
 
+bool KCSDKPlayerView::accessibilityPerformEscape() {
+    if (!controls() || !player()) return false;
+    closeBtnTapped();
+    return true;
+}
+
+bool KCSDKPlayerView::accessibilityPerformMagicTap() {
+    if (!controls() || !player()) return false;
+    changePlayerState();
+    return true;
+}
+
 // ------------------------------------------------------------------------------------------
 // closing
 

@@ -77,6 +77,10 @@ public:
     void sliderValueChanged();
     void observeValueForKeyPath(const std::string& keyPath, platform::Object& object,
                                 const platform::KeyValueChange& change) override;
+    // Under the SDK's own controls, as the close and the play button; a host's overlay decides for
+    // itself.
+    bool accessibilityPerformEscape() override;
+    bool accessibilityPerformMagicTap() override;
 
 protected:
     std::shared_ptr<platform::CALayer> makeLayer() const override;

@@ -115,6 +115,10 @@ public:
         assign(accessibilityLabel_, std::move(label), UIViewChange::accessibility);
     }
     virtual UIAccessibilityRole accessibilityRole() const { return UIAccessibilityRole::none; }
+    /// What a keyboard's escape and its space bar mean where no control has the focus; true if it
+    /// did something.
+    virtual bool accessibilityPerformEscape() { return false; }
+    virtual bool accessibilityPerformMagicTap() { return false; }
 
     /// Changes of `alpha` within `animations` are shown over that time; `completion` runs after it.
     /// On the device's screen: `Screen::animate`.

@@ -61,6 +61,8 @@ Q_SIGNALS:
     void orientationChanged(int orientation);
 
 private:
+    void updatePresenting();
+
     class Private;
     std::unique_ptr<Private> private_;
 };

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QtQuick/QQuickPaintedItem>
+
+namespace korvel::platform::qtquick {
+
+/// Shows where the keyboard's focus is: a light line with a dark edge, to be seen on any picture.
+class FocusRing final : public QQuickPaintedItem {
+    Q_OBJECT
+
+public:
+    /// Around `control`, whose child it is.
+    explicit FocusRing(QQuickItem& control);
+    void follow(QSizeF control);
+
+    void paint(QPainter* painter) override;
+};
+
+}  // namespace korvel::platform::qtquick

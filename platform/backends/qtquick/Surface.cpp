@@ -1,0 +1,255 @@
+#include <korvel/platform/backends/qtquick/Mirror.h>
+#include <korvel/platform/backends/qtquick/Surface.h>
+
+#include <QtQuick/QQuickWindow>
+
+#include <algorithm>
+#include <utility>
+
+namespace korvel::platform::qtquick {
+
+namespace {
+
+/// Above what a host puts into its window, below the popups of Qt Quick Controls.
+constexpr double aboveHost = 1'000'000;
+constexpr int tickMilliseconds = 16;
+
+unsigned partsOf(UIViewChange what) {
+    switch (what) {
+        case UIViewChange::geometry:
+            return ViewItem::geometry;
+        case UIViewChange::alpha:
+            return ViewItem::look;
+        case UIViewChange::hidden:
+            return ViewItem::look | ViewItem::input;
+        case UIViewChange::content:
+            return ViewItem::content;
+        case UIViewChange::interaction:
+            return ViewItem::input;
+        case UIViewChange::accessibility:
+            return ViewItem::description;
+    }
+    return ViewItem::everything;
+}
+
+}  // namespace
+
+Surface::Surface(QQuickItem& place, Kind kind, std::shared_ptr<Screen> screen,
+                 std::shared_ptr<Mirror> mirror)
+    : QQuickItem(&place),
+      kind_(kind),
+      screen_(std::move(screen)),
+      mirror_(std::move(mirror)),
+      shown_(std::make_shared<UIWindow>(screen_)) {
+    setZ(aboveHost);
+    setVisible(false);
+    setAcceptedMouseButtons(Qt::LeftButton);
+    setAcceptTouchEvents(true);
+    mirror_->add(*shown_, *this);
+    QObject::connect(&place, &QQuickItem::widthChanged, this, &Surface::follow);
+    QObject::connect(&place, &QQuickItem::heightChanged, this, &Surface::follow);
+    follow();
+    polish();
+}
+
+Surface::~Surface() { close(); }
+
+void Surface::close() {
+    if (!shown_) return;
+    mirror_->remove(*shown_);
+    ring_.reset();
+    for (const auto& [view, item] : std::exchange(items_, {})) {
+        item->giveBack();
+        item->freeze();
+    }
+    for (const auto& fading : fading_) fading.item->giveBack();
+    const auto closed = std::exchange(shown_, nullptr);
+    closed->touchCancelled();
+    setParentItem(nullptr);
+    if (std::exchange(showsAnything_, false) && onShownChanged) onShownChanged();
+    deleteLater();  // the host may do this from within an event that came through here
+}
+
+void Surface::follow() {
+    if (const auto* place = parentItem()) setSize(place->size());
+}
+
+void Surface::geometryChange(const QRectF& now, const QRectF& before) {
+    QQuickItem::geometryChange(now, before);
+    if (!shown_) return;
+    shown_->setFrame({0, 0, now.width(), now.height()});
+    for (const auto& view : std::vector(shown_->subviews())) {
+        if (dynamic_cast<ItemView*>(view.get())) view->setFrame(shown_->bounds());
+    }
+    if (ring_) ring_->follow(now.size());
+    polish();
+}
+
+// MARK: notes
+
+ViewItem* Surface::itemOf(const UIView& view) const {
+    const auto found = items_.find(&view);
+    return found == items_.end() ? nullptr : found->second;
+}
+
+void Surface::viewChanged(const UIView& view, UIViewChange what) {
+    if (auto* item = itemOf(view)) item->note(partsOf(what));
+}
+
+void Surface::subviewsChanged() {
+    treeChanged_ = true;
+    polish();
+}
+
+void Surface::animationBegan(const UIView& view) {
+    if (auto* item = itemOf(view)) item->note(ViewItem::look);
+}
+
+/// The view is about to leave; its pixels go slowly.
+void Surface::fadeOut(const UIView& view) {
+    auto* const leaving = itemOf(view);
+    if (!leaving) return;
+    for (auto entry = items_.begin(); entry != items_.end();) {
+        auto* const item = entry->second;
+        const bool leaves = item == leaving || leaving->isAncestorOf(item);
+        entry = leaves ? items_.erase(entry) : std::next(entry);
+        if (leaves) item->freeze();
+    }
+    leaving->setEnabled(false);
+    fading_.push_back({leaving, leaving->opacity(), now()});
+    treeChanged_ = true;
+    polish();
+}
+
+void Surface::queue(ViewItem& item) {
+    if (std::find(queued_.begin(), queued_.end(), &item) == queued_.end()) queued_.push_back(&item);
+    polish();
+}
+
+void Surface::forget(ViewItem& item) {
+    std::erase(queued_, &item);
+    std::erase(moving_, &item);
+}
+
+void Surface::animate(ViewItem& item) {
+    if (!isMoving(item)) moving_.push_back(&item);
+}
+
+bool Surface::isMoving(const ViewItem& item) const {
+    return std::find(moving_.begin(), moving_.end(), &item) != moving_.end();
+}
+
+// MARK: bringing it over
+
+void Surface::updatePolish() {
+    if (!shown_) return;
+    const auto kept = shown_;
+    kept->layoutIfNeeded();
+    if (std::exchange(treeChanged_, false)) reconcile();
+    for (auto* item : std::exchange(queued_, {})) item->refresh();
+    step();
+}
+
+/// There for the host's sake, and nothing to a user.
+bool Surface::isPlaceholder(const UIView& view) const {
+    if (&view == shown_.get()) return true;
+    if (const auto* own = dynamic_cast<const ItemView*>(&view)) return own->isAtHome();
+    const auto& root = shown_->rootViewController();
+    return root && root->viewIfLoaded().get() == &view && view.gestureRecognizers().empty() &&
+           !view.backgroundColor();
+}
+
+void Surface::reconcile() {
+    ++round_;
+    const bool hadFocus =
+        window() && window()->activeFocusItem() && isAncestorOf(window()->activeFocusItem());
+    place(shown_, *this, 0);
+    std::vector<ViewItem*> left;
+    for (const auto& [view, item] : items_) {
+        if (item->round != round_) left.push_back(item);
+    }
+    std::erase_if(items_, [&](const auto& entry) { return entry.second->round != round_; });
+    for (auto* item : left) retire(*item);
+    updateShown();
+    if (hadFocus && showsAnything_ && window() && !isAncestorOf(window()->activeFocusItem())) {
+        forceActiveFocus(Qt::OtherFocusReason);
+    }
+}
+
+ViewItem& Surface::place(const std::shared_ptr<UIView>& view, QQuickItem& parent, double z) {
+    auto& item = items_[view.get()];
+    if (item && item->view() != view) {  // another view came to lie at the same address
+        retire(*item);
+        item = nullptr;
+    }
+    if (!item) item = new ViewItem(view, *this);
+    auto& found = *item;  // the table may move below
+    found.round = round_;
+    if (found.parentItem() != &parent) found.setParentItem(&parent);
+    found.setZ(z);
+    found.lend(view);
+    double above = 1;
+    for (const auto& subview : view->subviews()) place(subview, found, above++);
+    return found;
+}
+
+void Surface::retire(ViewItem& item) {
+    const auto view = std::dynamic_pointer_cast<ItemView>(item.view());
+    item.giveBack();
+    item.freeze();
+    item.setParentItem(nullptr);
+    item.deleteLater();
+    if (view) view->goHome();
+}
+
+void Surface::updateShown() {
+    const auto& views = shown_->subviews();
+    const bool shows = std::any_of(views.begin(), views.end(), [this](const auto& view) {
+        return !isPlaceholder(*view) || !view->subviews().empty();
+    });
+    setVisible(shows || !fading_.empty());
+    if (shows == showsAnything_) return;
+    showsAnything_ = shows;
+    if (kind_ == Kind::window) {
+        setAcceptHoverEvents(shows);
+        if (shows) {
+            formerFocus_ = window() ? window()->activeFocusItem() : nullptr;
+            forceActiveFocus(Qt::PopupFocusReason);
+        } else if (formerFocus_) {
+            formerFocus_->forceActiveFocus(Qt::PopupFocusReason);
+        }
+    } else {
+        setActiveFocusOnTab(shows);
+    }
+    if (onShownChanged) onShownChanged();
+}
+
+// MARK: what moves by itself: by the clock, not by frames, whose pace the renderer decides
+
+void Surface::step() {
+    const auto time = now();
+    std::erase_if(moving_, [&](auto* item) { return !item->step(time); });
+    std::erase_if(fading_, [&](const Fading& fading) {
+        const UIViewAnimation fade{fading.from, 0, fading.begin,
+                                   UIViewController::transitionDuration};
+        fading.item->setOpacity(fade.alphaAt(time));
+        if (time < fade.end()) return false;
+        fading.item->giveBack();
+        fading.item->setParentItem(nullptr);
+        fading.item->deleteLater();
+        return true;
+    });
+    if (fading_.empty()) setVisible(showsAnything_);
+    if (moving_.empty() && fading_.empty()) {
+        ticks_.stop();
+    } else if (!ticks_.isActive()) {
+        ticks_.start(tickMilliseconds, Qt::PreciseTimer, this);
+    }
+}
+
+void Surface::timerEvent(QTimerEvent* event) {
+    if (event->timerId() != ticks_.timerId()) return QQuickItem::timerEvent(event);
+    step();
+}
+
+}  // namespace korvel::platform::qtquick

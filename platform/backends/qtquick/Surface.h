@@ -1,0 +1,111 @@
+#pragma once
+
+#include <korvel/platform/backends/qtquick/ViewItem.h>
+#include <korvel/platform/uikit/Screen.h>
+
+#include <QtCore/QBasicTimer>
+
+#include <functional>
+#include <unordered_map>
+#include <vector>
+
+namespace korvel::platform::qtquick {
+
+class Mirror;
+
+/// One window of the view tree, shown over all of an item: its pixels, brought up to date at most
+/// once a frame and only where something changed, and its input. Touches and keys that no view
+/// takes stay with the items below. Goes with the item.
+class Surface final : public QQuickItem {
+    Q_OBJECT
+
+public:
+    enum class Kind {
+        item,    ///< beside others in the window
+        window,  ///< before all others: keeps the focus and hovering pointers while it shows
+                 ///< anything
+    };
+    Surface(QQuickItem& place, Kind kind, std::shared_ptr<Screen> screen,
+            std::shared_ptr<Mirror> mirror);
+    ~Surface() override;
+
+    /// What it shows; null once closed.
+    const std::shared_ptr<UIWindow>& shown() const { return shown_; }
+    /// Runs after each change of whether there is anything to see.
+    std::function<void()> onShownChanged;
+    bool showsAnything() const { return showsAnything_; }
+    /// Lets go of the views and vanishes; deleted a little later.
+    void close();
+
+    // From the mirror: notes.
+    void viewChanged(const UIView& view, UIViewChange what);
+    void subviewsChanged();
+    void animationBegan(const UIView& view);
+    void fadeOut(const UIView& view);
+
+    // From its items.
+    void queue(ViewItem& item);
+    void forget(ViewItem& item);
+    void animate(ViewItem& item);
+    bool isMoving(const ViewItem& item) const;
+    Clock::Instant now() const { return screen_->clock().now(); }
+    /// To the next control that takes keys, round and round; false if there is none.
+    bool moveFocus(const QQuickItem* from, bool forward);
+    bool keepsFocus() const { return kind_ == Kind::window; }
+
+protected:
+    void updatePolish() override;
+    void timerEvent(QTimerEvent* event) override;
+    void geometryChange(const QRectF& now, const QRectF& before) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseUngrabEvent() override;
+    void touchEvent(QTouchEvent* event) override;
+    void touchUngrabEvent() override;
+    void wheelEvent(QWheelEvent* event) override;
+    void hoverEnterEvent(QHoverEvent* event) override;
+    void hoverMoveEvent(QHoverEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+
+private:
+    struct Fading {
+        ViewItem* item;
+        double from;
+        Clock::Instant begin;
+    };
+
+    void follow();
+    ViewItem* itemOf(const UIView& view) const;
+    bool isPlaceholder(const UIView& view) const;
+    void reconcile();
+    ViewItem& place(const std::shared_ptr<UIView>& view, QQuickItem& parent, double z);
+    void retire(ViewItem& item);
+    void updateShown();
+    void step();
+    bool takes(QPointF point) const;
+    bool press(QPointF point);
+    void tapMiddle();
+    bool performKey(int key);
+    void collectFocusable(const UIView& view, std::vector<ViewItem*>& found) const;
+
+    const Kind kind_;
+    const std::shared_ptr<Screen> screen_;
+    const std::shared_ptr<Mirror> mirror_;
+    std::shared_ptr<UIWindow> shown_;
+    std::unordered_map<const UIView*, ViewItem*> items_;
+    std::vector<ViewItem*> queued_;
+    std::vector<ViewItem*> moving_;
+    std::vector<Fading> fading_;
+    std::uint64_t round_ = 0;
+    bool treeChanged_ = true;
+    bool showsAnything_ = false;
+    std::optional<int> finger_;
+    QBasicTimer ticks_;
+    QPointer<QQuickItem> formerFocus_;
+    std::unique_ptr<FocusRing> ring_;
+};
+
+}  // namespace korvel::platform::qtquick

@@ -1,0 +1,342 @@
+#include <korvel/platform/avfoundation/AVPlayerLayer.h>
+#include <korvel/platform/backends/qtquick/Accessibility.h>
+#include <korvel/platform/backends/qtquick/ControlKeys.h>
+#include <korvel/platform/backends/qtquick/PainterCanvas.h>
+#include <korvel/platform/backends/qtquick/Surface.h>
+#include <korvel/platform/backends/qtquick/ViewItem.h>
+#include <korvel/platform/backends/qtquick/ViewNode.h>
+#include <korvel/platform/uikit/UILabel.h>
+#include <korvel/platform/uikit/UISlider.h>
+
+#include <QtGui/QMatrix4x4>
+#include <QtQuick/QQuickWindow>
+#include <QtQuick/QSGRendererInterface>
+
+#include <cmath>
+#include <utility>
+
+namespace korvel::platform::qtquick {
+
+/// A view's transform, about its centre.
+class ViewItem::Transform final : public QQuickTransform {
+public:
+    explicit Transform(ViewItem& item) : QQuickTransform(&item), item_(item) {
+        appendToItem(&item);
+    }
+    void set(const CGAffineTransform& transform) {
+        if (std::exchange(transform_, transform) != transform) update();
+    }
+    void applyTo(QMatrix4x4* matrix) const override {
+        const auto narrow = [](double value) { return static_cast<float>(value); };
+        const float x = narrow(item_.width() / 2);
+        const float y = narrow(item_.height() / 2);
+        matrix->translate(x, y);
+        *matrix *= QMatrix4x4(narrow(transform_.a), narrow(transform_.c), 0, narrow(transform_.tx),
+                              narrow(transform_.b), narrow(transform_.d), 0, narrow(transform_.ty),
+                              0, 0, 1, 0, 0, 0, 0, 1);
+        matrix->translate(-x, -y);
+    }
+
+private:
+    ViewItem& item_;
+    CGAffineTransform transform_;
+};
+
+namespace {
+
+QAccessible::Role roleOf(UIAccessibilityRole role) {
+    switch (role) {
+        case UIAccessibilityRole::button:
+            return QAccessible::Button;
+        case UIAccessibilityRole::slider:
+            return QAccessible::Slider;
+        case UIAccessibilityRole::staticText:
+            return QAccessible::StaticText;
+        case UIAccessibilityRole::progress:
+            return QAccessible::ProgressBar;
+        case UIAccessibilityRole::none:
+            break;
+    }
+    return QAccessible::NoRole;
+}
+
+std::string nameOf(const UIView& view) {
+    const auto* label = dynamic_cast<const UILabel*>(&view);
+    return label && view.accessibilityLabel().empty() ? label->text() : view.accessibilityLabel();
+}
+
+/// Pixels of a view that is hidden while it fades away stay until they have faded.
+bool isFadingAway(const UIView& view, Clock::Instant now) {
+    const auto& fade = view.animation();
+    return fade && now < fade->end() && fade->toAlpha < fade->fromAlpha;
+}
+
+}  // namespace
+
+ViewItem::ViewItem(const std::shared_ptr<UIView>& view, Surface& surface)
+    : view_(view),
+      surface_(surface),
+      draws_(view->drawsContent()),
+      video_(std::dynamic_pointer_cast<AVPlayerLayer>(view->layer())) {
+    setParent(&surface);
+    note(everything);
+}
+
+ViewItem::~ViewItem() = default;
+
+void ViewItem::note(unsigned parts) {
+    if (frozen_) return;
+    noted_ |= parts;
+    // What nobody sees waits, at no cost, until somebody does.
+    if (parts != content || (isVisible() && opacity() > 0)) surface_.queue(*this);
+}
+
+void ViewItem::freeze() {
+    frozen_ = true;
+    takesFocus_ = false;
+    ring_.reset();
+    surface_.forget(*this);
+}
+
+void ViewItem::refresh() {
+    const auto view = view_.lock();
+    if (!view || frozen_) return;
+    auto parts = std::exchange(noted_, 0);
+    const auto before = size();
+    if (parts & geometry) placeLike(*view);
+    if (size() != before) parts |= content;
+    if (parts & (look | content)) fadeLike(*view);
+    if (parts & input) takeInputLike(*view);
+    if (parts & content) {
+        if (isVisible() && (opacity() > 0 || surface_.isMoving(*this))) {
+            paintLike(*view);
+        } else {
+            noted_ |= content;
+        }
+    }
+    if (parts & (description | content)) describeLike(*view);
+}
+
+void ViewItem::placeLike(const UIView& view) {
+    const auto& transform = view.transform();
+    const auto center = view.frame().center();
+    const auto size = view.bounds().size;
+    setPosition(
+        {center.x - transform.tx - size.width / 2, center.y - transform.ty - size.height / 2});
+    setSize({size.width, size.height});
+    setClip(view.clipsToBounds());
+    if (!transform_ && !transform.isIdentity()) transform_ = new Transform(*this);
+    if (transform_) transform_->set(transform);
+}
+
+void ViewItem::fadeLike(const UIView& view) {
+    const auto now = surface_.now();
+    setVisible(!view.isHidden() || isFadingAway(view, now));
+    setOpacity(view.presentationAlpha(now));
+    const bool fades = view.animation() && now < view.animation()->end();
+    if (fades || view.secondsPerTurn() > 0) surface_.animate(*this);
+    if (view.isHidden() && hasActiveFocus()) surface_.forceActiveFocus(Qt::OtherFocusReason);
+}
+
+bool ViewItem::step(Clock::Instant now) {
+    const auto view = view_.lock();
+    if (!view || frozen_) return false;
+    bool moves = false;
+    if (const auto& fade = view->animation()) {
+        setOpacity(view->presentationAlpha(now));
+        moves = now < fade->end();
+        if (!moves) setVisible(!view->isHidden());
+    }
+    const double turn = view->secondsPerTurn();
+    if (turn <= 0 || !isVisible()) return moves;
+    const std::chrono::duration<double> time = now.time_since_epoch();
+    setRotation(std::fmod(time.count(), turn) / turn * 360);
+    return true;
+}
+
+void ViewItem::paintLike(UIView& view) {
+    background_ = view.backgroundColor() ? colorOf(*view.backgroundColor()) : Qt::transparent;
+    if (video_) {
+        frame_ = video_->newestFrame();
+        gravity_ = video_->videoGravity();
+    } else if (draws_) {
+        picture_ = drawn(view);
+    }
+    pictureChanged_ = true;
+    if (draws_ || video_ || background_.alpha() > 0) setFlag(ItemHasContents);
+    update();
+    if (view.secondsPerTurn() > 0) surface_.animate(*this);
+    if (dynamic_cast<const UISlider*>(&view)) Q_EMIT valueChanged();
+}
+
+QImage ViewItem::drawn(const UIView& view) const {
+    const double scale = window() ? window()->effectiveDevicePixelRatio() : 1;
+    const QSize pixels(static_cast<int>(std::ceil(width() * scale)),
+                       static_cast<int>(std::ceil(height() * scale)));
+    if (pixels.isEmpty()) return {};
+    QImage image(pixels, QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(scale);
+    image.fill(Qt::transparent);
+    PainterCanvas canvas(image);
+    view.draw(canvas);
+    return image;
+}
+
+void ViewItem::takeInputLike(const UIView& view) {
+    const auto* control = dynamic_cast<const UIControl*>(&view);
+    takesFocus_ =
+        control && control->isEnabled() && !view.isHidden() && view.isUserInteractionEnabled();
+    setActiveFocusOnTab(takesFocus_);
+    if (control) setEnabled(control->isEnabled());
+}
+
+void ViewItem::describeLike(const UIView& view) {
+    const auto role = roleOf(view.accessibilityRole());
+    if (role != QAccessible::NoRole) describe(*this, role, QString::fromStdString(nameOf(view)));
+}
+
+void ViewItem::lend(const std::shared_ptr<UIView>& view) {
+    const auto* own = dynamic_cast<const ItemView*>(view.get());
+    auto* item = own && !own->isAtHome() ? own->item() : nullptr;
+    if (!item || item->isAncestorOf(this)) return loan_.reset();
+    if (loan_ && loan_->isOf(item)) return;
+    if (auto* holder = qobject_cast<ViewItem*>(item->parentItem())) holder->loan_.reset();
+    loan_ = std::make_unique<ItemLoan>(*item, *this);
+    loan_->resize(size());
+}
+
+// MARK: the scene graph; the GUI thread waits
+
+QSGNode* ViewItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
+    if (width() <= 0 || height() <= 0) {
+        delete old;
+        return nullptr;
+    }
+    auto* node = static_cast<ViewNode*>(old);
+    if (!node) {
+        node = new ViewNode(*window(), draws_ || video_);
+        pictureChanged_ = true;
+    }
+    node->setBackground(boundingRect(), background_);
+    if (!std::exchange(pictureChanged_, false)) return node;
+    if (video_) {
+        updateVideo(*node);
+    } else if (draws_) {
+        const QRectF pixels = picture_.rect();
+        node->setPicture(*window(), picture_, {QPointF(), picture_.deviceIndependentSize()},
+                         pixels);
+    }
+    return node;
+}
+
+void ViewItem::updateVideo(ViewNode& node) {
+    if (!frame_) return node.setPicture(*window(), {}, {}, {});
+    const auto fit = VideoFit::of(*frame_, size(), gravity_);
+    const bool software =
+        window()->rendererInterface()->graphicsApi() == QSGRendererInterface::Software;
+    if (!software) {
+        const QSize whole(static_cast<int>(frame_->width), static_cast<int>(frame_->height));
+        const auto image = frames_.rgb(*frame_, {{}, whole}, whole);
+        return node.setPicture(*window(), image, fit.target, fit.source);
+    }
+    // The renderer scales a picture slowly, the converter does it in passing.
+    const double scale = window()->effectiveDevicePixelRatio();
+    const auto pixels = (fit.target.size() * scale).toSize();
+    const auto image = frames_.rgb(*frame_, fit.source.toRect(), pixels);
+    node.setPicture(*window(), image, {fit.target.topLeft(), QSizeF(pixels) / scale},
+                    QRectF({}, QSizeF(pixels)));
+}
+
+// MARK: what the toolkit tells
+
+void ViewItem::geometryChange(const QRectF& now, const QRectF& before) {
+    QQuickItem::geometryChange(now, before);
+    if (ring_) ring_->follow(now.size());
+    if (loan_) loan_->resize(now.size());
+}
+
+void ViewItem::itemChange(ItemChange change, const ItemChangeData& data) {
+    QQuickItem::itemChange(change, data);
+    switch (change) {
+        case ItemVisibleHasChanged:
+        case ItemOpacityHasChanged:
+            if (noted_) note(look);
+            break;
+        case ItemDevicePixelRatioHasChanged:
+            note(content);
+            break;
+        default:
+            break;
+    }
+}
+
+void ViewItem::keyPressEvent(QKeyEvent* event) {
+    const int key = event->key();
+    const bool tab = key == Qt::Key_Tab || key == Qt::Key_Backtab;
+    if (tab && surface_.keepsFocus()) {
+        return event->setAccepted(surface_.moveFocus(this, key == Qt::Key_Tab));
+    }
+    const auto view = view_.lock();
+    auto* control = dynamic_cast<UIControl*>(view.get());
+    const bool used = control && pressKey(*control, key, event->isAutoRepeat(), surface_.now());
+    if (used && !ring_ && hasActiveFocus()) ring_ = std::make_unique<FocusRing>(*this);
+    event->setAccepted(used);
+}
+
+void ViewItem::keyReleaseEvent(QKeyEvent* event) {
+    const auto view = view_.lock();
+    auto* control = dynamic_cast<UIControl*>(view.get());
+    event->setAccepted(control && !event->isAutoRepeat() &&
+                       releaseKey(*control, event->key(), surface_.now()));
+}
+
+void ViewItem::focusInEvent(QFocusEvent* event) {
+    QQuickItem::focusInEvent(event);
+    const auto reason = event->reason();
+    if (reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason) {
+        ring_ = std::make_unique<FocusRing>(*this);
+    }
+}
+
+void ViewItem::focusOutEvent(QFocusEvent* event) {
+    QQuickItem::focusOutEvent(event);
+    ring_.reset();
+}
+
+// MARK: what screen readers ask and do
+
+double ViewItem::value() const {
+    const auto view = view_.lock();
+    const auto* slider = dynamic_cast<const UISlider*>(view.get());
+    return slider ? slider->value() : 0;
+}
+
+void ViewItem::setValue(double value) {
+    const auto view = view_.lock();
+    if (auto* slider = dynamic_cast<UISlider*>(view.get())) moveTo(*slider, value);
+}
+
+double ViewItem::minimumValue() const {
+    const auto view = view_.lock();
+    const auto* slider = dynamic_cast<const UISlider*>(view.get());
+    return slider ? slider->minimumValue() : 0;
+}
+
+double ViewItem::maximumValue() const {
+    const auto view = view_.lock();
+    const auto* slider = dynamic_cast<const UISlider*>(view.get());
+    return slider ? slider->maximumValue() : 0;
+}
+
+double ViewItem::stepSize() const { return (maximumValue() - minimumValue()) / 100; }
+
+void ViewItem::press() {
+    const auto view = view_.lock();
+    auto* control = dynamic_cast<UIControl*>(view.get());
+    if (control && !dynamic_cast<UISlider*>(control)) activate(*control, surface_.now());
+}
+
+void ViewItem::increase() { setValue(value() + stepSize()); }
+void ViewItem::decrease() { setValue(value() - stepSize()); }
+
+}  // namespace korvel::platform::qtquick

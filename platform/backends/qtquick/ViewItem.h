@@ -1,0 +1,99 @@
+#pragma once
+
+#include <korvel/platform/backends/qtquick/FocusRing.h>
+#include <korvel/platform/backends/qtquick/ItemView.h>
+#include <korvel/platform/backends/qtquick/VideoPicture.h>
+
+#include <memory>
+#include <optional>
+
+namespace korvel::platform::qtquick {
+
+class Surface;
+class ViewNode;
+
+/// The pixels of one view, whatever its class, and the place of its subviews. Takes the keys of a
+/// control that has the focus; touches go past it to the surface. Holds the view weakly.
+class ViewItem final : public QQuickItem {
+    Q_OBJECT
+    // The names by which screen readers' bridges ask for what a slider has.
+    Q_PROPERTY(double value READ value WRITE setValue NOTIFY valueChanged)
+    Q_PROPERTY(double minimumValue READ minimumValue)
+    Q_PROPERTY(double maximumValue READ maximumValue)
+    Q_PROPERTY(double stepSize READ stepSize)
+
+public:
+    enum Part : unsigned { geometry = 1, look = 2, content = 4, input = 8, description = 16 };
+    static constexpr unsigned everything = 31;
+
+    ViewItem(const std::shared_ptr<UIView>& view, Surface& surface);
+    ~ViewItem() override;
+
+    std::shared_ptr<UIView> view() const { return view_.lock(); }
+    std::uint64_t round = 0;  ///< the surface's, when it last found the view in its tree
+
+    /// To be brought over with the next frame.
+    void note(unsigned parts);
+    void refresh();
+    /// What moves by itself goes on to that time; false once nothing does.
+    bool step(Clock::Instant now);
+    /// From now on the pixels stay as they are.
+    void freeze();
+    /// Takes in the host's item for which the view stands as an overlay, or gives it back.
+    void lend(const std::shared_ptr<UIView>& view);
+    void giveBack() { loan_.reset(); }
+    bool takesFocus() const { return takesFocus_; }
+
+    double value() const;
+    void setValue(double value);
+    double minimumValue() const;
+    double maximumValue() const;
+    double stepSize() const;
+
+public Q_SLOTS:
+    void press();
+    void increase();
+    void decrease();
+
+Q_SIGNALS:
+    void valueChanged();
+
+protected:
+    QSGNode* updatePaintNode(QSGNode* old, UpdatePaintNodeData*) override;
+    void geometryChange(const QRectF& now, const QRectF& before) override;
+    void itemChange(ItemChange change, const ItemChangeData& data) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void keyReleaseEvent(QKeyEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+
+private:
+    void placeLike(const UIView& view);
+    void fadeLike(const UIView& view);
+    void paintLike(UIView& view);
+    void takeInputLike(const UIView& view);
+    void describeLike(const UIView& view);
+    QImage drawn(const UIView& view) const;
+    void updateVideo(ViewNode& node);
+
+    const std::weak_ptr<UIView> view_;
+    Surface& surface_;
+    const bool draws_;
+    const std::shared_ptr<AVPlayerLayer> video_;
+    class Transform;
+    Transform* transform_ = nullptr;
+    unsigned noted_ = 0;
+    bool frozen_ = false;
+    bool takesFocus_ = false;
+
+    QColor background_ = Qt::transparent;
+    QImage picture_;
+    bool pictureChanged_ = false;
+    std::shared_ptr<const VideoFrame> frame_;
+    AVLayerVideoGravity gravity_{};
+    VideoPicture frames_;
+    std::unique_ptr<ItemLoan> loan_;
+    std::unique_ptr<FocusRing> ring_;
+};
+
+}  // namespace korvel::platform::qtquick

@@ -1,0 +1,49 @@
+#include <korvel/platform/backends/qtquick/ViewNode.h>
+
+#include <QtQuick/QQuickWindow>
+#include <QtQuick/QSGTexture>
+
+namespace korvel::platform::qtquick {
+
+namespace {
+
+QImage nothing() {
+    QImage dot(1, 1, QImage::Format_ARGB32_Premultiplied);
+    dot.fill(Qt::transparent);
+    return dot;
+}
+
+}  // namespace
+
+ViewNode::ViewNode(QQuickWindow& window, bool withPicture)
+    : background_(window.createRectangleNode()) {
+    background_->setColor(Qt::transparent);
+    appendChildNode(background_);
+    if (!withPicture) return;
+    picture_ = window.createImageNode();
+    picture_->setOwnsTexture(true);
+    setPicture(window, {}, {}, {});
+    appendChildNode(picture_);
+}
+
+void ViewNode::setBackground(const QRectF& rect, const QColor& color) {
+    if (background_->rect() != rect) background_->setRect(rect);
+    if (background_->color() != color) background_->setColor(color);
+}
+
+void ViewNode::setPicture(QQuickWindow& window, const QImage& picture, const QRectF& target,
+                          const QRectF& source) {
+    const bool shown = !picture.isNull();
+    const auto options = shown && !picture.hasAlphaChannel() ? QQuickWindow::TextureIsOpaque
+                                                             : QQuickWindow::TextureHasAlphaChannel;
+    picture_->setTexture(window.createTextureFromImage(shown ? picture : nothing(), options));
+    const QRectF place = shown ? target : QRectF(0, 0, 1, 1);
+    const QRectF part = shown ? source : QRectF(0, 0, 1, 1);
+    // One pixel for one needs no filter, and filtering costs the software renderer dear.
+    const bool exact = place.size() * window.effectiveDevicePixelRatio() == part.size();
+    picture_->setFiltering(exact ? QSGTexture::Nearest : QSGTexture::Linear);
+    picture_->setRect(place);
+    picture_->setSourceRect(part);
+}
+
+}  // namespace korvel::platform::qtquick
