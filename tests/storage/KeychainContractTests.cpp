@@ -41,10 +41,8 @@ TYPED_TEST(KeychainContract, ItemsComeBackByteForByte) {
     std::string everyByte;
     for (int byte = 0; byte < 256; ++byte) everyByte += static_cast<char>(byte);
     const std::string zero("a\0b", 3);
-    const std::array<std::pair<std::string, std::string>, 7> rows{{
-        {"token", "abc"},
-        {"empty value", ""},
-        {"", "empty account"},
+    const std::array<std::pair<std::string, std::string>, 5> rows{{
+        {"", ""},
         {"bytes", everyByte},
         {"large", std::string(50'000, 'x')},
         {"Gerät-日本-\xff", "account that is not UTF-8"},
@@ -73,16 +71,8 @@ TYPED_TEST(KeychainContract, DeletionMatchesTheAccountAndNotTheValue) {
     EXPECT_EQ(this->copy("token"), "-25300");
     EXPECT_EQ(this->copy("userId"), "42");
     EXPECT_EQ(this->add("token", "new"), errSecSuccess);
-    EXPECT_EQ(this->copy("token"), "new");
-}
-
-TYPED_TEST(KeychainContract, DeletionWithoutAccountTakesEverything) {
-    EXPECT_EQ(this->keychain->SecItemDelete({}), errSecItemNotFound);
-    this->add("token", "abc");
-    this->add("the host's own", "secret");
-    EXPECT_EQ(this->keychain->SecItemDelete({}), errSecSuccess);
-    EXPECT_EQ(this->copy("token"), "-25300");
-    EXPECT_EQ(this->copy("the host's own"), "-25300");
+    EXPECT_EQ(this->keychain->SecItemDelete({}), errSecSuccess) << "without account: everything";
+    EXPECT_EQ(this->copy("token") + this->copy("userId"), "-25300-25300");
     EXPECT_EQ(this->keychain->SecItemDelete({}), errSecItemNotFound);
 }
 
@@ -104,32 +94,23 @@ TYPED_TEST(KeychainContract, ItemsAreThereForALaterStoreAndAnotherAtTheSameTime)
     EXPECT_EQ(valueOrStatus(*other, "token"), "abc");
     other->SecItemDelete({.account = "token"});
     EXPECT_EQ(this->copy("token"), "-25300");
-    this->add("token", "def");
-    this->keychain.reset();
-    EXPECT_EQ(valueOrStatus(*this->store.open(), "token"), "def");
 }
 
 TYPED_TEST(KeychainContract, OfManyAddingAtOnceOneSucceeds) {
-    constexpr int threads = 4;
-    constexpr int rounds = 15;
     const std::array stores{this->store.open(), this->store.open()};
-    for (int round = 0; round < rounds; ++round) {
-        const std::string account = "round " + std::to_string(round);
+    for (int round = 0; round < 15; ++round) {
         std::atomic<int> added = 0;
         std::atomic<int> duplicates = 0;
-        std::vector<std::thread> workers;
-        for (int worker = 0; worker < threads; ++worker) {
-            workers.emplace_back([&, worker] {
-                auto& chosen = *stores[static_cast<std::size_t>(worker) % stores.size()];
-                const auto status = chosen.SecItemAdd(
-                    {.account = account, .valueData = bytesOf(std::to_string(worker))});
-                added += status == errSecSuccess;
-                duplicates += status == errSecDuplicateItem;
-            });
-        }
-        for (auto& worker : workers) worker.join();
+        const auto work = [&](std::size_t worker) {
+            const auto status = stores[worker % 2]->SecItemAdd({.account = std::to_string(round)});
+            added += status == errSecSuccess;
+            duplicates += status == errSecDuplicateItem;
+        };
+        std::vector<std::jthread> workers;
+        for (std::size_t worker = 0; worker < 4; ++worker) workers.emplace_back(work, worker);
+        workers.clear();
         EXPECT_EQ(added, 1);
-        EXPECT_EQ(duplicates, threads - 1);
+        EXPECT_EQ(duplicates, 3);
     }
 }
 
