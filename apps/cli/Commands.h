@@ -7,6 +7,7 @@
 namespace cli {
 
 class Host;
+struct Options;
 class Output;
 
 /// What a command line asks for.
@@ -16,6 +17,8 @@ using Command = std::function<void(Host&, Output&)>;
 /// must live until then.
 void addCatalogueCommands(CLI::App& app, Command& chosen);
 void addAccountCommands(CLI::App& app, Command& chosen);
+/// Where the SDK has been built with a player. `options` gets the player, if that is chosen.
+void addPlayCommand(CLI::App& app, Command& chosen, Options& options);
 
 /// For arguments that must hold something.
 inline std::string complaintIfEmpty(const std::string& text) {

@@ -19,6 +19,9 @@ enum class ExitCode {
     notLoggedIn = 7,
     badAddress = 8,
     notFound = 9,
+    consentRequired = 10,
+    subscriptionRequired = 11,
+    streamFailed = 12,
     interrupted = 130,
 };
 

@@ -22,7 +22,8 @@ Host::Host(const Options& options, std::shared_ptr<Messages> messages, Interrupt
     : options_(options),
       limit_(nanoseconds(options.timeout)),
       interruption_(interruption),
-      observer_(std::make_shared<RequestObserver>(options.verbose ? messages : nullptr)),
+      messages_(std::move(messages)),
+      observer_(std::make_shared<RequestObserver>(options.verbose ? messages_ : nullptr)),
       folder_(dataFolder(options) / "korvel") {
     if (options.url.empty()) {
         throw Failure(ExitCode::badAddress,
@@ -32,19 +33,19 @@ Host::Host(const Options& options, std::shared_ptr<Messages> messages, Interrupt
     device.clock = std::make_shared<korvel::platform::SystemClock>();
     device.mainQueue = queue_ =
         std::make_shared<MainQueue>(device.clock, MainQueue::Driver::manual);
-    device.console = std::make_shared<MessageConsole>(options.verbose ? messages : nullptr);
+    device.console = std::make_shared<MessageConsole>(options.verbose ? messages_ : nullptr);
     device.diagnostics = observer_;
     wake_ = [queue = queue_] { queue->async([] {}); };
-    observer_->onLoss = wake_;
+    observer_->onEnd = wake_;
     loop_.emplace(queue_);
-    progress_.emplace(messages, *queue_, "waiting for " + options.url);
+    progress_.emplace(messages_, *queue_, "waiting for " + options.url);
     interruption_.watch(wake_);
     takeDataFolder();
     korvel::platform::DeviceOptions parts;
     parts.applicationName = "korvel";
     parts.dataFolder = dataFolder(options);
     parts.certificateAuthorityFile = options.authorityFile;
-    if (!Device::install(std::move(device), parts)) {
+    if (!options.install(std::move(device), parts)) {
         throw Failure(ExitCode::failed, "the SDK was in use before this host");
     }
     KCSDK::initialize(std::make_shared<korvel::KCSDKConfig>(options.url, options.secretKey,
@@ -66,7 +67,7 @@ void Host::takeDataFolder() {
 }
 
 RequestReport Host::settle(const Arrival& arrival, const std::function<void()>& start) {
-    observer_->forget();
+    observer_->watch();
     start();
     loop_->runUntil(
         [&] { return arrival.came || interruption_.came() || observer_->report().lost; }, limit_);

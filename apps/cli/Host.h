@@ -44,6 +44,21 @@ public:
     }
     void perform(const StartPlain& start);
 
+    /// For a command that goes on by itself: no more progress of single requests.
+    void showNoProgress() { progress_.reset(); }
+    /// Drives the main queue until `done` or the limit; true if done. `done` is asked after each
+    /// round of the queue, and when a request has ended or an interruption has come.
+    bool runUntil(const std::function<bool()>& done,
+                  std::optional<korvel::platform::Clock::Duration> limit = std::nullopt) {
+        return loop_->runUntil(done, limit);
+    }
+    const std::shared_ptr<korvel::platform::MainQueue>& queue() const { return queue_; }
+    const std::shared_ptr<Messages>& messages() const { return messages_; }
+    RequestObserver& observer() { return *observer_; }
+    bool interrupted() const { return interruption_.came(); }
+    /// How long to wait for whatever comes from the service.
+    korvel::platform::Clock::Duration patience() const { return limit_; }
+
 private:
     /// Written by a completion on a background thread, then read by the main thread: `came` is the
     /// hand-over.
@@ -75,6 +90,7 @@ private:
     const Options options_;
     const korvel::platform::Clock::Duration limit_;
     Interruption& interruption_;
+    std::shared_ptr<Messages> messages_;
     std::shared_ptr<RequestObserver> observer_;
     DataFolder folder_;
     std::shared_ptr<korvel::platform::MainQueue> queue_;

@@ -14,6 +14,7 @@ class Messages {
 public:
     Messages();
 
+    bool onTerminal() const { return terminal_; }
     void line(std::string_view text);
     /// Shows `text` in place of the progress shown before; empty: takes it away.
     void progress(std::string_view text);

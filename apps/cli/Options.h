@@ -1,7 +1,10 @@
 #pragma once
 
+#include <korvel/platform/Device.h>
+
 #include <CLI/App.hpp>
 #include <filesystem>
+#include <functional>
 #include <string>
 
 namespace cli {
@@ -18,6 +21,9 @@ struct Options {
     double timeout = 15;  ///< seconds, for each answer
     bool json = false;
     bool verbose = false;
+    /// Makes the device the process's own; a command that plays puts a player into it.
+    std::function<bool(korvel::platform::Device, const korvel::platform::DeviceOptions&)> install =
+        korvel::platform::Device::install;
 };
 
 /// `options` is filled when `app` parses and must live until then.

@@ -2,6 +2,7 @@
 
 #include "Text.h"
 
+#include <korvel/model/KCSDKConsent.h>
 #include <korvel/platform/foundation/JSONDecoder.h>
 #include <korvel/platform/foundation/URLSession.h>
 
@@ -59,6 +60,33 @@ const char* meaning(std::int64_t code) {
     }
 }
 
+std::string secondsText(double seconds) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%g s", seconds);
+    return text;
+}
+
+/// The media parts' reason, or what else there is.
+std::string reasonIn(const korvel::NSError& error) {
+    const auto* reason = error.text("NSLocalizedFailureReason");
+    if (!reason) reason = error.text("NSLocalizedDescription");
+    return reason ? fitted(printable(*reason), longestMessage) : error.description();
+}
+
+constexpr std::int64_t consentIsRequired = 601;
+
+Failure consentRequired(const korvel::NSError& error) {
+    const auto consent = std::dynamic_pointer_cast<korvel::KCSDKConsent>(error.object("consent"));
+    if (!consent) {
+        return {ExitCode::consentRequired, "a consent is required (\"korvel consent\" shows which)",
+                error.code};
+    }
+    return {ExitCode::consentRequired,
+            "the consent to '" + fitted(printable(consent->title), longestMessage) +
+                "' is required (\"korvel accept " + printable(consent->consentTag) + "\" gives it)",
+            error.code};
+}
+
 }  // namespace
 
 bool isAccepted(const RequestReport& report) {
@@ -71,12 +99,11 @@ bool isAccepted(const RequestReport& report) {
 Failure interrupted() { return {ExitCode::interrupted, "interrupted"}; }
 
 Failure noAnswer(const RequestReport& report, double seconds) {
-    char time[32];
-    std::snprintf(time, sizeof time, "%g s", seconds);
+    const auto time = secondsText(seconds);
     if (report.request.empty()) {
-        return {ExitCode::noAnswer, std::string("nothing was sent within ") + time};
+        return {ExitCode::noAnswer, "nothing was sent within " + time};
     }
-    auto text = std::string("no answer within ") + time + " to " + report.request;
+    auto text = "no answer within " + time + " to " + report.request;
     if (report.status) text += ": only the status " + std::to_string(*report.status) + " came";
     return {ExitCode::noAnswer, text + " (--timeout SECONDS waits longer)", report.status};
 }
@@ -108,8 +135,29 @@ Failure refusal(const korvel::NSError& error, const std::string& url) {
     if (error.domain.empty()) {
         return {ExitCode::badAddress, "not an absolute address: '" + url + "'"};
     }
+    if (error.code == consentIsRequired) return consentRequired(error);
     const auto* message = error.text("message");
     return {ExitCode::rejected, answered(error.code, message ? *message : ""), error.code};
+}
+
+Failure noPlayer(const korvel::NSError& error) {
+    return {ExitCode::failed, "this machine cannot play: " + reasonIn(error)};
+}
+
+Failure streamFailed(const korvel::NSError& error) {
+    return {ExitCode::streamFailed, "the stream failed: " + reasonIn(error)};
+}
+
+Failure streamSilent(bool began, double seconds) {
+    const std::string what = began ? "the stream stands still for " : "no picture within ";
+    return {ExitCode::noAnswer, what + secondsText(seconds) +
+                                    ": stream or content key do not come (--timeout SECONDS waits "
+                                    "longer)"};
+}
+
+Failure notRecorded(const Failure& reason) {
+    return {reason.code, std::string("the performance may not be recorded: ") + reason.what(),
+            reason.status};
 }
 
 }  // namespace cli

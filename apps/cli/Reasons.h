@@ -23,4 +23,13 @@ Failure rejected(const RequestReport& report);
 /// An error that a completion brought: the service's, or that of an unusable address.
 Failure refusal(const korvel::NSError& error, const std::string& url);
 
+// Of playing a class.
+
+Failure noPlayer(const korvel::NSError& error);
+Failure streamFailed(const korvel::NSError& error);
+/// `began`: it had pictures before.
+Failure streamSilent(bool began, double seconds);
+/// The class was played, but for this the service does not know.
+Failure notRecorded(const Failure& reason);
+
 }  // namespace cli

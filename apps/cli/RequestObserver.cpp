@@ -44,8 +44,10 @@ std::string described(const std::string& request, const Exchange& exchange) {
 RequestObserver::RequestObserver(std::shared_ptr<Messages> messages)
     : messages_(std::move(messages)) {}
 
-void RequestObserver::forget() {
+void RequestObserver::watch(std::string part) {
     const std::lock_guard lock(mutex_);
+    part_ = std::move(part);
+    watched_ = 0;
     report_ = {};
 }
 
@@ -56,32 +58,40 @@ RequestReport RequestObserver::report() const {
 
 void RequestObserver::requestStarted(RequestId id, const korvel::platform::URLRequest& request) {
     const std::lock_guard lock(mutex_);
-    newest_ = id;
-    report_ = {};
-    report_.request = request.method + ' ' + request.url.absoluteString();
+    const auto address = request.url.absoluteString();
+    const auto& name = underWay_[id] = request.method + ' ' + address;
+    if (watched_ != 0 || address.find(part_) == std::string::npos) return;
+    watched_ = id;
+    report_.request = name;
+    if (request.body) report_.sent = *request.body;
 }
 
 void RequestObserver::requestEnded(RequestId id, const Exchange& exchange) {
     std::string request;
     {
         const std::lock_guard lock(mutex_);
-        if (id != newest_) return;
-        if (exchange.response) report_.status = exchange.response->statusCode;
-        if (exchange.body) {
-            report_.body = korvel::platform::viewOf(*exchange.body).substr(0, longestBody);
-        }
-        report_.lost = exchange.error;
-        request = report_.request;
+        request = std::move(underWay_[id]);
+        underWay_.erase(id);
+        if (id == watched_) take(exchange);
     }
     if (messages_) messages_->line(described(request, exchange));
-    if (exchange.error && onLoss) onLoss();
+    if (onEnd) onEnd();
+}
+
+void RequestObserver::take(const Exchange& exchange) {
+    report_.ended = true;
+    if (exchange.response) report_.status = exchange.response->statusCode;
+    if (exchange.body) {
+        report_.body = korvel::platform::viewOf(*exchange.body).substr(0, longestBody);
+    }
+    report_.lost = exchange.error;
 }
 
 void RequestObserver::decodingFailed(RequestId id, const std::string& record,
                                      const std::string& path, const std::string& reason) {
     {
         const std::lock_guard lock(mutex_);
-        if (id == newest_) report_.undecodable = {path, reason};
+        if (id == watched_) report_.undecodable = {path, reason};
     }
     if (messages_)
         messages_->line("no " + record + ": " + (path.empty() ? "" : path + ": ") + reason);

@@ -6,6 +6,7 @@
 #include <korvel/platform/foundation/JSONDecoder.h>
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -13,9 +14,11 @@
 
 namespace cli {
 
-/// What became of the newest request, as far as the device's diagnostics tell.
+/// What became of one request, as far as the device's diagnostics tell.
 struct RequestReport {
-    std::string request;                  ///< "GET https://..."; empty: none went out
+    std::string request;          ///< "GET https://..."; empty: none went out
+    korvel::platform::Data sent;  ///< its body
+    bool ended = false;
     std::optional<int> status;            ///< nothing: not answered
     std::string body;                     ///< of the answer, its beginning
     std::optional<korvel::NSError> lost;  ///< why there will be no answer
@@ -29,10 +32,11 @@ public:
     /// `messages` gets a line for every request; null: none.
     explicit RequestObserver(std::shared_ptr<Messages> messages);
 
-    /// Called on a background thread when a request is lost. Set before the first request.
-    std::function<void()> onLoss;
+    /// Called on a background thread when a request has ended. Set before the first request.
+    std::function<void()> onEnd;
 
-    void forget();
+    /// The report is about the first request from now on whose address has `part` in it.
+    void watch(std::string part = {});
     RequestReport report() const;
 
     void requestStarted(RequestId id, const korvel::platform::URLRequest& request) override;
@@ -41,9 +45,13 @@ public:
                         const std::string& reason) override;
 
 private:
+    void take(const korvel::platform::Exchange& exchange);
+
     std::shared_ptr<Messages> messages_;
     mutable std::mutex mutex_;
-    RequestId newest_ = 0;
+    std::map<RequestId, std::string> underWay_;  ///< "GET https://..."
+    std::string part_;
+    RequestId watched_ = 0;  ///< 0: it has not gone out yet
     RequestReport report_;
 };
 

@@ -70,12 +70,15 @@ ExitCode runCommandLine(int argc, char** argv, Interruption& interruption) {
         "Exit codes: 0 ok, 1 this machine, 2 usage, 3 refused by the service, 4 no answer in "
         "time,\n"
         "5 no connection, 6 answer not understood, 7 not logged in, 8 bad address, 9 not found,\n"
-        "130 interrupted.");
+        "10 consent required, 11 subscription required, 12 stream failed, 130 interrupted.");
     Options options;
     Command chosen;
     addOptions(app, options);
     addAccountCommands(app, chosen);
     addCatalogueCommands(app, chosen);
+#ifdef KORVEL_HAS_PLAYER
+    addPlayCommand(app, chosen, options);
+#endif
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
