@@ -233,25 +233,6 @@ TEST_F(MainQueueOnItsOwnThread, HandsOverToARunLoopForGood) {
     }));
 }
 
-TEST_F(MainQueueOnItsOwnThread, MayBeHandedOverByItsOwnTask) {
-    const auto pump = std::make_shared<FakePump>();
-    queue->async([&] { EXPECT_TRUE(queue->runUntil([] { return true; })) << "a nested loop"; });
-    queue->async([&] {
-        queue->async([&] {
-            queue->attach(pump);
-            EXPECT_TRUE(queue->runUntil([] { return true; }));
-            reached.signal();
-        });
-    });
-    reached.wait();
-    bool ran = false;
-    queue->async([&] { ran = true; });
-    while (!ran) {
-        pump->woken.wait();
-        queue->drain();
-    }
-}
-
 TEST_F(MainQueueOnItsOwnThread, NeverRunsTwoTasksAtOnceWhileDriversCompete) {
     std::atomic<int> running = 0;
     std::atomic<int> runs = 0;

@@ -95,24 +95,6 @@ TEST(Faults, EndTheAnswerWhereOrdered) {
     EXPECT_EQ(client.ending, "RST");
 }
 
-TEST(Faults, HeldAnswersWaitForTheirReleaseAndHoldUpNobodyElse) {
-    constexpr std::size_t many = 100;
-    ContentService service(plain);
-    service.script("/ondemand/", "GET", {.hold = true}, many);
-    const std::string consent =
-        "GET /ondemand/v1/consent HTTP/1.1\r\nTenantID: korvel\r\nAuthorization: " +
-        clientHeaders(service).find("Authorization")->second + "\r\n\r\n";
-    std::list<RawClient> clients;
-    for (std::size_t index = 0; index < many; ++index) clients.emplace_back(service).send(consent);
-    ASSERT_TRUE(service.waitForHeld(many));
-    RawClient other(service);
-    other.send("GET /y HTTP/1.1\r\n\r\n");
-    EXPECT_EQ(other.read(12), "HTTP/1.1 404");
-    EXPECT_EQ(service.counters().mostInFlight, many + 1);
-    service.release();
-    for (RawClient& each : clients) EXPECT_EQ(each.read(15), "HTTP/1.1 200 OK");
-}
-
 TEST(Faults, StoppingWaitsForNobody) {
     auto service = std::make_unique<ContentService>();
     auto hanging = std::make_unique<ContentService>(plain);

@@ -2,8 +2,6 @@
 
 #include <korvel/platform/uikit/UILabel.h>
 
-#include <numbers>
-
 namespace korvel::tests {
 namespace {
 
@@ -105,20 +103,6 @@ TEST_F(Layout, PinningAgainDoesNotPileUp) {
     NSLayoutConstraint::activate(held);
     NSLayoutConstraint::activate(fourPins(*view, *box));
     EXPECT_EQ(box->constraints().size(), 8u) << "one that its maker holds is his to deactivate";
-}
-
-TEST_F(Layout, TransformsTurnAboutTheCentreAndKeepTheBounds) {
-    view->setFrame({10, 20, 40, 20});
-    view->setTransform(view->transform().rotated(0));
-    EXPECT_TRUE(view->transform().isIdentity());
-    view->setTransform(view->transform().rotated(std::numbers::pi / 2));
-    EXPECT_NEAR(view->frame().minX(), 20, 1e-9);
-    EXPECT_NEAR(view->frame().size.width, 20, 1e-9);
-    EXPECT_EQ(view->bounds(), CGRect(0, 0, 40, 20));
-    const auto corner = view->convertToWindow({0, 0});  // now the upper right one
-    EXPECT_NEAR(corner.x, 50 + 40, 1e-9);
-    EXPECT_EQ(window->hitTest({85, 45}), view);
-    EXPECT_EQ(window->hitTest({65, 50}), box) << "within the bounds only before the turn";
 }
 
 }  // namespace

@@ -50,17 +50,6 @@ TEST_F(Views, EachChangeIsToldOnceAndNoChangeIsNot) {
     EXPECT_EQ(observer->take(), Names());
 }
 
-TEST_F(Views, AKnobIsToldOnlyWhenItMovesVisibly) {
-    const auto slider = add<UISlider>("slider", {0, 0, 624, 44}, box);
-    slider->setMaximumValue(1800);
-    observer->take();
-    for (int report = 0; report < 1500; ++report) {  // ten seconds of playback
-        slider->setValue(static_cast<float>(report) / 150);
-    }
-    EXPECT_EQ(observer->take().size(), 13u) << "of 3.3 points";
-    EXPECT_FLOAT_EQ(slider->value(), 1499.0F / 150);
-}
-
 TEST_F(Views, AnimationsChangeTheModelAtOnceAndThePixelsOverTime) {
     box->setAlpha(0);
     settle();
@@ -88,19 +77,12 @@ TEST_F(Views, AnimationsChangeTheModelAtOnceAndThePixelsOverTime) {
     EXPECT_EQ(seen(), 1) << "nobody watches a view that is away";
 }
 
-TEST_F(Views, TheTreeRefusesCirclesAndMovesViewsWhole) {
-    const auto inner = add("inner", {}, box);
-    const auto leaf = add("leaf", {}, inner);
+TEST_F(Views, TheTreeRefusesCircles) {
+    const auto leaf = add("leaf", {}, box);
     leaf->addSubview(box);
     box->addSubview(box);
-    box->addSubview(nullptr);
-    EXPECT_EQ(leaf->subviews().size() + box->subviews().size(), 1u);
-    window->addSubview(inner);
-    EXPECT_EQ(inner->superview(), window);
-    EXPECT_EQ(leaf->window(), window);
-    EXPECT_TRUE(box->subviews().empty());
-    window->addSubview(box);
-    EXPECT_EQ(window->subviews().back(), box) << "again: to the front";
+    EXPECT_EQ(box->superview(), window);
+    EXPECT_EQ(box->subviews().size() + leaf->subviews().size(), 1u);
 }
 
 /// Keeps what pictures are painted with.
@@ -118,21 +100,20 @@ struct Painter final : Canvas {
 TEST_F(Views, TintIsInheritedByTemplatesAndOwnedByOthers) {
     const auto play = UIImage::named("play", Bundle("b", KORVEL_BUNDLE)).value();
     const auto button = add<UIButton>("button", {0, 0, 200, 100}, box);
-    const auto own = UIColor::parse("#ff8000").value();
+    box->setTintColor(UIColor::white());
+    Painter painter;
     using Mode = UIImage::RenderingMode;
-    const auto tintsOf = [&](std::optional<UIColor> tint) {
+    for (const std::optional<UIColor> tint : {std::optional(UIColor::black()), {}}) {
         button->setTintColor(tint);
-        Painter painter;
         for (const auto mode : {Mode::automatic, Mode::alwaysTemplate, Mode::alwaysOriginal}) {
             button->setBackgroundImage(play.withRenderingMode(mode), UIControlState::normal);
             button->draw(painter);
         }
-        return painter.tints;
-    };
-    box->setTintColor(UIColor::white());
-    using Tints = std::vector<std::optional<UIColor>>;
-    EXPECT_EQ(tintsOf(own), (Tints{own, own, std::nullopt}));
-    EXPECT_EQ(tintsOf(std::nullopt), (Tints{std::nullopt, UIColor::white(), std::nullopt}));
+    }
+    const auto own = UIColor::black();
+    EXPECT_EQ(painter.tints,
+              (std::vector<std::optional<UIColor>>{own, own, std::nullopt, std::nullopt,
+                                                   UIColor::white(), std::nullopt}));
 }
 
 TEST_F(Views, EverythingGoesInAnyOrder) {
