@@ -4,9 +4,17 @@
 
 #include <korvel/platform/backends/libsecret/KeychainLibsecret.h>
 
-#include <sys/types.h>
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <initializer_list>
 #include <memory>
-#include <string>
+#include <thread>
+#include <vector>
 
 namespace korvel::tests {
 
@@ -14,17 +22,75 @@ namespace korvel::tests {
 /// with this process. It points this process's environment at them.
 class SecretServiceStore {
 public:
-    SecretServiceStore();
+    SecretServiceStore() {
+        for (const auto* program : {busProgram, keyringProgram}) {
+            if (!std::filesystem::exists(program)) missing_ += std::string(program) + " is missing";
+        }
+        if (!missing_.empty()) return;
+        const auto home = folder_ / "home";
+        std::filesystem::create_directories(home);
+        std::filesystem::permissions(home, std::filesystem::perms::owner_all);
+        for (const char* name : {"HOME", "XDG_DATA_HOME", "XDG_RUNTIME_DIR"}) {
+            setenv(name, home.c_str(), 1);
+        }
+        std::array<int, 2> answer{};
+        std::array<int, 2> password{};
+        if (pipe2(answer.data(), O_CLOEXEC) || pipe2(password.data(), O_CLOEXEC)) std::abort();
+        bus_ = start({busProgram, "--session", "--nofork", "--nosyslog", "--print-address=1"},
+                     password[0], answer[1]);
+        std::string address(512, '\0');
+        address.resize(static_cast<std::size_t>(
+            std::max<ssize_t>(0, read(answer[0], address.data(), address.size()))));
+        setenv("DBUS_SESSION_BUS_ADDRESS", address.substr(0, address.find('\n')).c_str(), 1);
+        if (write(password[1], "secret", 6) != 6) std::abort();
+        close(password[1]);
+        keyring_ = start({keyringProgram, "--foreground", "--unlock", "--components=secrets"},
+                         password[0], answer[1]);
+        for (const int end : {answer[0], answer[1], password[0]}) close(end);
+    }
     SecretServiceStore(const SecretServiceStore&) = delete;
     SecretServiceStore& operator=(const SecretServiceStore&) = delete;
-    ~SecretServiceStore();
+    ~SecretServiceStore() {
+        stop(keyring_);
+        stop(bus_);
+    }
 
     std::string missing() const { return missing_; }
-    std::shared_ptr<platform::Keychain> open(std::string application = "storage-tests") const;
-    void stopKeyring();
-    void stopBus();
+    std::shared_ptr<platform::Keychain> open(std::string application = "storage-tests") const {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (std::chrono::steady_clock::now() < deadline) {
+            if (auto keychain = platform::makeKeychainLibsecret(application)) return keychain;
+            std::this_thread::yield();  // the daemon is still starting
+        }
+        return nullptr;
+    }
+    void stopKeyring() { stop(keyring_); }
+    void stopBus() { stop(bus_); }
 
 private:
+    static constexpr const char* busProgram = "/usr/bin/dbus-daemon";
+    static constexpr const char* keyringProgram = "/usr/bin/gnome-keyring-daemon";
+
+    static pid_t start(std::initializer_list<const char*> command, int input, int output) {
+        std::vector<char*> arguments;
+        for (const char* word : command) arguments.push_back(const_cast<char*>(word));
+        arguments.push_back(nullptr);
+        const pid_t child = fork();
+        if (child != 0) return child;
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        dup2(input, STDIN_FILENO);
+        dup2(output, STDOUT_FILENO);
+        dup2(::open("/dev/null", O_WRONLY), STDERR_FILENO);
+        execv(arguments.front(), arguments.data());
+        _exit(127);
+    }
+    static void stop(pid_t& child) {
+        if (child <= 0) return;
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+        child = 0;
+    }
+
     TemporaryFolder folder_;
     std::string missing_;
     pid_t bus_ = 0;
