@@ -142,18 +142,16 @@ TEST_F(PlayerView, DraggingTheSliderSeeksOnReleaseAndSilencesProgress) {
         return slider->convertToWindow(
             {slider->bounds().size.width * fraction, slider->bounds().size.height / 2});
     };
-    const auto touch =
-        [&](void (platform::UIWindow::*what)(platform::CGPoint, platform::Clock::Instant),
-            double fraction) { ((*window).*what)(point(fraction), fake.clock->now()); };
-    const auto drag = [&] {
-        window->touchBegan(point(0.01), fake.clock->now());
-        touch(&platform::UIWindow::touchMoved, 0.4);
-        touch(&platform::UIWindow::touchMoved, 0.5);
+    const auto press = [&](double at) { window->touchBegan(point(at), fake.clock->now()); };
+    const auto move = [&](double at) { window->touchMoved(point(at), fake.clock->now()); };
+    const auto release = [&](double at) {
+        window->touchEnded(point(at), fake.clock->now());
+        run();
     };
+    const auto drag = [&] { press(0.01), move(0.4), move(0.5); };
     drag();
     EXPECT_FALSE(slider->isUserInteractionEnabled());
-    touch(&platform::UIWindow::touchEnded, 0.5);
-    run();
+    release(0.5);
     EXPECT_TRUE(fake.media->last().seeks.empty()) << "nothing to seek in yet";
     EXPECT_FALSE(view->isProgressUpdating);
     EXPECT_TRUE(slider->isUserInteractionEnabled());
@@ -171,16 +169,14 @@ TEST_F(PlayerView, DraggingTheSliderSeeksOnReleaseAndSilencesProgress) {
     pass(1s);
     EXPECT_TRUE(listener->progress.empty());
     EXPECT_EQ(slider->value(), value) << "the drag goes on though interaction is off";
-    touch(&platform::UIWindow::touchMoved, 0.75);
-    touch(&platform::UIWindow::touchEnded, 0.75);
-    run();
+    move(0.75);
+    release(0.75);
     ASSERT_EQ(stream().seeks.size(), 1u);
     EXPECT_NEAR(std::chrono::duration<double>(stream().seeks[0]).count(), slider->value(), 1e-3);
     EXPECT_NEAR(slider->value(), 15, 1);
     EXPECT_FALSE(view->isProgressUpdating);
-    window->touchBegan(point(0.75), fake.clock->now());
-    touch(&platform::UIWindow::touchEnded, 0.75);
-    run();
+    press(0.75);
+    release(0.75);
     EXPECT_EQ(stream().seeks.size(), 1u) << "a touch that moves nothing seeks nowhere";
 }
 
@@ -266,12 +262,7 @@ TEST_F(PlayerView, ListenersAndViewsThatAreGoneHarmNothing) {
 TEST_F(PlayerView, ClosingWithoutACallbackEndsTheProcess) {
     load();
     view->closePlayerCallback = nullptr;
-    EXPECT_DEATH(
-        {
-            view->closeBtnTapped();
-            run();
-        },
-        "close callback");
+    EXPECT_DEATH((view->closeBtnTapped(), run()), "close callback");
 }
 
 TEST_F(PlayerView, AHostsOverlayIsShownAndOtherwiseLeftAlone) {

@@ -28,20 +28,20 @@ protected:
         options.collectorURL = "https://collector.test/events";
         return open(options);
     }
+    using Names = std::vector<std::string>;
     json posted(std::size_t index) const {
         return json::parse(viewOf(*collector->requests.at(index).body));
     }
-    static std::vector<std::string> names(const std::vector<JournalEvent>& events) {
-        std::vector<std::string> result;
+    static Names names(const std::vector<JournalEvent>& events) {
+        Names result;
         for (const auto& event : events) result.push_back(event.name);
         return result;
     }
-    static std::vector<std::string> names(const json& batch) {
-        std::vector<std::string> result;
+    static Names names(const json& batch) {
+        Names result;
         for (const auto& event : batch.at("events")) result.push_back(event.at("name"));
         return result;
     }
-    using Names = std::vector<std::string>;
 
     TemporaryFolder folder;
     std::shared_ptr<FakeURLSession> collector = std::make_shared<FakeURLSession>();
