@@ -148,7 +148,7 @@ void ClassSession::seekBy(float seconds) {
 }
 
 bool ClassSession::isOver() {
-    if (watch_->exited || stopped_ || host_.interrupted()) return true;
+    if (watch_->exited || stopped_ || host_.wasInterrupted()) return true;
     const auto current = player();
     const auto item = current ? current->currentItem() : nullptr;
     if (!item) return true;
@@ -210,7 +210,8 @@ std::string ClassSession::state() const {
 void ClassSession::tell() {
     auto text = state();
     if (watch_->duration) {
-        text += ' ' + clockTime(watch_->position) + " of " + clockTime(std::round(*watch_->duration));
+        text +=
+            ' ' + clockTime(watch_->position) + " of " + clockTime(std::round(*watch_->duration));
     }
     text +=
         ", performed " + std::to_string(events_->playerVC->viewVideo->totalPerformedTime) + " s";

@@ -55,7 +55,7 @@ public:
     const std::shared_ptr<korvel::platform::MainQueue>& queue() const { return queue_; }
     const std::shared_ptr<Messages>& messages() const { return messages_; }
     RequestObserver& observer() { return *observer_; }
-    bool interrupted() const { return interruption_.came(); }
+    bool wasInterrupted() const { return interruption_.came(); }
     /// How long to wait for whatever comes from the service.
     korvel::platform::Clock::Duration patience() const { return limit_; }
 

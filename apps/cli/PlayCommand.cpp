@@ -34,7 +34,7 @@ void play(Host& host, Output& output, const PlayArguments& arguments) {
     const auto performance = session.recorded();
     output.show(performance, [&](PageWidth page) { return asText(performance, page); });
     if (session.failure()) throw Failure(*session.failure());
-    if (host.interrupted()) throw interrupted();
+    if (host.wasInterrupted()) throw interrupted();
 }
 
 }  // namespace

@@ -1,0 +1,172 @@
+#pragma once
+
+#include "support/FakeKeychain.h"
+#include "support/FakeLocalytics.h"
+
+#include <korvel/KorvelContentSDK.h>
+#include <korvel/platform/avfoundation/AVPlayer.h>
+#include <korvel/platform/backends/gstreamer/MediaEngineGStreamer.h>
+#include <korvel/platform/foundation/SDKBundle.h>
+#include <korvel/platform/uikit/UIWindow.h>
+#include <korvel/player/KCSDKPlayerView.h>
+#include <korvel/player/KCSDKPlayerViewController.h>
+#include <korvel/presentation/KCSDKPlayerOverlay.h>
+#include <korvel/service/ContentService.h>
+
+#include <gtest/gtest.h>
+
+#include <ctime>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace korvel::tests {
+
+using namespace std::chrono_literals;
+using Lines = std::vector<std::string>;
+
+/// Any thread.
+class KeptConsole final : public platform::Console {
+public:
+    void print(std::string_view line) override {
+        const std::lock_guard lock(mutex_);
+        lines_.emplace_back(line);
+    }
+    Lines lines() const {
+        const std::lock_guard lock(mutex_);
+        return lines_;
+    }
+
+private:
+    mutable std::mutex mutex_;
+    Lines lines_;
+};
+
+struct Listener final : KCSDKPlayerEventsListner {
+    Lines told;  ///< but for the progress
+    float position = -1;
+    float duration = -1;
+
+    void playerStatusWithStatus(std::int64_t status) override {
+        told.push_back("status " + std::to_string(status));
+    }
+    void playerExitWithDuration(std::int64_t seconds) override {
+        told.push_back("exit " + std::to_string(seconds));
+    }
+    void currentVideoPositionWithDurationPlayedSeconds(float seconds) override {
+        position = seconds;
+    }
+    void totalVideoDurationWithTotalDuration(float seconds) override { duration = seconds; }
+    void playbackBufferEmpty() override { told.push_back("empty"); }
+    void playbackLikelyToKeepUp() override { told.push_back("likely"); }
+};
+
+/// The SDK as a host uses it, on real transport, pipelines and time, against a real service; only
+/// keychain and analytics are fakes. The test's thread drives the main queue.
+class PlaybackTest : public testing::Test {
+protected:
+    service::ContentService service;
+    std::shared_ptr<KeptConsole> console = std::make_shared<KeptConsole>();
+    std::shared_ptr<platform::MainQueue> mainQueue;
+    std::shared_ptr<platform::UIWindow> window;
+    std::shared_ptr<platform::UIView> place;
+    std::shared_ptr<Listener> listener;
+    std::shared_ptr<KCSDKPlayerEvents> events;
+
+    void SetUp() override {
+        platform::Device device;
+        const auto keychain = std::make_shared<FakeKeychain>();
+        device.keychain = keychain;
+        device.localytics = std::make_shared<FakeLocalytics>();
+        device.console = console;
+        device.clock = std::make_shared<platform::SystemClock>();
+        device.mainQueue = mainQueue = std::make_shared<platform::MainQueue>(
+            device.clock, platform::MainQueue::Driver::manual);
+        device.bundles.emplace_back(std::string(platform::sdkBundleIdentifier), KORVEL_BUNDLE);
+        platform::DeviceOptions options;
+        options.certificateAuthorityFile = service.caFile();
+        ASSERT_TRUE(platform::installDeviceGStreamer(device, options, {.audioSink = "fakesink"}));
+        KCSDK::initialize(std::make_shared<KCSDKConfig>(
+            service.baseURL(), service.options().secretKey, service.options().apiKey,
+            service.options().tenant, "analytics"));
+        const auto user = service.accounts().logIn("anna");
+        keychain->put("token", user.code);
+        keychain->put("userId", user.id);
+        service.accounts().acceptConsent("anna", "privacy-2024");
+        service.accounts().setSubscription("anna", service::Subscription{"now", "monthly"});
+
+        window = std::make_shared<platform::UIWindow>(platform::Device::current().screen,
+                                                      platform::CGRect{{0, 0}, {640, 360}});
+        window->setRootViewController(std::make_shared<platform::UIViewController>());
+        window->makeKeyAndVisible();
+        place = std::make_shared<platform::UIView>(window->bounds());
+        window->rootViewController()->view()->addSubview(place);
+    }
+
+    /// Runs the main queue until `done`; false after the limit.
+    bool until(const std::function<bool()>& done, std::chrono::nanoseconds limit = 20s) {
+        // The queue sleeps until something comes; what a test waits for may come unseen by it.
+        const auto token = mainQueue->every(5ms, [] {});
+        const bool came = mainQueue->runUntil(done, limit);
+        mainQueue->cancel(token);
+        return came;
+    }
+    void pass(std::chrono::nanoseconds time) {
+        until([] { return false; }, time);
+    }
+
+    /// Starts a class as every host does.
+    void start(const std::string& tag) {
+        std::shared_ptr<KCSDKOndemandClass> record;
+        std::atomic<bool> came = false;
+        KCSDK::getOndemandClassDetails(tag, [&](auto found, auto) {
+            record = found;
+            came = true;
+        });
+        ASSERT_TRUE(until([&] { return came.load(); }) && record);
+        const auto builder = std::make_shared<KCSDKVideoViewBuilder>(record);
+        builder->setEventReceiver(listener = std::make_shared<Listener>());
+        builder->startVideoIn(place, nullptr, [this](auto started, auto error) {
+            events = started;
+            EXPECT_FALSE(error) << error->description();
+        });
+        ASSERT_TRUE(until([&] { return events != nullptr; }));
+    }
+    /// Closes the player; how long the main queue was busy with it.
+    std::chrono::nanoseconds stop() {
+        const auto start = std::chrono::steady_clock::now();
+        events->stopVideo();
+        EXPECT_TRUE(until([&] { return !player(); }));
+        return std::chrono::steady_clock::now() - start;
+    }
+
+    KCSDKPlayerView& view() { return *events->playerVC->viewVideo; }
+    std::shared_ptr<platform::AVPlayer> player() { return view().player(); }
+    std::shared_ptr<platform::AVPlayerItem> item() { return player()->currentItem(); }
+    bool hasFailed() { return item()->status() == platform::AVPlayerItem::Status::failed; }
+
+    /// The number burnt into the picture of this moment; -1 without one.
+    int picture() {
+        const auto frame = player()->newestFrame();
+        if (!frame) return -1;
+        int number = 0;
+        const auto& plane = frame->planes[0];
+        for (unsigned bit = 0; bit < 16; ++bit) {
+            const std::size_t x = (2 * bit + 1) * frame->width / 32;
+            if (plane.data[frame->height / 18 * plane.stride + x] > 128) number |= 1 << bit;
+        }
+        return number;
+    }
+
+    /// The requests so far whose target starts so.
+    std::vector<service::ReceivedRequest> requests(const std::string& prefix) const {
+        std::vector<service::ReceivedRequest> found;
+        for (const auto& each : service.requests()) {
+            if (each.target.starts_with(prefix)) found.push_back(each);
+        }
+        return found;
+    }
+    static double processorSeconds() { return static_cast<double>(std::clock()) / CLOCKS_PER_SEC; }
+};
+
+}  // namespace korvel::tests
