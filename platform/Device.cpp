@@ -1,4 +1,5 @@
 #include <korvel/platform/Device.h>
+#include <korvel/platform/backends/curl/StreamLoaderCurl.h>
 #include <korvel/platform/backends/curl/URLSessionCurl.h>
 #include <korvel/platform/backends/icu/LocaleICU.h>
 #include <korvel/platform/backends/journal/LocalyticsJournal.h>
@@ -46,6 +47,11 @@ std::shared_ptr<Keychain> standardKeychain(const DeviceOptions& options) {
     return makeKeychainSQLite(dataFolder(options));
 }
 
+URLSessionCurlOptions trustOf(const DeviceOptions& options) {
+    return {.certificateAuthorityFile = options.certificateAuthorityFile,
+            .pinnedPublicKey = options.pinnedPublicKey};
+}
+
 template <class Part, class Make> void fill(std::shared_ptr<Part>& part, Make make) {
     if (!part) part = make();
 }
@@ -58,10 +64,9 @@ void complete(Device& device, const DeviceOptions& options) {
     fill(device.mainQueue,
          [&] { return std::make_shared<MainQueue>(device.clock, MainQueue::Driver::ownThread); });
     fill(device.urlSession, [&] {
-        return makeURLSessionCurl(
-            {.certificateAuthorityFile = options.certificateAuthorityFile,
-             .pinnedPublicKey = options.pinnedPublicKey},
-            [](DispatchQueue::Task task) { DispatchQueue::global().async(std::move(task)); });
+        return makeURLSessionCurl(trustOf(options), [](DispatchQueue::Task task) {
+            DispatchQueue::global().async(std::move(task));
+        });
     });
     fill(device.keychain, [&] { return standardKeychain(options); });
     fill(device.localytics, [&] {
@@ -115,6 +120,10 @@ const Bundle* Device::bundle(std::string_view identifier) const {
         return candidate.bundleIdentifier() == identifier;
     });
     return found == bundles.end() ? nullptr : &*found;
+}
+
+std::shared_ptr<StreamLoader> makeStreamLoader(const DeviceOptions& options) {
+    return makeStreamLoaderCurl(trustOf(options));
 }
 
 }  // namespace korvel::platform

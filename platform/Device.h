@@ -21,6 +21,7 @@ namespace korvel::platform {
 class ContentKeySystem;
 class MediaEngine;
 class Screen;
+class StreamLoader;
 
 /// What a host may choose about the standard device. Every default is what a released application
 /// wants.
@@ -71,5 +72,9 @@ struct KORVEL_API Device {
     /// The bundle of that identifier; null if the device has none. Borrowed.
     const Bundle* bundle(std::string_view identifier) const;
 };
+
+/// How the standard device loads media, for media engines that bring no loader of their own. Of the
+/// options, those on trust count. Any thread.
+KORVEL_API std::shared_ptr<StreamLoader> makeStreamLoader(const DeviceOptions& options = {});
 
 }  // namespace korvel::platform

@@ -132,7 +132,7 @@ TEST_F(GStreamerTest, NeverAnsweredKeyHoldsNothingUpAndALateAnswerIsDropped) {
     EXPECT_TRUE(until([&] { return other.picture() > 5; }));
 }
 
-TEST_F(GStreamerTest, KeySchemesAreLearntFromTheStreamsThatNameThem) {
+TEST_F(GStreamerTest, KeysOfAnySchemeAreAskedForAndSampleEncryptionIsRefused) {
     const auto serve = [&](const std::string& key, const std::string& folder) {
         const auto playlist = [&](const std::string& name, const std::string& text) {
             service.script("/key-test/" + name, "GET",

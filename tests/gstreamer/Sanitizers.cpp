@@ -19,8 +19,6 @@ __attribute__((visibility("default"))) const char* __lsan_default_suppressions()
 __attribute__((visibility("default"))) const char* __tsan_default_suppressions() {
     return "called_from_lib:libglib-2.0.so\n"
            "called_from_lib:libgobject-2.0.so\n"
-           "called_from_lib:libgio-2.0.so\n"
-           "called_from_lib:libsoup-3.0.so\n"
            "called_from_lib:libgstreamer-1.0.so\n"
            "called_from_lib:libgstbase-1.0.so\n"
            "called_from_lib:libgstapp-1.0.so\n"
@@ -31,14 +29,12 @@ __attribute__((visibility("default"))) const char* __tsan_default_suppressions()
            "called_from_lib:libgsthls.so\n"
            "called_from_lib:libgstmpegtsdemux.so\n"
            "called_from_lib:libgstlibav.so\n"
-           "race:libgnutls.so\n"
-           "race:libproxy.so\n"
            "race:libgstvideoparsersbad.so\n"
            "called_from_lib:libavcodec.so\n"
            "called_from_lib:libavutil.so\n"
            // GLib ends a function with a jump into "unlock", which then seems to be called from
            // here.
-           "mutex:keySourceType\n";
+           "mutex:sourceType\n";
 }
 
 }  // extern "C"

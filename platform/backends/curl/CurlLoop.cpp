@@ -2,58 +2,9 @@
 #include <korvel/platform/foundation/Delay.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <utility>
 
 namespace korvel::platform {
-
-namespace {
-
-/// The loops that have connections. At the end of the process they stop before the TLS library,
-/// whose memory these use, takes itself down.
-class OpenLoops {
-public:
-    static OpenLoops& shared() {
-        static auto* const loops = new OpenLoops;  // outlives every other static object
-        return *loops;
-    }
-
-    void add(const std::shared_ptr<CurlLoop>& loop) {
-        const std::lock_guard lock(mutex_);
-        std::erase_if(loops_, [](const auto& known) { return known.expired(); });
-        loops_.push_back(loop);
-    }
-
-private:
-    OpenLoops() {
-        curl_global_init(CURL_GLOBAL_ALL);  // first: exit handlers run in reverse order
-        std::atexit([] { shared().stopAll(); });
-    }
-
-    void stopAll() {
-        std::vector<std::weak_ptr<CurlLoop>> loops;
-        {
-            const std::lock_guard lock(mutex_);
-            loops = loops_;
-        }
-        for (const auto& known : loops) {
-            if (const auto loop = known.lock()) loop->stop();
-        }
-    }
-
-    std::mutex mutex_;
-    std::vector<std::weak_ptr<CurlLoop>> loops_;
-};
-
-/// The file with the system's authorities; empty if there is none.
-std::string systemAuthorities() {
-    const auto* info = curl_version_info(CURLVERSION_NOW);
-    if (info->age < CURLVERSION_SEVENTH || !info->cainfo) return {};
-    std::error_code error;
-    return std::filesystem::exists(info->cainfo, error) ? info->cainfo : "";
-}
-
-}  // namespace
 
 CurlLoop::CurlLoop(const URLSessionCurlOptions& options, BackgroundExecutor background)
     : background_(std::move(background)) {
@@ -195,7 +146,7 @@ void CurlLoop::waitForWork() {
 }
 
 void CurlLoop::open() {
-    OpenLoops::shared().add(shared_from_this());
+    stopAtExit(shared_from_this());
     if (settings_.authorities.empty()) settings_.authorities = systemAuthorities();
     // A TLS session stays with the handle that made it unless it is shared. The leader alone uses
     // the share, so it needs no locks.

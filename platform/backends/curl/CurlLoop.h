@@ -23,19 +23,17 @@ namespace korvel::platform {
 /// takes longer than a moment, because the completion blocks or computes, another leader is called.
 ///
 /// Ownership: held by its session and by its leader.
-class CurlLoop : public std::enable_shared_from_this<CurlLoop> {
+class CurlLoop final : public CurlUser, public std::enable_shared_from_this<CurlLoop> {
 public:
     using Transfer = std::shared_ptr<CurlTransfer>;
 
     CurlLoop(const URLSessionCurlOptions& options, BackgroundExecutor background);
-    CurlLoop(const CurlLoop&) = delete;
-    CurlLoop& operator=(const CurlLoop&) = delete;
 
     /// Any thread. After `stop` the transfer is dropped.
     void submit(Transfer transfer);
     /// Any thread. Drops all transfers and returns when the library is done with them, at once on
     /// the leader's own thread.
-    void stop();
+    void stop() override;
 
 private:
     using Clock = CurlTransfer::Clock;

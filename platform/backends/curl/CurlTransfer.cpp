@@ -43,46 +43,6 @@ bool wantsBody(const std::string& method) {
     return method == "POST" || method == "PUT" || method == "PATCH";
 }
 
-URLErrorCode errorCode(CURLcode result) {
-    switch (result) {
-        case CURLE_OPERATION_TIMEDOUT:
-            return URLErrorCode::timedOut;
-        case CURLE_URL_MALFORMAT:
-            return URLErrorCode::unsupportedURL;
-        case CURLE_COULDNT_RESOLVE_HOST:
-        case CURLE_COULDNT_RESOLVE_PROXY:
-            return URLErrorCode::cannotFindHost;
-        case CURLE_PROXY:
-        case CURLE_COULDNT_CONNECT:
-            return URLErrorCode::cannotConnectToHost;
-        case CURLE_SEND_ERROR:
-        case CURLE_RECV_ERROR:
-        case CURLE_GOT_NOTHING:
-        case CURLE_PARTIAL_FILE:
-        case CURLE_HTTP2:
-        case CURLE_HTTP2_STREAM:
-            return URLErrorCode::networkConnectionLost;
-        case CURLE_UNSUPPORTED_PROTOCOL:  // the address was checked: the answer is not HTTP
-        case CURLE_WEIRD_SERVER_REPLY:
-        case CURLE_OUT_OF_MEMORY:
-            return URLErrorCode::badServerResponse;  // its head is too long
-        case CURLE_WRITE_ERROR:
-            return URLErrorCode::dataLengthExceedsMaximum;
-        case CURLE_BAD_CONTENT_ENCODING:
-            return URLErrorCode::cannotDecodeContentData;
-        case CURLE_PEER_FAILED_VERIFICATION:
-        case CURLE_SSL_ISSUER_ERROR:
-        case CURLE_SSL_PINNEDPUBKEYNOTMATCH:
-            return URLErrorCode::serverCertificateUntrusted;
-        case CURLE_SSL_CONNECT_ERROR:
-        case CURLE_SSL_CIPHER:
-        case CURLE_SSL_CACERT_BADFILE:
-            return URLErrorCode::secureConnectionFailed;
-        default:
-            return URLErrorCode::unknown;
-    }
-}
-
 }  // namespace
 
 CurlTransfer::CurlTransfer(URLRequest request, URLSession::CompletionHandler completionHandler)
@@ -107,35 +67,14 @@ CURL* CurlTransfer::start(const CurlSettings& settings, Clock::time_point now) {
     lastMoved_ = now;
     errorText_[0] = '\0';
     body_.clear();
-    setConnectionOptions(settings);
+    curl_easy_setopt(easy_.get(), CURLOPT_PRIVATE, this);
+    setConnectionOptions(easy_.get(), settings, request_.timeoutInterval);
+    // On a reused connection that the service closed meanwhile the library sends once more, not
+    // knowing whether the service had read the first one.
+    if (!mayRepeat(request_.method)) curl_easy_setopt(easy_.get(), CURLOPT_FRESH_CONNECT, 1L);
     setRequestOptions();
     setHeaders();
     return easy_.get();
-}
-
-void CurlTransfer::setConnectionOptions(const CurlSettings& settings) {
-    CURL* easy = easy_.get();
-    curl_easy_setopt(easy, CURLOPT_PRIVATE, this);
-    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);  // a slow name server must not hold up the end
-    curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
-    curl_easy_setopt(easy, CURLOPT_PIPEWAIT, 1L);
-    curl_easy_setopt(easy, CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_NONE));
-    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS,
-                     static_cast<long>(request_.timeoutInterval.count()));
-    curl_easy_setopt(easy, CURLOPT_SHARE, settings.tlsSessions);
-    if (!settings.authorities.empty()) {
-        curl_easy_setopt(easy, CURLOPT_CAINFO, settings.authorities.c_str());
-        // With a folder besides the file the library reads the file for every connection.
-        curl_easy_setopt(easy, CURLOPT_CAPATH, nullptr);
-    }
-    if (!settings.pinnedPublicKey.empty()) {
-        curl_easy_setopt(easy, CURLOPT_PINNEDPUBLICKEY, settings.pinnedPublicKey.c_str());
-    }
-    // On a reused connection that the service closed meanwhile the library sends once more, not
-    // knowing whether the service had read the first one.
-    if (!mayRepeat(request_.method)) curl_easy_setopt(easy, CURLOPT_FRESH_CONNECT, 1L);
 }
 
 void CurlTransfer::setRequestOptions() {
@@ -239,9 +178,7 @@ bool CurlTransfer::follow(const std::string& location, int statusCode) {
 
 void CurlTransfer::fail(URLErrorCode code, std::string description) {
     easy_.reset();
-    exchange_.error = NSError{urlErrorDomain,
-                              static_cast<std::int64_t>(code),
-                              {{"NSLocalizedDescription", std::move(description)}}};
+    exchange_.error = makeURLError(code, std::move(description));
 }
 
 void CurlTransfer::measure() {

@@ -1,8 +1,7 @@
 #pragma once
 
+#include <korvel/platform/backends/curl/CurlLibrary.h>
 #include <korvel/platform/foundation/URLSession.h>
-
-#include <curl/curl.h>
 
 #include <array>
 #include <chrono>
@@ -10,14 +9,6 @@
 #include <string>
 
 namespace korvel::platform {
-
-/// What all transfers of a session have in common.
-struct CurlSettings {
-    std::string authorities;  ///< PEM file; empty: wherever the library looks by itself
-    std::string pinnedPublicKey;
-    std::size_t largestBody = 0;
-    CURLSH* tlsSessions = nullptr;  ///< borrowed
-};
 
 /// One request from its submission to its completion. The session's loop drives it, the
 /// completion runs elsewhere; it belongs to one thread at a time.
@@ -61,7 +52,6 @@ private:
 
     static std::size_t receive(char* bytes, std::size_t one, std::size_t count, void* self);
     bool append(const char* bytes, std::size_t count);
-    void setConnectionOptions(const CurlSettings& settings);
     void setRequestOptions();
     void setHeaders();
     void addHeader(const char* line);

@@ -44,13 +44,4 @@ NSError errorOf(GstMessage* message) {
     return translated;
 }
 
-bool blamesContent(GstMessage* message) {
-    GError* parsed = nullptr;
-    gst_message_parse_error(message, &parsed, nullptr);
-    const Error error(parsed, g_error_free);
-    // A demuxer that cannot get a key says only that a fragment could not be downloaded.
-    const GstObject* source = GST_MESSAGE_SRC(message);
-    return error->domain != GST_RESOURCE_ERROR || !GST_IS_URI_HANDLER(source);
-}
-
 }  // namespace korvel::platform::gst

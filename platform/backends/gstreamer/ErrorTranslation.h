@@ -8,7 +8,5 @@ namespace korvel::platform::gst {
 
 /// What an ERROR message tells, with the element's own words as "debug".
 NSError errorOf(GstMessage* message);
-/// Whether the stream's own bytes are to blame, rather than the way to them.
-bool blamesContent(GstMessage* message);
 
 }  // namespace korvel::platform::gst

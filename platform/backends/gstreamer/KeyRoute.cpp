@@ -18,7 +18,7 @@ void KeyWait::end(State state) {
     changed_.notify_all();
 }
 
-std::optional<KeyRoute::Key> KeyRoute::ask(const std::string& address,
+std::optional<KeyRoute::Key> KeyRoute::ask(const std::optional<URL>& address,
                                            const std::shared_ptr<KeyWait>& wait) {
     {
         const std::lock_guard lock(mutex_);
@@ -37,14 +37,11 @@ std::optional<KeyRoute::Key> KeyRoute::ask(const std::string& address,
     return key;
 }
 
-KeyRoute::Key KeyRoute::answer(const std::string& address, const std::shared_ptr<KeyWait>& wait,
-                               bool& cancelled) {
-    auto url = URL::parse(address);
-    if (!url) {
-        return makeAVError(AVError::contentIsNotAuthorized,
-                           "The key has no valid address: " + address);
-    }
-    const auto request = keys_->load(URLRequest(*std::move(url)), [wait] { wait->finish(); });
+KeyRoute::Key KeyRoute::answer(const std::optional<URL>& address,
+                               const std::shared_ptr<KeyWait>& wait, bool& cancelled) {
+    if (!address)
+        return makeAVError(AVError::contentIsNotAuthorized, "The key has no valid address.");
+    const auto request = keys_->load(URLRequest(*address), [wait] { wait->finish(); });
     if (!wait->wait()) {
         request->cancel();
         cancelled = true;

@@ -41,10 +41,11 @@ public:
 
     /// Waits for the answer; nothing if `wait` was cancelled. After a refusal nobody is asked any
     /// more: the demuxer would go on for ever.
-    std::optional<Key> ask(const std::string& address, const std::shared_ptr<KeyWait>& wait);
+    std::optional<Key> ask(const std::optional<URL>& address, const std::shared_ptr<KeyWait>& wait);
 
 private:
-    Key answer(const std::string& address, const std::shared_ptr<KeyWait>& wait, bool& cancelled);
+    Key answer(const std::optional<URL>& address, const std::shared_ptr<KeyWait>& wait,
+               bool& cancelled);
 
     const std::shared_ptr<AVAssetResourceLoader> keys_;
     const std::function<void(const NSError&)> failed_;

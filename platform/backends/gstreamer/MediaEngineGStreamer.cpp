@@ -1,10 +1,8 @@
 #include <korvel/platform/avfoundation/AVError.h>
 #include <korvel/platform/backends/gstreamer/Handles.h>
-#include <korvel/platform/backends/gstreamer/KeySource.h>
 #include <korvel/platform/backends/gstreamer/MediaEngineGStreamer.h>
 #include <korvel/platform/backends/gstreamer/PlaybackGStreamer.h>
-
-#include <gio/gio.h>
+#include <korvel/platform/backends/gstreamer/RoutedSource.h>
 
 #include <utility>
 
@@ -16,31 +14,19 @@ using gst::Ref;
 
 class MediaEngineGStreamer final : public MediaEngine {
 public:
-    explicit MediaEngineGStreamer(std::string audioSink) : audioSink_(std::move(audioSink)) {}
+    MediaEngineGStreamer(std::shared_ptr<StreamLoader> loader, std::string audioSink)
+        : loader_(std::move(loader)), audioSink_(std::move(audioSink)) {}
 
     std::unique_ptr<MediaPlayback> open(const URL& url, std::shared_ptr<AVAssetResourceLoader> keys,
                                         std::shared_ptr<MediaEvents> events) override {
-        return std::make_unique<gst::PlaybackGStreamer>(url, std::move(keys), std::move(events),
-                                                        audioSink_);
+        return std::make_unique<gst::PlaybackGStreamer>(url, loader_, std::move(keys),
+                                                        std::move(events), audioSink_);
     }
 
 private:
+    const std::shared_ptr<StreamLoader> loader_;
     const std::string audioSink_;
 };
-
-/// The playlists' own sources take nothing but the process's default trust.
-bool trust(const std::filesystem::path& file, std::string& reason) {
-    GError* error = nullptr;
-    GTlsDatabase* database = g_tls_file_database_new(file.c_str(), &error);
-    if (!database) {
-        reason = error->message;
-        g_error_free(error);
-        return false;
-    }
-    g_tls_backend_set_default_database(g_tls_backend_get_default(), database);
-    g_object_unref(database);
-    return true;
-}
 
 /// Why the engine cannot be; empty if it can.
 std::string prepare(const GStreamerOptions& options) {
@@ -55,11 +41,11 @@ std::string prepare(const GStreamerOptions& options) {
         if (!Ref<GstElementFactory>(gst_element_factory_find(element.c_str())))
             return "GStreamer's element \"" + element + "\" is not installed.";
     }
-    std::string reason;
-    if (!options.certificateAuthorityFile.empty() &&
-        !trust(options.certificateAuthorityFile, reason))
-        return reason;
-    for (const std::string& scheme : options.keySchemes) gst::registerKeyScheme(scheme);
+    std::error_code unreadable;
+    const auto& authorities = options.certificateAuthorityFile;
+    if (!authorities.empty() && !std::filesystem::is_regular_file(authorities, unreadable))
+        return "There is no file \"" + authorities.string() + "\".";
+    if (!gst::registerRoutedSource()) return "GStreamer does not take our source.";
     return {};
 }
 
@@ -68,7 +54,12 @@ std::string prepare(const GStreamerOptions& options) {
 std::shared_ptr<MediaEngine> makeMediaEngineGStreamer(const GStreamerOptions& options,
                                                       NSError* error) {
     std::string reason = prepare(options);
-    if (reason.empty()) return std::make_shared<MediaEngineGStreamer>(options.audioSink);
+    if (reason.empty()) {
+        return std::make_shared<MediaEngineGStreamer>(
+            makeStreamLoader({.certificateAuthorityFile = options.certificateAuthorityFile,
+                              .pinnedPublicKey = options.pinnedPublicKey}),
+            options.audioSink);
+    }
     if (error) *error = makeAVError(AVError::noMediaEngine, std::move(reason));
     return nullptr;
 }
@@ -76,6 +67,7 @@ std::shared_ptr<MediaEngine> makeMediaEngineGStreamer(const GStreamerOptions& op
 bool installDeviceGStreamer(Device device, const DeviceOptions& options, GStreamerOptions media) {
     if (media.certificateAuthorityFile.empty())
         media.certificateAuthorityFile = options.certificateAuthorityFile;
+    if (media.pinnedPublicKey.empty()) media.pinnedPublicKey = options.pinnedPublicKey;
     device.mediaEngine = makeMediaEngineGStreamer(media);
     return device.mediaEngine && Device::install(std::move(device), options);
 }

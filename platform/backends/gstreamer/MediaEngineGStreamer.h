@@ -7,20 +7,17 @@
 #include <filesystem>
 #include <memory>
 #include <string>
-#include <vector>
 
 namespace korvel::platform {
 
 /// Every default is what a released application wants.
 struct GStreamerOptions {
-    /// PEM file of authorities to trust instead of the system's, for development services. It
-    /// counts for everything in the process that relies on GIO's default trust.
+    /// PEM file of authorities to trust instead of the system's, for development services.
     std::filesystem::path certificateAuthorityFile{};
+    /// "sha256//" and base64 of a public key that the service's certificate must carry; empty: any.
+    std::string pinnedPublicKey{};
     /// The element that sound goes to.
     std::string audioSink = "autoaudiosink";
-    /// Address schemes of content keys that are known beforehand. Others are learnt when a stream
-    /// names them, at the price of loading that first stream twice.
-    std::vector<std::string> keySchemes{"skd"};
 };
 
 /// Plays what GStreamer plays, HLS above all: plain, and AES-128 with keys of any address scheme.

@@ -1,9 +1,9 @@
 #include <korvel/platform/avfoundation/AVError.h>
 #include <korvel/platform/backends/gstreamer/ErrorTranslation.h>
 #include <korvel/platform/backends/gstreamer/HandOver.h>
-#include <korvel/platform/backends/gstreamer/KeySource.h>
 #include <korvel/platform/backends/gstreamer/Pipeline.h>
-#include <korvel/platform/backends/gstreamer/PlaylistInspection.h>
+#include <korvel/platform/backends/gstreamer/Playlist.h>
+#include <korvel/platform/backends/gstreamer/RoutedSource.h>
 
 #include <algorithm>
 #include <utility>
@@ -40,23 +40,23 @@ void releaseWeak(gpointer weak) {
 
 }  // namespace
 
-std::shared_ptr<Pipeline> Pipeline::open(const URL& url,
+std::shared_ptr<Pipeline> Pipeline::open(const URL& url, std::shared_ptr<StreamLoader> loader,
                                          std::shared_ptr<AVAssetResourceLoader> keys,
                                          std::shared_ptr<MediaEvents> events,
                                          const std::string& audioSink) {
-    auto pipeline = std::make_shared<Pipeline>(url, std::move(events));
-    pipeline->build(std::move(keys), audioSink);
+    auto pipeline = std::make_shared<Pipeline>(std::move(events));
+    pipeline->build(url, audioSink);
+    pipeline->lead(std::move(loader), std::move(keys));
     pipeline->listen();
     pipeline->start();
     return pipeline;
 }
 
-Pipeline::Pipeline(const URL& url, std::shared_ptr<MediaEvents> events)
-    : url_(url), events_(std::move(events)) {}
+Pipeline::Pipeline(std::shared_ptr<MediaEvents> events) : events_(std::move(events)) {}
 
 Pipeline::~Pipeline() = default;
 
-void Pipeline::build(std::shared_ptr<AVAssetResourceLoader> keys, const std::string& audioSink) {
+void Pipeline::build(const URL& url, const std::string& audioSink) {
     frames_ = std::make_unique<FrameSink>(FrameSink::Listener{
         .frameChanged = [events = events_] { events->frameChanged(); },
         .flushed =
@@ -65,18 +65,24 @@ void Pipeline::build(std::shared_ptr<AVAssetResourceLoader> keys, const std::str
             },
     });
     playbin_.reset(GST_ELEMENT(gst_object_ref_sink(gst_element_factory_make("playbin", nullptr))));
-    g_object_set(playbin_.get(), "uri", url_.absoluteString().c_str(), "flags",
+    const std::string address = routedAddress(url).value_or(url.absoluteString());
+    g_object_set(playbin_.get(), "uri", address.c_str(), "flags",
                  playVideo | playAudio | playBuffering, "video-sink", frames_->element(),
                  "buffer-duration", bufferDuration, nullptr);
     if (GstElement* sound = gst_element_factory_make(audioSink.c_str(), nullptr)) {
         if (audioSink == "fakesink") g_object_set(sound, "sync", TRUE, nullptr);
         g_object_set(playbin_.get(), "audio-sink", sound, nullptr);
     }
-    // Set before the pipeline starts: each element that it ever makes inherits it.
-    GstContext* context = makeKeyContext(std::make_shared<KeyRoute>(
-        std::move(keys), [weak = weak_from_this()](const NSError& error) {
-            if (const auto self = weak.lock()) self->fail(error);
-        }));
+}
+
+/// Before the pipeline starts: each element that it ever makes inherits the context.
+void Pipeline::lead(std::shared_ptr<StreamLoader> loader,
+                    std::shared_ptr<AVAssetResourceLoader> keys) {
+    route_ = std::make_shared<Route>(std::move(loader), std::move(keys),
+                                     [weak = weak_from_this()](const NSError& error) {
+                                         if (const auto self = weak.lock()) self->fail(error);
+                                     });
+    GstContext* context = makeRouteContext(route_);
     gst_element_set_context(playbin_.get(), context);
     gst_context_unref(context);
 }
@@ -234,15 +240,11 @@ void Pipeline::readDuration() {
 /// Demuxers go on after an error, some of them in a circle: the first one ends it.
 void Pipeline::stumbled(GstMessage* message) {
     if (stopped_.exchange(true)) return;
-    const NSError error = errorOf(message);
-    const bool content = !ready_ && blamesContent(message);
-    onHelper([error, content](Pipeline& self) {
+    NSError error = errorOf(message);
+    if (const auto cause = route_->lastTrouble()) error.userInfo["cause"] = cause->description();
+    onHelper([error](Pipeline& self) {
         gst_element_set_state(self.playbin_.get(), GST_STATE_NULL);
-        if (content) {
-            self.diagnose(error);
-        } else {
-            self.fail(error);
-        }
+        self.fail(error);
     });
 }
 
@@ -251,27 +253,6 @@ void Pipeline::fail(const NSError& error) {
     events_->failed(error);
     if (stopped_.exchange(true)) return;
     onHelper([](Pipeline& self) { gst_element_set_state(self.playbin_.get(), GST_STATE_NULL); });
-}
-
-/// The demuxer says only that something is wrong with the stream; its playlist says what.
-void Pipeline::diagnose(const NSError& error) {
-    if (failed_) return;  // the key's refusal is the cause, and told
-    const auto encryption = inspectPlaylist(url_, [this] { return closed_.load(); });
-    if (encryption.sampleAES) {
-        return fail(
-            makeAVError(AVError::contentIsProtected,
-                        "The stream is encrypted by SAMPLE-AES, which cannot be opened here."));
-    }
-    bool learnt = false;
-    for (const std::string& scheme : encryption.keySchemes) {
-        const bool known = gst_uri_protocol_is_supported(GST_URI_SRC, scheme.c_str());
-        learnt = (!known && registerKeyScheme(scheme)) || learnt;
-    }
-    if (!learnt || std::exchange(retried_, true)) return fail(error);
-    const std::lock_guard lock(life_);
-    if (closed_) return;
-    stopped_ = false;
-    start();
 }
 
 }  // namespace korvel::platform::gst

@@ -3,6 +3,7 @@
 #include <korvel/platform/avfoundation/MediaEngine.h>
 #include <korvel/platform/backends/gstreamer/FrameSink.h>
 #include <korvel/platform/backends/gstreamer/Handles.h>
+#include <korvel/platform/backends/gstreamer/Route.h>
 
 #include <atomic>
 #include <functional>
@@ -18,11 +19,11 @@ namespace korvel::platform::gst {
 /// keep this object until it is done. `close` ends everything for those who gave commands.
 class Pipeline : public std::enable_shared_from_this<Pipeline> {
 public:
-    static std::shared_ptr<Pipeline> open(const URL& url,
+    static std::shared_ptr<Pipeline> open(const URL& url, std::shared_ptr<StreamLoader> loader,
                                           std::shared_ptr<AVAssetResourceLoader> keys,
                                           std::shared_ptr<MediaEvents> events,
                                           const std::string& audioSink);
-    Pipeline(const URL& url, std::shared_ptr<MediaEvents> events);
+    explicit Pipeline(std::shared_ptr<MediaEvents> events);
     ~Pipeline();
     Pipeline(const Pipeline&) = delete;
     Pipeline& operator=(const Pipeline&) = delete;
@@ -35,7 +36,8 @@ public:
     std::shared_ptr<const VideoFrame> newestFrame() const { return frames_->newest(); }
 
 private:
-    void build(std::shared_ptr<AVAssetResourceLoader> keys, const std::string& audioSink);
+    void build(const URL& url, const std::string& audioSink);
+    void lead(std::shared_ptr<StreamLoader> loader, std::shared_ptr<AVAssetResourceLoader> keys);
     void listen();
     void start();
     std::int64_t within(std::chrono::nanoseconds time) const;
@@ -50,12 +52,11 @@ private:
     void fail(const NSError& error);
 
     // Helper threads.
-    void diagnose(const NSError& error);
     void changeRate(double rate);
     void chooseClock();
 
-    const URL url_;
     const std::shared_ptr<MediaEvents> events_;
+    std::shared_ptr<Route> route_;
     std::unique_ptr<FrameSink> frames_;
     Ref<GstElement> playbin_;
 
@@ -64,7 +65,6 @@ private:
     std::atomic<bool> closed_ = false;
     std::atomic<bool> failed_ = false;
     std::atomic<bool> stopped_ = false;  ///< by the first error
-    bool retried_ = false;               ///< helper thread
 
     std::atomic<std::int64_t> duration_ = -1;
     std::atomic<bool> ready_ = false;

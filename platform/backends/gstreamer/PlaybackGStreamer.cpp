@@ -5,10 +5,12 @@
 
 namespace korvel::platform::gst {
 
-PlaybackGStreamer::PlaybackGStreamer(const URL& url, std::shared_ptr<AVAssetResourceLoader> keys,
+PlaybackGStreamer::PlaybackGStreamer(const URL& url, std::shared_ptr<StreamLoader> loader,
+                                     std::shared_ptr<AVAssetResourceLoader> keys,
                                      std::shared_ptr<MediaEvents> events,
                                      const std::string& audioSink)
-    : pipeline_(Pipeline::open(url, std::move(keys), std::move(events), audioSink)) {}
+    : pipeline_(
+          Pipeline::open(url, std::move(loader), std::move(keys), std::move(events), audioSink)) {}
 
 PlaybackGStreamer::~PlaybackGStreamer() { pipeline_->close(); }
 

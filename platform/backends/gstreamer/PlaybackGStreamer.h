@@ -1,6 +1,7 @@
 #pragma once
 
 #include <korvel/platform/avfoundation/MediaEngine.h>
+#include <korvel/platform/foundation/ResponseStream.h>
 
 #include <memory>
 #include <string>
@@ -12,7 +13,8 @@ class Pipeline;
 /// One stream in one playbin.
 class PlaybackGStreamer final : public MediaPlayback {
 public:
-    PlaybackGStreamer(const URL& url, std::shared_ptr<AVAssetResourceLoader> keys,
+    PlaybackGStreamer(const URL& url, std::shared_ptr<StreamLoader> loader,
+                      std::shared_ptr<AVAssetResourceLoader> keys,
                       std::shared_ptr<MediaEvents> events, const std::string& audioSink);
     ~PlaybackGStreamer() override;
 

@@ -1,0 +1,127 @@
+#include <korvel/platform/backends/curl/CurlLibrary.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+namespace korvel::platform {
+
+namespace {
+
+class OpenUsers {
+public:
+    static OpenUsers& shared() {
+        static auto* const users = new OpenUsers;  // outlives every other static object
+        return *users;
+    }
+
+    void add(std::weak_ptr<CurlUser> user) {
+        const std::lock_guard lock(mutex_);
+        std::erase_if(users_, [](const auto& known) { return known.expired(); });
+        users_.push_back(std::move(user));
+    }
+
+private:
+    OpenUsers() {
+        curl_global_init(CURL_GLOBAL_ALL);  // first: exit handlers run in reverse order
+        std::atexit([] { shared().stopAll(); });
+    }
+
+    void stopAll() {
+        std::vector<std::weak_ptr<CurlUser>> users;
+        {
+            const std::lock_guard lock(mutex_);
+            users = users_;
+        }
+        for (const auto& known : users) {
+            if (const auto user = known.lock()) user->stop();
+        }
+    }
+
+    std::mutex mutex_;
+    std::vector<std::weak_ptr<CurlUser>> users_;
+};
+
+}  // namespace
+
+CurlUser::~CurlUser() = default;
+
+void stopAtExit(std::weak_ptr<CurlUser> user) { OpenUsers::shared().add(std::move(user)); }
+
+std::string systemAuthorities() {
+    const auto* info = curl_version_info(CURLVERSION_NOW);
+    if (info->age < CURLVERSION_SEVENTH || !info->cainfo) return {};
+    std::error_code error;
+    return std::filesystem::exists(info->cainfo, error) ? info->cainfo : "";
+}
+
+void setConnectionOptions(CURL* easy, const CurlSettings& settings,
+                          std::chrono::milliseconds timeout) {
+    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);  // a slow name server must not hold up the end
+    curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
+    curl_easy_setopt(easy, CURLOPT_PIPEWAIT, 1L);
+    curl_easy_setopt(easy, CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_NONE));
+    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(timeout.count()));
+    curl_easy_setopt(easy, CURLOPT_SHARE, settings.tlsSessions);
+    if (!settings.authorities.empty()) {
+        curl_easy_setopt(easy, CURLOPT_CAINFO, settings.authorities.c_str());
+        // With a folder besides the file the library reads the file for every connection.
+        curl_easy_setopt(easy, CURLOPT_CAPATH, nullptr);
+    }
+    if (!settings.pinnedPublicKey.empty()) {
+        curl_easy_setopt(easy, CURLOPT_PINNEDPUBLICKEY, settings.pinnedPublicKey.c_str());
+    }
+}
+
+URLErrorCode errorCode(CURLcode result) {
+    switch (result) {
+        case CURLE_OPERATION_TIMEDOUT:
+            return URLErrorCode::timedOut;
+        case CURLE_URL_MALFORMAT:
+            return URLErrorCode::unsupportedURL;
+        case CURLE_COULDNT_RESOLVE_HOST:
+        case CURLE_COULDNT_RESOLVE_PROXY:
+            return URLErrorCode::cannotFindHost;
+        case CURLE_PROXY:
+        case CURLE_COULDNT_CONNECT:
+            return URLErrorCode::cannotConnectToHost;
+        case CURLE_SEND_ERROR:
+        case CURLE_RECV_ERROR:
+        case CURLE_GOT_NOTHING:
+        case CURLE_PARTIAL_FILE:
+        case CURLE_HTTP2:
+        case CURLE_HTTP2_STREAM:
+            return URLErrorCode::networkConnectionLost;
+        case CURLE_UNSUPPORTED_PROTOCOL:  // the address was checked: the answer is not HTTP
+        case CURLE_WEIRD_SERVER_REPLY:
+        case CURLE_OUT_OF_MEMORY:
+            return URLErrorCode::badServerResponse;  // its head is too long
+        case CURLE_WRITE_ERROR:
+            return URLErrorCode::dataLengthExceedsMaximum;
+        case CURLE_BAD_CONTENT_ENCODING:
+            return URLErrorCode::cannotDecodeContentData;
+        case CURLE_PEER_FAILED_VERIFICATION:
+        case CURLE_SSL_ISSUER_ERROR:
+        case CURLE_SSL_PINNEDPUBKEYNOTMATCH:
+            return URLErrorCode::serverCertificateUntrusted;
+        case CURLE_SSL_CONNECT_ERROR:
+        case CURLE_SSL_CIPHER:
+        case CURLE_SSL_CACERT_BADFILE:
+            return URLErrorCode::secureConnectionFailed;
+        default:
+            return URLErrorCode::unknown;
+    }
+}
+
+NSError makeURLError(URLErrorCode code, std::string description) {
+    return {urlErrorDomain,
+            static_cast<std::int64_t>(code),
+            {{"NSLocalizedDescription", std::move(description)}}};
+}
+
+}  // namespace korvel::platform

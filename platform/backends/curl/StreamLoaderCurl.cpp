@@ -1,0 +1,252 @@
+#include <korvel/platform/backends/curl/CurlLibrary.h>
+#include <korvel/platform/backends/curl/Redirection.h>
+#include <korvel/platform/backends/curl/StreamLoaderCurl.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+namespace korvel::platform {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/// More than that is not fetched before somebody wants it.
+constexpr std::size_t largestChunk = 256 << 10;
+constexpr std::size_t mostIdle = 6;
+
+struct CleanUp {
+    void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
+    void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+};
+struct MultiCleanUp {
+    void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
+};
+using Multi = std::unique_ptr<CURLM, MultiCleanUp>;
+
+/// The connections of streams that have ended, for those to come: one handle has them, and is used
+/// by one stream at a time.
+class Connections {
+public:
+    explicit Connections(CurlSettings common) : settings(std::move(common)) {}
+
+    Multi take() {
+        {
+            const std::lock_guard lock(mutex_);
+            if (!idle_.empty()) {
+                Multi last = std::move(idle_.back());
+                idle_.pop_back();
+                return last;
+            }
+        }
+        Multi multi(curl_multi_init());
+        curl_multi_setopt(multi.get(), CURLMOPT_MAXCONNECTS, 4L);
+        return multi;
+    }
+    void give(Multi multi) {
+        const std::lock_guard lock(mutex_);
+        if (idle_.size() < mostIdle) idle_.push_back(std::move(multi));
+    }
+
+    const CurlSettings settings;
+
+private:
+    std::mutex mutex_;
+    std::vector<Multi> idle_;
+};
+
+class StreamCurl final : public ResponseStream, public CurlUser {
+public:
+    StreamCurl(std::shared_ptr<Connections> connections, URLRequest request)
+        : connections_(std::move(connections)), request_(std::move(request)) {}
+
+    ~StreamCurl() override {
+        if (!easy_) return;
+        curl_multi_remove_handle(multi_.get(), easy_.get());
+        easy_.reset();
+        connections_->give(std::move(multi_));
+    }
+
+    std::variant<HTTPURLResponse, NSError> response() override {
+        const std::lock_guard lock(use_);
+        while (!headIsThere_ && !ended_) advance();
+        if (error_) return *error_;
+        return *response_;
+    }
+
+    std::optional<std::uint64_t> expectedContentLength() const override { return length_; }
+
+    std::variant<Data, NSError> read() override {
+        const std::lock_guard lock(use_);
+        lastMoved_ = Clock::now();
+        if (paused_ && easy_) {
+            paused_ = false;
+            curl_easy_pause(easy_.get(), CURLPAUSE_CONT);
+        }
+        while (chunk_.empty() && !ended_) advance();
+        if (chunk_.empty() && error_) return *error_;
+        return std::exchange(chunk_, {});
+    }
+
+    void cancel() override {
+        cancelled_ = true;
+        const std::lock_guard lock(handle_);
+        if (multi_) curl_multi_wakeup(multi_.get());
+    }
+
+    void stop() override {
+        cancel();
+        const std::lock_guard lock(use_);
+        end(makeURLError(URLErrorCode::unknown, "Cancelled"));
+        if (!easy_) return;
+        curl_multi_remove_handle(multi_.get(), easy_.get());
+        easy_.reset();
+        const std::lock_guard handle(handle_);
+        multi_.reset();
+    }
+
+private:
+    static std::size_t receive(char* bytes, std::size_t, std::size_t count, void* self) {
+        return static_cast<StreamCurl*>(self)->append(bytes, count);
+    }
+
+    std::size_t append(const char* bytes, std::size_t count) {
+        takeHead();
+        if (chunk_.size() >= largestChunk) {
+            paused_ = true;
+            return CURL_WRITEFUNC_PAUSE;
+        }
+        chunk_.insert(chunk_.end(), bytes, bytes + count);
+        lastMoved_ = Clock::now();
+        return count;
+    }
+
+    void start() {
+        lastMoved_ = Clock::now();
+        if (!isWebAddress(request_.url)) {
+            return end(makeURLError(URLErrorCode::unsupportedURL, "Not an http or https address"));
+        }
+        {
+            const std::lock_guard lock(handle_);
+            multi_ = connections_->take();
+        }
+        easy_.reset(curl_easy_init());
+        setConnectionOptions(easy_.get(), connections_->settings, request_.timeoutInterval);
+        setRequestOptions();
+        curl_multi_add_handle(multi_.get(), easy_.get());
+    }
+
+    void setRequestOptions() {
+        CURL* const easy = easy_.get();
+        curl_easy_setopt(easy, CURLOPT_URL, request_.url.absoluteString().c_str());
+        curl_easy_setopt(easy, CURLOPT_PATH_AS_IS, 1L);
+        curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
+        curl_easy_setopt(easy, CURLOPT_MAXREDIRS, static_cast<long>(mostRedirects));
+        curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+        curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, 128L << 10);
+        curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, errorText_.data());
+        curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &StreamCurl::receive);
+        curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
+        for (const auto& [name, value] : request_.headers()) {
+            curl_slist* longer = curl_slist_append(headers_.get(), (name + ": " + value).c_str());
+            if (!longer) continue;
+            (void)headers_.release();
+            headers_.reset(longer);
+        }
+        curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers_.get());
+    }
+
+    /// Lets the library work, or waits until it can.
+    void advance() {
+        if (!easy_ && !ended_) start();
+        if (ended_) return;
+        if (cancelled_) return end(makeURLError(URLErrorCode::unknown, "Cancelled"));
+        int running = 0;
+        curl_multi_perform(multi_.get(), &running);
+        int left = 0;
+        if (const CURLMsg* message = curl_multi_info_read(multi_.get(), &left))
+            return finish(message->data.result);
+        if (!chunk_.empty()) return;
+        const auto idle = Clock::now() - lastMoved_;
+        if (idle >= request_.timeoutInterval)
+            return end(makeURLError(URLErrorCode::timedOut, "Nothing came for too long"));
+        const auto patience =
+            std::chrono::ceil<std::chrono::milliseconds>(request_.timeoutInterval - idle);
+        curl_multi_poll(multi_.get(), nullptr, 0, static_cast<int>(patience.count()), nullptr);
+    }
+
+    void finish(CURLcode result) {
+        if (result != CURLE_OK) {
+            const char* text = errorText_[0] ? errorText_.data() : curl_easy_strerror(result);
+            return end(makeURLError(errorCode(result), text));
+        }
+        takeHead();
+        ended_ = true;
+    }
+
+    void takeHead() {
+        if (std::exchange(headIsThere_, true)) return;
+        char* address = nullptr;
+        long status = 0;
+        curl_off_t length = -1;
+        curl_easy_getinfo(easy_.get(), CURLINFO_EFFECTIVE_URL, &address);
+        curl_easy_getinfo(easy_.get(), CURLINFO_RESPONSE_CODE, &status);
+        curl_easy_getinfo(easy_.get(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
+        const auto url = address ? URL::parse(address) : std::nullopt;
+        response_ = HTTPURLResponse{url.value_or(request_.url), static_cast<int>(status)};
+        if (length >= 0) length_ = static_cast<std::uint64_t>(length);
+    }
+
+    void end(NSError error) {
+        if (!std::exchange(ended_, true)) error_ = std::move(error);
+    }
+
+    const std::shared_ptr<Connections> connections_;
+    const URLRequest request_;
+    std::atomic<bool> cancelled_ = false;
+    std::mutex handle_;  ///< guards the pointer `multi_` for those who cancel
+    Multi multi_;
+
+    std::mutex use_;  ///< of the library and of what follows
+    std::unique_ptr<CURL, CleanUp> easy_;
+    std::unique_ptr<curl_slist, CleanUp> headers_;
+    std::array<char, CURL_ERROR_SIZE> errorText_{};
+    Clock::time_point lastMoved_;
+    bool headIsThere_ = false;
+    bool ended_ = false;
+    bool paused_ = false;
+    std::optional<HTTPURLResponse> response_;
+    std::optional<std::uint64_t> length_;
+    std::optional<NSError> error_;
+    Data chunk_;
+};
+
+class StreamLoaderCurl final : public StreamLoader {
+public:
+    explicit StreamLoaderCurl(CurlSettings settings)
+        : connections_(std::make_shared<Connections>(std::move(settings))) {}
+
+    std::shared_ptr<ResponseStream> open(URLRequest request) override {
+        auto stream = std::make_shared<StreamCurl>(connections_, std::move(request));
+        stopAtExit(stream);
+        return stream;
+    }
+
+private:
+    const std::shared_ptr<Connections> connections_;
+};
+
+}  // namespace
+
+std::shared_ptr<StreamLoader> makeStreamLoaderCurl(const URLSessionCurlOptions& options) {
+    const std::string& file = options.certificateAuthorityFile.native();
+    return std::make_shared<StreamLoaderCurl>(
+        CurlSettings{.authorities = file.empty() ? systemAuthorities() : file,
+                     .pinnedPublicKey = options.pinnedPublicKey});
+}
+
+}  // namespace korvel::platform
