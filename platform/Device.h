@@ -63,7 +63,8 @@ struct KORVEL_API Device {
     static Device standard(const DeviceOptions& options = {});
 
     /// Makes `device` the process's device, its empty parts filled from `standard`. False, and
-    /// nothing changes, once a device is in use. Any thread.
+    /// nothing changes, once a device is in use: whatever needs one first, be it a builder or a
+    /// subscription request that is made, takes the standard one for good. Any thread.
     [[nodiscard]] static bool install(Device device, const DeviceOptions& options = {});
 
     /// The process's device; `standard` if none was installed. Any thread.
