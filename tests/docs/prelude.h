@@ -11,3 +11,10 @@
 struct QuietConsole final : korvel::platform::Console {
     void print(std::string_view) override {}
 };
+
+inline std::shared_ptr<korvel::KCSDKOndemandClass> chosenClass;
+inline std::shared_ptr<korvel::platform::UIView> parentView;
+inline std::shared_ptr<korvel::KCSDKPlayerEvents> remoteControl;
+inline void showPosition(float) {}
+inline void showSummary(std::int64_t) {}
+inline void askForConsent(const korvel::NSError&) {}
