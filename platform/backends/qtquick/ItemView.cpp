@@ -17,7 +17,7 @@ bool ItemView::isAtHome() const {
 
 void ItemView::goHome() {
     const auto home = home_.lock();
-    if (!home || superview()) return;
+    if (!home || window()) return;
     home->addSubview(shared_from_this());
     setFrame(home->bounds());
 }

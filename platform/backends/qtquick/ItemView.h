@@ -16,7 +16,7 @@ public:
 
     QQuickItem* item() const { return item_; }  ///< null once that has gone
     bool isAtHome() const;
-    /// Back to its own window, unless somebody has it.
+    /// Back to its own window, unless it is in one.
     void goHome();
 
 protected:

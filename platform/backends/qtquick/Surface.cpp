@@ -14,6 +14,12 @@ namespace {
 constexpr double aboveHost = 1'000'000;
 constexpr int tickMilliseconds = 16;
 
+/// All hosts' items that were lent to the item or to those in it.
+void giveBackAll(QQuickItem& item) {
+    if (auto* view = qobject_cast<ViewItem*>(&item)) view->giveBack();
+    for (auto* child : item.childItems()) giveBackAll(*child);
+}
+
 unsigned partsOf(UIViewChange what) {
     switch (what) {
         case UIViewChange::geometry:
@@ -56,17 +62,15 @@ Surface::~Surface() { close(); }
 
 void Surface::close() {
     if (!shown_) return;
-    mirror_->remove(*shown_);
+    std::exchange(mirror_, nullptr)->remove(*shown_);
     ring_.reset();
-    for (const auto& [view, item] : std::exchange(items_, {})) {
-        item->giveBack();
-        item->freeze();
-    }
-    for (const auto& fading : fading_) fading.item->giveBack();
+    giveBackAll(*this);
+    for (const auto& [view, item] : std::exchange(items_, {})) item->freeze();
     const auto closed = std::exchange(shown_, nullptr);
     closed->touchCancelled();
     setParentItem(nullptr);
-    if (std::exchange(showsAnything_, false) && onShownChanged) onShownChanged();
+    const auto tell = std::exchange(onShownChanged, nullptr);
+    if (std::exchange(showsAnything_, false) && tell) tell();
     deleteLater();  // the host may do this from within an event that came through here
 }
 
@@ -219,6 +223,7 @@ void Surface::updateShown() {
             formerFocus_->forceActiveFocus(Qt::PopupFocusReason);
         }
     } else {
+        if (!shows) setFocus(false);
         setActiveFocusOnTab(shows);
     }
     if (onShownChanged) onShownChanged();
@@ -234,7 +239,7 @@ void Surface::step() {
                                    UIViewController::transitionDuration};
         fading.item->setOpacity(fade.alphaAt(time));
         if (time < fade.end()) return false;
-        fading.item->giveBack();
+        giveBackAll(*fading.item);
         fading.item->setParentItem(nullptr);
         fading.item->deleteLater();
         return true;

@@ -93,7 +93,7 @@ private:
 
     const Kind kind_;
     const std::shared_ptr<Screen> screen_;
-    const std::shared_ptr<Mirror> mirror_;
+    std::shared_ptr<Mirror> mirror_;  ///< until closed
     std::shared_ptr<UIWindow> shown_;
     std::unordered_map<const UIView*, ViewItem*> items_;
     std::vector<ViewItem*> queued_;

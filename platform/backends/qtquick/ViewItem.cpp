@@ -135,7 +135,6 @@ void ViewItem::fadeLike(const UIView& view) {
     setOpacity(view.presentationAlpha(now));
     const bool fades = view.animation() && now < view.animation()->end();
     if (fades || view.secondsPerTurn() > 0) surface_.animate(*this);
-    if (view.isHidden() && hasActiveFocus()) surface_.forceActiveFocus(Qt::OtherFocusReason);
 }
 
 bool ViewItem::step(Clock::Instant now) {
@@ -186,6 +185,7 @@ void ViewItem::takeInputLike(const UIView& view) {
     const auto* control = dynamic_cast<const UIControl*>(&view);
     takesFocus_ =
         control && control->isEnabled() && !view.isHidden() && view.isUserInteractionEnabled();
+    if (!takesFocus_ && hasActiveFocus()) surface_.forceActiveFocus(Qt::OtherFocusReason);
     setActiveFocusOnTab(takesFocus_);
     if (control) setEnabled(control->isEnabled());
 }

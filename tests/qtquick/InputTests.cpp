@@ -1,0 +1,232 @@
+#include "qtquick/Fixture.h"
+
+#include <QtGui/QAccessible>
+#include <QtGui/QPointingDevice>
+
+#include <map>
+
+namespace korvel::tests {
+
+using Lines = std::vector<std::string>;
+
+TEST_F(QtQuickTest, ATapShowsTheControlsAndTheNextHidesThem) {
+    startEmbedded();
+    auto* const finger = QTest::createTouchDevice();
+    const std::function<void(QPoint)> taps[] = {
+        [&](QPoint at) { QTest::mouseClick(quick.get(), Qt::LeftButton, {}, at); },
+        [&](QPoint at) {
+            QTest::touchEvent(quick.get(), finger).press(0, at, quick.get());
+            QTest::touchEvent(quick.get(), finger).release(0, at, quick.get());
+        }};
+    for (const auto& tap : taps) {
+        ASSERT_EQ(overlay().viewTap->alpha(), 0);
+        const auto free = item->mapToScene({100, 100}).toPoint();
+        EXPECT_EQ(colorAt(free), QColor(255, 255, 255));
+        tap(free);
+        EXPECT_EQ(overlay().viewTap->alpha(), 0.6);
+        EXPECT_FALSE(overlay().btnPlay->isHidden());
+        passAndShow(1s);
+        EXPECT_NEAR(colorAt(free).red(), 255 * 0.4, 2);
+        tap(free);
+        EXPECT_EQ(overlay().viewTap->alpha(), 0);
+        EXPECT_TRUE(overlay().btnPlay->isHidden());
+        passAndShow(1s);
+        settle();
+    }
+}
+
+TEST_F(QtQuickTest, ADragGoesOnWhenInteractionIsSwitchedOffAndSeeksWhereItEnds) {
+    startEmbedded();
+    showControls();
+    auto& slider = *overlay().slider.get();
+    const auto thumb = slider.thumbRect();
+    const auto track = rectOf(slider);
+    const auto grip = track.topLeft() + QPointF(thumb.midX(), thumb.midY());
+    QTest::mousePress(quick.get(), Qt::LeftButton, {}, grip.toPoint());
+    QPoint finger;
+    for (const double way : {0.2, 0.4, 0.75}) {
+        finger = {static_cast<int>(track.left() + way * track.width()),
+                  static_cast<int>(track.bottom() + 40)};
+        QTest::mouseMove(quick.get(), finger);
+        EXPECT_FALSE(slider.isUserInteractionEnabled());
+        EXPECT_NEAR(slider.value(), 20 * way, 0.5) << "far below it, too";
+        pass(100ms);
+    }
+    const float dropped = slider.value();
+    EXPECT_TRUE(stream().seeks.empty());
+    QTest::mouseRelease(quick.get(), Qt::LeftButton, {}, finger);
+    run();
+    ASSERT_EQ(stream().seeks.size(), 1u);
+    EXPECT_NEAR(std::chrono::duration<double>(stream().seeks[0]).count(), dropped, 0.1);
+    EXPECT_TRUE(slider.isUserInteractionEnabled());
+}
+
+TEST_F(QtQuickTest, TheCloseButtonTakesThePlayerOffTheItem) {
+    startEmbedded();
+    showControls();
+    click(middle(*overlay().btnClose.get()));
+    EXPECT_EQ(listener->told.back(), "exit 1") << "it had played while the controls came";
+    EXPECT_TRUE(place->subviews().empty());
+    settle();
+    EXPECT_EQ(colorAt(item->mapToScene({320, 180})), quick->color());
+    EXPECT_EQ(fake.media->open(), 0u);
+}
+
+TEST_F(QtQuickTest, TheKeyboardReachesEveryControlAndShowsWhereItIs) {
+    startEmbedded();
+    const auto dark = [&](UIView& around) {
+        return colorAt(rectOf(around).topLeft() + QPointF(20, -2)).red();
+    };
+    key(Qt::Key_Tab);  // the player itself
+    key(Qt::Key_Return);
+    EXPECT_EQ(overlay().viewTap->alpha(), 0.6) << "shows the controls";
+    passAndShow(1s);
+    settle();
+    const int plain = dark(*overlay().btnPlay.get());
+    key(Qt::Key_Tab);
+    key(Qt::Key_Left);
+    run();
+    key(Qt::Key_Right);
+    run();
+    key(Qt::Key_End);
+    run();
+    ASSERT_EQ(stream().seeks.size(), 3u);
+    EXPECT_NEAR(std::chrono::duration<double>(stream().seeks[1] - stream().seeks[0]).count(), 0.2,
+                0.01)
+        << "a hundredth";
+    EXPECT_EQ(stream().seeks[2], 20s);
+
+    key(Qt::Key_Tab);
+    settle();
+    EXPECT_GT(dark(*overlay().btnPlay.get()), plain + 40) << "the ring";
+    listener->told.clear();
+    key(Qt::Key_Space);
+    key(Qt::Key_Return);
+    EXPECT_EQ(listener->told, (Lines{"status 0", "status 1"}));
+    click(middle(*overlay().lblTitle.get()));  // hides them; the pointer needs no ring
+    settle();
+    listener->told.clear();
+    key(Qt::Key_Space);
+    EXPECT_EQ(listener->told, (Lines{"status 0"})) << "with no control to take it";
+    key(Qt::Key_Escape);
+    run();
+    EXPECT_TRUE(place->subviews().empty());
+}
+
+TEST_F(QtQuickTest, FullScreenKeepsTheFocusAndGivesItBack) {
+    QQuickItem field(quick->contentItem());
+    field.setActiveFocusOnTab(true);
+    field.forceActiveFocus();
+    startEmbedded();
+    events->enterFullScreen();
+    passAndShow(1s);
+    EXPECT_NE(quick->activeFocusItem(), &field);
+    key(Qt::Key_Return);
+    passAndShow(1s);
+    settle();
+    for (int turn = 0; turn < 7; ++turn) {
+        key(turn < 4 ? Qt::Key_Tab : Qt::Key_Backtab);
+        EXPECT_NE(quick->activeFocusItem(), &field);
+    }
+    events->exitFullScreen();
+    pass(1s);
+    settle();
+    EXPECT_EQ(quick->activeFocusItem(), &field);
+}
+
+namespace {
+
+using Found = std::map<std::string, QAccessibleInterface*>;
+
+/// Everything in the window that has a name, by that.
+void collect(QAccessibleInterface* at, Found& found) {
+    const auto name = at->text(QAccessible::Name).toStdString();
+    if (!name.empty()) found[name] = at;
+    for (int i = 0; i < at->childCount(); ++i) collect(at->child(i), found);
+}
+
+}  // namespace
+
+TEST_F(QtQuickTest, ScreenReadersHearNamesAndRolesAndCanUseThem) {
+    startEmbedded();
+    showControls();
+    overlay().viewLoader->setHidden(false);
+    settle();
+    Found found;
+    collect(QAccessible::queryAccessibleInterface(quick.get()), found);
+    const std::pair<const char*, QAccessible::Role> wanted[] = {
+        {"Play or pause", QAccessible::Button}, {"Close", QAccessible::Button},
+        {"Position", QAccessible::Slider},      {"Name c1", QAccessible::StaticText},
+        {"Loading", QAccessible::ProgressBar},
+    };
+    for (const auto& [name, role] : wanted) {
+        ASSERT_TRUE(found.contains(name)) << name;
+        EXPECT_EQ(found[name]->role(), role) << name;
+        EXPECT_FALSE(found[name]->state().invisible) << name;
+    }
+    listener->told.clear();
+    auto* const actions = found["Play or pause"]->actionInterface();
+    ASSERT_TRUE(actions);
+    actions->doAction(QAccessibleActionInterface::pressAction());
+    EXPECT_EQ(listener->told, Lines{"status 0"});
+    auto* const value = found["Position"]->valueInterface();
+    ASSERT_TRUE(value);
+    EXPECT_EQ(value->maximumValue().toDouble(), 20);
+    value->setCurrentValue(5.);
+    run();
+    ASSERT_EQ(stream().seeks.size(), 1u);
+    EXPECT_EQ(stream().seeks[0], 5s);
+    EXPECT_NEAR(value->currentValue().toDouble(), 5, 0.01);
+}
+
+namespace {
+
+/// A host's own button, told of what it gets.
+struct Plain final : QQuickItem {
+    explicit Plain(QQuickItem* parent) : QQuickItem(parent) {
+        setSize(parent->size());
+        setAcceptedMouseButtons(Qt::LeftButton);
+    }
+    int presses = 0;
+    int turns = 0;
+    void mousePressEvent(QMouseEvent*) override { ++presses; }
+    void wheelEvent(QWheelEvent*) override { ++turns; }
+};
+
+}  // namespace
+
+TEST_F(QtQuickTest, TheHostsItemsGetWhatNoViewTakes) {
+    Plain own(item);
+    Plain around(quick->contentItem());
+    around.setZ(-1);
+    const auto inside = item->mapToScene({100, 100});
+    const auto wheel = [&](QPointF at) {
+        QWheelEvent turn(at, at, {}, {0, 120}, {}, {}, Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(quick.get(), &turn);
+    };
+    click(inside);
+    click({20, 300});
+    EXPECT_EQ(own.presses, 1) << "the item has no player yet";
+    EXPECT_EQ(around.presses, 1);
+
+    startEmbedded();
+    click(inside);
+    click({20, 300});
+    EXPECT_EQ(own.presses, 1) << "the player lies over it";
+    EXPECT_EQ(around.presses, 2);
+
+    events->enterFullScreen();
+    passAndShow(1s);
+    click({20, 300});
+    wheel({20, 300});
+    EXPECT_EQ(around.presses, 2);
+    EXPECT_EQ(around.turns, 0);
+    events->stopVideo();
+    run();
+    click({20, 300});
+    wheel({20, 300});
+    EXPECT_EQ(around.presses, 3) << "also while the player still fades away";
+    EXPECT_EQ(around.turns, 1);
+}
+
+}  // namespace korvel::tests

@@ -1,0 +1,237 @@
+#include "qtquick/Fixture.h"
+#include "storage/TemporaryFolder.h"
+
+#include <korvel/platform/backends/qtquick/PainterCanvas.h>
+#include <korvel/platform/backends/qtquick/VideoPicture.h>
+
+#include <array>
+
+namespace korvel::tests {
+
+using platform::AVLayerVideoGravity;
+using platform::CGRect;
+using platform::UIColor;
+using platform::UIImage;
+
+namespace {
+
+/// The smallest rectangle around all pixels that are nearly of that colour.
+QRect where(const QImage& image, const QColor& wanted) {
+    QRect found;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            const auto color = image.pixelColor(x, y);
+            const int away = std::abs(color.red() - wanted.red()) +
+                             std::abs(color.green() - wanted.green()) +
+                             std::abs(color.blue() - wanted.blue());
+            if (away < 12) found |= QRect(x, y, 1, 1);
+        }
+    }
+    return found;
+}
+
+}  // namespace
+
+TEST_F(QtQuickTest, AFadeIsHalfWayAfterHalfItsTimeAndOverAtItsEnd) {
+    startEmbedded();
+    const auto free = item->mapToScene({100, 100});
+    const auto way = [&] { return (255 - colorAt(free).red()) / (255 * 0.6); };
+    const auto sees = [&](double from, double to) {  // ticks are real, time is not
+        until([&] { return way() >= from && way() <= to; }, 500);
+        EXPECT_GE(way(), from);
+        EXPECT_LE(way(), to);
+    };
+    click(free);
+    sees(0, 0.02);
+    pass(500ms);
+    sees(0.45, 0.55);
+    pass(500ms);
+    sees(0.99, 1.01);
+    click(free);
+    EXPECT_TRUE(overlay().btnClose->isHidden());
+    const auto glyph = [&] { return where(grab(), QColor(255, 255, 255)); };
+    pass(250ms);
+    settle();
+    EXPECT_GT(way(), 0.7);
+    pass(250ms);
+    sees(0.45, 0.55);
+    pass(500ms);
+    sees(0, 0.01);
+    EXPECT_EQ(glyph(), QRectF(item->mapRectToScene(item->boundingRect())).toRect());
+}
+
+TEST_F(QtQuickTest, EveryControlIsWhereTheTreeSaysInItsOwnColour) {
+    builder =
+        std::make_shared<KCSDKVideoViewBuilder>(decoded<KCSDKOndemandClass>(classJSON("asked")));
+    const UIColor play{1, 0.4F, 0, 1};
+    const UIColor close{0, 1, 0.4F, 1};
+    const UIColor title{1, 1, 0, 1};
+    builder->setPlayPauseButtonColor(play);
+    builder->setExitButtonColor(close);
+    builder->setTitleTextColor(title);
+    builder->setProgressSliderTintColor(UIColor{1, 0, 1, 1}, UIColor{0, 1, 1, 1},
+                                        UIColor{0.6F, 0, 0, 1}, std::nullopt);
+    startEmbedded(16);
+    showControls();
+    const auto image = grab();
+    const auto& slider = *overlay().slider.get();
+    const auto track = rectOf(*overlay().slider.get());
+    const double knob = track.left() + slider.thumbRect().midX();
+    const std::pair<UIColor, QRectF> wanted[] = {
+        {play, rectOf(*overlay().btnPlay.get())},
+        {close, rectOf(*overlay().btnClose.get())},
+        {title, rectOf(*overlay().lblTitle.get())},
+        {{1, 0, 1, 1}, {track.topLeft(), QPointF(knob, track.bottom())}},
+        {{0, 1, 1, 1}, {QPointF(knob, track.top()), track.bottomRight()}},
+        {{0.6F, 0, 0, 1}, track}};
+    for (const auto& [color, rect] : wanted) {
+        const auto shown = platform::qtquick::colorOf(color);
+        const auto found = where(image, shown);
+        EXPECT_FALSE(found.isEmpty()) << shown.name().toStdString();
+        EXPECT_TRUE(rect.contains(found)) << shown.name().toStdString();
+    }
+    const auto glyph = where(image, platform::qtquick::colorOf(title));
+    EXPECT_NEAR(glyph.center().x(), wanted[2].second.center().x(), 3);
+    EXPECT_NEAR(glyph.center().y(), wanted[2].second.center().y(), 5);
+}
+
+TEST_F(QtQuickTest, NothingIsRepaintedUnlessSomethingSeenChanges) {
+    startEmbedded();
+    const auto quiet = [&](const char* when) {
+        settle();
+        const int before = frames;
+        for (int i = 0; i < 20; ++i) {
+            pass(50ms);
+            QTest::qWait(5);
+        }
+        EXPECT_EQ(frames, before) << when;
+    };
+    quiet("playing, the moving knob hidden, no new picture");
+    showControls();
+    events->pauseVideo();
+    quiet("paused, controls shown");
+    overlay().viewLoader->setHidden(true);
+    overlay().lblTitle->setText("Name c1");
+    quiet("set to what it was");
+
+    events->playVideo();
+    settle();
+    const int before = frames;
+    for (int i = 0; i < 10; ++i) passAndShow(100ms);
+    EXPECT_GE(frames, before + 5) << "the knob moves";
+}
+
+TEST_F(QtQuickTest, TheSpinnerTurnsByTheClockAlone) {
+    startEmbedded(16);
+    overlay().viewLoader->setHidden(false);
+    settle();
+    const auto box = rectOf(*overlay().viewLoader.get());
+    const auto gap = [&] {  // a quarter of the ring is missing; the angle of its middle
+        const auto image = grab();
+        QPointF sum;
+        for (int degrees = 0; degrees < 360; degrees += 5) {
+            const QPointF way(std::cos(degrees * M_PI / 180), std::sin(degrees * M_PI / 180));
+            const auto pixel = image.pixelColor((box.center() + way * 22).toPoint());
+            if (pixel.red() < 100) sum += way;
+        }
+        return std::atan2(sum.y(), sum.x()) * 180 / M_PI;
+    };
+    const double from = gap();
+    for (const int quarter : {1, 2, 3}) {
+        pass(250ms);
+        QTest::qWait(60);
+        EXPECT_NEAR(std::remainder(gap() - from - 90. * quarter, 360), 0, 8) << quarter;
+    }
+    overlay().viewLoader->setHidden(true);
+    settle();
+    const int before = frames;
+    QTest::qWait(100);
+    EXPECT_EQ(frames, before);
+}
+
+TEST(VideoFit, FollowsTheGravity) {
+    platform::VideoFrame wide;
+    wide.width = 640;
+    wide.height = 360;
+    const QSizeF square(360, 360);
+    const auto of = [&](AVLayerVideoGravity gravity) {
+        const auto fit = platform::qtquick::VideoFit::of(wide, square, gravity);
+        return std::pair(fit.target, fit.source);
+    };
+    const QRectF all(0, 0, 640, 360);
+    const QRectF place({}, square);
+    EXPECT_EQ(of(AVLayerVideoGravity::resize), std::pair(place, all));
+    EXPECT_EQ(of(AVLayerVideoGravity::resizeAspect), std::pair(QRectF(0, 78.75, 360, 202.5), all));
+    EXPECT_EQ(of(AVLayerVideoGravity::resizeAspectFill),
+              std::pair(place, QRectF(140, 0, 360, 360)));
+    wide.pixelAspect = 0.5;  // seen as 320 by 360
+    EXPECT_EQ(of(AVLayerVideoGravity::resizeAspect), std::pair(QRectF(20, 0, 320, 360), all));
+    EXPECT_EQ(of(AVLayerVideoGravity::resizeAspectFill), std::pair(place, QRectF(0, 20, 640, 320)));
+}
+
+TEST(VideoPicture, HasTheColoursOfItsMatrixAndKeepsWhatItGaveOut) {
+    using Matrix = platform::VideoFrame::Matrix;
+    struct Row {
+        Matrix matrix;
+        bool fullRange;
+        std::array<std::uint8_t, 3> red;  ///< Y, U, V of pure red
+    };
+    const Row rows[] = {{Matrix::bt601, false, {81, 90, 240}},
+                        {Matrix::bt601, true, {76, 85, 255}},
+                        {Matrix::bt709, false, {63, 102, 240}},
+                        {Matrix::bt709, true, {54, 99, 255}},
+                        {Matrix::bt2020, false, {74, 97, 240}}};
+    platform::qtquick::VideoPicture picture;
+    for (const auto& [matrix, fullRange, red] : rows) {
+        platform::VideoFrame frame;
+        frame.width = 5;  // odd: the last column has a colour of its own
+        frame.height = 3;
+        frame.matrix = matrix;
+        frame.fullRange = fullRange;
+        std::array<std::array<std::uint8_t, 32>, 3> planes{};
+        for (std::size_t i = 0; i < 3; ++i) {
+            planes.at(i).fill(red.at(i));
+            frame.planes.at(i) = {planes.at(i).data(), i == 0 ? 8u : 4u};
+        }
+        const auto plain = picture.rgb(frame, {0, 0, 5, 3}, {5, 3});
+        const auto larger = picture.rgb(frame, {1, 1, 4, 2}, {9, 7});
+        frame.planes[1] = frame.planes[2] = frame.planes[0];
+        picture.rgb(frame, {0, 0, 5, 3}, {5, 3});
+        for (const auto& image : {plain, larger}) {
+            const auto corner = image.pixelColor(image.width() - 1, image.height() - 1);
+            EXPECT_NEAR(corner.red(), 255, 3) << static_cast<int>(matrix) << fullRange;
+            EXPECT_NEAR(corner.green(), 0, 6) << static_cast<int>(matrix) << fullRange;
+            EXPECT_NEAR(corner.blue(), 0, 6) << static_cast<int>(matrix) << fullRange;
+        }
+    }
+    EXPECT_TRUE(picture.rgb({}, {0, 0, 5, 3}, {5, 3}).isNull());
+}
+
+TEST(PainterCanvas, TakesTheImageMadeForThePixelsItHas) {
+    const TemporaryFolder folder;
+    const std::array<QColor, 3> colors{Qt::red, Qt::green, Qt::blue};
+    const std::array<const char*, 3> names{"dot.png", "dot@2x.png", "dot@3x.png"};
+    for (std::size_t i = 0; i < 3; ++i) {
+        const int size = 4 * static_cast<int>(i + 1);
+        QImage image(size, size, QImage::Format_ARGB32);
+        image.fill(colors.at(i));
+        ASSERT_TRUE(image.save(QString::fromStdString(folder / names.at(i))));
+    }
+    const auto image = UIImage::named("dot", platform::Bundle("test", folder / ""));
+    ASSERT_TRUE(image);
+    const auto drawn = [&](double scale, double size, std::optional<UIColor> tint = {}) {
+        QImage picture(64, 64, QImage::Format_ARGB32_Premultiplied);
+        picture.setDevicePixelRatio(scale);
+        picture.fill(Qt::black);
+        platform::qtquick::PainterCanvas(picture).image(*image, {0, 0, size, size}, tint, 1);
+        return picture.pixelColor(3, 3);
+    };
+    EXPECT_EQ(drawn(1, 4), colors[0]);
+    EXPECT_EQ(drawn(2, 4), colors[1]);
+    EXPECT_EQ(drawn(1.5, 4), colors[1]) << "rather too fine than too coarse";
+    EXPECT_EQ(drawn(3, 4), colors[2]);
+    EXPECT_EQ(drawn(1, 12), colors[2]) << "enlarged";
+    EXPECT_EQ(drawn(2, 4, UIColor{1, 1, 0, 1}), QColor(Qt::yellow));
+}
+
+}  // namespace korvel::tests
