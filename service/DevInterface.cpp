@@ -58,6 +58,13 @@ ordered_json described(const User& user) {
             {"subscription", subscription}};
 }
 
+ordered_json performances(ContentService& service) {
+    ordered_json list = ordered_json::array();
+    for (const Performance& each : service.accounts().performances())
+        list.push_back(ordered_json::parse(each.json));
+    return list;
+}
+
 /// Requests may hold bytes that are no text; they are shown as U+FFFD.
 void show(Response& response, const ordered_json& value) {
     Endpoints::send(response, 200,
@@ -106,16 +113,14 @@ void addViews(Endpoints& endpoints, ContentService& service) {
         show(response, list);
     });
     endpoints.Get("/dev/performances", [&service](const Request&, Response& response) {
-        ordered_json list = ordered_json::array();
-        for (const Performance& each : service.accounts().performances())
-            list.push_back(ordered_json::parse(each.json));
-        show(response, list);
+        show(response, performances(service));
     });
     endpoints.Get("/dev/state", [&service](const Request&, Response& response) {
         const ContentService::Counters counters = service.counters();
         ordered_json users = ordered_json::array();
         for (const User& each : service.accounts().users()) users.push_back(described(each));
         show(response, {{"users", users},
+                        {"performances", performances(service)},
                         {"connections", counters.connections},
                         {"handshakes", counters.handshakes},
                         {"requests", counters.requests},

@@ -76,7 +76,8 @@ int main(int argc, char** argv) {
     app.add_flag("--quiet", quiet, "No line per request");
     std::string url;
     std::filesystem::path caFile;
-    auto* state = app.add_subcommand("state", "Show users and counters of a running service");
+    auto* state =
+        app.add_subcommand("state", "Show users, performances and counters of a running service");
     state->add_option("--url", url, "Its base URL")->required();
     state->add_option("--ca", caFile, "Its certificate authority");
     CLI11_PARSE(app, argc, argv);

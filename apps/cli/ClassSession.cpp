@@ -187,6 +187,8 @@ void ClassSession::keepPicture() const {
         throw Failure(ExitCode::failed, "there was no picture to write to " + file.string());
     }
     writePicture(*watch_->lastPicture, file);
+    const std::chrono::duration<double> time = watch_->lastPicture->time;
+    host_.messages()->line("the picture at " + clockTime(time.count()) + " is in " + file.string());
 }
 
 Performance ClassSession::recorded() {
