@@ -104,8 +104,7 @@ TEST(Base64, IsStandardAndStrict) {
 
 TEST(UTF8, IsCheckedAndRepairedByTheLongestIllFormedPart) {
     const std::string padding = "eight by eight bytes of ASCII and more";
-    for (const auto text : {"", "plain", "häß 日本 \U0001F600", "\u007f\u0080\u07ff\u0800\uffff",
-                            "\U00010000\U0010ffff"}) {
+    for (const auto text : {"", "häß 日本 \U0001F600", "\u007f\u0080\u07ff\u0800\U0010ffff"}) {
         for (const auto& whole : {std::string(text), padding + text, text + padding}) {
             EXPECT_TRUE(isValidUTF8(whole)) << whole;
             EXPECT_EQ(repairedUTF8(whole), whole);
