@@ -60,6 +60,11 @@ void CollectionsModel::reload() {
     });
 }
 
+QVariantList CollectionsModel::classesAt(int row) const {
+    if (row < 0 || row >= count()) return {};
+    return classesOf(*collections_[static_cast<std::size_t>(row)]);
+}
+
 int CollectionsModel::rowCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : count();
 }

@@ -35,6 +35,8 @@ public:
 
     /// Asks anew; the collections stay until the answer has come.
     Q_INVOKABLE void reload();
+    /// The classes of the collection in that row, of type `ondemandClass`.
+    Q_INVOKABLE QVariantList classesAt(int row) const;
 
     ServiceRequest* request() { return &request_; }
     const QString& collectionId() const { return collectionId_; }

@@ -102,8 +102,15 @@ bool KorvelContent::installDevice(const QVariantMap& settings) {
     options.certificateAuthorityFile = setting(settings, "certificateAuthorityFile");
     platform::GStreamerOptions media;
     if (auto sink = setting(settings, "audioSink"); !sink.empty()) media.audioSink = sink;
-    if (!platform::installDeviceGStreamer(std::move(device), options, media)) {
-        qCWarning(log, "configure: the SDK is in use already, or GStreamer lacks an element");
+    media.certificateAuthorityFile = options.certificateAuthorityFile;
+    NSError lacking;
+    device.mediaEngine = platform::makeMediaEngineGStreamer(media, &lacking);
+    if (!device.mediaEngine) {
+        qCWarning(log, "configure: this machine cannot play: %s", lacking.description().c_str());
+        return false;
+    }
+    if (!Device::install(std::move(device), options)) {
+        qCWarning(log, "configure: the SDK was in use before");
         return false;
     }
     if (!options.certificateAuthorityFile.empty()) {

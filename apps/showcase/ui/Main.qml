@@ -1,0 +1,140 @@
+import QtQuick
+import Korvel.Content
+
+Window {
+    id: window
+    required property var settings  // for KorvelContent.configure
+    property string user            // logged in at the start; empty: the user is asked
+    property bool signInFirst: true
+    readonly property bool narrow: width < 820 || height > width
+    readonly property bool pictured: home.item !== null && home.item.pictured && !signIn.visible
+    property string page: "home"
+    property var shownClass: null
+    property size held: Qt.size(0, 0)  // before the device was turned
+
+    width: 1280
+    height: 800
+    minimumWidth: 360
+    minimumHeight: 520
+    visible: true
+    title: qsTr("Korvel Studio")
+    color: Theme.background
+
+    Component.onCompleted: {
+        if (!KorvelContent.configure(settings)) return
+        if (user) KorvelContent.login(user)
+    }
+    function open(ondemandClass) { shownClass = ondemandClass }
+    function go(where) {
+        shownClass = null
+        page = where
+    }
+
+    // A window is turned as a device would be: only what stands upright can be laid on its side.
+    Connections {
+        target: KorvelContent
+        function onDeviceOrientationChanged() {
+            const landscape = KorvelContent.deviceOrientation === 3 || KorvelContent.deviceOrientation === 4
+            if (landscape && window.height > window.width) {
+                window.held = Qt.size(window.width, window.height)
+                window.width = window.held.height
+                window.height = window.held.width
+            } else if (!landscape && window.held.width > 0) {
+                window.width = window.held.width
+                window.height = window.held.height
+                window.held = Qt.size(0, 0)
+            }
+        }
+    }
+
+    component Page: Loader {
+        property string name
+        property bool seen: false
+        readonly property bool current: window.page === name
+        anchors { fill: parent; leftMargin: window.narrow ? 0 : navigation.width; bottomMargin: window.narrow ? navigation.height : 0 }
+        onCurrentChanged: if (current) seen = true
+        Component.onCompleted: if (current) seen = true
+        active: seen
+        visible: current && window.shownClass === null
+        focus: visible
+        onLoaded: item.narrow = Qt.binding(() => window.narrow)
+    }
+    component Opening: Connections {
+        ignoreUnknownSignals: true
+        function onOpened(ondemandClass) { window.open(ondemandClass) }
+        function onSignInWanted() { signIn.shown = true }
+        function onConsentWanted(consent, then) { consents.ask(consent, then) }
+        function onSubscriptionWanted(then) { subscription.ask(then) }
+        function onClosed() { window.shownClass = null }
+    }
+
+    FocusScope {
+        id: pages
+        anchors.fill: parent
+        focus: !signIn.visible
+        enabled: !signIn.visible && !consents.visible && !subscription.visible
+
+        Page { id: home; name: "home"; sourceComponent: HomePage { focus: true } }
+        Page { id: classes; name: "classes"; sourceComponent: ClassesPage { focus: true } }
+        Page { id: search; name: "search"; sourceComponent: SearchPage { focus: true } }
+        Page { id: membership; name: "membership"; sourceComponent: MembershipPage { focus: true } }
+        Page { id: record; name: "record"; sourceComponent: RecordPage { focus: true; service: KorvelContent.baseURL } }
+        Opening { target: home.item }
+        Opening { target: classes.item }
+        Opening { target: search.item }
+        Opening { target: membership.item }
+
+        Loader {
+            id: classPage
+            objectName: "classPage"
+            anchors.fill: home
+            active: window.shownClass !== null
+            focus: active
+            sourceComponent: ClassPage {
+                focus: true
+                ondemandClass: window.shownClass
+                narrow: window.narrow
+            }
+        }
+        Opening { target: classPage.item }
+
+        Navigation {
+            id: navigation
+            objectName: "navigation"
+            anchors.bottom: parent.bottom
+            narrow: window.narrow
+            current: window.page
+            userName: KorvelContent.loggedIn ? KorvelContent.userName : ""
+            pages: [{ page: "home", text: qsTr("Home"), glyph: "home" },
+                    { page: "classes", text: qsTr("Classes"), glyph: "grid" },
+                    { page: "search", text: qsTr("Search"), glyph: "search" },
+                    { page: "membership", text: qsTr("Member"), glyph: "member" },
+                    { page: "record", text: qsTr("Record"), glyph: "record" }]
+            onChosen: (where) => window.go(where)
+            onUserChosen: KorvelContent.loggedIn ? KorvelContent.logout() : signIn.shown = true
+        }
+    }
+    ConsentDialog {
+        id: consents
+        objectName: "consentDialog"
+    }
+    SubscriptionDialog {
+        id: subscription
+        objectName: "subscriptionDialog"
+        onPlansWanted: window.go("membership")
+    }
+    Loader {
+        id: signIn
+        property bool shown: window.signInFirst && !window.user
+        objectName: "signInPage"
+        anchors.fill: parent
+        active: shown
+        visible: shown
+        focus: shown
+        sourceComponent: SignInPage {
+            focus: true
+            narrow: window.narrow
+            onDone: signIn.shown = false
+        }
+    }
+}
