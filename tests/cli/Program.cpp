@@ -5,6 +5,7 @@
 #include <spawn.h>
 #include <sys/ioctl.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 #include <csignal>
 #include <cstdlib>
@@ -59,7 +60,11 @@ Program::Program(std::vector<std::string> arguments, std::vector<std::string> en
     const auto errors = terminal ? Ends{} : makePipe();
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    if (terminal) {
+        posix_spawn_file_actions_adddup2(&actions, output.theirs, STDIN_FILENO);
+    } else {
+        posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    }
     posix_spawn_file_actions_adddup2(&actions, output.theirs, STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, terminal ? output.theirs : errors.theirs,
                                      STDERR_FILENO);
@@ -70,6 +75,7 @@ Program::Program(std::vector<std::string> arguments, std::vector<std::string> en
     if (!terminal) close(errors.theirs);
     output_ = output.ours;
     errors_ = errors.ours;
+    open_ = {true, !terminal};
     require(failed == 0, "the program does not start");
 }
 
@@ -84,28 +90,53 @@ Program::~Program() {
 
 void Program::signal(int number) const { kill(process_, number); }
 
-Ended Program::wait() {
-    Ended ended;
-    pollfd sources[] = {{output_, POLLIN, 0}, {errors_, POLLIN, 0}};
-    while (sources[0].fd >= 0 || sources[1].fd >= 0) {
-        poll(sources, 2, -1);
-        for (auto& source : sources) {
-            if (source.fd < 0 || source.revents == 0) continue;
-            char bytes[4096];
-            const auto count = read(source.fd, bytes, sizeof bytes);
-            if (count > 0) {
-                (&source == sources ? ended.output : ended.errors)
-                    .append(bytes, static_cast<std::size_t>(count));
-            } else {
-                source.fd = -1;
-            }
+void Program::type(std::string_view keys) const {
+    require(write(output_, keys.data(), keys.size()) == static_cast<ssize_t>(keys.size()),
+            "the terminal takes no keys");
+}
+
+bool Program::echoes() const {
+    termios settings{};
+    require(tcgetattr(output_, &settings) == 0, "no terminal");
+    return (settings.c_lflag & (ICANON | ECHO)) == (ICANON | ECHO);
+}
+
+bool Program::readOnce() {
+    pollfd sources[] = {{open_[0] ? output_ : -1, POLLIN, 0}, {open_[1] ? errors_ : -1, POLLIN, 0}};
+    if (!open_[0] && !open_[1]) return false;
+    poll(sources, 2, -1);
+    for (std::size_t i = 0; i < open_.size(); ++i) {
+        if (sources[i].revents == 0) continue;
+        char bytes[4096];
+        const auto count = read(sources[i].fd, bytes, sizeof bytes);
+        if (count > 0) {
+            (i == 0 ? ended_.output : ended_.errors).append(bytes, static_cast<std::size_t>(count));
+        } else {
+            open_[i] = false;
         }
+    }
+    return true;
+}
+
+bool Program::reads(const std::string& text) {
+    for (;;) {
+        const auto found = ended_.output.find(text, seen_);
+        if (found != std::string::npos) {
+            seen_ = found + text.size();
+            return true;
+        }
+        if (!readOnce()) return false;
+    }
+}
+
+Ended Program::wait() {
+    while (readOnce()) {
     }
     int status = 0;
     waitpid(process_, &status, 0);
     process_ = -1;
-    ended.code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    return ended;
+    ended_.code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    return ended_;
 }
 
 }  // namespace korvel::tests

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <sys/types.h>
+#include <array>
+#include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace korvel::tests {
@@ -15,7 +18,8 @@ struct Ended {
 /// The command-line host as a process of its own, with `environment` alone around it.
 class Program {
 public:
-    enum class Screen { pipes, terminal };  ///< a terminal has 60 columns, and errors are output
+    /// A terminal has 60 columns, and errors are output; without one there is no input.
+    enum class Screen { pipes, terminal };
 
     Program(std::vector<std::string> arguments, std::vector<std::string> environment,
             Screen screen = Screen::pipes);
@@ -24,13 +28,24 @@ public:
     Program& operator=(const Program&) = delete;
 
     void signal(int number) const;
+    void type(std::string_view keys) const;
+    /// Whether the terminal shows what is typed, and by whole lines.
+    bool echoes() const;
+    /// Reads what it writes until it has written `text` since the last call; false if it ends
+    /// first.
+    bool reads(const std::string& text);
     /// Reads what it writes until it ends.
     Ended wait();
 
 private:
+    bool readOnce();
+
     pid_t process_ = -1;
     int output_ = -1;
     int errors_ = -1;
+    std::array<bool, 2> open_{};  ///< output and errors, until their ends
+    Ended ended_;
+    std::size_t seen_ = 0;
 };
 
 }  // namespace korvel::tests

@@ -1,0 +1,145 @@
+#include "Fixture.h"
+
+#include <png.h>
+
+#include <csignal>
+#include <functional>
+
+namespace korvel::tests {
+
+using nlohmann::json;
+
+namespace {
+
+/// The number that the development streams carry in their top row, a bit to each of 16 boxes.
+int numberIn(const std::filesystem::path& file) {
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    if (!png_image_begin_read_from_file(&image, file.c_str())) return -1;
+    image.format = PNG_FORMAT_GRAY;
+    std::vector<std::uint8_t> pixels(PNG_IMAGE_SIZE(image));
+    if (!png_image_finish_read(&image, nullptr, pixels.data(), 0, nullptr)) return -2;
+    int number = 0;
+    for (unsigned bit = 0; bit < 16; ++bit) {
+        const auto x = (2 * bit + 1) * image.width / 32;
+        if (pixels[image.height / 18 * image.width + x] > 128) number |= 1 << bit;
+    }
+    return number;
+}
+
+}  // namespace
+
+class Play : public CommandLine {
+protected:
+    Play() { mayPlay(); }
+    void mayPlay() {
+        service.accounts().logIn("anna");
+        service.accounts().acceptConsent("anna", "privacy-2024");
+        service.accounts().setSubscription("anna", service::Subscription{"now", "gold"});
+    }
+    json recorded(std::size_t index) {
+        const auto all = service.accounts().performances();
+        return index < all.size() ? json::parse(all[index].json) : json();
+    }
+};
+
+TEST_F(Play, ResultIsTheRecordThatTheServiceGotAndThePictureIsTheOneSought) {
+    const auto picture = folder / "picture.png";
+    const auto ended = run({"play", "50102", "--mute", "--json", "--seek", "12", "--no-autoplay",
+                            "--for", "0", "--frame", picture.string()});
+    EXPECT_EQ(ended.code, 0) << ended.errors;
+    EXPECT_EQ(numberIn(picture), 360);
+    auto sent = recorded(0);
+    EXPECT_EQ(sent["contentID"], "50102");
+    sent.erase("requestsource");  // the same for everybody
+    sent.erase("subscriptiontag");
+    EXPECT_EQ(json::parse(ended.output), sent);
+
+    const auto played = run({"play", "50101", "--mute", "--full-screen", "--for", "2"});
+    EXPECT_EQ(played.code, 0) << played.errors;
+    EXPECT_EQ(recorded(1)["actualDurationSecond"], 2);
+    EXPECT_NE(played.output.find("Performed  2 s\n"), std::string::npos) << played.output;
+    EXPECT_NE(played.errors.find(" of 0:30, performed 1 s\n"), std::string::npos);
+}
+
+TEST_F(Play, ReasonsWhyAClassDoesNotPlayHaveTheirExitCode) {
+    using Keys = service::KeyServer::Keys;
+    const auto keys = [&](Answer answer) { service.script("/media/keys", "POST", answer); };
+    const struct {
+        std::function<void()> prepare;
+        int code;
+        const char* reason;
+        Arguments further{};
+    } rows[] = {
+        {[&] {
+             service.script("/ondemand/v1/perform/", "GET", Answer{.status = 601, .body = "x"});
+         },
+         10, "\"korvel consent\" shows which"},
+        {[&] { service.accounts().setSubscription("anna", std::nullopt); }, 11, "korvel subscribe"},
+        {[&] { service.script("/ondemand/v1/perform/", "GET", Answer{.body = "[]"}); }, 9,
+         "no class '50102' to play"},
+        {[&] { service.script("/ondemand/v1/perform/", "GET", Answer{.hold = true}); },
+         4,
+         "no answer within 2 s",
+         {"--timeout", "2"}},
+        {[&] { service.keys().give(Keys::wrong); }, 12, "the stream failed: "},
+        {[&] { keys(Answer{.status = 403, .body = "no"}); }, 12, "the stream failed: "},
+        {[&] { keys(Answer{.hold = true}); }, 4, "no picture within 2 s", {"--timeout", "2"}},
+        {[&] { service.script("/media/", "GET", Answer{.status = 404}, 99); }, 12,
+         "the stream failed: "},
+        {[&] {
+             service.script("/ondemand/v1/ondemandtracking", "POST",
+                            Answer{.status = 500, .body = "full"});
+         },
+         3, "may not be recorded: the service answered 500: full"},
+        {[] {}, 1, "No such file", {"--frame", "/nowhere/x.png"}},
+    };
+    for (const auto& [prepare, code, reason, further] : rows) {
+        SCOPED_TRACE(reason);
+        prepare();
+        Arguments arguments{"play", "50102", "--mute", "--for", "0.1"};
+        arguments.insert(arguments.end(), further.begin(), further.end());
+        const auto ended = run(arguments);
+        EXPECT_EQ(ended.code, code);
+        EXPECT_NE(ended.errors.find(reason), std::string::npos) << ended.errors;
+        service.clearScripts();
+        service.release();
+        service.keys().give(Keys::right);
+        mayPlay();
+    }
+    const auto stranger = run({"play", "50102", "--mute", "--user", "berta"});
+    EXPECT_EQ(stranger.code, 10);
+    EXPECT_NE(stranger.errors.find("korvel accept privacy-2024"), std::string::npos);
+}
+
+TEST_F(Play, KeysSteerAndTheTerminalIsAsBeforeWhateverTheEnd) {
+    using Screen = Program::Screen;
+    const Arguments arguments{"play", "50101", "--mute"};
+    Program program(arguments, environment(), Screen::terminal);
+    ASSERT_TRUE(program.reads("q stops"));
+    EXPECT_FALSE(program.echoes());
+    ASSERT_TRUE(program.reads("playing 0:0"));
+    program.type(" ");
+    ASSERT_TRUE(program.reads("paused 0:0"));
+    program.type("\x1b[C\x1bOC\x1b[D");
+    ASSERT_TRUE(program.reads("paused 0:1"));
+    program.type("\x1b[1;5Px q");
+    EXPECT_EQ(program.wait().code, 0);
+    EXPECT_TRUE(program.echoes());
+    EXPECT_LE(recorded(0)["actualDurationSecond"], 2);
+
+    Program interrupted(arguments, environment(), Screen::terminal);
+    ASSERT_TRUE(interrupted.reads("playing 0:0"));
+    interrupted.signal(SIGINT);
+    EXPECT_EQ(interrupted.wait().code, 130);
+    EXPECT_TRUE(interrupted.echoes());
+    EXPECT_FALSE(recorded(1).is_null()) << "stopped in order";
+
+    Program aborted(arguments, environment(), Screen::terminal);
+    ASSERT_TRUE(aborted.reads("playing 0:0"));
+    aborted.signal(SIGQUIT);
+    EXPECT_EQ(aborted.wait().code, 128 + SIGQUIT);
+    EXPECT_TRUE(aborted.echoes());
+}
+
+}  // namespace korvel::tests
