@@ -161,7 +161,7 @@ Color paint(const Motif& motif, const Palette& palette, float x, float y) {
 }
 
 std::uint8_t byteOf(float part) {
-    return static_cast<std::uint8_t>(std::clamp(part, 0.0F, 1.0F) * 255 + 0.5F);
+    return static_cast<std::uint8_t>(std::lround(std::clamp(part, 0.0F, 1.0F) * 255));
 }
 
 std::string encoded(std::vector<std::uint8_t>& pixels) {

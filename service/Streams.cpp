@@ -22,8 +22,7 @@ void serve(const std::filesystem::path& file, const Request& request, Response& 
         at != std::string::npos) {
         content.replace(at, placeholder.size(), request.get_header_value("Host"));
     }
-    response.set_content(std::move(content),
-                         isPlaylist ? "application/vnd.apple.mpegurl" : "video/mp2t");
+    response.set_content(content, isPlaylist ? "application/vnd.apple.mpegurl" : "video/mp2t");
 }
 
 }  // namespace

@@ -42,7 +42,7 @@ std::string encrypted(const std::string& plain, const ContentKey& key, std::size
                           static_cast<int>(plain.size())) &&
         EVP_EncryptFinal_ex(context.get(), into + written, &rest);
     if (!done) throw std::runtime_error("cannot encrypt");
-    sealed.resize(static_cast<std::size_t>(written + rest));
+    sealed.resize(static_cast<std::size_t>(written) + static_cast<std::size_t>(rest));
     return sealed;
 }
 

@@ -152,7 +152,9 @@ private:
         curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &StreamCurl::receive);
         curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
         for (const auto& [name, value] : request_.headers()) {
-            curl_slist* longer = curl_slist_append(headers_.get(), (name + ": " + value).c_str());
+            std::string line = name;
+            line.append(": ").append(value);
+            curl_slist* longer = curl_slist_append(headers_.get(), line.c_str());
             if (!longer) continue;
             (void)headers_.release();
             headers_.reset(longer);

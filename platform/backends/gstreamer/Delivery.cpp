@@ -79,7 +79,7 @@ private:
         auto* bytes = std::get_if<Data>(&portion);
         if (!bytes || offset_ > 0 || !isPlaylist(viewOf(*bytes))) return portion;
         while (bytes->size() <= longestPlaylist) {
-            const auto following = more();
+            auto following = more();
             if (std::holds_alternative<EndOfBytes>(following)) return routed(viewOf(*bytes));
             const auto* rest = std::get_if<Data>(&following);
             if (!rest) return following;
