@@ -11,6 +11,14 @@ ClassList::ClassList(QObject* parent) : QAbstractListModel(parent) {
     connect(&KorvelContent::instance(), &KorvelContent::configuredChanged, this, [this] {
         if (complete_) reload();
     });
+    connect(&request_, &ServiceRequest::failed, this, [this] {
+        if (!afresh_ || classes_.empty()) return;
+        beginResetModel();  // they would not be what was asked for
+        classes_.clear();
+        total_ = -1;
+        endResetModel();
+        Q_EMIT countChanged();
+    });
 }
 
 void ClassList::componentComplete() {

@@ -29,7 +29,7 @@ public:
 
     explicit ClassList(QObject* parent = nullptr);
 
-    /// Starts afresh with the first page; the classes stay until that has come.
+    /// Starts afresh with the first page; the classes stay until that has come or failed.
     Q_INVOKABLE void reload();
     /// The class in that row; not a valid one if there is no such row.
     Q_INVOKABLE korvel::qml::OndemandClass classAt(int row) const;

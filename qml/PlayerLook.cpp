@@ -3,6 +3,7 @@
 
 #include <QFile>
 #include <QQmlFile>
+#include <QRegularExpression>
 #include <algorithm>
 #include <optional>
 
@@ -15,12 +16,19 @@ std::optional<UIColor> color(const QColor& from) {
     return UIColor{from.redF(), from.greenF(), from.blueF(), from.alphaF()};
 }
 
+/// As files are named everywhere: "play@2x.png" has two pixels per point.
+double scaleOf(const QString& fileName) {
+    static const QRegularExpression suffix(QStringLiteral("@([1-4])x\\."));
+    const auto match = suffix.match(fileName);
+    return match.hasMatch() ? match.captured(1).toInt() : 1;
+}
+
 std::optional<UIImage> picture(const QUrl& address) {
     if (address.isEmpty()) return std::nullopt;
     QFile file(QQmlFile::urlToLocalFileOrQrc(address));
     if (!file.open(QIODevice::ReadOnly)) return std::nullopt;
     const auto bytes = file.readAll();
-    return UIImage::withData(platform::bytesOf(bytes.toStdString()));
+    return UIImage::withData(platform::bytesOf(bytes.toStdString()), scaleOf(address.fileName()));
 }
 
 UIFont font(const QFont& from) {

@@ -13,7 +13,8 @@ class KCSDKVideoViewBuilder;
 namespace qml {
 
 /// The look of the SDK's controls. What is left alone keeps the SDK's own look. Pictures are PNG
-/// files, on disk or in the application's resources.
+/// files, on disk or in the application's resources; "@2x" before the dot means two pixels per
+/// point.
 class PlayerLook : public QObject {
     Q_OBJECT
     QML_ELEMENT

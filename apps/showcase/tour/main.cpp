@@ -1,9 +1,13 @@
 #include "Driver.h"
 
+#include <QEventLoop>
 #include <QGuiApplication>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
 #include <QQmlApplicationEngine>
 #include <QQmlExtensionPlugin>
 #include <cstdio>
+#include <memory>
 
 // Takes the showcase through an evening with the service, by mouse and keyboard, and leaves a
 // picture of every stage: korvel-showcase-tour FOLDER. The environment names the service.
@@ -156,34 +160,30 @@ private:
     }
 
     void fullScreen() {
-        driver_.step("Full screen, and back");
+        driver_.step("Full screen");
         driver_.click(driver_.see("fullScreen"));
         driver_.waitUntil("full screen", [&] { return player().property("fullScreen").toBool(); });
         driver_.pause(1200);
         driver_.shoot("full-screen");
-        driver_.key(Qt::Key_Escape);
-        driver_.pause(900);
-        if (player().property("fullScreen").toBool())
-            QMetaObject::invokeMethod(&player(), "exitFullScreen");
-        driver_.waitUntil("the page again",
-                          [&] { return !player().property("fullScreen").toBool(); });
-        driver_.pause(700);
-        driver_.shoot("embedded-again");
     }
 
     void close() {
         driver_.step("Close");
         driver_.click(driver_.hear("Close"));
-        driver_.waitUntil("the player's end",
-                          [&] { return !player().property("active").toBool(); });
-        std::printf("   performed %d s\n", player().property("performedSeconds").toInt());
-        driver_.pause(500);
+        waitForClosing();
+        driver_.pause(700);
         driver_.shoot("closed");
     }
 
+    void waitForClosing() {
+        driver_.waitUntil("the player's end",
+                          [&] { return !player().property("active").toBool(); });
+        std::printf("   performed %d s\n", player().property("performedSeconds").toInt());
+    }
+
     void ownControls() {
-        driver_.step("The application's own controls");
-        driver_.click(driver_.see("controlsSwitch"));
+        driver_.step("The application's own controls, in the page and full screen");
+        driver_.click(driver_.see("segment-1"));
         driver_.click(driver_.see("play"));
         waitForPlayback();
         auto& stage = driver_.see("stage");
@@ -192,14 +192,19 @@ private:
         driver_.waitUntil("the pause", [&] { return !player().property("playing").toBool(); });
         driver_.pause(600);
         driver_.shoot("own-controls");
+        driver_.click(driver_.see("ownToggle"));
         driver_.click(driver_.see("ownFullScreen"));
         driver_.pause(1000);
         driver_.shoot("own-full-screen");
         driver_.click(driver_.see("ownFullScreen"));
+        driver_.waitUntil("the page again",
+                          [&] { return !player().property("fullScreen").toBool(); });
         driver_.pause(800);
+        driver_.moveTo(stage.mapToScene({stage.width() / 2, stage.height() / 4}));
+        driver_.pause(400);
+        driver_.shoot("own-embedded-again");
         driver_.click(driver_.see("ownClose"));
-        driver_.waitUntil("the player's end",
-                          [&] { return !player().property("active").toBool(); });
+        waitForClosing();
     }
 
     void otherPages() {
@@ -214,11 +219,12 @@ private:
         driver_.shoot("record");
     }
 
-    /// A service that refuses is shown as such, with a way on.
+    /// Whatever the service does is shown as such, with a way on.
     void failure() {
-        driver_.step("A service that refuses");
+        driver_.step("A service that takes its time, and then refuses");
+        order(R"({"path": "/ondemand/v1/classes", "status": 503, "delayMs": 1500,
+                  "body": "{\"message\": \"We are moving house. Back in a minute.\"}"})");
         driver_.click(driver_.see("nav-classes"));
-        emit_("refuse");
         driver_.click(driver_.see("sorting"));
         driver_.pause(300);
         driver_.key(Qt::Key_Down);
@@ -230,18 +236,40 @@ private:
         driver_.waitUntil("the classes", [&] { return !driver_.sees("retry"); });
     }
 
+    /// Steers the development service.
+    static void order(const QByteArray& script) {
+        QNetworkAccessManager network;
+        QNetworkRequest request(
+            QUrl(qEnvironmentVariable("KORVEL_URL") + QStringLiteral("dev/script")));
+        request.setHeader(QNetworkRequest::ContentTypeHeader, "application/json");
+        const std::unique_ptr<QNetworkReply> reply(network.post(request, script));
+        QEventLoop loop;
+        QObject::connect(reply.get(), &QNetworkReply::finished, &loop, &QEventLoop::quit);
+        loop.exec();
+    }
+
+    /// A window that stands upright is turned for full screen, as a device would be.
     void portrait() {
-        driver_.step("Upright");
+        driver_.step("Upright, and turned for full screen");
         window_.resize(430, 880);
+        driver_.pause(600);
         driver_.click(driver_.see("nav-home"));
         driver_.pause(900);
         driver_.shoot("upright-home");
         driver_.click(driver_.see("heroOpen"));
         driver_.pause(900);
         driver_.shoot("upright-class");
+        driver_.click(driver_.see("fullScreen"));
+        waitForPlayback();
+        driver_.waitUntil("the turn", [&] { return window_.width() > window_.height(); });
+        driver_.pause(900);
+        driver_.shoot("turned");
+        driver_.click({window_.width() / 2.0, window_.height() / 3.0});
+        driver_.pause(1200);
+        driver_.click(driver_.hear("Close"));
+        driver_.waitUntil("the turn back", [&] { return window_.height() > window_.width(); });
+        waitForClosing();
     }
-
-    void emit_(const char*) {}
 
     QQuickWindow& window_;
     Driver driver_;

@@ -29,14 +29,9 @@ Rectangle {
         opacity: status === Image.Ready ? 1 : 0
         Behavior on opacity { NumberAnimation { duration: Theme.calm } }
     }
-    // Clipping to a rounded shape needs a GPU; a frame in the colour around it does not.
-    Rectangle {
-        anchors.fill: parent
-        anchors.margins: -border.width
+    Corners {
         visible: frame.corner > 0
-        color: "transparent"
-        radius: frame.corner + border.width
-        border.width: 8
-        border.color: frame.around
+        around: frame.around
+        corner: frame.corner
     }
 }

@@ -67,7 +67,6 @@ FocusScope {
                         anchors.fill: parent
                         source: page.ondemandClass.imageLink
                         caption: page.ondemandClass.className
-                        corner: player.active ? 0 : Theme.radius
                     }
                     Rectangle {
                         anchors.fill: parent
@@ -88,6 +87,8 @@ FocusScope {
                         overlay: page.ownControls ? own : null
                         look.themeColor: Theme.accent
                         look.titleColor: Theme.text
+                        look.playImage: "qrc:/qt-project.org/imports/Showcase/pictures/play@3x.png"
+                        look.pauseImage: "qrc:/qt-project.org/imports/Showcase/pictures/pause@3x.png"
                         look.sliderMaximumColor: "#66ffffff"
                         look.titleFont: Qt.font({ family: Theme.family, pixelSize: 22, weight: Font.Bold })
                         onStarted: { log.note(qsTr("started")); own.wake() }
@@ -103,6 +104,7 @@ FocusScope {
                         onLikelyToKeepUp: log.note(qsTr("likely to keep up"))
                         onExited: (seconds) => log.note(qsTr("exit after %1 performed").arg(Theme.count(seconds, qsTr("second"), qsTr("seconds"))))
                     }
+                    Corners {}
                     Item {  // where the application's controls wait until the player takes them
                         visible: false
                         OwnControls {
@@ -161,13 +163,11 @@ FocusScope {
                         enabled: !player.request.busy
                         onClicked: player.active ? player.enterFullScreen() : page.play(true)
                     }
-                    AppButton {
-                        objectName: "controlsSwitch"
-                        kind: AppButton.Quiet
-                        glyph: page.ownControls ? "check" : ""
-                        text: page.ownControls ? qsTr("App's own controls") : qsTr("SDK's controls")
+                    Segments {
+                        choices: [qsTr("SDK's controls"), qsTr("Own controls")]
+                        current: page.ownControls ? 1 : 0
                         enabled: !player.active && !player.request.busy
-                        onClicked: page.ownControls = !page.ownControls
+                        onChosen: (index) => page.ownControls = index === 1
                     }
                 }
                 Label {

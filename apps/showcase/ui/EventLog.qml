@@ -14,7 +14,7 @@ Panel {
         width: parent.width
         Repeater {
             model: [[qsTr("Position"), log.player.active ? Theme.clock(log.player.position) : "–"],
-                    [qsTr("Length"), log.player.duration > 0 && log.player.active ? Theme.clock(log.player.duration) : "–"],
+                    [qsTr("Length"), log.player.duration > 0 && log.player.active ? Theme.clock(Math.round(log.player.duration)) : "–"],
                     [qsTr("Performed"), qsTr("%1 s").arg(log.player.performedSeconds)]]
             Column {
                 required property var modelData

@@ -27,6 +27,14 @@ Item {
         Behavior on opacity { NumberAnimation { duration: Theme.calm } }
 
         Rectangle {
+            anchors { left: parent.left; right: parent.right; top: parent.top }
+            height: Math.min(110, parent.height / 2)
+            gradient: Gradient {
+                GradientStop { position: 0; color: "#c8000000" }
+                GradientStop { position: 1; color: "#00000000" }
+            }
+        }
+        Rectangle {
             anchors { left: parent.left; right: parent.right; bottom: parent.bottom }
             height: Math.min(140, parent.height / 2)
             gradient: Gradient {
@@ -105,7 +113,7 @@ Item {
         Label {
             id: total
             anchors { right: full.left; rightMargin: 12; verticalCenter: toggle.verticalCenter }
-            text: Theme.clock(controls.player.duration)
+            text: Theme.clock(Math.round(controls.player.duration))
             font.pixelSize: Theme.caption
             color: Theme.muted
         }
