@@ -57,8 +57,36 @@ QRectF rectOf(const CGRect& rect) {
     return {rect.minX(), rect.minY(), rect.size.width, rect.size.height};
 }
 
-PainterCanvas::PainterCanvas(QImage& picture)
+void BoundsCanvas::fill(const CGRect& rect, double, const UIColor&) { bounds |= rectOf(rect); }
+
+void BoundsCanvas::image(const UIImage&, const CGRect& rect, const std::optional<UIColor>&,
+                         double) {
+    bounds |= rectOf(rect);
+}
+
+void BoundsCanvas::text(const std::string& text, const UIFont& font, const UIColor&,
+                        const CGRect& rect, NSTextAlignment alignment) {
+    const QFontMetricsF metrics(fontFor(font));
+    const double overhang = metrics.height() / 2;  // of slanted letters
+    const double width = std::min(
+        metrics.horizontalAdvance(QString::fromStdString(text)) + 2 * overhang, rect.size.width);
+    auto line = rectOf(rect);
+    if (alignment == NSTextAlignment::left) line.setRight(line.left() + width);
+    if (alignment == NSTextAlignment::right) line.setLeft(line.right() - width);
+    if (alignment == NSTextAlignment::center) {
+        const double spare = (line.width() - width) / 2;
+        line.adjust(spare, 0, -spare, 0);
+    }
+    bounds |= line;
+}
+
+void BoundsCanvas::arc(const CGRect& rect, double, double, double lineWidth, const UIColor&) {
+    bounds |= rectOf(rect.insetBy(-lineWidth / 2, -lineWidth / 2));
+}
+
+PainterCanvas::PainterCanvas(QImage& picture, QPointF origin)
     : painter_(&picture), scale_(picture.devicePixelRatio()) {
+    painter_.translate(-origin);
     painter_.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
 }
 

@@ -13,6 +13,8 @@ namespace {
 /// Above what a host puts into its window, below the popups of Qt Quick Controls.
 constexpr double aboveHost = 1'000'000;
 constexpr int tickMilliseconds = 16;
+/// No video worth the name changes its picture less often.
+constexpr Clock::Duration longestPicture = std::chrono::milliseconds(50);
 
 /// All hosts' items that were lent to the item or to those in it.
 void giveBackAll(QQuickItem& item) {
@@ -125,8 +127,15 @@ void Surface::fadeOut(const UIView& view) {
     polish();
 }
 
-void Surface::queue(ViewItem& item) {
+void Surface::queue(ViewItem& item, When when) {
     if (std::find(queued_.begin(), queued_.end(), &item) == queued_.end()) queued_.push_back(&item);
+    if (when == When::nextFrame || now() - lastVideo_ > longestPicture) return askForFrame();
+    if (!video_.isActive()) video_.start(longestPicture / std::chrono::milliseconds(1), this);
+}
+
+/// Items that say only while a frame is being made that they have changed get another one for it.
+void Surface::askForFrame() {
+    for (auto* item : queued_) item->update();
     polish();
 }
 
@@ -148,6 +157,7 @@ bool Surface::isMoving(const ViewItem& item) const {
 void Surface::updatePolish() {
     if (!shown_) return;
     const auto kept = shown_;
+    video_.stop();
     kept->layoutIfNeeded();
     if (std::exchange(treeChanged_, false)) reconcile();
     for (auto* item : std::exchange(queued_, {})) item->refresh();
@@ -253,8 +263,10 @@ void Surface::step() {
 }
 
 void Surface::timerEvent(QTimerEvent* event) {
-    if (event->timerId() != ticks_.timerId()) return QQuickItem::timerEvent(event);
-    step();
+    if (event->timerId() == ticks_.timerId()) return step();
+    if (event->timerId() != video_.timerId()) return QQuickItem::timerEvent(event);
+    video_.stop();
+    askForFrame();
 }
 
 }  // namespace korvel::platform::qtquick

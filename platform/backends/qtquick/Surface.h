@@ -44,7 +44,9 @@ public:
     void fadeOut(const UIView& view);
 
     // From its items.
-    void queue(ViewItem& item);
+    enum class When { nextFrame, withVideo };  ///< with the next picture, if a video is playing
+    void queue(ViewItem& item, When when);
+    void videoChanged() { lastVideo_ = now(); }
     void forget(ViewItem& item);
     void animate(ViewItem& item);
     bool isMoving(const ViewItem& item) const;
@@ -83,6 +85,7 @@ private:
     void reconcile();
     ViewItem& place(const std::shared_ptr<UIView>& view, QQuickItem& parent, double z);
     void retire(ViewItem& item);
+    void askForFrame();
     void updateShown();
     void step();
     bool takes(QPointF point) const;
@@ -104,6 +107,8 @@ private:
     bool showsAnything_ = false;
     std::optional<int> finger_;
     QBasicTimer ticks_;
+    QBasicTimer video_;  ///< waits for the next picture, but not for ever
+    Clock::Instant lastVideo_{};
     QPointer<QQuickItem> formerFocus_;
     std::unique_ptr<FocusRing> ring_;
 };

@@ -88,7 +88,17 @@ void ViewItem::note(unsigned parts) {
     if (frozen_) return;
     noted_ |= parts;
     // What nobody sees waits, at no cost, until somebody does.
-    if (parts != content || (isVisible() && opacity() > 0)) surface_.queue(*this);
+    if (parts == content && (!isVisible() || opacity() <= 0)) return;
+    surface_.queue(*this, parts == content && followsVideo() ? Surface::When::withVideo
+                                                             : Surface::When::nextFrame);
+}
+
+/// A knob that moves by itself: between two pictures of the video nobody misses it, and a frame for
+/// its sake costs as much as one for the video's.
+bool ViewItem::followsVideo() const {
+    const auto view = view_.lock();
+    const auto* slider = dynamic_cast<const UISlider*>(view.get());
+    return slider && !slider->isTracking();
 }
 
 void ViewItem::freeze() {
@@ -157,28 +167,33 @@ void ViewItem::paintLike(UIView& view) {
     background_ = view.backgroundColor() ? colorOf(*view.backgroundColor()) : Qt::transparent;
     if (video_) {
         frame_ = video_->newestFrame();
+        surface_.videoChanged();
         gravity_ = video_->videoGravity();
     } else if (draws_) {
-        picture_ = drawn(view);
+        draw(view);
     }
     pictureChanged_ = true;
     if (draws_ || video_ || background_.alpha() > 0) setFlag(ItemHasContents);
     update();
     if (view.secondsPerTurn() > 0) surface_.animate(*this);
-    if (dynamic_cast<const UISlider*>(&view)) Q_EMIT valueChanged();
+    if (QAccessible::isActive() && dynamic_cast<const UISlider*>(&view)) Q_EMIT valueChanged();
 }
 
-QImage ViewItem::drawn(const UIView& view) const {
+/// Only as large as it must be: what is transparent has to be blended, too.
+void ViewItem::draw(const UIView& view) {
+    BoundsCanvas measuring;
+    view.draw(measuring);
     const double scale = window() ? window()->effectiveDevicePixelRatio() : 1;
-    const QSize pixels(static_cast<int>(std::ceil(width() * scale)),
-                       static_cast<int>(std::ceil(height() * scale)));
-    if (pixels.isEmpty()) return {};
-    QImage image(pixels, QImage::Format_ARGB32_Premultiplied);
-    image.setDevicePixelRatio(scale);
-    image.fill(Qt::transparent);
-    PainterCanvas canvas(image);
+    const auto seen = measuring.bounds.intersected(boundingRect());
+    const auto pixels = QRectF(seen.topLeft() * scale, seen.size() * scale).toAlignedRect();
+    picture_ = {};
+    if (seen.isEmpty()) return;
+    origin_ = QPointF(pixels.topLeft()) / scale;
+    picture_ = QImage(pixels.size(), QImage::Format_ARGB32_Premultiplied);
+    picture_.setDevicePixelRatio(scale);
+    picture_.fill(Qt::transparent);
+    PainterCanvas canvas(picture_, origin_);
     view.draw(canvas);
-    return image;
 }
 
 void ViewItem::takeInputLike(const UIView& view) {
@@ -192,7 +207,10 @@ void ViewItem::takeInputLike(const UIView& view) {
 
 void ViewItem::describeLike(const UIView& view) {
     const auto role = roleOf(view.accessibilityRole());
-    if (role != QAccessible::NoRole) describe(*this, role, QString::fromStdString(nameOf(view)));
+    auto name = QString::fromStdString(nameOf(view));
+    if (role == QAccessible::NoRole || name_ == name) return;
+    describe(*this, role, name);
+    name_ = std::move(name);
 }
 
 void ViewItem::lend(const std::shared_ptr<UIView>& view) {
@@ -223,8 +241,7 @@ QSGNode* ViewItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
         updateVideo(*node);
     } else if (draws_) {
         const QRectF pixels = picture_.rect();
-        node->setPicture(*window(), picture_, {QPointF(), picture_.deviceIndependentSize()},
-                         pixels);
+        node->setPicture(*window(), picture_, {origin_, picture_.deviceIndependentSize()}, pixels);
     }
     return node;
 }

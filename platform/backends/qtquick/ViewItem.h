@@ -68,12 +68,13 @@ protected:
     void focusOutEvent(QFocusEvent* event) override;
 
 private:
+    bool followsVideo() const;
     void placeLike(const UIView& view);
     void fadeLike(const UIView& view);
     void paintLike(UIView& view);
     void takeInputLike(const UIView& view);
     void describeLike(const UIView& view);
-    QImage drawn(const UIView& view) const;
+    void draw(const UIView& view);
     void updateVideo(ViewNode& node);
 
     const std::weak_ptr<UIView> view_;
@@ -85,9 +86,11 @@ private:
     unsigned noted_ = 0;
     bool frozen_ = false;
     bool takesFocus_ = false;
+    std::optional<QString> name_;  ///< that screen readers were told
 
     QColor background_ = Qt::transparent;
     QImage picture_;
+    QPointF origin_;  ///< of the picture
     bool pictureChanged_ = false;
     std::shared_ptr<const VideoFrame> frame_;
     AVLayerVideoGravity gravity_{};

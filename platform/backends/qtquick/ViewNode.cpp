@@ -27,7 +27,8 @@ ViewNode::ViewNode(QQuickWindow& window, bool withPicture)
 }
 
 void ViewNode::setBackground(const QRectF& rect, const QColor& color) {
-    if (background_->rect() != rect) background_->setRect(rect);
+    const QRectF seen = color.alpha() > 0 ? rect : QRectF();  // or it would be blended for nothing
+    if (background_->rect() != seen) background_->setRect(seen);
     if (background_->color() != color) background_->setColor(color);
 }
 
@@ -37,7 +38,7 @@ void ViewNode::setPicture(QQuickWindow& window, const QImage& picture, const QRe
     const auto options = shown && !picture.hasAlphaChannel() ? QQuickWindow::TextureIsOpaque
                                                              : QQuickWindow::TextureHasAlphaChannel;
     picture_->setTexture(window.createTextureFromImage(shown ? picture : nothing(), options));
-    const QRectF place = shown ? target : QRectF(0, 0, 1, 1);
+    const QRectF place = shown ? target : QRectF();
     const QRectF part = shown ? source : QRectF(0, 0, 1, 1);
     // One pixel for one needs no filter, and filtering costs the software renderer dear.
     const bool exact = place.size() * window.effectiveDevicePixelRatio() == part.size();
