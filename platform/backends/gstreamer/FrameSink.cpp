@@ -11,15 +11,6 @@ namespace korvel::platform::gst {
 
 using namespace std::chrono_literals;
 
-struct FrameSink::State {
-    Listener listener;
-    mutable std::mutex mutex;
-    std::shared_ptr<const VideoFrame> newest;
-    std::optional<std::chrono::nanoseconds> origin;
-
-    void take(GstSample* sample);
-};
-
 namespace {
 
 /// A first picture later than that is meant to be late.
@@ -29,6 +20,11 @@ constexpr std::chrono::nanoseconds longestLead = 2s;
 constexpr std::chrono::nanoseconds slack = 50us;
 
 using Sample = std::unique_ptr<GstSample, decltype(&gst_sample_unref)>;
+
+std::chrono::nanoseconds nanoseconds(guint64 time) {
+    return std::chrono::nanoseconds(GST_CLOCK_TIME_IS_VALID(time) ? static_cast<std::int64_t>(time)
+                                                                  : 0);
+}
 
 struct Mapping {
     Mapping(const GstVideoInfo& info, Sample sample) : sample_(std::move(sample)) {
@@ -61,10 +57,23 @@ VideoFrame::Matrix matrixOf(const GstVideoInfo& info) {
 }
 
 std::chrono::nanoseconds timeOf(GstSample* sample) {
-    const guint64 time = gst_segment_to_stream_time(gst_sample_get_segment(sample), GST_FORMAT_TIME,
-                                                    GST_BUFFER_PTS(gst_sample_get_buffer(sample)));
-    return std::chrono::nanoseconds(GST_CLOCK_TIME_IS_VALID(time) ? static_cast<std::int64_t>(time)
-                                                                  : 0);
+    return nanoseconds(gst_segment_to_stream_time(gst_sample_get_segment(sample), GST_FORMAT_TIME,
+                                                  GST_BUFFER_PTS(gst_sample_get_buffer(sample))));
+}
+
+std::chrono::nanoseconds endOf(GstSample* sample) {
+    return timeOf(sample) + nanoseconds(GST_BUFFER_DURATION(gst_sample_get_buffer(sample)));
+}
+
+Sample sampleOf(GstPad* pad, GstBuffer* buffer) {
+    GstCaps* caps = gst_pad_get_current_caps(pad);
+    GstEvent* event = gst_pad_get_sticky_event(pad, GST_EVENT_SEGMENT, 0);
+    const GstSegment* segment = nullptr;
+    if (event) gst_event_parse_segment(event, &segment);
+    Sample sample(gst_sample_new(buffer, caps, segment, nullptr), gst_sample_unref);
+    if (event) gst_event_unref(event);
+    if (caps) gst_caps_unref(caps);
+    return sample;
 }
 
 /// The decoder's own memory, not copied; null if it cannot be read.
@@ -94,6 +103,22 @@ std::shared_ptr<VideoFrame> frameOf(Sample sample) {
 
 }  // namespace
 
+struct FrameSink::State {
+    Listener listener;
+    mutable std::mutex mutex;
+    std::shared_ptr<const VideoFrame> newest;
+    std::optional<std::chrono::nanoseconds> origin;
+    // In the pipeline's time. The latter counts once what came before the seek has been flushed.
+    std::optional<std::chrono::nanoseconds> first;
+    std::optional<std::chrono::nanoseconds> nextFirst;
+    Sample lastSkipped{nullptr, gst_sample_unref};  ///< streaming thread
+
+    void take(GstSample* sample);
+    void flushed();
+    bool skips(GstPad* pad, GstBuffer* buffer);
+    GstPadProbeReturn see(GstPad* pad, GstPadProbeInfo* info);
+};
+
 void FrameSink::State::take(GstSample* sample) {
     if (!sample) return;  // flushed in the meantime
     auto frame = frameOf(Sample(sample, gst_sample_unref));
@@ -106,6 +131,42 @@ void FrameSink::State::take(GstSample* sample) {
         former = std::exchange(newest, std::move(frame));
     }
     listener.frameChanged();
+}
+
+void FrameSink::State::flushed() {
+    {
+        const std::lock_guard lock(mutex);
+        first = std::exchange(nextFirst, std::nullopt);
+    }
+    lastSkipped.reset();
+    listener.flushed();
+}
+
+bool FrameSink::State::skips(GstPad* pad, GstBuffer* buffer) {
+    const std::lock_guard lock(mutex);
+    if (!first) return false;
+    auto sample = sampleOf(pad, buffer);
+    const bool early = endOf(sample.get()) <= *first;
+    lastSkipped = early ? std::move(sample) : Sample(nullptr, gst_sample_unref);
+    if (!early) first.reset();
+    return early;
+}
+
+GstPadProbeReturn FrameSink::State::see(GstPad* pad, GstPadProbeInfo* info) {
+    if ((info->type & GST_PAD_PROBE_TYPE_BUFFER) != 0) {
+        return skips(pad, GST_PAD_PROBE_INFO_BUFFER(info)) ? GST_PAD_PROBE_DROP : GST_PAD_PROBE_OK;
+    }
+    switch (GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info))) {
+        case GST_EVENT_FLUSH_STOP:
+            flushed();
+            break;
+        case GST_EVENT_EOS:  // the last one is what there is to show
+            take(lastSkipped.release());
+            break;
+        default:
+            break;
+    }
+    return GST_PAD_PROBE_OK;
 }
 
 FrameSink::FrameSink(Listener listener)
@@ -142,14 +203,19 @@ FrameSink::FrameSink(Listener listener)
 
     const Ref<GstPad> pad(gst_element_get_static_pad(element(), "sink"));
     gst_pad_add_probe(
-        pad.get(), GST_PAD_PROBE_TYPE_EVENT_FLUSH,
-        [](GstPad*, GstPadProbeInfo* info, gpointer shared) {
+        pad.get(),
+        static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_EVENT_FLUSH |
+                                     GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM),
+        [](GstPad* sink, GstPadProbeInfo* info, gpointer shared) {
             const HandOver handOver(shared);
-            if (GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) == GST_EVENT_FLUSH_STOP)
-                (*static_cast<Shared*>(shared))->listener.flushed();
-            return GST_PAD_PROBE_OK;
+            return (*static_cast<Shared*>(shared))->see(sink, info);
         },
         share(), release);
+}
+
+void FrameSink::showFrom(std::chrono::nanoseconds time) {
+    const std::lock_guard lock(state_->mutex);
+    state_->nextFirst = time + state_->origin.value_or(std::chrono::nanoseconds::zero());
 }
 
 std::chrono::nanoseconds FrameSink::origin() const {

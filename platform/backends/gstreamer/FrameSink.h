@@ -26,6 +26,10 @@ public:
     /// first picture is at zero. Zero until there is one.
     std::chrono::nanoseconds origin() const;
 
+    /// After the seek that follows, pictures that end by then are not shown, however early it
+    /// lands.
+    void showFrom(std::chrono::nanoseconds time);
+
 private:
     struct State;
     const std::shared_ptr<State> state_;

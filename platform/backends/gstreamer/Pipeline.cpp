@@ -139,11 +139,16 @@ void Pipeline::changeRate(double rate) {
                          GST_SEEK_TYPE_NONE, 0, GST_SEEK_TYPE_NONE, 0)) {
         return;
     }
-    const auto here = position();
-    if (here) {
-        gst_element_seek(playbin_.get(), rate, GST_FORMAT_TIME, flushingSeek, GST_SEEK_TYPE_SET,
-                         within(*here + frames_->origin()), GST_SEEK_TYPE_NONE, 0);
-    }
+    if (const auto here = position()) jump(*here, rate);
+}
+
+/// Demuxers choose the segment by a time line on which its pictures come later, by the origin:
+/// sought at `to` they begin early, but never in the next segment or beyond the end.
+bool Pipeline::jump(nanoseconds to, double rate) {
+    frames_->showFrom(to);
+    from_ = to.count();
+    return gst_element_seek(playbin_.get(), rate, GST_FORMAT_TIME, flushingSeek, GST_SEEK_TYPE_SET,
+                            within(to), GST_SEEK_TYPE_NONE, 0) != FALSE;
 }
 
 /// The sound device that gave the time has gone: pausing and going on finds another clock.
@@ -159,11 +164,9 @@ void Pipeline::seek(nanoseconds to) {
     flushed_ = false;
     seeking_ = true;
     onHelper([to](Pipeline& self) {
-        const bool accepted =
-            gst_element_seek(self.playbin_.get(), self.rate_, GST_FORMAT_TIME, flushingSeek,
-                             GST_SEEK_TYPE_SET, (to + self.frames_->origin()).count(),
-                             GST_SEEK_TYPE_NONE, 0) != FALSE;
-        if (!accepted && self.seeking_.exchange(false)) self.events_->seekEnded();
+        if (self.jump(to, self.rate_)) return;
+        self.from_ = 0;
+        if (self.seeking_.exchange(false)) self.events_->seekEnded();
     });
 }
 
@@ -178,7 +181,7 @@ std::optional<nanoseconds> Pipeline::position() const {
     gint64 time = 0;
     if (!ready_ || !gst_element_query_position(playbin_.get(), GST_FORMAT_TIME, &time))
         return std::nullopt;
-    return nanoseconds(time) - frames_->origin();
+    return std::max(nanoseconds(time) - frames_->origin(), nanoseconds(from_));
 }
 
 std::optional<nanoseconds> Pipeline::duration() const {

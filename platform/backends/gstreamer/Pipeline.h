@@ -52,6 +52,7 @@ private:
     void fail(const NSError& error);
 
     // Helper threads.
+    bool jump(std::chrono::nanoseconds to, double rate);
     void changeRate(double rate);
     void chooseClock();
 
@@ -71,8 +72,9 @@ private:
     std::atomic<bool> buffering_ = false;  ///< a message has said so and none has taken it back
     std::atomic<bool> playing_ = false;
     std::atomic<bool> seeking_ = false;
-    std::atomic<bool> flushed_ = false;  ///< by the seek in progress
-    std::atomic<double> rate_ = 1;       ///< of the pipeline's clock, also while paused
+    std::atomic<bool> flushed_ = false;   ///< by the seek in progress
+    std::atomic<std::int64_t> from_ = 0;  ///< where the last seek went: nothing earlier is shown
+    std::atomic<double> rate_ = 1;        ///< of the pipeline's clock, also while paused
 };
 
 }  // namespace korvel::platform::gst
