@@ -67,9 +67,7 @@ protected:
     std::shared_ptr<Listener> listener = std::make_shared<Listener>();
 
     void SetUp() override { install(KORVEL_BUNDLE); }
-    void TearDown() override {
-        fake.keychain->onCall = fake.localytics->onCall = fake.console->onPrint = nullptr;
-    }
+    void TearDown() override { fake.hear(nullptr); }
     virtual void install(const std::filesystem::path& bundle) {
         auto device = fake.device();
         device.bundles.emplace_back(std::string(platform::sdkBundleIdentifier), bundle);

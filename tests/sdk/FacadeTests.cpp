@@ -18,9 +18,7 @@ protected:
         std::make_shared<KCSDKConfig>("https://h/", "secret", "key", "tenant", "analytics-key");
 
     void SetUp() override { ASSERT_TRUE(platform::Device::install(fake.device())); }
-    void TearDown() override {
-        fake.keychain->onCall = fake.localytics->onCall = fake.console->onPrint = nullptr;
-    }
+    void TearDown() override { fake.hear(nullptr); }
 
     /// Calls all ten operations; how many completions were called, and how many are still held.
     std::pair<std::size_t, long> callEverything() {

@@ -101,7 +101,7 @@ protected:
     }
 
     // The fakes' common journal is for tests with one thread.
-    ServiceTest() { fake.keychain->onCall = fake.localytics->onCall = nullptr; }
+    ServiceTest() { fake.hear(nullptr); }
 
     /// A user with everything that the service asks for, as if logged in by this device.
     service::User logIn(const std::string& name) {

@@ -1,8 +1,9 @@
 #pragma once
 
+#include "support/Hook.h"
+
 #include <korvel/platform/foundation/Console.h>
 
-#include <functional>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -13,12 +14,12 @@ namespace korvel::tests {
 /// Keeps the lines. Any thread.
 class FakeConsole final : public platform::Console {
 public:
-    /// Called with each line, without the lock: for tests that look at the order across several
-    /// fakes. Set it before use.
-    std::function<void(const std::string&)> onPrint;
+    /// Called with each line: for tests that look at the order across several
+    /// fakes.
+    Hook<const std::string&> onPrint;
 
     void print(std::string_view line) override {
-        if (onPrint) onPrint(std::string(line));
+        onPrint(std::string(line));
         const std::lock_guard lock(mutex_);
         lines_.emplace_back(line);
     }

@@ -1,8 +1,9 @@
 #pragma once
 
+#include "support/Hook.h"
+
 #include <korvel/platform/security/Keychain.h>
 
-#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -16,9 +17,9 @@ namespace korvel::tests {
 /// real stores. Any thread.
 class FakeKeychain final : public platform::Keychain {
 public:
-    /// Called with each line of `calls()` as it is made, without the lock: for tests that look at
-    /// the order of calls across several fakes. Set it before use.
-    std::function<void(const std::string&)> onCall;
+    /// Called with each line of `calls()` as it is made: for tests that look at
+    /// the order of calls across several fakes.
+    Hook<const std::string&> onCall;
 
     /// "add token=abc", "copy token", "delete token=abc" (the value as passed), "delete *" (no
     /// account).
@@ -77,7 +78,7 @@ private:
                                Operation operation) {
         line += " " + query.account.value_or("*");
         if (query.valueData) line.append("=").append(platform::viewOf(*query.valueData));
-        if (onCall) onCall(line);
+        onCall(line);
         const std::lock_guard lock(mutex_);
         calls_.push_back(std::move(line));
         return failure_ == platform::errSecSuccess ? operation() : failure_;

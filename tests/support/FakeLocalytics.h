@@ -1,8 +1,9 @@
 #pragma once
 
+#include "support/Hook.h"
+
 #include <korvel/platform/localytics/Localytics.h>
 
-#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -14,9 +15,9 @@ namespace korvel::tests {
 /// An analytics library that only remembers what it was told. Any thread.
 class FakeLocalytics final : public platform::Localytics {
 public:
-    /// Called with each line of `calls()` as it is made, without the lock: for tests that look at
-    /// the order of calls across several fakes. Set it before use.
-    std::function<void(const std::string&)> onCall;
+    /// Called with each line of `calls()` as it is made: for tests that look at
+    /// the order of calls across several fakes.
+    Hook<const std::string&> onCall;
 
     /// In order: "integrate KEY", "setLoggingEnabled false", "openSession", "setCustomerId 42",
     /// "tagEvent User Login {Client ID: acme, User ID: 42}", "upload".
@@ -47,7 +48,7 @@ public:
 private:
     void record(std::string line, std::optional<std::string_view> argument = std::nullopt) {
         if (argument) line.append(" ").append(*argument);
-        if (onCall) onCall(line);
+        onCall(line);
         const std::lock_guard lock(mutex_);
         calls_.push_back(std::move(line));
     }

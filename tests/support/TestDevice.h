@@ -11,7 +11,9 @@
 
 #include <korvel/platform/Device.h>
 
+#include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -34,9 +36,14 @@ struct TestDevice {
         std::make_shared<std::vector<std::string>>();
 
     TestDevice() {
-        const auto note = [journal = journal](const std::string& line) {
+        const auto mutex = std::make_shared<std::mutex>();
+        hear([mutex, journal = journal](const std::string& line) {
+            const std::lock_guard lock(*mutex);
             journal->push_back(line);
-        };
+        });
+    }
+    /// Replaces the journal as that which hears of console lines and calls.
+    void hear(const std::function<void(const std::string&)>& note) const {
         keychain->onCall = note;
         localytics->onCall = note;
         console->onPrint = note;
