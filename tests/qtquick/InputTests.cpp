@@ -11,12 +11,12 @@ using Lines = std::vector<std::string>;
 
 TEST_F(QtQuickTest, ATapShowsTheControlsAndTheNextHidesThem) {
     startEmbedded();
-    auto* const finger = QTest::createTouchDevice();
+    const std::unique_ptr<QPointingDevice> finger(QTest::createTouchDevice());
     const std::function<void(QPoint)> taps[] = {
         [&](QPoint at) { QTest::mouseClick(quick.get(), Qt::LeftButton, {}, at); },
         [&](QPoint at) {
-            QTest::touchEvent(quick.get(), finger).press(0, at, quick.get());
-            QTest::touchEvent(quick.get(), finger).release(0, at, quick.get());
+            QTest::touchEvent(quick.get(), finger.get()).press(0, at, quick.get());
+            QTest::touchEvent(quick.get(), finger.get()).release(0, at, quick.get());
         }};
     for (const auto& tap : taps) {
         ASSERT_EQ(overlay().viewTap->alpha(), 0);

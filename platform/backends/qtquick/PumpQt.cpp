@@ -2,6 +2,7 @@
 #include <korvel/platform/uikit/Screen.h>
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QEvent>
 #include <QtCore/QThread>
 
 #include <algorithm>
@@ -30,9 +31,10 @@ void PumpQt::attach(const std::shared_ptr<Screen>& screen) {
 
 void PumpQt::wakeAt(Clock::Instant) {
     // A drain finds out when the next one is due, so one event serves all times.
-    if (!posted_.exchange(true))
-        QMetaObject::invokeMethod(this, &PumpQt::run, Qt::QueuedConnection);
+    if (!posted_.exchange(true)) QCoreApplication::postEvent(this, new QEvent(QEvent::User));
 }
+
+void PumpQt::customEvent(QEvent*) { run(); }
 
 void PumpQt::run() {
     posted_ = false;

@@ -22,6 +22,9 @@ public:
 
     void wakeAt(Clock::Instant time) override;
 
+protected:
+    void customEvent(QEvent* event) override;
+
 private:
     explicit PumpQt(const std::shared_ptr<Screen>& screen);
     void run();

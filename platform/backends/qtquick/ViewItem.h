@@ -50,10 +50,9 @@ public:
     double maximumValue() const;
     double stepSize() const;
 
-public Q_SLOTS:
-    void press();
-    void increase();
-    void decrease();
+    Q_SLOT void press();
+    Q_SLOT void increase();
+    Q_SLOT void decrease();
 
 Q_SIGNALS:
     void valueChanged();
