@@ -48,7 +48,7 @@ TEST_F(GStreamerTest, PlainStreamShowsTheRightPicturesSeeksExactlyAndEnds) {
     play(300ms);
     EXPECT_EQ(show.picture(), 0) << "nothing moves until it is told to play";
 
-    for (const double to : {10., 3.5, 12.345, 0., 29.5, 100. / 30, 5.9, 2.98, 29.94}) {
+    for (const double to : {29.94, 10., 3.5, 12.345, 0., 29.5, 100. / 30, 5.9, 2.98}) {
         show.listener->heard.clear();
         show.seek(to);
         EXPECT_NEAR(show.position(), to, 1e-8);

@@ -22,6 +22,11 @@ constexpr unsigned playBuffering = 1U << 8U;
 /// The default waits for five seconds of stream, which takes long on a slow line.
 constexpr gint64 bufferDuration = 1500 * GST_MSECOND;
 
+/// Kilobits a second: the best variant that a usual line carries, from the beginning. Left to
+/// itself the demuxer begins with the first and soon changes to a better one, and a seek during
+/// that change may never end, above all one to the last segment.
+constexpr guint64 usualSpeed = 10'000;
+
 constexpr auto flushingSeek =
     static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | GST_SEEK_FLAG_ACCURATE);
 
@@ -68,7 +73,7 @@ void Pipeline::build(const URL& url, const std::string& audioSink) {
     const std::string address = routedAddress(url).value_or(url.absoluteString());
     g_object_set(playbin_.get(), "uri", address.c_str(), "flags",
                  playVideo | playAudio | playBuffering, "video-sink", frames_->element(),
-                 "buffer-duration", bufferDuration, nullptr);
+                 "buffer-duration", bufferDuration, "connection-speed", usualSpeed, nullptr);
     if (GstElement* sound = gst_element_factory_make(audioSink.c_str(), nullptr)) {
         if (audioSink == "fakesink") g_object_set(sound, "sync", TRUE, nullptr);
         g_object_set(playbin_.get(), "audio-sink", sound, nullptr);
@@ -151,6 +156,19 @@ bool Pipeline::jump(nanoseconds to, double rate) {
                             within(to), GST_SEEK_TYPE_NONE, 0) != FALSE;
 }
 
+/// The line is slower than usual: from now on the demuxer chooses by what it measures.
+void Pipeline::adapt() {
+    GstIterator* demuxers =
+        gst_bin_iterate_all_by_element_factory_name(GST_BIN(playbin_.get()), "hlsdemux");
+    gst_iterator_foreach(
+        demuxers,
+        [](const GValue* demuxer, gpointer) {
+            g_object_set(g_value_get_object(demuxer), "connection-speed", 0U, nullptr);
+        },
+        nullptr);
+    gst_iterator_free(demuxers);
+}
+
 /// The sound device that gave the time has gone: pausing and going on finds another clock.
 void Pipeline::chooseClock() {
     const std::lock_guard lock(life_);
@@ -230,7 +248,9 @@ void Pipeline::prerolled() {
 void Pipeline::buffering(GstMessage* message) {
     gint percent = 0;
     gst_message_parse_buffering(message, &percent);
+    const bool isDry = percent < 100 && !buffering_ && ready_ && !seeking_;
     buffering_ = percent < 100;
+    if (isDry) onHelper([](Pipeline& self) { self.adapt(); });
     events_->buffered(percent >= 100);
 }
 

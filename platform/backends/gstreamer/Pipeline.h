@@ -54,6 +54,7 @@ private:
     // Helper threads.
     bool jump(std::chrono::nanoseconds to, double rate);
     void changeRate(double rate);
+    void adapt();
     void chooseClock();
 
     const std::shared_ptr<MediaEvents> events_;
