@@ -1,3 +1,4 @@
+#include <korvel/platform/Device.h>
 #include <korvel/platform/avfoundation/AVPlayer.h>
 #include <korvel/platform/backends/qtquick/ScreenHostQtQuick.h>
 #include <korvel/player/KCSDKPlayerView.h>
@@ -148,8 +149,11 @@ void PlayerItem::stop() {
     request_.forget();
     if (const auto events = events_) {
         events->stopVideo();
+        // The closing goes on behind this turn of the queue, also when this item does not.
+        platform::Device::current().mainQueue->async([events] {});
     } else if (listener_) {
-        listener_ = nullptr;  // an answer on its way starts nothing
+        listener_->leave();  // an answer on its way starts nothing
+        listener_ = nullptr;
     }
 }
 
