@@ -27,6 +27,11 @@ protected:
     }
     ~CommandLine() override { std::filesystem::remove_all(folder); }
 
+    /// What a sanitizer is to know, it is told by the environment.
+    static std::string inherited(const char* name) {
+        const char* value = std::getenv(name);
+        return value ? value : "";
+    }
     Arguments environment() const {
         return {"KORVEL_URL=" + service.baseURL(),
                 "KORVEL_API_KEY=" + service.options().apiKey,
@@ -36,7 +41,8 @@ protected:
                 "KORVEL_DATA_FOLDER=" + folder.string(),
                 "KORVEL_USER=anna",
                 "TZ=UTC",
-                "TSAN_OPTIONS=halt_on_error=1"};
+                "TSAN_OPTIONS=halt_on_error=1:" + inherited("TSAN_OPTIONS"),
+                "LSAN_OPTIONS=" + inherited("LSAN_OPTIONS")};
     }
     Ended run(Arguments arguments, const Arguments& further = {}) const {
         auto variables = environment();
