@@ -7,7 +7,7 @@
 #include <QTest>
 #include <QWheelEvent>
 #include <cstdio>
-#include <cstdlib>
+#include <stdexcept>
 #include <utility>
 
 namespace tour {
@@ -48,8 +48,7 @@ void Driver::step(const char* title) {
 
 void Driver::giveUp(const QString& what) {
     shoot("gave-up");
-    std::fprintf(stderr, "tour: this did not come about: %s\n", qPrintable(what));
-    std::exit(1);
+    throw std::runtime_error("this did not come about: " + what.toStdString());
 }
 
 void Driver::waitUntil(const char* what, const std::function<bool()>& come) {
@@ -132,8 +131,7 @@ void Driver::shoot(const char* name) {
                           .arg(++shots_, 2, 10, QLatin1Char('0'))
                           .arg(name);
     if (!window_.grabWindow().save(file)) {
-        std::fprintf(stderr, "tour: cannot write %s\n", qPrintable(file));
-        std::exit(1);
+        throw std::runtime_error("cannot write " + file.toStdString());
     }
     std::printf("   %s\n", qPrintable(file));
     std::fflush(stdout);

@@ -9,7 +9,7 @@ namespace tour {
 
 /// The hands and eyes of somebody who uses the application: real mouse and key events, and items
 /// found as they are seen, or as a screen reader finds them. Whatever does not come about within
-/// its bound ends the program with a message and a last picture.
+/// its bound is a std::runtime_error, after a last picture.
 class Driver {
 public:
     /// `folder` is where pictures go; it is made.

@@ -7,6 +7,7 @@
 #include <QQmlApplicationEngine>
 #include <QQmlExtensionPlugin>
 #include <cstdio>
+#include <exception>
 #include <memory>
 
 // Takes the showcase through an evening with the service, by mouse and keyboard, and leaves a
@@ -290,6 +291,11 @@ int main(int argc, char** argv) {
                        ? nullptr
                        : qobject_cast<QQuickWindow*>(engine.rootObjects().first());
     if (!window) return 1;
-    Tour(*window, QString::fromLocal8Bit(argv[1])).take();
-    return 0;
+    try {
+        Tour(*window, QString::fromLocal8Bit(argv[1])).take();
+        return 0;
+    } catch (const std::exception& failure) {
+        std::fprintf(stderr, "tour: %s\n", failure.what());
+        return 1;
+    }
 }
