@@ -91,14 +91,15 @@ protected:
     void passAndShow(std::chrono::milliseconds time) {
         pass(time);
         const int before = frames;
-        until([&] { return frames > before + 1; }, 200);
+        until([&] { return frames > before; }, 200);
     }
 
-    QImage grab() { return quick->grabWindow().convertToFormat(QImage::Format_RGB32); }
-    QColor colorAt(QPointF point) {
-        const auto image = grab();
-        return image.pixelColor((point * image.devicePixelRatio()).toPoint());
+    /// With as many pixels as points, whatever the screen has.
+    QImage grab() {
+        const auto image = quick->grabWindow().convertToFormat(QImage::Format_RGB32);
+        return image.scaled(quick->size(), Qt::IgnoreAspectRatio, Qt::FastTransformation);
     }
+    QColor colorAt(QPointF point) { return grab().pixelColor(point.toPoint()); }
     static QPointF qt(platform::CGPoint point) { return {point.x, point.y}; }
 
     /// In the window, wherever the view is shown.

@@ -36,7 +36,7 @@ protected:
         for (int bit = 0; bit < 16; ++bit) {
             const QPointF box(frame.left() + (2 * bit + 1) * frame.width() / 32,
                               frame.top() + frame.height() / 18);
-            const auto pixel = image.pixelColor((box * image.devicePixelRatio()).toPoint());
+            const auto pixel = image.pixelColor(box.toPoint());
             if (pixel.blue() > pixel.red() + 40) return -1;  // the window's own colour
             if (pixel.green() > 128) number |= 1 << bit;
         }
