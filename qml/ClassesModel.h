@@ -5,7 +5,7 @@
 namespace korvel::qml {
 
 /// All classes of the service. Asks for the first page by itself, for more as a view scrolls.
-class ClassesModel : public ClassList {
+class ClassesModel : public korvel::qml::ClassList {  // in full, for the type registrar
     Q_OBJECT
     QML_ELEMENT
     /// The service's sort key; empty means its usual one, "alpha". A change starts afresh.

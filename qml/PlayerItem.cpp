@@ -11,7 +11,6 @@
 #include <korvel/qml/PlayerListener.h>
 #include <korvel/sdk/KCSDK.h>
 
-#include <QMetaObject>
 #include <QQuickWindow>
 #include <cmath>
 #include <utility>
@@ -116,9 +115,9 @@ void PlayerItem::exit(int seconds) {
     Q_EMIT exited(seconds);
     if (returning_) return;
     listener_->leave();
-    // The player is in the middle of its closing.
-    QMetaObject::invokeMethod(
-        this, [events = std::exchange(events_, nullptr)] {}, Qt::QueuedConnection);
+    // The closing goes on behind this turn of the queue, also when this item does not.
+    const auto queue = platform::Device::current().mainQueue;
+    queue->async([queue, events = std::exchange(events_, nullptr)] { queue->async([events] {}); });
     set(playing_, false, &PlayerItem::playingChanged);
     set(buffering_, false, &PlayerItem::bufferingChanged);
     set(fullScreen_, false, &PlayerItem::fullScreenChanged);
@@ -149,8 +148,6 @@ void PlayerItem::stop() {
     request_.forget();
     if (const auto events = events_) {
         events->stopVideo();
-        // The closing goes on behind this turn of the queue, also when this item does not.
-        platform::Device::current().mainQueue->async([events] {});
     } else if (listener_) {
         listener_->leave();  // an answer on its way starts nothing
         listener_ = nullptr;

@@ -60,7 +60,7 @@ public:
     ~PlayerItem() override;
 
     /// Asks the service to perform the class, then shows it. A player that is there is closed
-    /// first. Comes out as `started`, `consentRequired` or `failed`.
+    /// first. Comes out as `started` or `failed`.
     Q_INVOKABLE void start();
     Q_INVOKABLE void play();
     Q_INVOKABLE void pause();
@@ -96,7 +96,8 @@ Q_SIGNALS:
     void started();
     /// The user must accept `consent` first; not a valid one if the service sent none.
     void consentRequired(const korvel::qml::Consent& consent);
-    /// It did not start: no connection, a refusal, no such class. `request` has it, too.
+    /// It did not start: no connection, a refusal, no such class. `request` has it, too. Told, with
+    /// the status 601, before `consentRequired` as well.
     void failed(const QString& errorText, int errorStatus);
     /// The stream cannot be played. The player stays until it is closed.
     void streamFailed(const QString& errorText);

@@ -7,7 +7,7 @@ namespace korvel::qml {
 /// The classes that match all criteria, fetched page by page. `MetaData` names the values; nothing
 /// is checked here. An empty criterion is none. Changes within one turn of the event loop make one
 /// search.
-class SearchModel : public ClassList {
+class SearchModel : public korvel::qml::ClassList {  // in full, for the type registrar
     Q_OBJECT
     QML_ELEMENT
     /// Words to find.

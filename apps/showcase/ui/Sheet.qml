@@ -54,7 +54,6 @@ FocusScope {
         Flickable {
             id: body
             anchors { left: parent.left; right: parent.right; bottom: row.top; leftMargin: 28; rightMargin: 28; bottomMargin: 20 }
-            y: (below.visible ? below.y + below.height : heading.y + heading.height) + 16
             anchors.top: below.visible ? below.bottom : heading.bottom
             anchors.topMargin: 16
             contentHeight: column.height
