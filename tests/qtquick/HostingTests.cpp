@@ -157,6 +157,20 @@ TEST_F(QtQuickTest, WindowItemViewAndHostMayGoInAnyOrder) {
     events.reset();
 }
 
+TEST_F(QtQuickTest, APlayerEndsWithItsViewEvenIfNoFrameComesAnyMore) {
+    startEmbedded();
+    quick->hide();
+    const std::weak_ptr<platform::AVPlayer> playing = player().player();
+    events->playerVC->view()->removeFromSuperview();
+    place->letGo(events->playerVC);
+    events.reset();
+    EXPECT_TRUE(playing.expired());
+    EXPECT_EQ(fake.media->open(), 0u);
+    quick->show();
+    settle();
+    EXPECT_EQ(colorAt(item->mapToScene({320, 180})), quick->color());
+}
+
 TEST_F(QtQuickTest, TheWindowInUseIsTheKeyWindow) {
     QQuickWindow other;
     host->attach(&other);

@@ -49,6 +49,7 @@ ScreenHostQtQuick::~ScreenHostQtQuick() {
         if (surface) surface->close();
     }
     private_->mirror.reset();
+    private_->screen->setTextMeasure(std::make_shared<EstimatedTextMeasure>());
     private_->screen->mainQueue().attach(nullptr);
 }
 

@@ -135,7 +135,9 @@ void Surface::queue(ViewItem& item, When when) {
 
 /// Items that say only while a frame is being made that they have changed get another one for it.
 void Surface::askForFrame() {
-    for (auto* item : queued_) item->update();
+    for (auto* item : queued_) {
+        if (item->flags() & ItemHasContents) item->update();
+    }
     polish();
 }
 

@@ -77,7 +77,8 @@ ViewItem::ViewItem(const std::shared_ptr<UIView>& view, Surface& surface)
     : view_(view),
       surface_(surface),
       draws_(view->drawsContent()),
-      video_(std::dynamic_pointer_cast<AVPlayerLayer>(view->layer())) {
+      video_(std::dynamic_pointer_cast<AVPlayerLayer>(view->layer())),
+      showsVideo_(!video_.expired()) {
     setParent(&surface);
     note(everything);
 }
@@ -165,16 +166,16 @@ bool ViewItem::step(Clock::Instant now) {
 
 void ViewItem::paintLike(UIView& view) {
     background_ = view.backgroundColor() ? colorOf(*view.backgroundColor()) : Qt::transparent;
-    if (video_) {
-        frame_ = video_->newestFrame();
+    if (const auto video = video_.lock()) {
+        frame_ = video->newestFrame();
+        gravity_ = video->videoGravity();
         surface_.videoChanged();
-        gravity_ = video_->videoGravity();
     } else if (draws_) {
         draw(view);
     }
     pictureChanged_ = true;
-    if (draws_ || video_ || background_.alpha() > 0) setFlag(ItemHasContents);
-    update();
+    if (draws_ || showsVideo_ || background_.alpha() > 0) setFlag(ItemHasContents);
+    if (flags() & ItemHasContents) update();
     if (view.secondsPerTurn() > 0) surface_.animate(*this);
     if (QAccessible::isActive() && dynamic_cast<const UISlider*>(&view)) Q_EMIT valueChanged();
 }
@@ -232,12 +233,12 @@ QSGNode* ViewItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
     }
     auto* node = static_cast<ViewNode*>(old);
     if (!node) {
-        node = new ViewNode(*window(), draws_ || video_);
+        node = new ViewNode(*window(), draws_ || showsVideo_);
         pictureChanged_ = true;
     }
     node->setBackground(boundingRect(), background_);
     if (!std::exchange(pictureChanged_, false)) return node;
-    if (video_) {
+    if (showsVideo_) {
         updateVideo(*node);
     } else if (draws_) {
         const QRectF pixels = picture_.rect();

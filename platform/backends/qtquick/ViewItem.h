@@ -79,7 +79,9 @@ private:
     const std::weak_ptr<UIView> view_;
     Surface& surface_;
     const bool draws_;
-    const std::shared_ptr<AVPlayerLayer> video_;
+    const std::weak_ptr<AVPlayerLayer>
+        video_;  ///< a player ends with its view, not with its pixels
+    const bool showsVideo_;
     class Transform;
     Transform* transform_ = nullptr;
     unsigned noted_ = 0;
