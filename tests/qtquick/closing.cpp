@@ -1,5 +1,5 @@
-// A host with a player whose key never comes. Says so on standard output; at a line on standard
-// input it closes its window, or quits with the window open, and must be gone.
+// A host with a player whose key never comes. While that is waited for it closes its window, or
+// quits with the window open, says so on standard output, and must be gone.
 
 #include "support/Samples.h"
 #include "support/TestDevice.h"
@@ -13,7 +13,6 @@
 #include <korvel/sdk/KCSDK.h>
 #include <korvel/sdk/KCSDKConfig.h>
 
-#include <QtCore/QSocketNotifier>
 #include <QtCore/QTimer>
 #include <QtGui/QGuiApplication>
 #include <QtQuick/QQuickItem>
@@ -27,7 +26,7 @@ using namespace korvel;
 
 int main(int argumentCount, char** arguments) {
     if (argumentCount != 3) return 2;
-    const QGuiApplication application(argumentCount, arguments);
+    QGuiApplication application(argumentCount, arguments);
     tests::TestDevice fake;
     auto device = fake.device();
     device.clock = std::make_shared<platform::SystemClock>();
@@ -56,16 +55,17 @@ int main(int argumentCount, char** arguments) {
                          "[" + tests::classJSON("c1", R"(,"streamingLink":")" + link + '"') + "]");
 
     // The second request is for the token that the key's own request needs: nobody answers.
-    std::thread([session = fake.session] {
-        if (session->waitForRequests(2)) std::puts("waiting");
-        std::fflush(stdout);
-    }).detach();
     const bool quits = arguments[2] == std::string_view("quit");
-    const QSocketNotifier told(0, QSocketNotifier::Read);
-    QObject::connect(&told, &QSocketNotifier::activated, &application, [&] {
-        if (quits) return QCoreApplication::quit();
-        window.close();
-    });
+    std::thread([session = fake.session, &application, &window, quits] {
+        if (!session->waitForRequests(2)) return;
+        const auto close = [&window, quits] {
+            std::puts("closing while a key is waited for");
+            std::fflush(stdout);
+            if (quits) return QCoreApplication::quit();
+            window.close();
+        };
+        QMetaObject::invokeMethod(&application, close, Qt::QueuedConnection);
+    }).detach();
     QTimer::singleShot(30'000, &application, [] { QCoreApplication::exit(3); });
     return QGuiApplication::exec();
 }
