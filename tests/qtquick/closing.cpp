@@ -26,7 +26,7 @@ using namespace korvel;
 
 int main(int argumentCount, char** arguments) {
     if (argumentCount != 3) return 2;
-    QGuiApplication application(argumentCount, arguments);
+    const QGuiApplication application(argumentCount, arguments);
     tests::TestDevice fake;
     auto device = fake.device();
     device.clock = std::make_shared<platform::SystemClock>();
@@ -56,15 +56,14 @@ int main(int argumentCount, char** arguments) {
 
     // The second request is for the token that the key's own request needs: nobody answers.
     const bool quits = arguments[2] == std::string_view("quit");
-    std::thread([session = fake.session, &application, &window, quits] {
+    std::thread([session = fake.session, queue = device.mainQueue, &window, quits] {
         if (!session->waitForRequests(2)) return;
-        const auto close = [&window, quits] {
+        queue->async([&window, quits] {
             std::puts("closing while a key is waited for");
             std::fflush(stdout);
             if (quits) return QCoreApplication::quit();
             window.close();
-        };
-        QMetaObject::invokeMethod(&application, close, Qt::QueuedConnection);
+        });
     }).detach();
     QTimer::singleShot(30'000, &application, [] { QCoreApplication::exit(3); });
     return QGuiApplication::exec();

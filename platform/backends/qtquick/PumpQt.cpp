@@ -18,9 +18,9 @@ PumpQt::PumpQt(const std::shared_ptr<Screen>& screen) : screen_(screen) {
 }
 
 void PumpQt::attach(const std::shared_ptr<Screen>& screen) {
-    // The queue's last word may come from any thread, the timer ends on its own.
+    // The queue's last word may come from any thread; the timer can only end on its own.
     const auto release = [](PumpQt* pump) {
-        if (pump->thread() == QThread::currentThread() || !QCoreApplication::instance()) {
+        if (pump->thread() == QThread::currentThread()) {
             delete pump;
         } else {
             pump->deleteLater();
