@@ -9,14 +9,13 @@ class ClassesModel : public korvel::qml::ClassList {  // in full, for the type r
     Q_OBJECT
     QML_ELEMENT
     /// The service's sort key; empty means its usual one, "alpha". A change starts afresh.
-    Q_PROPERTY(QString sort READ sort WRITE setSort NOTIFY orderChanged)
+    Q_PROPERTY(QString sort MEMBER sort_ WRITE setSort NOTIFY orderChanged)
     /// "asc" or "desc"; empty means "asc". A change starts afresh.
     Q_PROPERTY(QString order READ order WRITE setOrder NOTIFY orderChanged)
 
 public:
     using ClassList::ClassList;
 
-    const QString& sort() const { return sort_; }
     void setSort(const QString& sort) { change(sort_, sort); }
     const QString& order() const { return order_; }
     void setOrder(const QString& order) { change(order_, order); }

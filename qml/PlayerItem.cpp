@@ -112,8 +112,7 @@ void PlayerItem::watchStream() {
 
 void PlayerItem::exit(int seconds) {
     performedSeconds_ = seconds;
-    Q_EMIT exited(seconds);
-    if (returning_) return;
+    if (returning_) return Q_EMIT exited(seconds);
     listener_->leave();
     // The closing goes on behind this turn of the queue, also when this item does not.
     const auto queue = platform::Device::current().mainQueue;
@@ -122,6 +121,7 @@ void PlayerItem::exit(int seconds) {
     set(buffering_, false, &PlayerItem::bufferingChanged);
     set(fullScreen_, false, &PlayerItem::fullScreenChanged);
     Q_EMIT activeChanged();
+    Q_EMIT exited(seconds);
     Q_EMIT closed();
 }
 
