@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <utility>
 
 namespace korvel {
@@ -67,8 +66,7 @@ platform::URLSession::CompletionHandler RequestExecution::completionHandler(
 }
 
 RequestExecution::RequestId RequestExecution::announce(const URLRequest& request) const {
-    static std::atomic<RequestId> last = 0;
-    const auto id = ++last;
+    const auto id = platform::Diagnostics::newRequestId();
     if (diagnostics_) diagnostics_->requestStarted(id, request);
     return id;
 }

@@ -16,6 +16,11 @@ public:
     using RequestId = std::uint64_t;  ///< unique in the process
 
     virtual ~Diagnostics();
+    /// Any thread.
+    static RequestId newRequestId();
+
+    /// Also the request for a content key, which goes to a server of its own; those for a stream's
+    /// pictures and sound are the media engine's, and not told.
     virtual void requestStarted(RequestId id, const URLRequest& request);
     /// `exchange` tells status, timing, sizes, reuse and transport error.
     virtual void requestEnded(RequestId id, const Exchange& exchange);

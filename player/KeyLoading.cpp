@@ -148,21 +148,30 @@ std::shared_ptr<KeyLoading::Exchange> KeyLoading::begin(
 }
 
 void KeyLoading::requestToken(const std::shared_ptr<Exchange>& exchange) const {
-    manager_->getContentToken(keyTokenContent, [exchange, player = player_,
-                                                session = device_.urlSession,
-                                                mainQueue = device_.mainQueue](auto token, auto) {
-        if (!token || !hasViewModel(player)) return;
-        session->dataTask(
-            exchange->request(token->token), [exchange, mainQueue](platform::Exchange answer) {
-                auto ckc = answer.body ? contentKeyContext(*answer.body) : std::nullopt;
-                mainQueue->async([exchange, mainQueue, ckc = std::move(ckc),
-                                  failed = answer.error.has_value()]() mutable {
-                    if (failed) return;
-                    // Behind what the main queue holds by now, as hosts' own work is, too.
-                    mainQueue->async([exchange, ckc = std::move(ckc)] { exchange->deliver(ckc); });
-                });
+    manager_->getContentToken(keyTokenContent,
+                              [exchange, player = player_, device = device_](auto token, auto) {
+                                  if (token && hasViewModel(player))
+                                      requestKey(exchange, token->token, device);
+                              });
+}
+
+void KeyLoading::requestKey(const std::shared_ptr<Exchange>& exchange, const std::string& token,
+                            const platform::Device& device) {
+    auto request = exchange->request(token);
+    const auto id = platform::Diagnostics::newRequestId();
+    if (device.diagnostics) device.diagnostics->requestStarted(id, request);
+    device.urlSession->dataTask(
+        std::move(request), [exchange, id, diagnostics = device.diagnostics,
+                             mainQueue = device.mainQueue](platform::Exchange answer) {
+            if (diagnostics) diagnostics->requestEnded(id, answer);
+            auto ckc = answer.body ? contentKeyContext(*answer.body) : std::nullopt;
+            mainQueue->async([exchange, mainQueue, ckc = std::move(ckc),
+                              failed = answer.error.has_value()]() mutable {
+                if (failed) return;
+                // Behind what the main queue holds by now, as hosts' own work is, too.
+                mainQueue->async([exchange, ckc = std::move(ckc)] { exchange->deliver(ckc); });
             });
-    });
+        });
 }
 
 }  // namespace korvel

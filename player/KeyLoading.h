@@ -51,6 +51,8 @@ private:
     std::shared_ptr<Exchange> begin(
         const std::shared_ptr<platform::AVAssetResourceLoadingRequest>& loadingRequest) const;
     void requestToken(const std::shared_ptr<Exchange>& exchange) const;
+    static void requestKey(const std::shared_ptr<Exchange>& exchange, const std::string& token,
+                           const platform::Device& device);
 
     const platform::Device device_;
     const std::shared_ptr<KCSDKNetworkManager> manager_;
