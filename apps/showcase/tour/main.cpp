@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <exception>
 #include <memory>
+#include <string>
 
 // Takes the showcase through an evening with the service, by mouse and keyboard, and leaves a
 // picture of every stage: korvel-showcase-tour FOLDER. The environment names the service.
@@ -270,6 +271,11 @@ private:
         driver_.click(driver_.hear("Close"));
         driver_.waitUntil("the turn back", [&] { return window_.height() > window_.width(); });
         waitForClosing();
+        for (const char* page : {"search", "membership", "record"}) {
+            driver_.click(driver_.see(QStringLiteral("nav-") + page));
+            driver_.pause(900);
+            driver_.shoot((std::string("upright-") + page).c_str());
+        }
     }
 
     QQuickWindow& window_;

@@ -23,10 +23,20 @@ FocusScope {
             y: Theme.wide
             width: Math.min(parent.width - 2 * page.side, 1000)
             spacing: Theme.gap
-            Label {
-                text: qsTr("Membership")
-                font.pixelSize: Theme.title
-                font.weight: Font.ExtraBold
+            Item {
+                width: parent.width
+                height: 44
+                Label {
+                    anchors.verticalCenter: parent.verticalCenter
+                    text: qsTr("Membership")
+                    font.pixelSize: Theme.title
+                    font.weight: Font.ExtraBold
+                }
+                AppButton {
+                    anchors.right: parent.right
+                    text: KorvelContent.loggedIn ? qsTr("Sign out") : qsTr("Sign in")
+                    onClicked: KorvelContent.loggedIn ? KorvelContent.logout() : page.signInWanted()
+                }
             }
             Label {
                 width: parent.width
