@@ -205,7 +205,8 @@ ViewItem& Surface::place(const std::shared_ptr<UIView>& view, QQuickItem& parent
     found.setZ(z);
     found.lend(view);
     double above = 1;
-    for (const auto& subview : view->subviews()) place(subview, found, above++);
+    const auto subviews = view->subviews();  // a lent item's handlers may change them
+    for (const auto& subview : subviews) place(subview, found, above++);
     return found;
 }
 
