@@ -22,6 +22,7 @@ Item {
             text: ondemandClass.className
         }
     }
+    Image { id: picture }
     PlayerItem { id: player; anchors.fill: parent }
     Component { id: playerComponent; PlayerItem {} }
     Component { id: searchComponent; SearchModel {} }
@@ -54,6 +55,8 @@ Item {
             const first = classes.classAt(2)
             verify(first.valid && first.tag !== "" && first.durationSecond > 0 && first.imageLink.toString() !== "")
             compare(classes.classAt(99).valid, false)
+            picture.source = first.imageLink  // over TLS, under the configured authority
+            tryCompare(picture, "status", Image.Ready)
             classes.order = "desc"
             tryVerify(() => classes.count === 20 && classes.classAt(2).tag !== first.tag)
 
