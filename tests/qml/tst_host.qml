@@ -22,7 +22,7 @@ Item {
             text: ondemandClass.className
         }
     }
-    Image { id: picture }
+    Image { id: picture; cache: false }
     PlayerItem { id: player; anchors.fill: parent }
     Component { id: playerComponent; PlayerItem {} }
     Component { id: searchComponent; SearchModel {} }
@@ -57,6 +57,7 @@ Item {
             compare(classes.classAt(99).valid, false)
             picture.source = first.imageLink  // over TLS, under the configured authority
             tryCompare(picture, "status", Image.Ready)
+            picture.source = ""
             classes.order = "desc"
             tryVerify(() => classes.count === 20 && classes.classAt(2).tag !== first.tag)
 
