@@ -107,8 +107,8 @@ void KCSDKPlayerView::attachPlayerItem(const std::shared_ptr<AVPlayerItem>& item
     const auto weak = std::weak_ptr(self());
     timeObserver = player()->addPeriodicTimeObserver(
         platform::CMTimeMakeWithSeconds(progressInterval, platform::nanosecondTimescale), nullptr,
-        [weak](platform::CMTime) {
-            if (const auto view = weak.lock()) view->updateProgress();
+        [weak](platform::CMTime now) {
+            if (const auto view = weak.lock()) view->updateProgress(now);
         });
     player()->currentItem()->observeDidPlayToEndTime(weak, [this] { closeBtnTapped(); });
 }
@@ -194,12 +194,12 @@ void KCSDKPlayerView::countPerformedSecond() {
     }
 }
 
-void KCSDKPlayerView::updateProgress() {
+void KCSDKPlayerView::updateProgress(platform::CMTime now) {
     const auto current = player();
     const auto item = current ? current->currentItem() : nullptr;
     if (!item) return;
     const double duration = platform::CMTimeGetSeconds(item->duration());
-    const double position = platform::CMTimeGetSeconds(current->currentTime());
+    const double position = platform::CMTimeGetSeconds(now);
     if (!(duration >= 0) || isProgressUpdating) return;  // not a number while unknown
     if (const auto listener = delegate.lock()) {
         listener->currentVideoPositionWithDurationPlayedSeconds(static_cast<float>(position));
@@ -247,7 +247,7 @@ void KCSDKPlayerView::sliderMoved() {
         const auto timescale = current->currentItem()->asset()->duration().timescale;
         current->seek(platform::CMTimeMakeWithSeconds(overlay->slider->value(), timescale),
                       platform::kCMTimeZero, platform::kCMTimeZero);
-        updateProgress();
+        updateProgress(current->currentTime());
     }
     isProgressUpdating = false;
     overlay->slider->setUserInteractionEnabled(true);

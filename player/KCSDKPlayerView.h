@@ -90,7 +90,7 @@ private:
     KCSDKPlayerOverlay* controls() const;  ///< null over a custom view, too
     void attachPlayerItem(const std::shared_ptr<platform::AVPlayerItem>& item);
     void wireControls();
-    void updateProgress();
+    void updateProgress(platform::CMTime now);
     void countPerformedSecond();
     void startCounting();
     void showLoader(bool shown);
