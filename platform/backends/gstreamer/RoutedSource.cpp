@@ -223,12 +223,10 @@ GstFlowReturn create(GstPushSrc* source, GstBuffer** buffer) {
     const auto delivery = currentDelivery(state);
     if (!delivery) return GST_FLOW_FLUSHING;
     auto portion = delivery->next();
-    std::uint64_t offset = 0;
     {
         const std::lock_guard lock(state.mutex);
         if (state.flushing || state.delivery != delivery) return GST_FLOW_FLUSHING;
         state.size = delivery->size();
-        offset = state.offset;
         if (const auto* bytes = std::get_if<Data>(&portion)) state.offset += bytes->size();
     }
     if (const auto* failure = std::get_if<Failure>(&portion)) return report(source, *failure);
@@ -236,7 +234,6 @@ GstFlowReturn create(GstPushSrc* source, GstBuffer** buffer) {
     if (std::holds_alternative<EndOfBytes>(portion)) return GST_FLOW_EOS;
     const auto& bytes = std::get<Data>(portion);
     *buffer = gst_buffer_new_memdup(bytes.data(), bytes.size());
-    GST_BUFFER_OFFSET(*buffer) = offset;
     return GST_FLOW_OK;
 }
 
