@@ -44,23 +44,15 @@ void spin(std::uint32_t turns) {
     }
 }
 
-/// What a process says about its saving. `begun` is ahead of `done` while a save is under way.
+/// What a process says about its saving. `begun` is ahead of `done` while a save is under way;
+/// `kept` counts the items of their own account, added once.
 struct Progress {
-    std::atomic<std::uint32_t> begun, done;
-    std::atomic<std::uint32_t> kept;  ///< items of their own account, added once
-    std::atomic<std::uint32_t> failures;
+    std::atomic<std::uint32_t> begun, done, kept, failures;
 };
 
 std::string valueOf(std::uint32_t number) {
     return std::to_string(number) + ":" +
            std::string(number * 37 % 3000, static_cast<char>('a' + number % 26));
-}
-
-OSStatus save(Keychain& keychain, const std::string& account, const std::string& value) {
-    const SecItemQuery query{.account = account, .valueData = bytesOf(value)};
-    const auto deleted = keychain.SecItemDelete(query);
-    if (deleted != errSecSuccess && deleted != errSecItemNotFound) return deleted;
-    return keychain.SecItemAdd(query);
 }
 
 void saveUntilKilled(const std::filesystem::path& folder, const std::string& name,
@@ -71,8 +63,7 @@ void saveUntilKilled(const std::filesystem::path& folder, const std::string& nam
         if (save(*keychain, name, valueOf(version)) != errSecSuccess) ++progress.failures;
         progress.done = version;
         const std::uint32_t number = progress.kept + 1;
-        const auto status = keychain->SecItemAdd(
-            {.account = name + std::to_string(number), .valueData = bytesOf(valueOf(number))});
+        const auto status = add(*keychain, name + std::to_string(number), valueOf(number));
         // The item of a killed predecessor may be there without having been acknowledged.
         if (status != errSecSuccess && status != errSecDuplicateItem) ++progress.failures;
         progress.kept = number;
@@ -83,14 +74,13 @@ void saveUntilKilled(const std::filesystem::path& folder, const std::string& nam
 void expectNothingLost(Keychain& keychain, const std::string& name, const Progress& progress,
                        std::uint32_t checked) {
     const auto found = valueOrStatus(keychain, name);
-    bool allowed = found == "-25300" && (progress.begun > progress.done || progress.begun == 0);
+    const std::uint32_t begun = progress.begun, done = progress.done;
+    bool allowed = found == "-25300" && (begun > done || begun == 0);
     // Several saves are under way if the last process was killed in its first one.
-    for (std::uint32_t version = std::max<std::uint32_t>(progress.done, 1);
-         version <= progress.begun; ++version) {
+    for (auto version = std::max(done, 1U); version <= begun; ++version) {
         allowed = allowed || found == valueOf(version);
     }
-    EXPECT_TRUE(allowed) << name << ": begun " << progress.begun << ", done " << progress.done
-                         << ", found " << found.substr(0, 20);
+    EXPECT_TRUE(allowed) << name << begun << ", done " << done << ": " << found.substr(0, 20);
     for (std::uint32_t number = checked + 1; number <= progress.kept; ++number) {
         const std::string account = name + std::to_string(number);
         EXPECT_EQ(valueOrStatus(keychain, account), valueOf(number)) << account;
@@ -99,14 +89,14 @@ void expectNothingLost(Keychain& keychain, const std::string& name, const Progre
 }
 
 TEST(Durability, NoItemIsLostOrTornByAThousandKilledProcesses) {
-    constexpr int rounds = sanitized ? 40 : 500;  // of two processes each
+    constexpr std::size_t rounds = sanitized ? 40 : 500;  // of two processes each
     const TemporaryFolder place;
     const auto folder = place / "store";
     const std::array names{std::string("left "), std::string("right ")};
     const std::array progress{shared<Progress>(), shared<Progress>()};
-    for (int round = 0; round < rounds; ++round) {
+    for (std::size_t round = 0; round < rounds; ++round) {
         const std::array checked{progress[0]->kept.load(), progress[1]->kept.load()};
-        const auto& watched = *progress[static_cast<std::size_t>(round % 2)];
+        const auto& watched = *progress.at(round % 2);
         const std::uint32_t moment = watched.begun + anyBelow(6);
         ChildProcess left([&] { saveUntilKilled(folder, names[0], *progress[0]); });
         ChildProcess right([&] { saveUntilKilled(folder, names[1], *progress[1]); });

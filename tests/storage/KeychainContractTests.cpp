@@ -8,7 +8,6 @@
 #include <array>
 #include <atomic>
 #include <thread>
-#include <vector>
 
 namespace korvel::tests {
 namespace {
@@ -23,9 +22,8 @@ protected:
         ASSERT_TRUE(keychain);
     }
     OSStatus add(const std::string& account, std::string_view value) {
-        return keychain->SecItemAdd({.account = account, .valueData = bytesOf(value)});
+        return tests::add(*keychain, account, value);
     }
-    /// The value as text; the status as number if there is none.
     std::string copy(std::optional<std::string> account) {
         return valueOrStatus(*keychain, std::move(account));
     }
@@ -40,14 +38,12 @@ TYPED_TEST_SUITE(KeychainContract, Stores);
 TYPED_TEST(KeychainContract, ItemsComeBackByteForByte) {
     std::string everyByte;
     for (int byte = 0; byte < 256; ++byte) everyByte += static_cast<char>(byte);
-    const std::string zero("a\0b", 3);
-    const std::array<std::pair<std::string, std::string>, 5> rows{{
+    const std::pair<std::string, std::string> rows[] = {
         {"", ""},
         {"bytes", everyByte},
         {"large", std::string(50'000, 'x')},
         {"Gerät-日本-\xff", "account that is not UTF-8"},
-        {zero, "account with a zero"},
-    }};
+        {std::string("a\0b", 3), "account with a zero"}};
     for (const auto& [account, value] : rows) EXPECT_EQ(this->add(account, value), errSecSuccess);
     for (const auto& [account, value] : rows) EXPECT_EQ(this->copy(account), value);
     EXPECT_EQ(this->keychain->SecItemAdd({.account = "absent value"}), errSecSuccess);
@@ -99,16 +95,13 @@ TYPED_TEST(KeychainContract, ItemsAreThereForALaterStoreAndAnotherAtTheSameTime)
 TYPED_TEST(KeychainContract, OfManyAddingAtOnceOneSucceeds) {
     const std::array stores{this->store.open(), this->store.open()};
     for (int round = 0; round < 15; ++round) {
-        std::atomic<int> added = 0;
-        std::atomic<int> duplicates = 0;
+        std::atomic<int> added = 0, duplicates = 0;
         const auto work = [&](std::size_t worker) {
             const auto status = stores[worker % 2]->SecItemAdd({.account = std::to_string(round)});
             added += status == errSecSuccess;
             duplicates += status == errSecDuplicateItem;
         };
-        std::vector<std::jthread> workers;
-        for (std::size_t worker = 0; worker < 4; ++worker) workers.emplace_back(work, worker);
-        workers.clear();
+        { const std::jthread a(work, 0), b(work, 1), c(work, 2), d(work, 3); }
         EXPECT_EQ(added, 1);
         EXPECT_EQ(duplicates, 3);
     }

@@ -27,6 +27,20 @@ struct SQLiteStore {
     TemporaryFolder folder;
 };
 
+inline platform::OSStatus add(platform::Keychain& keychain, const std::string& account,
+                              std::string_view value) {
+    return keychain.SecItemAdd({.account = account, .valueData = platform::bytesOf(value)});
+}
+
+/// Replaces the account's item.
+inline platform::OSStatus save(platform::Keychain& keychain, const std::string& account,
+                               std::string_view value) {
+    const auto deleted = keychain.SecItemDelete({.account = account});
+    if (deleted != platform::errSecSuccess && deleted != platform::errSecItemNotFound)
+        return deleted;
+    return add(keychain, account, value);
+}
+
 /// The account's value as text, or the status as a number if the call failed.
 inline std::string valueOrStatus(platform::Keychain& keychain, std::optional<std::string> account) {
     std::optional<platform::Data> result;

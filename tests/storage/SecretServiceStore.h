@@ -1,16 +1,14 @@
 #pragma once
 
+#include "storage/ChildProcess.h"
 #include "storage/TemporaryFolder.h"
 
 #include <korvel/platform/backends/libsecret/KeychainLibsecret.h>
 
 #include <fcntl.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 #include <array>
 #include <chrono>
-#include <csignal>
 #include <initializer_list>
 #include <memory>
 #include <thread>
@@ -21,7 +19,14 @@ namespace korvel::tests {
 /// A session bus of its own with the desktop's real keyring daemon, which die with the object or
 /// with this process. It points this process's environment at them.
 class SecretServiceStore {
+    static constexpr const char* busProgram = "/usr/bin/dbus-daemon";
+    static constexpr const char* keyringProgram = "/usr/bin/gnome-keyring-daemon";
+    TemporaryFolder folder_;
+    std::string missing_;
+
 public:
+    std::unique_ptr<ChildProcess> bus, keyring;
+
     SecretServiceStore() {
         for (const auto* program : {busProgram, keyringProgram}) {
             if (!std::filesystem::exists(program)) missing_ += std::string(program) + " is missing";
@@ -36,23 +41,26 @@ public:
         std::array<int, 2> answer{};
         std::array<int, 2> password{};
         if (pipe2(answer.data(), O_CLOEXEC) || pipe2(password.data(), O_CLOEXEC)) std::abort();
-        bus_ = start({busProgram, "--session", "--nofork", "--nosyslog", "--print-address=1"},
-                     password[0], answer[1]);
+        const auto start = [&](std::initializer_list<const char*> command) {
+            return std::make_unique<ChildProcess>([&] {
+                std::vector<char*> arguments;
+                for (const char* word : command) arguments.push_back(const_cast<char*>(word));
+                arguments.push_back(nullptr);
+                dup2(password[0], STDIN_FILENO);
+                dup2(answer[1], STDOUT_FILENO);
+                dup2(::open("/dev/null", O_WRONLY), STDERR_FILENO);
+                execv(arguments.front(), arguments.data());
+            });
+        };
+        bus = start({busProgram, "--session", "--nofork", "--nosyslog", "--print-address=1"});
         std::string address(512, '\0');
         address.resize(static_cast<std::size_t>(
             std::max<ssize_t>(0, read(answer[0], address.data(), address.size()))));
         setenv("DBUS_SESSION_BUS_ADDRESS", address.substr(0, address.find('\n')).c_str(), 1);
         if (write(password[1], "secret", 6) != 6) std::abort();
         close(password[1]);
-        keyring_ = start({keyringProgram, "--foreground", "--unlock", "--components=secrets"},
-                         password[0], answer[1]);
+        keyring = start({keyringProgram, "--foreground", "--unlock", "--components=secrets"});
         for (const int end : {answer[0], answer[1], password[0]}) close(end);
-    }
-    SecretServiceStore(const SecretServiceStore&) = delete;
-    SecretServiceStore& operator=(const SecretServiceStore&) = delete;
-    ~SecretServiceStore() {
-        stop(keyring_);
-        stop(bus_);
     }
 
     std::string missing() const { return missing_; }
@@ -64,37 +72,6 @@ public:
         }
         return nullptr;
     }
-    void stopKeyring() { stop(keyring_); }
-    void stopBus() { stop(bus_); }
-
-private:
-    static constexpr const char* busProgram = "/usr/bin/dbus-daemon";
-    static constexpr const char* keyringProgram = "/usr/bin/gnome-keyring-daemon";
-
-    static pid_t start(std::initializer_list<const char*> command, int input, int output) {
-        std::vector<char*> arguments;
-        for (const char* word : command) arguments.push_back(const_cast<char*>(word));
-        arguments.push_back(nullptr);
-        const pid_t child = fork();
-        if (child != 0) return child;
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        dup2(input, STDIN_FILENO);
-        dup2(output, STDOUT_FILENO);
-        dup2(::open("/dev/null", O_WRONLY), STDERR_FILENO);
-        execv(arguments.front(), arguments.data());
-        _exit(127);
-    }
-    static void stop(pid_t& child) {
-        if (child <= 0) return;
-        kill(child, SIGKILL);
-        waitpid(child, nullptr, 0);
-        child = 0;
-    }
-
-    TemporaryFolder folder_;
-    std::string missing_;
-    pid_t bus_ = 0;
-    pid_t keyring_ = 0;
 };
 
 }  // namespace korvel::tests

@@ -25,32 +25,26 @@ namespace {
 using namespace platform;
 using namespace std::chrono_literals;
 
-/// How long a host on such a device waits to learn that there is no service.
-auto timeToLearnOfAbsence() {
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_FALSE(makeKeychainLibsecret("storage-tests"));
-    return std::chrono::steady_clock::now() - start;
-}
-
-TEST(SecretService, WithoutBusThereIsNoStore) {
+TEST(SecretService, WithoutABusThatAnswersThereIsNoStoreAndThatIsSoonKnown) {
     const TemporaryFolder folder;
+    const auto timeToLearn = [&] {
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_FALSE(makeKeychainLibsecret("storage-tests"));
+        return std::chrono::steady_clock::now() - start;
+    };
     unsetenv("DBUS_SESSION_BUS_ADDRESS");
     setenv("XDG_RUNTIME_DIR", (folder / "").c_str(), 1);
-    EXPECT_LT(timeToLearnOfAbsence(), 100ms);
-    setenv("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + (folder / "nobody").string()).c_str(), 1);
-    EXPECT_LT(timeToLearnOfAbsence(), 2s);
-}
-
-TEST(SecretService, ABusThatNeverAnswersHoldsUpNobody) {
-    const TemporaryFolder folder;
+    EXPECT_LT(timeToLearn(), 100ms);
     const std::string path = folder / "bus";
+    setenv("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + path).c_str(), 1);
+    EXPECT_LT(timeToLearn(), 2s);
+
     sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
     std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
     const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
     ASSERT_EQ(listen(listener, 8), 0);
-    setenv("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + path).c_str(), 1);
-    EXPECT_LT(timeToLearnOfAbsence(), 5s);
+    EXPECT_LT(timeToLearn(), 5s) << "it never answers";
     close(listener);
 }
 
@@ -60,8 +54,7 @@ protected:
         if (!store.missing().empty()) GTEST_SKIP() << store.missing();
         keychain = store.open();
         ASSERT_TRUE(keychain);
-        ASSERT_EQ(keychain->SecItemAdd({.account = "token", .valueData = bytesOf("abc")}),
-                  errSecSuccess);
+        ASSERT_EQ(add(*keychain, "token", "abc"), errSecSuccess);
     }
     SecretServiceStore store;
     std::shared_ptr<Keychain> keychain;
@@ -71,16 +64,16 @@ TEST_F(SecretServiceOnBus, ItemsOfAnotherApplicationAreOutOfReach) {
     const auto other = store.open("another application");
     EXPECT_EQ(valueOrStatus(*other, "token"), "-25300");
     EXPECT_EQ(valueOrStatus(*other, std::nullopt), "-25300");
-    EXPECT_EQ(other->SecItemAdd({.account = "token", .valueData = bytesOf("def")}), errSecSuccess);
+    EXPECT_EQ(add(*other, "token", "def"), errSecSuccess);
     EXPECT_EQ(other->SecItemDelete({}), errSecSuccess);
     EXPECT_EQ(valueOrStatus(*keychain, "token"), "abc");
 }
 
 TEST_F(SecretServiceOnBus, AServiceOrBusThatGoesAwayFailsTheCallAndNotTheHost) {
-    store.stopKeyring();
+    store.keyring.reset();
     EXPECT_EQ(valueOrStatus(*keychain, "token"), std::to_string(errSecNotAvailable));
     EXPECT_FALSE(makeKeychainLibsecret("storage-tests"));
-    store.stopBus();
+    store.bus.reset();
     EXPECT_EQ(valueOrStatus(*keychain, "token"), std::to_string(errSecNotAvailable));
     EXPECT_EQ(keychain->SecItemDelete({}), errSecNotAvailable);
 }
