@@ -90,9 +90,7 @@ TEST_F(Controllers, APresentedViewCoversTheWindowUntilItIsDismissed) {
 }
 
 TEST_F(Controllers, DismissalTakesAllThatIsAbove) {
-    const auto a = named("a");
-    const auto b = named("b");
-    const auto c = named("c");
+    const auto a = named("a"), b = named("b"), c = named("c");
     root->present(a, false);
     a->present(b, false);
     b->present(c, false);
@@ -109,9 +107,7 @@ TEST_F(Controllers, DismissalTakesAllThatIsAbove) {
 }
 
 TEST_F(Controllers, ImpossiblePresentationsAreRefusedQuietly) {
-    const auto a = named("a");
-    const auto b = named("b");
-    const auto child = named("child");
+    const auto a = named("a"), b = named("b"), child = named("child");
     root->present(root, true, note("self"));
     named("detached")->present(a, true, note("in no window"));
     root->addChild(child);
@@ -130,16 +126,13 @@ TEST_F(Controllers, ImpossiblePresentationsAreRefusedQuietly) {
 
 TEST_F(Controllers, ContainersShowTheirChosenOne) {
     const auto stack = std::make_shared<UINavigationController>();
-    const auto a = named("a");
-    const auto b = named("b");
-    EXPECT_EQ(stack->visibleViewController(), nullptr);
+    const auto a = named("a"), b = named("b"), modal = named("modal");
     stack->pushViewController(a);
     window->setRootViewController(stack);
     stack->pushViewController(b);
     settle();
     EXPECT_EQ(a->view()->window(), nullptr);
     EXPECT_EQ(b->view()->frame(), window->bounds());
-    const auto modal = named("modal");
     stack->present(modal, false);
     EXPECT_EQ(stack->visibleViewController(), modal);
     modal->dismiss(false);
@@ -160,8 +153,7 @@ TEST_F(Controllers, ContainersShowTheirChosenOne) {
 }
 
 TEST_F(Controllers, EverythingGoesInAnyOrder) {
-    auto a = named("a");
-    auto b = named("b");
+    auto a = named("a"), b = named("b");
     const std::vector<std::weak_ptr<void>> all{root,      a,         b,     root->view(),
                                                a->view(), b->view(), window};
     root->present(a, true, note("never"));

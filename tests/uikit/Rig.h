@@ -29,27 +29,25 @@ struct FakeObserver final : UIViewTreeObserver {
     Names told;
 
     Names take() { return std::exchange(told, {}); }
+    void tell(const UIView& view, const std::string& what) {
+        told.push_back(view.accessibilityLabel() + " " + what);
+    }
 
     void viewChanged(UIView& view, UIViewChange what) override {
         static const char* const names[] = {"geometry", "alpha",       "hidden",
                                             "content",  "interaction", "accessibility"};
-        told.push_back(view.accessibilityLabel() + " " + names[static_cast<std::size_t>(what)]);
+        tell(view, names[static_cast<std::size_t>(what)]);
     }
-    void subviewsChanged(UIView& view) override {
-        told.push_back(view.accessibilityLabel() + " subviews");
-    }
+    void subviewsChanged(UIView& view) override { tell(view, "subviews"); }
     void animationBegan(UIView& view, const UIViewAnimation& animation) override {
-        told.push_back(view.accessibilityLabel() + " fades for " +
-                       std::to_string(animation.duration / 1ms));
+        tell(view, "fades for " + std::to_string(animation.duration / 1ms));
     }
     void presentationChanged(UIViewController& controller, bool presented, bool animated) override {
-        told.push_back(controller.view()->accessibilityLabel() +
-                       (presented ? " presented" : " dismissed") + (animated ? " slowly" : "") +
-                       (controller.view()->window() ? "" : ", gone"));
+        tell(*controller.view(), std::string(presented ? "presented" : "dismissed") +
+                                     (animated ? " slowly" : "") +
+                                     (controller.view()->window() ? "" : ", gone"));
     }
-    void windowChanged(UIWindow& window) override {
-        told.push_back(window.accessibilityLabel() + " window");
-    }
+    void windowChanged(UIWindow& window) override { tell(window, "window"); }
     void orientationChanged(std::int64_t orientation) override {
         told.push_back("orientation " + std::to_string(orientation));
     }
