@@ -10,82 +10,67 @@ using platform::Data;
 const std::string basic = "Authorization=Basic a2V5OnNlY3JldA==";  // key:secret
 const std::string json = "Content-Type=application/json ";
 
-class Endpoints : public NetworkTest {};
+class Endpoints : public NetworkTest {
+protected:
+    const std::shared_ptr<KCSDKUserSubscriptionRequest> subscription =
+        decoded<KCSDKUserSubscriptionRequest>(R"({"start":"s","subscriptionId":"a/b"})");
+};
 
 TEST_F(Endpoints, GoOutWithTheirPathMethodHeadersAndBody) {
     fake.keychain->put("token", "code");
     fake.keychain->put("userId", "u1");
-    const auto filter = std::make_shared<KCSDKOndemandFilterRequest>();
-    const auto subscription =
-        decoded<KCSDKUserSubscriptionRequest>(R"({"start":"s","subscriptionId":"a/b"})");
-    const std::string base = "https://service.test/";
-    const std::string tenant = " TenantID=tenant";
-    const std::string bearer = "Authorization=Bearer code";
-
+    const std::string client = basic + " TenantID=tenant";
+    const std::string user = "Authorization=Bearer code TenantID=tenant";
+    const std::string paging = "?filterBy=alpha&orderBy=asc&pageSize=";
     struct Row {
         std::function<void()> call;
-        std::string text;
+        std::string method, path, headers, body = "(none)";
     };
     const std::vector<Row> rows{
-        {[&] { manager->getConsent({}); },
-         "GET " + base + "ondemand/v1/consent | " + basic + tenant + " | (none)"},
-        {[&] { manager->acceptConsent("T\xff", {}); },
-         "POST " + base + "ondemand/v1/consent | " + json + bearer + tenant +
-             " | {\"consentTag\":\"T\uFFFD\",\"action\":2,\"userId\":\"u1\"}"},
-        {[&] { manager->getOndemandCollections({}, 0, {}); },
-         "GET " + base + "ondemand/v1/collections/ | " + basic + tenant + " | (none)"},
-        {[&] { manager->getOndemandCollections({}, -1, {}); },
-         "GET " + base + "ondemand/v1/collections/ | " + basic + tenant + " | (none)"},
-        {[&] { manager->getOndemandCollections("abc", 5, {}); },
-         "GET " + base + "ondemand/v1/collections/abc?maxResults=5 | " + basic + tenant +
-             " | (none)"},
-        {[&] { manager->getOndemandClasses(2, 10, {}, {}, {}); },
-         "GET " + base +
-             "ondemand/v1/classes/?filterBy=alpha&orderBy=asc&pageSize=10&pageNumber=2 | " + basic +
-             tenant + " | (none)"},
-        {[&] { manager->getOndemandClasses(-1, 0, "", "desc", {}); },
-         "GET " + base + "ondemand/v1/classes/?filterBy=&orderBy=desc&pageSize=0&pageNumber=-1 | " +
-             basic + tenant + " | (none)"},
-        {[&] { manager->getOndemandClassDetails("a&b=c", {}); },
-         "GET " + base +
-             "ondemand/v1/classes/"
-             "?filterBy=alpha&orderBy=asc&pageSize=20&pageNumber=1&classId=a&b=c | " +
-             basic + tenant + " | (none)"},
-        {[&] { manager->getOndemandMetaData({}); },
-         "GET " + base + "api/v1/users/ondemand/metadata | " + bearer + tenant + " | (none)"},
-        {[&] { manager->getOndemandClassesForCriteria(*filter, {}); },
-         "POST " + base + "ondemand/v1/filter | " + json + basic + tenant +
-             R"( | {"skip":0,"take":100})"},
-        {[&] { manager->activateSubscription(*subscription, {}); },
-         "PUT " + base + "ondemand/v1/activatesubscription | " + json + bearer + tenant +
-             R"( | {"start":"s","subscriptionId":"a\/b"})"},
-        {[&] { manager->cancelSubscription({}); },
-         "PUT " + base + "ondemand/v1/revokeaccess | " + bearer + tenant + " | (none)"},
-        {[&] { manager->getContentToken("50122", {}); },
-         "GET " + base + "ondemand/v1/token/50122 | ModId=ios " + basic +
-             " TenantID=lanterns | (none)"},
-        {[&] { manager->performClass("c1", {}); },
-         "GET " + base + "ondemand/v1/perform/c1 | " + bearer + tenant + " | (none)"},
+        {[&] { manager->getConsent({}); }, "GET", "ondemand/v1/consent", client},
+        {[&] { manager->acceptConsent("T\xff", {}); }, "POST", "ondemand/v1/consent", json + user,
+         "{\"consentTag\":\"T\uFFFD\",\"action\":2,\"userId\":\"u1\"}"},
+        {[&] { manager->getOndemandCollections({}, 0, {}); }, "GET", "ondemand/v1/collections/",
+         client},
+        {[&] { manager->getOndemandCollections({}, -1, {}); }, "GET", "ondemand/v1/collections/",
+         client},
+        {[&] { manager->getOndemandCollections("abc", 5, {}); }, "GET",
+         "ondemand/v1/collections/abc?maxResults=5", client},
+        {[&] { manager->getOndemandClasses(2, 10, {}, {}, {}); }, "GET",
+         "ondemand/v1/classes/" + paging + "10&pageNumber=2", client},
+        {[&] { manager->getOndemandClasses(-1, 0, "", "desc", {}); }, "GET",
+         "ondemand/v1/classes/?filterBy=&orderBy=desc&pageSize=0&pageNumber=-1", client},
+        {[&] { manager->getOndemandClassDetails("a&b=c", {}); }, "GET",
+         "ondemand/v1/classes/" + paging + "20&pageNumber=1&classId=a&b=c", client},
+        {[&] { manager->getOndemandMetaData({}); }, "GET", "api/v1/users/ondemand/metadata", user},
+        {[&] { manager->getOndemandClassesForCriteria({}, {}); }, "POST", "ondemand/v1/filter",
+         json + client, R"({"skip":0,"take":100})"},
+        {[&] { manager->activateSubscription(*subscription, {}); }, "PUT",
+         "ondemand/v1/activatesubscription", json + user,
+         R"({"start":"s","subscriptionId":"a\/b"})"},
+        {[&] { manager->cancelSubscription({}); }, "PUT", "ondemand/v1/revokeaccess", user},
+        {[&] { manager->getContentToken("50122", {}); }, "GET", "ondemand/v1/token/50122",
+         "ModId=ios " + basic + " TenantID=lanterns"},
+        {[&] { manager->performClass("c1", {}); }, "GET", "ondemand/v1/perform/c1", user},
     };
-    for (const auto& row : rows) {
-        row.call();
-        EXPECT_EQ(sentText(), row.text);
+    for (const auto& [call, method, path, headers, body] : rows) {
+        call();
+        EXPECT_EQ(sentText(),
+                  method + " https://service.test/" + path + " | " + headers + " | " + body);
         EXPECT_EQ(sent().timeoutInterval, std::chrono::seconds(60));
     }
     EXPECT_EQ(fake.session->requests.size(), rows.size());
 }
 
 TEST_F(Endpoints, AddressesAreResolvedAsAPageWouldAndFallBackToTheBase) {
-    struct Row {
-        std::string base, tag, address;
-    };
-    for (const auto& [base, tag, address] :
-         std::vector<Row>{{"https://h/api", "c", "https://h/ondemand/v1/perform/c"},
-                          {"https://h/api/", "c", "https://h/api/ondemand/v1/perform/c"},
-                          {"https://h/api/?q=1", "a#b", "https://h/api/ondemand/v1/perform/a#b"},
-                          {"https://h/", "../x", "https://h/ondemand/v1/x"},
-                          {"https://h/api", "no blanks", "https://h/api"},
-                          {"https://h/", "\u00FCbung", "https://h/"}}) {
+    const std::array<std::string, 3> rows[] = {
+        {"https://h/api", "c", "https://h/ondemand/v1/perform/c"},
+        {"https://h/api/", "c", "https://h/api/ondemand/v1/perform/c"},
+        {"https://h/api/?q=1", "a#b", "https://h/api/ondemand/v1/perform/a#b"},
+        {"https://h/", "../x", "https://h/ondemand/v1/x"},
+        {"https://h/api", "no blanks", "https://h/api"},
+        {"https://h/", "\u00FCbung", "https://h/"}};
+    for (const auto& [base, tag, address] : rows) {
         config->baseURL = base;
         manager->performClass(tag, {});
         EXPECT_EQ(sent().url.absoluteString(), address) << base << " and " << tag;
@@ -120,13 +105,11 @@ TEST_F(Endpoints, CredentialsAreReadAnewForEachRequest) {
 }
 
 TEST_F(Endpoints, UnusableBaseURLFailsAtOnceAndLeavesNoTrace) {
-    const auto subscription =
-        decoded<KCSDKUserSubscriptionRequest>(R"({"start":"","subscriptionId":""})");
     for (const auto* base : {"", "not a url", "foo", "https://h/\u00FC", "https://h/%zz"}) {
         config->baseURL = base;
         std::vector<std::optional<NSError>> errors;
-        const auto note = [&](auto&&... told) {
-            errors.push_back(std::get<sizeof...(told) - 1>(std::tuple(told...)));
+        const auto note = [&](const auto&... told) {
+            errors.push_back(std::get<sizeof...(told) - 1>(std::tie(told...)));
         };
         manager->startSession("anna", note);
         manager->getConsent(note);
@@ -162,11 +145,12 @@ TEST_F(Endpoints, FilterPrintsItsBodyThenTagsThenSends) {
                              "\uFFFD"
                              R"(\""})";
     EXPECT_EQ(sentBody(), body);
-    EXPECT_EQ(*fake.journal, (std::vector<std::string>{
-                                 "jsonData:  " + body,
-                                 "tagEvent View On Demand Class Listing {Search Text: \"yoga\xff\","
-                                 " Duration: N/A, Provider: N/A, keywords: }",
-                                 "upload"}));
+    EXPECT_EQ(fake.journal->lines(),
+              (std::vector<std::string>{
+                  "jsonData:  " + body,
+                  "tagEvent View On Demand Class Listing {Search Text: \"yoga\xff\","
+                  " Duration: N/A, Provider: N/A, keywords: }",
+                  "upload"}));
 }
 
 class BrokenEncoder final : public platform::JSONEncoder {
@@ -179,8 +163,6 @@ class BrokenEncoder final : public platform::JSONEncoder {
 
 TEST_F(Endpoints, BodiesThatCannotBeEncodedAreLeftOutButTrackingIsNotSent) {
     manager = makeManager(std::make_shared<BrokenEncoder>());
-    const auto subscription =
-        decoded<KCSDKUserSubscriptionRequest>(R"({"start":"","subscriptionId":""})");
     const std::string line = "Unexpected error: broken.";
 
     manager->acceptConsent("t", {});

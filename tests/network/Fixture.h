@@ -3,18 +3,10 @@
 #include "support/Samples.h"
 #include "support/TestDevice.h"
 
-#include <korvel/model/KCSDKConsent.h>
-#include <korvel/model/KCSDKOndemandClass.h>
-#include <korvel/model/KCSDKOndemandClassResponse.h>
-#include <korvel/model/KCSDKOndemandCollection.h>
+#include <korvel/KorvelContentSDK.h>
 #include <korvel/model/KCSDKOndemandContentToken.h>
-#include <korvel/model/KCSDKOndemandFilterRequest.h>
-#include <korvel/model/KCSDKOndemandMetaData.h>
-#include <korvel/model/KCSDKOndemandSearchResult.h>
-#include <korvel/model/KCSDKUserSubscriptionRequest.h>
 #include <korvel/network/KCSDKNetworkManager.h>
 #include <korvel/platform/foundation/JSONEncoder.h>
-#include <korvel/sdk/KCSDKConfig.h>
 
 #include <gtest/gtest.h>
 
@@ -37,13 +29,6 @@ template <class Value> struct Told {
         };
     }
     bool released() const { return held.expired(); }
-};
-
-struct ToldOutcome {
-    std::vector<std::optional<NSError>> calls;
-    ErrorCompletion completion() {
-        return [this](std::optional<NSError> error) { calls.push_back(std::move(error)); };
-    }
 };
 
 class NetworkTest : public testing::Test {

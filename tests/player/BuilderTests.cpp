@@ -60,7 +60,7 @@ TEST_F(Builder, EmbeddedPlayerFillsItsPlaceAndStartsByItself) {
 }
 
 TEST_F(Builder, SettersShapeTheControls) {
-    builder = std::make_shared<KCSDKVideoViewBuilder>(aClass(""));
+    builder = makeBuilder();
     builder->setAutoPlay(false);
     builder->setExitButtonColor(UIColor::black());
     builder->setThemeColor(UIColor::systemBlue());

@@ -1,9 +1,10 @@
 #pragma once
 
+#include "support/Listener.h"
 #include "support/Samples.h"
 #include "support/TestDevice.h"
 
-#include <korvel/model/KCSDKOndemandClass.h>
+#include <korvel/KorvelContentSDK.h>
 #include <korvel/network/KCSDKNetworkManager.h>
 #include <korvel/platform/avfoundation/AVPlayer.h>
 #include <korvel/platform/avfoundation/AVPlayerItem.h>
@@ -15,12 +16,7 @@
 #include <korvel/player/KCSDKPlayerView.h>
 #include <korvel/player/KCSDKPlayerViewController.h>
 #include <korvel/player/KCSDKPlayerViewModel.h>
-#include <korvel/presentation/KCSDKPlayerEvents.h>
-#include <korvel/presentation/KCSDKPlayerEventsListner.h>
 #include <korvel/presentation/KCSDKPlayerOverlay.h>
-#include <korvel/presentation/KCSDKVideoViewBuilder.h>
-#include <korvel/sdk/KCSDK.h>
-#include <korvel/sdk/KCSDKConfig.h>
 
 #include <gtest/gtest.h>
 
@@ -28,29 +24,6 @@ namespace korvel::tests {
 
 using namespace std::chrono_literals;
 using platform::UIView;
-
-/// Writes down what it is told: "status 1", "exit 3", "empty", "likely"; progress is only counted.
-struct Listener final : KCSDKPlayerEventsListner {
-    std::vector<std::string> told;
-    std::vector<std::pair<char, float>> progress;  ///< 'p' position, 'd' duration
-    std::function<void()> onExit = [] {};
-
-    void playerStatusWithStatus(std::int64_t status) override {
-        told.push_back("status " + std::to_string(status));
-    }
-    void playerExitWithDuration(std::int64_t duration) override {
-        told.push_back("exit " + std::to_string(duration));
-        onExit();
-    }
-    void currentVideoPositionWithDurationPlayedSeconds(float seconds) override {
-        progress.emplace_back('p', seconds);
-    }
-    void totalVideoDurationWithTotalDuration(float seconds) override {
-        progress.emplace_back('d', seconds);
-    }
-    void playbackBufferEmpty() override { told.push_back("empty"); }
-    void playbackLikelyToKeepUp() override { told.push_back("likely"); }
-};
 
 /// The SDK on a device of fakes, with a window whose root has a place for an embedded player. The
 /// facade is once per process, and so is each of these tests.
@@ -67,7 +40,6 @@ protected:
     std::shared_ptr<Listener> listener = std::make_shared<Listener>();
 
     void SetUp() override { install(KORVEL_BUNDLE); }
-    void TearDown() override { fake.hear(nullptr); }
     virtual void install(const std::filesystem::path& bundle) {
         auto device = fake.device();
         device.bundles.emplace_back(std::string(platform::sdkBundleIdentifier), bundle);
@@ -111,24 +83,20 @@ protected:
         run();
     }
 
-    static std::shared_ptr<KCSDKOndemandClass> aClass(const std::string& link) {
-        return decoded<KCSDKOndemandClass>(classJSON("c1", R"(,"streamingLink":")" + link + '"'));
-    }
-    std::shared_ptr<KCSDKVideoViewBuilder> builder =
-        std::shared_ptr<KCSDKVideoViewBuilder>();  ///< made by `start`, unless a test did
-
+    std::shared_ptr<KCSDKVideoViewBuilder> builder;  ///< made by `start`, unless a test did
     std::shared_ptr<KCSDKPlayerEvents> events;
     std::optional<NSError> error;
     int completions = 0;
 
+    static std::shared_ptr<KCSDKVideoViewBuilder> makeBuilder() {
+        return std::make_shared<KCSDKVideoViewBuilder>(
+            decoded<KCSDKOndemandClass>(classJSON("asked")));
+    }
     /// Starts a class; the service answers the perform request so.
     void start(const std::shared_ptr<UIView>& parent, int status = 200,
                std::optional<std::string> body = std::nullopt,
                const std::shared_ptr<UIView>& overlay = nullptr) {
-        if (!builder) {
-            builder = std::make_shared<KCSDKVideoViewBuilder>(
-                decoded<KCSDKOndemandClass>(classJSON("asked")));
-        }
+        if (!builder) builder = makeBuilder();
         builder->setEventReceiver(listener);
         builder->startVideoIn(parent, overlay, [this](auto started, auto failure) {
             ++completions;

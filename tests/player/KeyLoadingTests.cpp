@@ -135,7 +135,7 @@ TEST_F(KeyLoadingTest, KeyIsFetchedWithAFreshTokenAndDeliveredOnTheMainQueue) {
                   (std::vector<std::string>{keyLine(address), "statusCode: 200"}))
             << "the key request itself says nothing";
     }
-    EXPECT_EQ(fake.diagnostics->ended(), 4u) << "but a host's engineer hears of both";
+    EXPECT_EQ(fake.diagnostics->ended, 4u) << "but a host's engineer hears of both";
     EXPECT_EQ(keySystem->identifiers, std::vector<Data>(2, platform::bytesOf("\u00C1/")));
     EXPECT_EQ(keySystem->certificates[0],
               platform::Device::current().bundle(sdkBundleIdentifier)->contents("fairplay", "cer"));

@@ -1,14 +1,21 @@
-#include "sdk/ServiceFixture.h"
+#include "support/Samples.h"
+#include "support/TestDevice.h"
 
-#include <sys/socket.h>
+#include <korvel/KorvelContentSDK.h>
+#include <korvel/network/KCSDKNetworkManager.h>
+#include <korvel/platform/backends/curl/URLSessionCurl.h>
+#include <korvel/service/ContentService.h>
 
-#include <netinet/in.h>
-#include <unistd.h>
+#include <gtest/gtest.h>
+
+#include <future>
 
 namespace korvel::tests {
 namespace {
 
+using namespace std::chrono_literals;
 using service::Answer;
+using service::Subscription;
 
 /// What the host sees of one exchange.
 enum class Seen {
@@ -17,234 +24,218 @@ enum class Seen {
     completed,  ///< called with the record, or, for an outcome, without an error
     rejection,  ///< called with an error
 };
+using enum Seen;
 
 std::ostream& operator<<(std::ostream& out, Seen seen) {
     return out << std::array{"silence", "neither", "completed",
                              "rejection"}[static_cast<std::size_t>(seen)];
 }
 
+using Outcome = std::pair<Seen, std::optional<NSError>>;
+
+/// A completion for any endpoint. When its last copy is destroyed, it tells what the host saw.
+class Witness {
+public:
+    std::future<Outcome> outcome() { return state_->ended.get_future(); }
+
+    template <class... Results> void operator()(const Results&... results) const {
+        const auto all = std::tie(results...);
+        const auto& error = std::get<sizeof...(results) - 1>(all);
+        const bool hasValue = sizeof...(results) == 1 ? !error : static_cast<bool>(get<0>(all));
+        EXPECT_FALSE(error && hasValue);
+        EXPECT_EQ(state_->outcome.first, silence) << "called twice";
+        state_->outcome = {error ? rejection : hasValue ? completed : neither, error};
+    }
+
+private:
+    struct State {
+        Outcome outcome{silence, std::nullopt};
+        std::promise<Outcome> ended;
+        ~State() { ended.set_value(outcome); }
+    };
+    std::shared_ptr<State> state_ = std::make_shared<State>();
+};
+
 /// How an endpoint takes an answer: as a record, as an outcome whose body means nothing, as a
 /// log-in whose status means nothing either, or not at all.
 enum class Kind { record, outcome, logIn, untold };
 
+struct Endpoint {
+    std::string name;
+    Kind kind;
+    std::function<void(const Witness&)> call;
+};
+
 struct Fault {
     std::string name;
-    std::optional<Answer> answer;  ///< none: the connection itself fails
-    Seen record, outcome, logIn;
-    std::string console;  ///< the one line
-};
-
-Answer scripted(int status, std::string body) {
-    return {.status = status, .body = std::move(body)};
-}
-
-Answer damaged(auto change) {
     Answer answer;
-    change(answer);
-    return answer;
-}
-
-const std::string junk = "\xff\xfe junk";
-
-std::vector<Fault> faults() {
-    using enum Seen;
-    return {
-        {"refused", std::nullopt, silence, silence, silence, "error"},
-        {"TLS refused", std::nullopt, silence, silence, silence, "error"},
-        {"reset before the head", damaged([](auto& a) { a.resetAfter = 0; }), silence, silence,
-         silence, "error"},
-        {"reset in the body",
-         {{.status = 200, .body = std::string(5000, ' '), .resetAfter = 1000}},
-         silence,
-         silence,
-         silence,
-         "error"},
-        {"truncated JSON", scripted(200, R"([{"tag":"c)"), neither, completed, completed,
-         "statusCode: 200"},
-        {"wrong type", scripted(201, "17"), neither, completed, completed, "statusCode: 201"},
-        {"empty body", scripted(200, ""), neither, completed, completed, "statusCode: 200"},
-        {"401", scripted(401, "who?"), rejection, rejection, completed, "statusCode: 401"},
-        {"404", scripted(404, ""), rejection, rejection, completed, "statusCode: 404"},
-        {"500", scripted(500, junk), rejection, rejection, completed, "statusCode: 500"},
-        {"601", scripted(601, "{}"), rejection, rejection, completed, "statusCode: 601"},
-        {"not UTF-8", scripted(200, junk), neither, completed, completed, "statusCode: 200"},
-        {"slow drip", damaged([](auto& a) {
-             a.drip = Answer::Drip{700, std::chrono::milliseconds(1)};
-         }),
-         completed, completed, completed, "statusCode: "},
-    };
-}
-
-/// A port of this machine on which nobody listens, as long as the object lives.
-class ClosedPort {
-public:
-    ClosedPort() {
-        const auto any = reinterpret_cast<sockaddr*>(&address_);
-        EXPECT_EQ(bind(socket_, any, sizeof address_), 0);
-        socklen_t size = sizeof address_;
-        EXPECT_EQ(getsockname(socket_, any, &size), 0);
-    }
-    ~ClosedPort() { close(socket_); }
-    std::string baseURL() const {
-        return "https://127.0.0.1:" + std::to_string(ntohs(address_.sin_port)) + "/";
-    }
-
-private:
-    int socket_ = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address_{
-        .sin_family = AF_INET, .sin_port = 0, .sin_addr = {htonl(INADDR_LOOPBACK)}, .sin_zero = {}};
+    std::map<Kind, Seen> seen;
 };
 
-class FaultMatrix : public ServiceTest {
-protected:
-    using Exchange = std::function<std::pair<Seen, std::optional<NSError>>()>;
-    struct Endpoint {
-        std::string name;
-        Kind kind;
-        Exchange run;
+const std::vector<Fault>& faults() {
+    const auto row = [](std::string name, Answer answer, Seen record, Seen outcome, Seen logIn) {
+        return Fault{std::move(name),
+                     std::move(answer),
+                     {{Kind::record, record},
+                      {Kind::outcome, outcome},
+                      {Kind::logIn, logIn},
+                      {Kind::untold, silence}}};
     };
+    const std::string junk = "\xff\xfe junk";
+    static const std::vector<Fault> all{
+        row("refused", {}, silence, silence, silence),
+        row("TLS refused", {}, silence, silence, silence),
+        row("reset before the head", {.resetAfter = 0}, silence, silence, silence),
+        row("reset in the body", {.body = std::string(5000, ' '), .resetAfter = 1000}, silence,
+            silence, silence),
+        row("truncated JSON", {.status = 200, .body = R"([{"tag":"c)"}, neither, completed,
+            completed),
+        row("wrong type", {.status = 201, .body = "17"}, neither, completed, completed),
+        row("empty body", {.status = 200, .body = ""}, neither, completed, completed),
+        row("not UTF-8", {.status = 200, .body = junk}, neither, completed, completed),
+        row("204", {.status = 204, .body = ""}, rejection, rejection, completed),
+        row("401", {.status = 401, .body = "who?"}, rejection, rejection, completed),
+        row("404", {.status = 404, .body = ""}, rejection, rejection, completed),
+        row("500", {.status = 500, .body = junk}, rejection, rejection, completed),
+        row("601", {.status = 601, .body = "{}"}, rejection, rejection, completed),
+        row("slow drip", {.drip = Answer::Drip{700, 1ms}}, completed, completed, completed),
+    };
+    return all;
+}
 
-    template <class Record> Endpoint record(std::string name, auto call) {
-        return {
-            std::move(name), Kind::record, [call] {
-                Ending<Record, std::optional<NSError>> ending;
-                call(ending.completion());
-                const auto results = ending.wait();
-                if (!results) return std::pair(Seen::silence, std::optional<NSError>());
-                const auto& [value, error] = *results;
-                EXPECT_FALSE(value && error);
-                const auto seen = error ? Seen::rejection : value ? Seen::completed : Seen::neither;
-                return std::pair(seen, error);
-            }};
-    }
-    Endpoint outcome(std::string name, Kind kind, auto call) {
-        return {std::move(name), kind, [call] {
-                    Ending<std::optional<NSError>> ending;
-                    call(ending.completion());
-                    const auto results = ending.wait();
-                    if (!results) return std::pair(Seen::silence, std::optional<NSError>());
-                    const auto& [error] = *results;
-                    return std::pair(error ? Seen::rejection : Seen::completed, error);
-                }};
-    }
+/// The manager on the real transport against the real service; time, keychain and analytics are
+/// fakes. The user "anna" may do everything.
+class FaultMatrix : public testing::Test {
+protected:
+    service::ContentService service;
+    TestDevice fake;
+    std::shared_ptr<KCSDKConfig> config = std::make_shared<KCSDKConfig>(
+        service.baseURL(), service.options().secretKey, service.options().apiKey,
+        service.options().tenant, "analytics");
+    std::shared_ptr<KCSDKNetworkManager> manager = makeManager();
 
-    /// All thirteen. The user "anna" may do everything.
-    std::vector<Endpoint> endpoints() {
-        using platform::JSONEncoder;
-        using Consents = std::optional<std::vector<std::shared_ptr<KCSDKConsent>>>;
-        using Collections = std::optional<std::vector<std::shared_ptr<KCSDKOndemandCollection>>>;
-        auto& m = *manager;
-        const auto tag = aClass_->tag;
-        return {
-            outcome("log-in", Kind::logIn,
-                    [&](auto done) {
-                        m.startSession("anna", done);
-                        passLogInDelay();
-                    }),
-            record<Consents>("consent list", [&](auto done) { m.getConsent(done); }),
-            outcome("consent", Kind::outcome,
-                    [&](auto done) { m.acceptConsent("privacy-2024", done); }),
-            record<Collections>("collections",
-                                [&](auto done) { m.getOndemandCollections({}, 2, done); }),
-            record<std::shared_ptr<KCSDKOndemandClassResponse>>(
-                "classes", [&](auto done) { m.getOndemandClasses(1, 9, {}, {}, done); }),
-            record<std::shared_ptr<KCSDKOndemandClass>>(
-                "class", [&m, tag](auto done) { m.getOndemandClassDetails(tag, done); }),
-            record<std::shared_ptr<KCSDKOndemandMetaData>>(
-                "metadata", [&](auto done) { m.getOndemandMetaData(done); }),
-            record<std::shared_ptr<KCSDKOndemandSearchResult>>(
-                "filter", [&](auto done) { m.getOndemandClassesForCriteria({}, done); }),
-            outcome("subscription", Kind::outcome,
-                    [&](auto done) { m.activateSubscription(*subscription_, done); }),
-            outcome("cancellation", Kind::outcome,
-                    [&](auto done) {
-                        service.accounts().setSubscription("anna", service::Subscription{});
-                        m.cancelSubscription(done);
-                    }),
-            {"tracking", Kind::untold,
-             [this] {
-                 manager->sendClassPerformance(*aClass_, 7);
-                 console->waitFor(2);  // the record, then the end
-                 return std::pair(Seen::silence, std::optional<NSError>());
-             }},
-            record<std::shared_ptr<KCSDKOndemandContentToken>>(
-                "content token", [&](auto done) { m.getContentToken("50122", done); }),
-            record<std::shared_ptr<KCSDKOndemandClass>>("perform",
-                                                        [&m, tag, this](auto done) {
-                                                            service.accounts().setSubscription(
-                                                                "anna", service::Subscription{});
-                                                            m.performClass(tag, done);
-                                                        }),
-        };
+    std::shared_ptr<KCSDKNetworkManager> makeManager() const {
+        auto device = fake.device();
+        device.urlSession = platform::makeURLSessionCurl(
+            {.certificateAuthorityFile = service.caFile()},
+            [](auto task) { platform::DispatchQueue::global().async(std::move(task)); });
+        auto made = std::make_shared<KCSDKNetworkManager>(device);
+        made->setSdkConfig(config);
+        return made;
     }
 
     void SetUp() override {
-        logIn("anna");
+        const auto user = service.accounts().logIn("anna");
+        fake.keychain->put("token", user.code);
+        fake.keychain->put("userId", user.id);
         service.accounts().acceptConsent("anna", "privacy-2024");
-        Ending<std::shared_ptr<KCSDKOndemandClassResponse>, std::optional<NSError>> page;
-        manager->getOndemandClasses(1, 1, {}, {}, page.completion());
-        aClass_ = std::get<0>(page.wait().value())->items.at(0);
-        console->take();
+    }
+
+    const std::string tag = "50102";
+    const std::vector<Endpoint> endpoints{
+        {"log-in", Kind::logIn,
+         [&](auto& done) {
+             manager->startSession("anna", done);
+             fake.clock->advance(*fake.mainQueue, 500ms);
+         }},
+        {"consents", Kind::record, [&](auto& done) { manager->getConsent(done); }},
+        {"consent", Kind::outcome,
+         [&](auto& done) { manager->acceptConsent("privacy-2024", done); }},
+        {"collections", Kind::record,
+         [&](auto& done) { manager->getOndemandCollections({}, 2, done); }},
+        {"classes", Kind::record,
+         [&](auto& done) { manager->getOndemandClasses(1, 9, {}, {}, done); }},
+        {"class", Kind::record, [&](auto& done) { manager->getOndemandClassDetails(tag, done); }},
+        {"metadata", Kind::record, [&](auto& done) { manager->getOndemandMetaData(done); }},
+        {"filter", Kind::record,
+         [&](auto& done) { manager->getOndemandClassesForCriteria({}, done); }},
+        {"subscription", Kind::outcome,
+         [&](auto& done) {
+             manager->activateSubscription(*decoded<KCSDKUserSubscriptionRequest>(
+                                               R"({"start":"now","subscriptionId":"monthly"})"),
+                                           done);
+         }},
+        {"cancellation", Kind::outcome, [&](auto& done) { manager->cancelSubscription(done); }},
+        {"tracking", Kind::untold,
+         [&](auto&) {
+             manager->sendClassPerformance(*decoded<KCSDKOndemandClass>(classJSON(tag)), 7);
+             EXPECT_TRUE(fake.console->waitForLines(2)) << "the record, then the end";
+         }},
+        {"content token", Kind::record,
+         [&](auto& done) { manager->getContentToken("50122", done); }},
+        {"perform", Kind::record, [&](auto& done) { manager->performClass(tag, done); }}};
+
+    Outcome run(const Endpoint& endpoint) {
+        service.accounts().setSubscription("anna", Subscription{"now", "monthly"});
+        std::future<Outcome> outcome;
+        {
+            Witness completion;
+            outcome = completion.outcome();
+            endpoint.call(completion);
+        }
+        if (outcome.wait_for(30s) != std::future_status::ready) {
+            throw std::runtime_error("The exchange does not end.");
+        }
+        return outcome.get();
     }
 
     /// Prepares the service, or the address, for one request.
     void arrange(const Fault& fault) {
-        config->baseURL = service.baseURL();
+        config->baseURL = fault.name == "refused" ? "https://localhost:1/" : service.baseURL();
         manager = makeManager();  // with no connection left open by the exchange before
-        if (fault.answer) {
-            service.script(*fault.answer);
-        } else if (fault.name == "refused") {
-            config->baseURL = closedPort_.baseURL();
-        } else {
+        if (fault.name == "TLS refused") {
             service.refuseTLS();
+        } else if (fault.name != "refused") {
+            service.script(fault.answer);
         }
+        fake.console->takeLines();
     }
 
-    const ClosedPort closedPort_;
-    std::shared_ptr<KCSDKOndemandClass> aClass_;
-    const std::shared_ptr<KCSDKUserSubscriptionRequest> subscription_ =
-        decoded<KCSDKUserSubscriptionRequest>(R"({"start":"now","subscriptionId":"monthly"})");
+    static NSError rejectionBy(const Answer& answer, const Endpoint& endpoint) {
+        const auto& body = answer.body.value();
+        if (answer.status == 601 && endpoint.name == "perform") {
+            return {"SDK", 601, {{"consent", "na"}}};
+        }
+        return {"SDK",
+                answer.status.value(),
+                {{"message", body.starts_with("\xff") ? "na" : body},
+                 {"data", platform::bytesOf(body)}}};
+    }
 };
 
 TEST_F(FaultMatrix, EveryEndpointEndsEveryFaultAsItsKindDoes) {
-    const auto allFaults = faults();
-    for (std::size_t index = 0; index < endpoints().size(); ++index) {
-        for (const auto& fault : allFaults) {
-            arrange(fault);
-            const auto endpoint = endpoints().at(index);
+    for (const auto& endpoint : endpoints) {
+        for (const auto& fault : faults()) {
             SCOPED_TRACE(endpoint.name + " and " + fault.name);
-            const auto [seen, error] = endpoint.run();
-            const std::map<Kind, Seen> expected{{Kind::record, fault.record},
-                                                {Kind::outcome, fault.outcome},
-                                                {Kind::logIn, fault.logIn},
-                                                {Kind::untold, Seen::silence}};
-            EXPECT_EQ(seen, expected.at(endpoint.kind));
+            arrange(fault);
+            const auto [seen, error] = run(endpoint);
+            EXPECT_EQ(seen, fault.seen.at(endpoint.kind));
             if (error) {
-                EXPECT_EQ(error->code, fault.answer.value().status);
+                EXPECT_EQ(error, rejectionBy(fault.answer, endpoint));
             }
-            const auto lines = console->take();
-            ASSERT_FALSE(lines.empty());
-            EXPECT_TRUE(lines.back().starts_with(fault.console)) << lines.back();
+            const auto lines = fake.console->takeLines();
             const bool printsItsBody = endpoint.name == "filter" || endpoint.name == "tracking";
-            EXPECT_EQ(lines.size(), printsItsBody ? 2u : 1u);
+            ASSERT_EQ(lines.size(), printsItsBody ? 2u : 1u);
+            const auto status = fault.answer.status;
+            EXPECT_TRUE(lines.back().starts_with(
+                fault.seen.at(Kind::record) == silence
+                    ? "error"
+                    : "statusCode: " + (status ? std::to_string(*status) : "20")))
+                << lines.back();
         }
     }
 }
 
 TEST_F(FaultMatrix, RequestsThatMustNotRepeatReachTheServiceOnceWhenTheConnectionDies) {
-    for (std::size_t index = 0; index < endpoints().size(); ++index) {
-        const auto endpoint = endpoints().at(index);
+    for (const auto& endpoint : endpoints) {
         if (endpoint.kind == Kind::record && endpoint.name != "filter") continue;
         SCOPED_TRACE(endpoint.name);
-        Ending<std::shared_ptr<KCSDKOndemandMetaData>, std::optional<NSError>> warm;
-        manager->getOndemandMetaData(
-            warm.completion());  // leaves a connection that could be reused
-        ASSERT_TRUE(warm.wait());
+        EXPECT_EQ(run(endpoints.at(1)).first, completed);  // leaves a connection behind
         service.forgetRequests();
-        console->take();
-        service.script(damaged([](auto& answer) { answer.cutOffAfter = 0; }));
-        EXPECT_EQ(endpoint.run().first, Seen::silence);
-        EXPECT_EQ(console->take().back(), "error");
+        fake.console->takeLines();
+        service.script({.cutOffAfter = 0});
+        EXPECT_EQ(run(endpoint).first, silence);
+        EXPECT_EQ(fake.console->lines().back(), "error");
         EXPECT_EQ(service.requests().size(), 1u);
     }
 }

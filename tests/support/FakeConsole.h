@@ -1,43 +1,26 @@
 #pragma once
 
-#include "support/Hook.h"
+#include "support/Journal.h"
 
 #include <korvel/platform/foundation/Console.h>
 
-#include <mutex>
-#include <string>
-#include <utility>
-#include <vector>
+#include <memory>
 
 namespace korvel::tests {
 
-/// Keeps the lines. Any thread.
-class FakeConsole final : public platform::Console {
+/// Keeps the lines, in a journal of other fakes too. Any thread.
+class FakeConsole final : public platform::Console, public Journal {
 public:
-    /// Called with each line: for tests that look at the order across several
-    /// fakes.
-    Hook<const std::string&> onPrint;
+    explicit FakeConsole(std::shared_ptr<Journal> common = std::make_shared<Journal>())
+        : common_(std::move(common)) {}
 
     void print(std::string_view line) override {
-        onPrint(std::string(line));
-        const std::lock_guard lock(mutex_);
-        lines_.emplace_back(line);
-    }
-
-    std::vector<std::string> lines() const {
-        const std::lock_guard lock(mutex_);
-        return lines_;
-    }
-
-    /// The lines since the last call.
-    std::vector<std::string> takeLines() {
-        const std::lock_guard lock(mutex_);
-        return std::exchange(lines_, {});
+        common_->add(std::string(line));
+        add(std::string(line));
     }
 
 private:
-    mutable std::mutex mutex_;
-    std::vector<std::string> lines_;
+    const std::shared_ptr<Journal> common_;
 };
 
 }  // namespace korvel::tests

@@ -1,32 +1,23 @@
 #pragma once
 
-#include "support/Hook.h"
+#include "support/Journal.h"
 
 #include <korvel/platform/security/Keychain.h>
 
 #include <map>
-#include <mutex>
+#include <memory>
 #include <optional>
-#include <string>
-#include <utility>
-#include <vector>
 
 namespace korvel::tests {
 
-/// A keychain in memory that remembers what it was asked. Passes the same contract suite as the
-/// real stores. Any thread.
+/// A keychain in memory. Passes the same contract suite as the real stores. Any thread.
 class FakeKeychain final : public platform::Keychain {
 public:
-    /// Called with each line of `calls()` as it is made: for tests that look at
-    /// the order of calls across several fakes.
-    Hook<const std::string&> onCall;
+    /// `journal` gets "add token=abc", "copy token", "delete token=abc" (the value as passed),
+    /// "delete *" (no account).
+    explicit FakeKeychain(std::shared_ptr<Journal> journal = std::make_shared<Journal>())
+        : journal_(std::move(journal)) {}
 
-    /// "add token=abc", "copy token", "delete token=abc" (the value as passed), "delete *" (no
-    /// account).
-    std::vector<std::string> calls() const {
-        const std::lock_guard lock(mutex_);
-        return calls_;
-    }
     std::map<std::string, platform::Data> items() const {
         const std::lock_guard lock(mutex_);
         return items_;
@@ -78,15 +69,14 @@ private:
                                Operation operation) {
         line += " " + query.account.value_or("*");
         if (query.valueData) line.append("=").append(platform::viewOf(*query.valueData));
-        onCall(line);
+        journal_->add(std::move(line));
         const std::lock_guard lock(mutex_);
-        calls_.push_back(std::move(line));
         return failure_ == platform::errSecSuccess ? operation() : failure_;
     }
 
+    const std::shared_ptr<Journal> journal_;
     mutable std::mutex mutex_;
     std::map<std::string, platform::Data> items_;
-    std::vector<std::string> calls_;
     platform::OSStatus failure_ = platform::errSecSuccess;
 };
 

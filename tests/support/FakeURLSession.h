@@ -41,12 +41,13 @@ public:
         pending_.pop_front();
         handler(std::move(exchange));
     }
-    void answer(int status, std::optional<std::string_view> body) {
-        end({.body = body ? std::optional(platform::bytesOf(*body)) : std::nullopt,
-             .response = platform::HTTPURLResponse{*platform::URL::parse("https://h/"), status},
-             .error = std::nullopt,
-             .metrics = {}});
+    static platform::Exchange answered(int status, std::optional<std::string_view> body) {
+        return {.body = body ? std::optional(platform::bytesOf(*body)) : std::nullopt,
+                .response = platform::HTTPURLResponse{*platform::URL::parse("https://h/"), status},
+                .error = std::nullopt,
+                .metrics = {}};
     }
+    void answer(int status, std::optional<std::string_view> body) { end(answered(status, body)); }
     void failTransport() {
         end({.body = std::nullopt,
              .response = std::nullopt,

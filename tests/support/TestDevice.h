@@ -11,43 +11,22 @@
 
 #include <korvel/platform/Device.h>
 
-#include <functional>
-#include <memory>
-#include <mutex>
-#include <string>
-#include <vector>
-
 namespace korvel::tests {
 
-/// A device made of fakes alone: nothing happens but what the test says. Console lines, keychain
-/// and analytics calls also go, in order, into one journal.
+/// A device made of fakes alone: nothing happens but what the test says.
 struct TestDevice {
+    /// Console lines, keychain and analytics calls, in order.
+    std::shared_ptr<Journal> journal = std::make_shared<Journal>();
     std::shared_ptr<VirtualClock> clock = std::make_shared<VirtualClock>();
-    std::shared_ptr<FakeConsole> console = std::make_shared<FakeConsole>();
+    std::shared_ptr<FakeConsole> console = std::make_shared<FakeConsole>(journal);
     std::shared_ptr<FakeDiagnostics> diagnostics = std::make_shared<FakeDiagnostics>();
-    std::shared_ptr<FakeKeychain> keychain = std::make_shared<FakeKeychain>();
+    std::shared_ptr<FakeKeychain> keychain = std::make_shared<FakeKeychain>(journal);
     std::shared_ptr<FakeLocale> locale = std::make_shared<FakeLocale>();
-    std::shared_ptr<FakeLocalytics> localytics = std::make_shared<FakeLocalytics>();
+    std::shared_ptr<FakeLocalytics> localytics = std::make_shared<FakeLocalytics>(journal);
     std::shared_ptr<FakeURLSession> session = std::make_shared<FakeURLSession>();
     std::shared_ptr<FakeMediaEngine> media = std::make_shared<FakeMediaEngine>(clock);
     std::shared_ptr<platform::MainQueue> mainQueue =
         std::make_shared<platform::MainQueue>(clock, platform::MainQueue::Driver::manual);
-    std::shared_ptr<std::vector<std::string>> journal =
-        std::make_shared<std::vector<std::string>>();
-
-    TestDevice() {
-        const auto mutex = std::make_shared<std::mutex>();
-        hear([mutex, journal = journal](const std::string& line) {
-            const std::lock_guard lock(*mutex);
-            journal->push_back(line);
-        });
-    }
-    /// Replaces the journal as that which hears of console lines and calls.
-    void hear(const std::function<void(const std::string&)>& note) const {
-        keychain->onCall = note;
-        localytics->onCall = note;
-        console->onPrint = note;
-    }
 
     platform::Device device() const {
         platform::Device device;
@@ -66,7 +45,7 @@ struct TestDevice {
     /// The analytics events so far, without the uploads.
     std::vector<std::string> events() const {
         std::vector<std::string> events;
-        for (const auto& call : localytics->calls()) {
+        for (const auto& call : localytics->lines()) {
             if (call.starts_with("tagEvent ")) events.push_back(call.substr(9));
         }
         return events;
