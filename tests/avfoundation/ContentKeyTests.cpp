@@ -1,12 +1,13 @@
 #include <korvel/platform/avfoundation/AVAssetResourceLoadingRequest.h>
 #include <korvel/platform/backends/sodium/CertificateKey.h>
 #include <korvel/platform/backends/sodium/ContentKeySystemSodium.h>
+#include <korvel/platform/foundation/Base64.h>
 #include <korvel/platform/foundation/Bundle.h>
+#include <korvel/service/ContentKeys.h>
+#include <korvel/service/KeyServer.h>
 
 #include <gtest/gtest.h>
 #include <sodium.h>
-
-#include <algorithm>
 
 namespace korvel::tests {
 
@@ -34,88 +35,65 @@ Data certificate(std::uint8_t algorithm, Data key, bool withVersion = true) {
                       filler, der(3, {{0}})});
 }
 
-/// The other half of an exchange: what a key server does with an SPC.
-struct KeyServer {
-    Data publicKey = Data(crypto_box_PUBLICKEYBYTES);
-    Data secretKey = Data(crypto_box_SECRETKEYBYTES);
-    KeyServer() {
-        EXPECT_GE(sodium_init(), 0);
-        crypto_box_keypair(publicKey.data(), secretKey.data());
+/// An exchange under the bundled certificate with who has the key to it.
+class ContentKeys : public testing::Test {
+protected:
+    Data ckc(const Data& spc) {
+        const auto form = "spc=" + base64Encoded(viewOf(spc)) + "&assetId=" + kid;
+        const std::string body = server.answer("Bearer " + server.issueToken(), kid, form).body;
+        EXPECT_TRUE(body.starts_with("<ckc>")) << body;
+        return base64Decoded(body.substr(5, body.size() - 11)).value_or(Data());
     }
-    Data plain(const Data& spc) const {
-        Data opened(spc.size() - 5 - crypto_box_SEALBYTES);
-        EXPECT_EQ(viewOf(spc).substr(0, 5), std::string_view("KSPC\x01", 5));
-        EXPECT_EQ(crypto_box_seal_open(opened.data(), spc.data() + 5, spc.size() - 5,
-                                       publicKey.data(), secretKey.data()),
-                  0);
-        return opened;
-    }
-    Data ckc(const Data& spc, const Data& key) const {
-        const Data opened = plain(spc);
-        const std::string context = "KCKC\x01" + std::string(viewOf(opened).substr(32));
-        Data answer(24 + key.size() + 16);
-        randombytes_buf(answer.data(), 24);
-        crypto_aead_xchacha20poly1305_ietf_encrypt(
-            answer.data() + 24, nullptr, key.data(), key.size(),
-            reinterpret_cast<const unsigned char*>(context.data()), context.size(), nullptr,
-            answer.data(), opened.data());
-        return answer;
-    }
+    const std::string kid = "k\xC3\x81-1";
+    const Data cer = *Bundle("sdk", KORVEL_BUNDLE).contents("fairplay", "cer");
+    service::KeyServer server{KORVEL_CONTENT_KEYS};
 };
-
-const Data kid = bytesOf("k\xC3\x81-1");
 
 }  // namespace
 
-TEST(ContentKeys, OnlyTheAnswerToThisVeryRequestOpens) {
-    const KeyServer server;
+TEST_F(ContentKeys, OnlyTheAnswerToThisVeryRequestOpens) {
     const auto system = makeContentKeySystemSodium();
-    const Data cer = certificate(0x6e, server.publicKey);
-    const auto one = system->exchange(cer, kid, nullptr);
-    const auto two = system->exchange(cer, kid, nullptr);
+    const auto one = system->exchange(cer, bytesOf(kid), nullptr);
+    const auto two = system->exchange(cer, bytesOf(kid), nullptr);
     ASSERT_TRUE(one && two);
     EXPECT_NE(one->spc(), two->spc());
-    EXPECT_EQ(viewOf(server.plain(one->spc())).substr(32), viewOf(kid));
 
-    const Data key(16, 42);
-    const Data ckc = server.ckc(one->spc(), key);
-    const auto opened = one->open(ckc, nullptr);
-    ASSERT_TRUE(opened);
-    EXPECT_TRUE(std::ranges::equal(*opened, key));
+    const Data answer = ckc(one->spc());
+    EXPECT_EQ(one->open(answer, nullptr), service::contentKey(kid));
     NSError error;
-    EXPECT_FALSE(two->open(ckc, &error));
+    EXPECT_FALSE(two->open(answer, &error));
     EXPECT_NE(error.code, 0);
-    for (std::size_t at = 0; at < ckc.size(); ++at) {
-        Data damaged = ckc;
+    for (std::size_t at = 0; at < answer.size(); ++at) {
+        Data damaged = answer;
         damaged[at] ^= 1;
         EXPECT_FALSE(one->open(damaged, nullptr));
-        EXPECT_FALSE(one->open(Data(ckc.begin(), ckc.begin() + static_cast<long>(at)), nullptr));
+        damaged.resize(at);
+        EXPECT_FALSE(one->open(damaged, nullptr));
     }
-    for (const std::size_t length : {0, 15, 17, 32}) {
-        EXPECT_FALSE(one->open(server.ckc(one->spc(), Data(length)), nullptr));
+    for (const auto keys : {service::KeyServer::Keys::tooShort, service::KeyServer::Keys::empty}) {
+        server.give(keys);
+        EXPECT_FALSE(one->open(ckc(one->spc()), nullptr));
     }
 }
 
-TEST(ContentKeys, RequestWithSPCTakesTheAnswerForACKC) {
-    const KeyServer server;
+TEST_F(ContentKeys, RequestWithSPCTakesTheAnswerForACKC) {
     AVAssetResourceLoadingRequest request(URLRequest(*URL::parse("skd://h/k")),
                                           makeContentKeySystemSodium(), {});
-    const auto spc =
-        request.streamingContentKeyRequestData(certificate(0x6e, server.publicKey), kid, nullptr);
+    const auto spc = request.streamingContentKeyRequestData(cer, bytesOf(kid), nullptr);
     ASSERT_TRUE(spc);
-    request.dataRequest()->respond(server.ckc(*spc, Data(16, 1)));
+    request.dataRequest()->respond(ckc(*spc));
     request.finishLoading();
     EXPECT_TRUE(std::holds_alternative<ContentKey>(request.key()));
 
     AVAssetResourceLoadingRequest without(std::nullopt, nullptr, {},
                                           AVAssetResourceLoadingRequest::Wants::informationOnly);
     NSError error;
-    EXPECT_FALSE(without.streamingContentKeyRequestData({}, kid, &error));
+    EXPECT_FALSE(without.streamingContentKeyRequestData({}, bytesOf(kid), &error));
     EXPECT_NE(error.code, 0);
     EXPECT_FALSE(without.dataRequest());
 }
 
-TEST(ContentKeys, CertificateKeyIsFoundInX25519AndEd25519OnesAlone) {
+TEST(CertificateKey, IsFoundInX25519AndEd25519OnesAlone) {
     const Data point(32, 9);
     const auto asKey = [](const auto& key) {
         return key ? Data(key->begin(), key->end()) : Data();
@@ -134,18 +112,9 @@ TEST(ContentKeys, CertificateKeyIsFoundInX25519AndEd25519OnesAlone) {
         EXPECT_FALSE(sealingKeyOfCertificate(none));
     }
     const Data whole = certificate(0x6e, point);
-    for (std::size_t length = 0; length < whole.size() - 7; ++length) {
-        EXPECT_FALSE(sealingKeyOfCertificate(
-            Data(whole.begin(), whole.begin() + static_cast<long>(length))));
+    for (Data part(whole.begin(), whole.end() - 8); !part.empty(); part.pop_back()) {
+        EXPECT_FALSE(sealingKeyOfCertificate(part)) << part.size();
     }
-}
-
-TEST(ContentKeys, BundledCertificateIsUsable) {
-    const Bundle bundle("sdk", KORVEL_BUNDLE);
-    const auto cer = bundle.contents("fairplay", "cer");
-    ASSERT_TRUE(cer);
-    NSError error;
-    EXPECT_TRUE(makeContentKeySystemSodium()->exchange(*cer, kid, &error)) << error.description();
 }
 
 }  // namespace korvel::tests

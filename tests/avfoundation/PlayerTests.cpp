@@ -209,15 +209,12 @@ TEST_F(Player, TimeObserversRunOneHundredAndFiftyTimesASecondUntilRemoved) {
     EXPECT_EQ(calls, 150) << "while loading, too";
     player->play();
     becomeReady();
-    const auto second =
-        player->addPeriodicTimeObserver(seconds(1. / 150), nullptr, [&](CMTime) { ++others; });
+    player->addPeriodicTimeObserver(seconds(1. / 150), nullptr, [&](CMTime) { ++others; });
     fake.clock->advance(*fake.mainQueue, 10s);
     EXPECT_EQ(calls + others, 150 + 2 * 1500);
     EXPECT_EQ(position(), 10.);
 
-    player->removeTimeObserver(token);
-    player->removeTimeObserver(token);
-    player->removeTimeObserver(nullptr);
+    for (const auto& gone : {token, token, {}}) player->removeTimeObserver(gone);
     calls = others = 0;
     fake.clock->advance(*fake.mainQueue, 1s);
     EXPECT_EQ(calls, 0);
