@@ -39,7 +39,6 @@ struct MainQueueOnAVirtualClock : testing::Test {
         std::make_shared<MainQueue>(clock, MainQueue::Driver::manual);
     const Clock::Instant start = clock->now();
     Names log;
-    Times times;
 
     std::int64_t elapsed() const { return (clock->now() - start) / 1ms; }
     std::function<void()> note(std::string name) {
@@ -82,23 +81,15 @@ TEST_F(MainQueueOnAVirtualClock, EachTaskRunsInOrderAndSeesTheTimeItIsDue) {
     queue->async(note("first"));
     queue->async({});
     queue->async(note("second"));
-    clock->advance(*queue, 499ms);
-    EXPECT_EQ(log,
-              (Names{"first@0", "second@0", "overdue@0", "nests@20", "follows@20", "nested@40"}));
     clock->advance(*queue, 1h);
-    EXPECT_EQ(Names(log.begin() + 6, log.end()), (Names{"late@500", "later@500"}));
+    EXPECT_EQ(log, (Names{"first@0", "second@0", "overdue@0", "nests@20", "follows@20", "nested@40",
+                          "late@500", "later@500"}));
 }
 
 TEST_F(MainQueueOnAVirtualClock, RepetitionKeepsItsRateAndDropsWhatItMissed) {
-    int ticks = 0;
-    const auto token = queue->every(Clock::Duration(1s) / 150, [&] { ++ticks; });
-    clock->advance(*queue, 2s);
-    EXPECT_EQ(ticks, 300);
-    queue->cancel(token);
-
-    const auto before = elapsed();
-    queue->every(10ms, [&, before] {
-        times.push_back(elapsed() - before);
+    Times times;
+    queue->every(10ms, [&] {
+        times.push_back(elapsed());
         if (times.size() == 2) clock->advance(35ms);  // busy
     });
     clock->advance(*queue, 80ms);
@@ -118,8 +109,7 @@ TEST_F(MainQueueOnAVirtualClock, OneDrainRunsOnlyWhatWasThere) {
 }
 
 TEST_F(MainQueueOnAVirtualClock, CancellationIsFinalAndReleasesTheTask) {
-    MainQueue::Token own = 0;
-    MainQueue::Token other = 0;
+    MainQueue::Token own = 0, other = 0;
     int released = 0;
     const auto counts = [&] {
         return onRelease([&] {
@@ -217,8 +207,7 @@ TEST_F(MainQueueOnItsOwnThread, HandsOverToARunLoopForGood) {
         ++runs;
     };
     occupyOwnThread(run);
-    EXPECT_FALSE(queue->runUntil([] { return true; }, 1ms))
-        << "the limit counts while waiting, too";
+    EXPECT_FALSE(queue->runUntil([] { return true; }, 1ms)) << "the limit counts, waiting, too";
     release.signal();
     EXPECT_TRUE(queue->runUntil([&] { return runs == 1; }));
     queue->async(run);
@@ -234,9 +223,8 @@ TEST_F(MainQueueOnItsOwnThread, HandsOverToARunLoopForGood) {
 }
 
 TEST_F(MainQueueOnItsOwnThread, NeverRunsTwoTasksAtOnceWhileDriversCompete) {
-    std::atomic<int> running = 0;
-    std::atomic<int> runs = 0;
     constexpr int all = 2000;
+    std::atomic<int> running = 0, runs = 0;
     const auto drainUntilDone = [&] {
         while (runs < all) {
             queue->drain();
@@ -288,7 +276,6 @@ TEST_F(MainQueueOnAVirtualClock, TimersFireOnceOrAgainAndAgainUntilInvalidated) 
         if (++ticks == 3) again->invalidate(), note("end")();
     });
     Timer::scheduled(*queue, 15ms, false, note("kept by the queue"));
-    Timer::scheduled(*queue, 10ms, true, note("never"))->invalidate();
     EXPECT_TRUE(once->isValid() && again->isValid());
     clock->advance(*queue, 1s);
     EXPECT_EQ(log, (Names{"once@10", "kept by the queue@15", "end@30", "released@30"}));

@@ -29,14 +29,14 @@ void signalAtEndOfThread(Semaphore& ended) {
     guard.ended = &ended;
 }
 
-WorkQueue::Options shortLived(std::size_t width, bool grows) {
-    return {.label = "test", .width = width, .grows = grows, .idle = 1ms};
+WorkQueue::Options shortLived(std::size_t width) {
+    return {.label = "test", .width = width, .grows = true, .idle = 1ms};
 }
 
 TEST(SerialQueues, RunOneTaskAfterAnotherInOrderOnAThreadOfTheirOwn) {
     const auto queue = DispatchQueue::serial("com.example.a-long-label");
-    std::vector<int> order;  // unguarded: a second thread would be a data race
-    std::set<std::thread::id> threads;
+    std::vector<int> order, expected(1000);
+    std::set<std::thread::id> threads;  // unguarded: a second thread would be a data race
     bool takesHostSignals = true;
     Semaphore done(0);
     queue->async({});
@@ -53,7 +53,6 @@ TEST(SerialQueues, RunOneTaskAfterAnotherInOrderOnAThreadOfTheirOwn) {
         done.signal();
     });
     done.wait();
-    std::vector<int> expected(1000);
     std::iota(expected.begin(), expected.end(), 0);
     EXPECT_EQ(order, expected);
     EXPECT_EQ(threads.size(), 1u);
@@ -95,21 +94,8 @@ TEST(SerialQueues, MayGoFromWithinTheirTasksWhichAllRun) {
     EXPECT_EQ(order, (std::vector{1, 2}));
 }
 
-TEST(Pool, GrowsWhileItsTasksWaitForOneAnother) {
-    auto& pool = DispatchQueue::global();
-    std::latch together(100);
-    std::latch finished(100);
-    for (int i = 0; i < 100; ++i) {
-        pool.async([&] {
-            together.arrive_and_wait();
-            finished.count_down();
-        });
-    }
-    finished.wait();
-}
-
-TEST(Pool, EndsItsThreadsWhenIdle) {
-    WorkQueue pool(shortLived(2, true));
+TEST(Pool, GrowsWhileItsTasksWaitForOneAnotherAndEndsItsThreadsWhenIdle) {
+    WorkQueue pool(shortLived(2));
     std::latch together(10);
     Semaphore ended(0);
     for (int i = 0; i < 10; ++i) {
@@ -122,7 +108,7 @@ TEST(Pool, EndsItsThreadsWhenIdle) {
 }
 
 TEST(Pool, RunsEachTaskOnceWhoeverGivesIt) {
-    WorkQueue pool(shortLived(4, true));  // its threads end and begin in between
+    WorkQueue pool(shortLived(4));  // its threads end and begin in between
     std::vector<std::atomic<int>> runs(4000);
     std::latch finished(4000);
     std::vector<std::thread> givers;
@@ -145,11 +131,8 @@ TEST(Pool, RunsEachTaskOnceWhoeverGivesIt) {
         std::all_of(runs.begin(), runs.end(), [](const auto& count) { return count == 1; }));
 }
 
-struct ProcessEnd : testing::Test {
-    ProcessEnd() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
-};
-
-TEST_F(ProcessEnd, IsNeitherHeldUpNorUpsetByTasks) {
+TEST(ProcessEnd, IsNeitherHeldUpNorUpsetByTasks) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto leave = [] {
         static const auto serial = DispatchQueue::serial("blocked");
         static const auto main = std::make_shared<MainQueue>(std::make_shared<SystemClock>(),
@@ -163,18 +146,19 @@ TEST_F(ProcessEnd, IsNeitherHeldUpNorUpsetByTasks) {
         main->async(block);
         DispatchQueue::global().async(block);
         for (int i = 0; i < 3; ++i) started.wait();
-        for (DispatchQueue* queue :
-             {serial.get(), static_cast<DispatchQueue*>(main.get()), &DispatchQueue::global()}) {
+        const std::initializer_list<DispatchQueue*> queues{serial.get(), main.get(),
+                                                           &DispatchQueue::global()};
+        for (auto* queue : queues) {
+            for (const auto delay : {0h, 1h}) queue->asyncAfter(delay, [] {});
             queue->async([] {});
-            queue->asyncAfter(0ms, [] {});
-            queue->asyncAfter(1h, [] {});
         }
         std::exit(0);
     };
     EXPECT_EXIT(leave(), testing::ExitedWithCode(0), "");
 }
 
-TEST_F(ProcessEnd, ComesWithAnExceptionOutOfATask) {
+TEST(ProcessEnd, ComesWithAnExceptionOutOfATask) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto fail = [] {
         DispatchQueue::global().async([] { throw std::runtime_error("told by the runtime"); });
         Semaphore(0).wait();

@@ -4,8 +4,8 @@
 #include <korvel/platform/foundation/Bundle.h>
 #include <korvel/platform/foundation/DateFormatter.h>
 #include <korvel/platform/foundation/UTF8.h>
+#include <storage/TemporaryFolder.h>
 #include <support/FakeLocale.h>
-#include <unistd.h>
 #include <cstdlib>
 #include <fstream>
 
@@ -20,13 +20,7 @@ TEST(DateFormatters, WriteInTheCalendarDigitsAndZoneOfTheLocale) {
     constexpr auto timestamp = "yyyy-MM-dd'T'HH:mm:ss.SSSZ";
     constexpr Date newYear{1735689600s};  // 2025-01-01T00:00:00Z
     constexpr Date summer{1751328000s};   // 2025-07-01T00:00:00Z
-    const struct {
-        const char* locale;
-        const char* zone;
-        const char* pattern;
-        Date date;
-        const char* expected;
-    } rows[] = {
+    const std::tuple<const char*, const char*, const char*, Date, const char*> rows[] = {
         {"en_US", "Etc/UTC", timestamp, newYear, "2025-01-01T00:00:00.000+0000"},
         {"de_AT", "Europe/Vienna", timestamp, newYear, "2025-01-01T01:00:00.000+0100"},
         {"de_AT", "Europe/Vienna", timestamp, summer, "2025-07-01T02:00:00.000+0200"},
@@ -40,13 +34,13 @@ TEST(DateFormatters, WriteInTheCalendarDigitsAndZoneOfTheLocale) {
         {"en_US", "Etc/UTC", "", newYear, ""},
         {"en_US", "Etc/UTC", "jj", newYear, ""},  // no pattern
     };
-    for (const auto& row : rows) {
+    for (const auto& [identifier, zone, pattern, date, expected] : rows) {
         FakeLocale locale;
-        locale.chosenIdentifier = row.locale;
-        locale.chosenTimeZone = row.zone;
+        locale.chosenIdentifier = identifier;
+        locale.chosenTimeZone = zone;
         DateFormatter formatter(locale);
-        formatter.dateFormat = row.pattern;
-        EXPECT_EQ(formatter.string(row.date), row.expected) << row.locale << ' ' << row.pattern;
+        formatter.dateFormat = pattern;
+        EXPECT_EQ(formatter.string(date), expected) << identifier << ' ' << pattern;
     }
 }
 
@@ -127,19 +121,17 @@ TEST(UTF8, IsCheckedAndRepairedByTheLongestIllFormedPart) {
 }
 
 TEST(Bundles, FindFilesInTheirFolderOnly) {
-    const auto folder =
-        std::filesystem::path(testing::TempDir()) / ("Test" + std::to_string(getpid()) + ".bundle");
+    const TemporaryFolder folder;
     std::filesystem::create_directories(folder / "folder.d");
     std::ofstream(folder / "image.png", std::ios::binary) << "\x89PNG\r\n\0"s;
     std::ofstream(folder / "LICENSE");
-    const Bundle bundle("com.example.bundle", folder);
+    const Bundle bundle("com.example.bundle", folder / "");
     EXPECT_EQ(bundle.path("image", "png"), folder / "image.png");
     EXPECT_EQ(bundle.contents("image", "png"), bytesOf("\x89PNG\r\n\0"s));
     EXPECT_EQ(bundle.contents("LICENSE", ""), Data());
     EXPECT_EQ(bundle.contents("folder", "d"), std::nullopt);
     EXPECT_EQ(bundle.path("/etc/passwd", ""), std::nullopt);
     EXPECT_EQ(Bundle("none", folder / "missing").contents("image", "png"), std::nullopt);
-    std::filesystem::remove_all(folder);
 }
 
 }  // namespace
