@@ -30,6 +30,8 @@ inline std::future<Exchange> start(URLSession& session, const URLRequest& reques
     return future;
 }
 
+constexpr std::int64_t code(URLErrorCode value) { return static_cast<std::int64_t>(value); }
+
 /// What a service made for the test and a session that trusts it make of a request.
 class URLSessionTest : public testing::Test {
 protected:

@@ -68,8 +68,7 @@ TEST_F(URLSessionTest, EveryStatusIsAnAnswer) {
         EXPECT_EQ(bodyOf(exchange), body) << "an empty body is a body";
         EXPECT_EQ(exchange.response->url, request().url);
     }
-    EXPECT_EQ(errorOf(send({.status = 1000}, request())),
-              static_cast<std::int64_t>(URLErrorCode::badServerResponse));
+    EXPECT_EQ(errorOf(send({.status = 1000}, request())), code(URLErrorCode::badServerResponse));
 }
 
 TEST_F(URLSessionTest, CompressedBodiesAreUnpackedWhateverTheRequestAccepts) {
@@ -84,21 +83,15 @@ TEST_F(URLSessionTest, CompressedBodiesAreUnpackedWhateverTheRequestAccepts) {
     auto options = trusting(service);
     options.largestBody = text.size() - 1;
     session = makeSession(options);
-    EXPECT_EQ(errorOf(send(packed, request())),
-              static_cast<std::int64_t>(URLErrorCode::dataLengthExceedsMaximum));
+    EXPECT_EQ(errorOf(send(packed, request())), code(URLErrorCode::dataLengthExceedsMaximum));
 }
 
 TEST_F(URLSessionTest, RedirectsChangeTheMethodAsBrowsersDo) {
-    struct Row {
-        int status;
-        const char *method, *then;
-        bool bodyStays;
-    };
-    for (const auto& [status, method, then, bodyStays] :
-         std::initializer_list<Row>{{302, "POST", "GET", false},
-                                    {302, "PUT", "PUT", true},
-                                    {303, "PUT", "GET", false},
-                                    {307, "POST", "POST", true}}) {
+    const std::tuple<int, const char*, const char*, bool> rows[] = {{302, "POST", "GET", false},
+                                                                    {302, "PUT", "PUT", true},
+                                                                    {303, "PUT", "GET", false},
+                                                                    {307, "POST", "POST", true}};
+    for (const auto& [status, method, then, bodyStays] : rows) {
         SCOPED_TRACE(std::to_string(status) + method);
         service.script({.status = status, .headers = {{"Location", "../y/./z?a=b"}}});
         const auto exchange =
@@ -115,13 +108,12 @@ TEST_F(URLSessionTest, RedirectsChangeTheMethodAsBrowsersDo) {
         EXPECT_EQ(requests[1].header("TenantID"), "t");
     }
     service.script("/x", "GET", {.status = 302, .headers = {{"Location", "/x"}}}, 100);
-    EXPECT_EQ(errorOf(send(request())),
-              static_cast<std::int64_t>(URLErrorCode::httpTooManyRedirects));
+    EXPECT_EQ(errorOf(send(request())), code(URLErrorCode::httpTooManyRedirects));
     EXPECT_EQ(arrived().size(), 21u);
     service.clearScripts();
     EXPECT_EQ(
         errorOf(send({.status = 302, .headers = {{"Location", "file:///etc/passwd"}}}, request())),
-        static_cast<std::int64_t>(URLErrorCode::unsupportedURL));
+        code(URLErrorCode::unsupportedURL));
 }
 
 TEST_F(URLSessionTest, WhatTheHostSetStaysWithTheServiceItWasSetFor) {
