@@ -236,14 +236,14 @@ QSGNode* ViewItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
         node = new ViewNode(*window(), draws_ || showsVideo_);
         pictureChanged_ = true;
     }
-    node->setBackground(boundingRect(), background_);
-    if (!std::exchange(pictureChanged_, false)) return node;
-    if (showsVideo_) {
+    const bool drawn = std::exchange(pictureChanged_, false);
+    if (drawn && showsVideo_) {
         updateVideo(*node);
-    } else if (draws_) {
+    } else if (drawn && draws_) {
         const QRectF pixels = picture_.rect();
         node->setPicture(*window(), picture_, {origin_, picture_.deviceIndependentSize()}, pixels);
     }
+    node->setBackground(boundingRect(), background_);
     return node;
 }
 

@@ -27,7 +27,9 @@ ViewNode::ViewNode(QQuickWindow& window, bool withPicture)
 }
 
 void ViewNode::setBackground(const QRectF& rect, const QColor& color) {
-    const QRectF seen = color.alpha() > 0 ? rect : QRectF();  // or it would be blended for nothing
+    // What nobody sees would be blended all the same.
+    const bool covered = opaque_ && picture_->rect().contains(rect);
+    const QRectF seen = color.alpha() > 0 && !covered ? rect : QRectF();
     if (background_->rect() != seen) background_->setRect(seen);
     if (background_->color() != color) background_->setColor(color);
 }
@@ -35,8 +37,9 @@ void ViewNode::setBackground(const QRectF& rect, const QColor& color) {
 void ViewNode::setPicture(QQuickWindow& window, const QImage& picture, const QRectF& target,
                           const QRectF& source) {
     const bool shown = !picture.isNull();
-    const auto options = shown && !picture.hasAlphaChannel() ? QQuickWindow::TextureIsOpaque
-                                                             : QQuickWindow::TextureHasAlphaChannel;
+    opaque_ = shown && !picture.hasAlphaChannel();
+    const auto options =
+        opaque_ ? QQuickWindow::TextureIsOpaque : QQuickWindow::TextureHasAlphaChannel;
     picture_->setTexture(window.createTextureFromImage(shown ? picture : nothing(), options));
     const QRectF place = shown ? target : QRectF();
     const QRectF part = shown ? source : QRectF(0, 0, 1, 1);

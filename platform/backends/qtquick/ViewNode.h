@@ -19,14 +19,16 @@ class ViewNode final : public QSGNode {
 public:
     ViewNode(QQuickWindow& window, bool withPicture);
 
-    void setBackground(const QRectF& rect, const QColor& color);
     /// A null picture is none.
     void setPicture(QQuickWindow& window, const QImage& picture, const QRectF& target,
                     const QRectF& source);
+    /// After the picture, which may cover it.
+    void setBackground(const QRectF& rect, const QColor& color);
 
 private:
     QSGRectangleNode* background_;
     QSGImageNode* picture_ = nullptr;
+    bool opaque_ = false;
 };
 
 }  // namespace korvel::platform::qtquick
