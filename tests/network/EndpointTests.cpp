@@ -104,35 +104,6 @@ TEST_F(Endpoints, CredentialsAreReadAnewForEachRequest) {
     EXPECT_EQ(sentBody(), R"({"consentTag":"t","action":2,"userId":""})") << "nobody logged in";
 }
 
-TEST_F(Endpoints, UnusableBaseURLFailsAtOnceAndLeavesNoTrace) {
-    for (const auto* base : {"", "not a url", "foo", "https://h/\u00FC", "https://h/%zz"}) {
-        config->baseURL = base;
-        std::vector<std::optional<NSError>> errors;
-        const auto note = [&](const auto&... told) {
-            errors.push_back(std::get<sizeof...(told) - 1>(std::tie(told...)));
-        };
-        manager->startSession("anna", note);
-        manager->getConsent(note);
-        manager->acceptConsent("t", note);
-        manager->getOndemandCollections({}, 0, note);
-        manager->getOndemandClasses(1, 1, {}, {}, note);
-        manager->getOndemandClassDetails("t", note);
-        manager->getOndemandMetaData(note);
-        manager->getOndemandClassesForCriteria(KCSDKOndemandFilterRequest(), note);
-        manager->activateSubscription(*subscription, note);
-        manager->cancelSubscription(note);
-        manager->getContentToken("t", note);
-        manager->performClass("t", note);
-        manager->sendClassPerformance(*decoded<KCSDKOndemandClass>(classJSON("c")), 1);
-        EXPECT_EQ(errors, std::vector<std::optional<NSError>>(12, NSError{"", 0, {}})) << base;
-    }
-    fake.clock->advance(*fake.mainQueue, std::chrono::seconds(1));
-    EXPECT_TRUE(fake.session->requests.empty());
-    EXPECT_TRUE(fake.events().empty());
-    EXPECT_TRUE(fake.console->lines().empty());
-    EXPECT_EQ(KCSDKNetworkManager(fake.device()).sdkConfig()->baseURL, "");
-}
-
 TEST_F(Endpoints, FilterPrintsItsBodyThenTagsThenSends) {
     const auto filter = std::make_shared<KCSDKOndemandFilterRequest>();
     filter->keywords = "";

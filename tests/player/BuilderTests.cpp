@@ -36,14 +36,12 @@ TEST_F(Builder, EmbeddedPlayerFillsItsPlaceAndStartsByItself) {
     EXPECT_EQ(events->playerVC->parent(), nullptr) << "no child controller";
     EXPECT_EQ(place->constraints().size(), 4u);
     EXPECT_EQ(view->backgroundColor(), UIColor::black());
-    place->setFrame({{0, 0}, {320, 180}});
     window->layoutIfNeeded();
-    EXPECT_EQ(player().bounds().size, (platform::CGSize{320, 180}));
-    EXPECT_EQ(overlay().view()->bounds().size, (platform::CGSize{320, 180}));
+    EXPECT_EQ(overlay().view()->bounds().size, (platform::CGSize{640, 360}));
 
     EXPECT_EQ(player().player()->rate(), 1);
     EXPECT_EQ(shown(), bundled("play")) << "the pictures are crossed";
-    EXPECT_EQ(overlay().lblTitle->text(), "Name c1") << "of the record that came back";
+    EXPECT_EQ(overlay().lblTitle->text(), "Name c1") << "of the first record that came back";
     EXPECT_EQ(overlay().lblTitle->font(), platform::UIFont::boldSystemFont(28));
     EXPECT_EQ(overlay().lblTitle->textColor(), UIColor::white());
     EXPECT_EQ(overlay().slider->thumbImage(), bundled("thumb"));
@@ -97,7 +95,6 @@ TEST_F(Builder, SettersShapeTheControls) {
 
 TEST_F(Builder, RefusalsReachTheHostAndShowNothing) {
     const auto refuse = [&](int status, const std::string& body) {
-        builder = nullptr;
         start(place, status, body);
         EXPECT_EQ(events, nullptr);
         return error;
@@ -105,47 +102,55 @@ TEST_F(Builder, RefusalsReachTheHostAndShowNothing) {
     EXPECT_EQ(refuse(404, "x")->code, 404);
     EXPECT_EQ(refuse(200, "[]"), std::nullopt);
     EXPECT_EQ(refuse(200, "junk"), std::nullopt);
-    EXPECT_EQ(refuse(601, "junk"), (NSError{"SDK", 601, {{"consent", "na"}}}));
-    const auto consent = refuse(601, consentJSON("privacy"));
-    EXPECT_TRUE(std::dynamic_pointer_cast<KCSDKConsent>(consent->object("consent")));
-    EXPECT_EQ(completions, 5);
+    for (const auto& body : {std::string("junk"), "[" + consentJSON("x") + "]", std::string()}) {
+        EXPECT_EQ(refuse(601, body), (NSError{"SDK", 601, {{"consent", "na"}}}));
+    }
+    const auto required = refuse(601, consentJSON("privacy"));
+    EXPECT_EQ(required->code, 601);
+    EXPECT_EQ(required->userInfo.size(), 1u) << "neither message nor data";
+    const auto consent = std::dynamic_pointer_cast<KCSDKConsent>(required->object("consent"));
+    EXPECT_EQ(consent->consentTag, "privacy");
     EXPECT_TRUE(fake.events().empty());
 
-    config->baseURL = "nowhere";
-    builder->startVideoIn(place, nullptr, [&](auto, auto failure) {
+    const auto count = [this](auto, auto failure) {
         ++completions;
         error = failure;
-    });
-    EXPECT_EQ(completions, 5) << "on the main queue, not here";
-    run();
-    EXPECT_EQ(completions, 6);
-    EXPECT_EQ(error, (NSError{"", 0, {}}));
-    config->baseURL = "https://service.test/";
-
-    builder->startVideoIn(place, nullptr, [&](auto, auto) { ++completions; });
+    };
+    completions = 0;
+    builder->startVideoIn(place, nullptr, count);
     fake.session->failTransport();
     run();
-    EXPECT_EQ(completions, 6) << "silence";
+    EXPECT_EQ(completions, 0) << "silence";
+    config->baseURL = "nowhere";
+    builder->startVideoIn(place, nullptr, count);
+    EXPECT_EQ(completions, 0) << "on the main queue, not here";
+    run();
+    EXPECT_EQ(completions, 1);
+    EXPECT_EQ(error, (NSError{"", 0, {}}));
     EXPECT_TRUE(place->subviews().empty());
     EXPECT_TRUE(fake.media->streams.empty());
 }
 
-TEST_F(Builder, ManifestsInTheLastComponentAreProtected) {
-    for (const auto& [link, isProtected] :
-         std::vector<std::pair<std::string, bool>>{{"https://s/video.ism.manifest", true},
-                                                   {"https://s/manifest/", true},
-                                                   {"https://s/Manifest", false},
-                                                   {"https://s/manifest/v.m3u8", false},
-                                                   {"https://s/v?x=manifest", false}}) {
-        builder = nullptr;
+TEST_F(Builder, ManifestsInTheLastComponentAreProtectedAndGetTheFormatSuffix) {
+    const std::string suffix = "(format=m3u8-aapl)";
+    const std::tuple<std::string, std::string, bool> rows[] = {
+        {"https://s/video.ism.manifest", suffix, true},
+        {"https://s/manifest/", suffix, true},
+        {"https://s/a.manifest/?x=1", suffix, true},
+        {"https://s/manifest?f=" + suffix, suffix, true},
+        {"https://s/manifest" + suffix, "", true},
+        {"https://s/Manifest", "", false},
+        {"https://s/manifest/v.m3u8", "", false},
+        {"https://s/v?x=manifest", "", false}};
+    for (const auto& [link, added, isProtected] : rows) {
         start(place, 200, "[" + classJSON("c", R"(,"streamingLink":")" + link + '"') + "]");
+        EXPECT_EQ(stream().url.absoluteString(), link + added);
         EXPECT_EQ(stream().keys->delegate() != nullptr, isProtected) << link;
     }
 }
 
 TEST_F(Builder, AStreamWithoutAnAddressEndsTheProcessAfterTheStartedEvent) {
     for (const auto* more : {"", R"(,"streamingLink":null)", R"(,"streamingLink":"no address")"}) {
-        builder = nullptr;
         EXPECT_DEATH(start(place, 200, "[" + classJSON("c", more) + "]"), "has no address");
     }
 }
@@ -175,14 +180,6 @@ TEST_F(Builder, FullScreenPlayerIsPresentedInLandscapeAndClosesBackToPortrait) {
     EXPECT_NE(body(1).find(R"("actualDurationSecond":0,"contentName":"Name c1")"),
               std::string::npos);
     EXPECT_TRUE(fake.events().back().starts_with("On Demand Class Performed"));
-}
-
-TEST_F(Builder, WithoutAWindowAFullScreenPlayerIsMadeButNotShown) {
-    window.reset();
-    start(nullptr);
-    ASSERT_NE(events, nullptr);
-    EXPECT_EQ(error, std::nullopt);
-    EXPECT_EQ(events->playerVC->presentingViewController(), nullptr);
 }
 
 TEST_F(Builder, AnEmbeddedPlayerOutlivesItsHostsReferencesAndStillTracks) {
@@ -215,13 +212,24 @@ TEST_F(Builder, AParentViewTakesItsPlayerWithIt) {
     EXPECT_EQ(fake.media->open(), 0u);
 }
 
-TEST_F(Builder, AHostsOverlayIsNotStyledButTheClassStarts) {
-    const auto host = std::make_shared<UIView>();
+TEST_F(Builder, AHostsOverlayIsShownAndOtherwiseLeftAlone) {
+    const auto host = std::make_shared<platform::UISlider>();
     start(place, 200, std::nullopt, host);
     EXPECT_TRUE(player().isCustomOverlayAdded);
+    EXPECT_EQ(overlay().view(), host);
+    EXPECT_EQ(host->superview(), events->playerVC->viewVideo);
+    EXPECT_TRUE(host->gestureRecognizers().empty());
     EXPECT_EQ(player().player()->rate(), 1);
     events->showOverlayView();
     EXPECT_EQ(host->alpha(), 1);
+    becomeReady();
+    pass(100ms);
+    EXPECT_EQ(host->maximumValue(), 1) << "not the duration";
+    EXPECT_FALSE(listener->progress.empty());
+    events->pauseVideo();
+    stream().events->buffered(false);
+    run();
+    EXPECT_EQ(listener->told.back(), "empty");
 }
 
 TEST_F(Builder, TheTopControllerIsFoundThroughStacksTabsAndPresentations) {

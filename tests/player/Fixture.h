@@ -103,9 +103,8 @@ protected:
             events = started;
             error = failure;
         });
-        fake.session->answer(
-            status,
-            body.value_or("[" + classJSON("c1", R"(,"streamingLink":"https://s/v.m3u8")") + "]"));
+        const auto played = classJSON("c1", R"(,"streamingLink":"https://s/v.m3u8")");
+        fake.session->answer(status, body.value_or("[" + played + "," + classJSON("c2") + "]"));
         run();
     }
     KCSDKPlayerView& player() { return *events->playerVC->viewVideo; }

@@ -165,25 +165,23 @@ TEST_F(KeyLoadingTest, WhatCannotBeAskedForIsRefusedAtOnce) {
 
 TEST_F(KeyLoadingTest, ExchangesThatBreakOffNeverReturnAndHoldNobodyUp) {
     std::vector<Asked> blocked;
-    const auto expectRequests = [&](std::size_t count) {
-        ASSERT_TRUE(fake.session->waitForRequests(count));
+    const auto begin = [&](std::size_t requests) {
+        blocked.push_back(ask("skd://h/"));
+        EXPECT_TRUE(fake.session->waitForRequests(requests));
     };
-    blocked.push_back(ask("skd://h/1"));
-    expectRequests(1);
+    const std::string token = R"({"token":"T"})";
+    begin(1);
     fake.session->answer(500, "");
-    blocked.push_back(ask("skd://h/2"));
-    expectRequests(2);
+    begin(2);
     fake.session->answer(200, "{}");
-    blocked.push_back(ask("skd://h/3"));
-    expectRequests(3);
-    fake.session->answer(200, R"({"token":"T"})");
-    expectRequests(4);
+    begin(3);
+    fake.session->answer(200, token);
+    ASSERT_TRUE(fake.session->waitForRequests(4));
     fake.session->failTransport();
     run();
-    blocked.push_back(ask("skd://h/4"));
-    expectRequests(5);
+    begin(5);
     presence.reset();  // the player view has gone
-    fake.session->answer(200, R"({"token":"T"})");
+    fake.session->answer(200, token);
     run();
     EXPECT_EQ(fake.session->requests.size(), 5u);
     EXPECT_EQ(fake.session->pending(), 0u);
