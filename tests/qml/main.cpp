@@ -24,11 +24,8 @@ public:
                 {"audioSink", "fakesink"},
                 {"quiet", true}};
     }
-    int performances() {
-        // Recorded by a request that the player's closing leaves behind.
-        return static_cast<int>(service_.accounts().performances().size());
-    }
-    Q_INVOKABLE void refuse(const QString& path, int status, const QString& body) {
+    int performances() { return static_cast<int>(service_.accounts().performances().size()); }
+    Q_INVOKABLE void answer(const QString& path, int status, const QString& body) {
         service_.script(path.toStdString(), "", {.status = status, .body = body.toStdString()});
     }
     Q_INVOKABLE void hold(const QString& path) {
@@ -40,22 +37,16 @@ public:
     Q_INVOKABLE bool waitForHeld() { return service_.waitForHeld(1); }
     Q_INVOKABLE void release() { service_.release(); }
 
+public Q_SLOTS:
+    void qmlEngineAvailable(QQmlEngine* engine) {
+        engine->rootContext()->setContextProperty("service", this);
+    }
+
 private:
     QTemporaryDir folder_;
     korvel::service::ContentService service_;
 };
 
-class Setup : public QObject {
-    Q_OBJECT
-public Q_SLOTS:
-    void qmlEngineAvailable(QQmlEngine* engine) {
-        engine->rootContext()->setContextProperty("service", &service_);
-    }
-
-private:
-    Service service_;
-};
-
-QUICK_TEST_MAIN_WITH_SETUP(qml, Setup)
+QUICK_TEST_MAIN_WITH_SETUP(qml, Service)
 
 #include "main.moc"

@@ -38,12 +38,11 @@ Item {
         when: windowShown
 
         function test_1_WithoutConfigurationNothingIsAskedAndThatIsSaid() {
-            compare(classes.request.busy, false)
             classes.reload()
+            compare(classes.request.busy, false)
             verify(classes.request.errorText !== "")
             ignoreWarning(/there is no setting "baseUrl"/)
-            compare(KorvelContent.configure({ baseUrl: "https://localhost/" }), false)
-            compare(KorvelContent.configured, false)
+            verify(!KorvelContent.configure({ baseUrl: "https://localhost/" }) && !KorvelContent.configured)
             verify(KorvelContent.configure(service.settings))
         }
 
@@ -91,9 +90,9 @@ Item {
         function test_4_EveryQuestionEndsAndCanBeAskedAgain_data() {
             const path = "/ondemand/v1/filter"
             return [
-                { tag: "refused", order: () => service.refuse(path, 503, '{"message": "later"}'), text: /503: later/, status: 503 },
+                { tag: "refused", order: () => service.answer(path, 503, '{"message": "later"}'), text: /503: later/, status: 503 },
                 { tag: "broken off", order: () => service.breakOff(path), text: /lost|failed/, status: 0 },
-                { tag: "not a result", order: () => service.refuse(path, 200, '{"total": "many"}'), text: /not understood.*total/, status: 0 },
+                { tag: "not a result", order: () => service.answer(path, 200, '{"total": "many"}'), text: /not understood.*total/, status: 0 },
                 { tag: "silent", order: () => service.hold(path), text: /did not answer within 0.4 s/, status: 0, held: true }]
         }
         function test_4_EveryQuestionEndsAndCanBeAskedAgain(data) {
@@ -124,10 +123,10 @@ Item {
         }
 
         function test_6_ALogInTellsWhetherItTook() {
-            service.refuse("/oauth/sdk/login", 401, '{"message": "who?"}')
+            service.answer("/oauth/sdk/login", 401, '{"message": "who?"}')
             KorvelContent.login("anna")
             tryCompare(KorvelContent.loginRequest, "errorStatus", 401)
-            compare(KorvelContent.loggedIn, false)
+            verify(!KorvelContent.loggedIn)
             KorvelContent.loginRequest.retry()
             tryCompare(KorvelContent, "loggedIn", true)
             compare(KorvelContent.userName, "anna")
@@ -175,16 +174,14 @@ Item {
             player.play()
             compare(player.playing, true)
             player.enterFullScreen()
-            compare(player.fullScreen, true)
-            compare(KorvelContent.deviceOrientation, 4)
+            verify(player.fullScreen && KorvelContent.deviceOrientation === 4)
             player.exitFullScreen()
-            compare(player.fullScreen, false)
-            compare(exits.count, 1)
-            compare(closings.count, 0)
+            verify(!player.fullScreen)
+            compare([exits.count, closings.count], [1, 0])
             tryVerify(() => player.position > 20.3, 20000)
             player.stop()
-            compare(closings.count, 1)
-            compare(player.active, false)
+            compare([exits.count, closings.count], [2, 1])
+            verify(!player.active)
             tryCompare(service, "performances", 1)
         }
 
@@ -204,8 +201,7 @@ Item {
             service.release()
             tryCompare(service, "performances", 3)
             KorvelContent.logout()
-            compare(KorvelContent.loggedIn, false)
-            compare(KorvelContent.subscriptionId, "")
+            verify(!KorvelContent.loggedIn && KorvelContent.subscriptionId === "")
         }
     }
 }
