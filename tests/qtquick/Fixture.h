@@ -100,16 +100,24 @@ protected:
         return image.scaled(quick->size(), Qt::IgnoreAspectRatio, Qt::FastTransformation);
     }
     QColor colorAt(QPointF point) { return grab().pixelColor(point.toPoint()); }
-    static QPointF qt(platform::CGPoint point) { return {point.x, point.y}; }
+    void expectStill(const char* when) {
+        settle();
+        const int before = frames;
+        for (int i = 0; i < 20; ++i) {
+            pass(50ms);
+            QTest::qWait(5);
+        }
+        EXPECT_EQ(frames, before) << when;
+    }
 
     /// In the window, wherever the view is shown.
     QRectF rectOf(UIView& view) {
+        const auto corner = view.convertToWindow({});
+        const auto [width, height] = view.bounds().size;
         const bool embedded = view.isDescendantOf(*place);
-        const QPointF origin = embedded ? item->mapToScene({}) : QPointF();
-        const auto corner = qt(view.convertToWindow({})) + origin;
-        return {corner, QSizeF(view.bounds().size.width, view.bounds().size.height)};
+        return QRectF(corner.x, corner.y, width, height)
+            .translated(embedded ? item->mapToScene({}) : QPointF());
     }
-    QPointF middle(UIView& view) { return rectOf(view).center(); }
 
     void click(QPointF point) {
         QTest::mouseClick(quick.get(), Qt::LeftButton, {}, point.toPoint());
@@ -117,13 +125,16 @@ protected:
     }
     void key(Qt::Key key) { QTest::keyClick(quick.get(), key); }
 
-    /// A player in the item, over a picture of that brightness.
-    void startEmbedded(std::uint8_t brightness = 235) {
-        start(place);
+    /// A player with a picture of that brightness.
+    void startOn(const std::shared_ptr<UIView>& parent, std::uint8_t brightness = 235) {
+        start(parent);
         becomeReady();
         stream().frame = plainFrame(brightness);
         stream().events->frameChanged();
         run();
+    }
+    void startEmbedded(std::uint8_t brightness = 235) {
+        startOn(place, brightness);
         settle();
     }
     void showControls() {

@@ -55,23 +55,19 @@ TEST_F(QtQuickTest, FullScreenCoversTheWindowAndReturnsThePlayerToItsItem) {
 }
 
 TEST_F(QtQuickTest, APresentationComesAndGoesSlowly) {
-    start(nullptr);
-    becomeReady();
-    stream().frame = plainFrame(235);
-    stream().events->frameChanged();
-    run();
-    const auto shown = [&] { return colorAt({400, 300}).red(); };
-    pass(125ms);
-    EXPECT_TRUE(until([&] { return std::abs(shown() - 128) < 12; }, 500)) << shown();
-    pass(125ms);
-    EXPECT_TRUE(until([&] { return shown() == 255; }, 500)) << shown();
+    startOn(nullptr);
+    const auto becomes = [&](int brightness) {
+        const auto shown = [&] { return colorAt({400, 300}).red(); };
+        pass(125ms);
+        EXPECT_TRUE(until([&] { return std::abs(shown() - brightness) < 12; }, 500)) << shown();
+    };
+    becomes(128);
+    becomes(255);
     events->stopVideo();
     run();
     EXPECT_EQ(fake.media->open(), 0u) << "only its pixels are still there";
-    pass(125ms);
-    EXPECT_TRUE(until([&] { return std::abs(shown() - 128) < 12; }, 500)) << shown();
-    pass(125ms);
-    EXPECT_TRUE(until([&] { return shown() == 0; }, 500)) << shown();
+    becomes(128);
+    becomes(0);
     settle();
     EXPECT_EQ(colorAt({400, 300}), quick->color());
 }

@@ -1,17 +1,19 @@
 #include "qtquick/Fixture.h"
+#include "storage/ChildProcess.h"
 
 #include <korvel/platform/backends/gstreamer/MediaEngineGStreamer.h>
 #include <korvel/service/ContentService.h>
 
-#include <array>
-#include <cstdio>
+#include <unistd.h>
+#include <thread>
 
 namespace korvel::tests {
 
 /// Real streams on real time; only the catalogue is made up.
 class QtQuickStreamTest : public QtQuickTest {
 protected:
-    service::ContentService service{service::ContentService::Options{.tls = false}};
+    std::unique_ptr<service::ContentService> service =
+        std::make_unique<service::ContentService>(service::ContentService::Options{.tls = false});
 
     platform::Device device() override {
         auto made = fake.device();
@@ -24,7 +26,7 @@ protected:
         return made;
     }
     void startStream(const std::string& path) {
-        const auto link = service.baseURL() + "media/50101/" + path;
+        const auto link = service->baseURL() + "media/50101/" + path;
         start(place, 200, "[" + classJSON("c1", R"(,"streamingLink":")" + link + '"') + "]");
         ASSERT_TRUE(until([&] { return events != nullptr; }));
     }
@@ -43,77 +45,44 @@ protected:
         }
         return number;
     }
-    QImage clockRegion() {
-        const auto image = grab();
-        const auto frame = item->mapRectToScene(item->boundingRect());
-        return image.copy(frame.adjusted(40, 100, -40, -100).toRect());
-    }
 };
 
-TEST_F(QtQuickStreamTest, TheWindowShowsTheMovingPictureOfTheMoment) {
+TEST_F(QtQuickStreamTest, TheWindowShowsTheMovingPictureOfTheMomentAndThatOfASoughtPlace) {
     startStream("360p/index.m3u8");
     ASSERT_TRUE(until([&] { return pictureShown() > 5; }));
     for (int look = 0; look < 5; ++look) {
-        const auto before = clockRegion();
         const int shown = pictureShown();
-        const double now = position();
-        EXPECT_NEAR(shown, now * 30, 4) << "what is heard is seen";
+        EXPECT_NEAR(shown, position() * 30, 4) << "what is heard is seen";
         ASSERT_TRUE(until([&] { return pictureShown() > shown; }));
-        EXPECT_NE(clockRegion(), before);
     }
     events->pauseVideo();
-    settle();
-    const auto still = clockRegion();
-    const int before = frames;
-    QTest::qWait(150);
-    EXPECT_EQ(frames, before);
-    EXPECT_EQ(clockRegion(), still);
-}
-
-TEST_F(QtQuickStreamTest, ADragOnTheSliderShowsThePictureOfThePlaceWhereItWasDropped) {
-    startStream("360p/index.m3u8");
-    ASSERT_TRUE(until([&] { return position() > 0.2; }));
-    events->pauseVideo();
-    events->showOverlayView();
-    settle();
-    auto& slider = *overlay().slider.get();
-    const auto thumb = slider.thumbRect();
-    const auto track = rectOf(slider);
-    const auto press = track.topLeft() + QPointF(thumb.midX(), thumb.midY());
-    QTest::mousePress(quick.get(), Qt::LeftButton, {}, press.toPoint());
-    const auto drop = [&](double way) {
-        return QPointF(track.left() + way * track.width(), press.y()).toPoint();
-    };
-    for (const double way : {0.3, 0.5, 0.6}) QTest::mouseMove(quick.get(), drop(way));
-    const float dropped = slider.value();
-    EXPECT_GT(dropped, 15);
-    QTest::mouseRelease(quick.get(), Qt::LeftButton, {}, drop(0.6));
-    EXPECT_NEAR(position(), dropped, 0.1);
-    events->hideOverlayView();
-    EXPECT_TRUE(until([&] { return std::abs(pictureShown() - 30. * dropped) < 3; }));
-    EXPECT_NEAR(position(), dropped, 0.1);
+    expectStill("paused");
+    events->seekTo(18);
+    EXPECT_TRUE(until([&] { return std::abs(pictureShown() - 18 * 30) < 3; }));
+    EXPECT_NEAR(position(), 18, 0.1);
     EXPECT_TRUE(until([&] { return overlay().viewLoader->isHidden(); }));
 }
 
 TEST_F(QtQuickStreamTest, AProcessWhoseKeyIsNeverAnsweredEndsWithItsWindow) {
-#ifdef __SANITIZE_THREAD__
-    constexpr int atOnce = 2500;  // ThreadSanitizer itself waits for a second
-#else
-    constexpr int atOnce = 1000;
-#endif
-    const auto link = service.baseURL() + "media/50101/v.ism/manifest";
-    for (const char* how : {"close", "quit"}) {
-        const auto command = std::string(KORVEL_CLOSING) + ' ' + link + ' ' + how;
-        std::FILE* const output = popen(command.c_str(), "r");
-        ASSERT_TRUE(output);
-        std::array<char, 80> line{};
-        ASSERT_TRUE(std::fgets(line.data(), line.size(), output));
-        EXPECT_STREQ(line.data(), "closing while a key is waited for\n");
-        QElapsedTimer timer;
-        timer.start();
-        EXPECT_EQ(pclose(output), 0) << how;
-        EXPECT_LT(timer.elapsed(), atOnce) << how;
-    }
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto end = [&](bool quits) {
+        startStream("v.ism/manifest");
+        std::thread([&] {
+            // The second is for the token that the key's own request needs: nobody answers.
+            if (!fake.session->waitForRequests(2)) std::abort();
+            platform::Device::current().mainQueue->async([&] {
+                alarm(sanitized ? 3 : 1);  // which ends the process in another way
+                quits ? QCoreApplication::quit() : void(quick->close());
+            });
+        }).detach();
+        QGuiApplication::exec();
+        events.reset();
+        builder.reset();
+        TearDown();
+        service.reset();
+        std::exit(0);
+    };
+    for (const bool quits : {false, true}) EXPECT_EXIT(end(quits), testing::ExitedWithCode(0), "");
 }
 
 }  // namespace korvel::tests
