@@ -1,21 +1,19 @@
 #include "Program.h"
 
 #include <fcntl.h>
-#include <poll.h>
+#include <pty.h>
 #include <spawn.h>
-#include <sys/ioctl.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
+#include <array>
 #include <csignal>
-#include <cstdlib>
 #include <stdexcept>
 
 namespace korvel::tests {
 
 namespace {
-
-constexpr unsigned short terminalColumns = 60;
 
 std::vector<char*> pointers(std::vector<std::string>& texts) {
     std::vector<char*> result;
@@ -28,26 +26,11 @@ void require(bool fulfilled, const char* what) {
     if (!fulfilled) throw std::runtime_error(what);
 }
 
-struct Ends {
-    int ours = -1;
-    int theirs = -1;
-};
-
-Ends makePipe() {
-    int ends[2];
-    require(pipe2(ends, O_CLOEXEC) == 0, "no pipe");
-    return {ends[0], ends[1]};
-}
-
-Ends makeTerminal() {
-    const int ours = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-    require(ours >= 0 && grantpt(ours) == 0 && unlockpt(ours) == 0, "no terminal");
-    char name[64];
-    require(ptsname_r(ours, name, sizeof name) == 0, "no name for the terminal");
-    const int theirs = open(name, O_RDWR | O_NOCTTY | O_CLOEXEC);
-    const winsize size{.ws_row = 24, .ws_col = terminalColumns, .ws_xpixel = 0, .ws_ypixel = 0};
-    require(theirs >= 0 && ioctl(theirs, TIOCSWINSZ, &size) == 0, "no terminal of that size");
-    return {ours, theirs};
+std::string contents(int file) {
+    std::string text(static_cast<std::size_t>(lseek(file, 0, SEEK_END)), ' ');
+    require(pread(file, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()),
+            "the program's output cannot be read");
+    return text;
 }
 
 }  // namespace
@@ -55,27 +38,26 @@ Ends makeTerminal() {
 Program::Program(std::vector<std::string> arguments, std::vector<std::string> environment,
                  Screen screen) {
     arguments.insert(arguments.begin(), KORVEL_PROGRAM);
-    const bool terminal = screen == Screen::terminal;
-    const auto output = terminal ? makeTerminal() : makePipe();
-    const auto errors = terminal ? Ends{} : makePipe();
+    std::array<int, 3> files{};  // input, output, errors
+    if (screen == Screen::terminal) {
+        const winsize size{.ws_row = 24, .ws_col = 60, .ws_xpixel = 0, .ws_ypixel = 0};
+        require(openpty(&output_, files.data(), nullptr, nullptr, &size) == 0, "no terminal");
+        for (const int end : {output_, files[0]}) fcntl(end, F_SETFD, FD_CLOEXEC);
+        files.fill(files[0]);
+    } else {
+        files[0] = open("/dev/null", O_RDONLY | O_CLOEXEC);
+        files[1] = output_ = memfd_create("output", MFD_CLOEXEC);
+        files[2] = errors_ = memfd_create("errors", MFD_CLOEXEC);
+    }
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    if (terminal) {
-        posix_spawn_file_actions_adddup2(&actions, output.theirs, STDIN_FILENO);
-    } else {
-        posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    for (int stream = 0; const int file : files) {
+        posix_spawn_file_actions_adddup2(&actions, file, stream++);
     }
-    posix_spawn_file_actions_adddup2(&actions, output.theirs, STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, terminal ? output.theirs : errors.theirs,
-                                     STDERR_FILENO);
     const int failed = posix_spawn(&process_, KORVEL_PROGRAM, &actions, nullptr,
                                    pointers(arguments).data(), pointers(environment).data());
     posix_spawn_file_actions_destroy(&actions);
-    close(output.theirs);
-    if (!terminal) close(errors.theirs);
-    output_ = output.ours;
-    errors_ = errors.ours;
-    open_ = {true, !terminal};
+    close(files[0]);
     require(failed == 0, "the program does not start");
 }
 
@@ -101,21 +83,11 @@ bool Program::echoes() const {
     return (settings.c_lflag & (ICANON | ECHO)) == (ICANON | ECHO);
 }
 
-bool Program::readOnce() {
-    pollfd sources[] = {{open_[0] ? output_ : -1, POLLIN, 0}, {open_[1] ? errors_ : -1, POLLIN, 0}};
-    if (!open_[0] && !open_[1]) return false;
-    poll(sources, 2, -1);
-    for (std::size_t i = 0; i < open_.size(); ++i) {
-        if (sources[i].revents == 0) continue;
-        char bytes[4096];
-        const auto count = read(sources[i].fd, bytes, sizeof bytes);
-        if (count > 0) {
-            (i == 0 ? ended_.output : ended_.errors).append(bytes, static_cast<std::size_t>(count));
-        } else {
-            open_[i] = false;
-        }
-    }
-    return true;
+bool Program::readTerminal() {
+    char bytes[4096];
+    const auto count = read(output_, bytes, sizeof bytes);
+    if (count > 0) ended_.output.append(bytes, static_cast<std::size_t>(count));
+    return count > 0;
 }
 
 bool Program::reads(const std::string& text) {
@@ -125,17 +97,21 @@ bool Program::reads(const std::string& text) {
             seen_ = found + text.size();
             return true;
         }
-        if (!readOnce()) return false;
+        if (!readTerminal()) return false;
     }
 }
 
 Ended Program::wait() {
-    while (readOnce()) {
+    while (errors_ < 0 && readTerminal()) {
     }
     int status = 0;
     waitpid(process_, &status, 0);
     process_ = -1;
     ended_.code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    if (errors_ >= 0) {
+        ended_.output = contents(output_);
+        ended_.errors = contents(errors_);
+    }
     return ended_;
 }
 

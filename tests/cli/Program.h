@@ -1,7 +1,6 @@
 #pragma once
 
 #include <sys/types.h>
-#include <array>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -19,10 +18,10 @@ struct Ended {
 class Program {
 public:
     /// A terminal has 60 columns, and errors are output; without one there is no input.
-    enum class Screen { pipes, terminal };
+    enum class Screen { files, terminal };
 
     Program(std::vector<std::string> arguments, std::vector<std::string> environment,
-            Screen screen = Screen::pipes);
+            Screen screen = Screen::files);
     ~Program();
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
@@ -31,19 +30,18 @@ public:
     void type(std::string_view keys) const;
     /// Whether the terminal shows what is typed, and by whole lines.
     bool echoes() const;
-    /// Reads what it writes until it has written `text` since the last call; false if it ends
+    /// Reads the terminal until it has shown `text` since the last call; false if the program ends
     /// first.
     bool reads(const std::string& text);
-    /// Reads what it writes until it ends.
+    /// Waits for its end.
     Ended wait();
 
 private:
-    bool readOnce();
+    bool readTerminal();
 
     pid_t process_ = -1;
-    int output_ = -1;
-    int errors_ = -1;
-    std::array<bool, 2> open_{};  ///< output and errors, until their ends
+    int output_ = -1;  ///< a file, or our end of the terminal
+    int errors_ = -1;  ///< a file, unless there is a terminal
     Ended ended_;
     std::size_t seen_ = 0;
 };
