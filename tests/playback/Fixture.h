@@ -1,7 +1,9 @@
 #pragma once
 
+#include "support/FakeConsole.h"
 #include "support/FakeKeychain.h"
 #include "support/FakeLocalytics.h"
+#include "support/Listener.h"
 
 #include <korvel/KorvelContentSDK.h>
 #include <korvel/platform/avfoundation/AVPlayer.h>
@@ -16,57 +18,18 @@
 #include <gtest/gtest.h>
 
 #include <ctime>
-#include <mutex>
-#include <string>
-#include <vector>
 
 namespace korvel::tests {
 
 using namespace std::chrono_literals;
 using Lines = std::vector<std::string>;
 
-/// Any thread.
-class KeptConsole final : public platform::Console {
-public:
-    void print(std::string_view line) override {
-        const std::lock_guard lock(mutex_);
-        lines_.emplace_back(line);
-    }
-    Lines lines() const {
-        const std::lock_guard lock(mutex_);
-        return lines_;
-    }
-
-private:
-    mutable std::mutex mutex_;
-    Lines lines_;
-};
-
-struct Listener final : KCSDKPlayerEventsListner {
-    Lines told;  ///< but for the progress
-    float position = -1;
-    float duration = -1;
-
-    void playerStatusWithStatus(std::int64_t status) override {
-        told.push_back("status " + std::to_string(status));
-    }
-    void playerExitWithDuration(std::int64_t seconds) override {
-        told.push_back("exit " + std::to_string(seconds));
-    }
-    void currentVideoPositionWithDurationPlayedSeconds(float seconds) override {
-        position = seconds;
-    }
-    void totalVideoDurationWithTotalDuration(float seconds) override { duration = seconds; }
-    void playbackBufferEmpty() override { told.push_back("empty"); }
-    void playbackLikelyToKeepUp() override { told.push_back("likely"); }
-};
-
 /// The SDK as a host uses it, on real transport, pipelines and time, against a real service; only
 /// keychain and analytics are fakes. The test's thread drives the main queue.
 class PlaybackTest : public testing::Test {
 protected:
     service::ContentService service;
-    std::shared_ptr<KeptConsole> console = std::make_shared<KeptConsole>();
+    std::shared_ptr<FakeConsole> console = std::make_shared<FakeConsole>();
     std::shared_ptr<platform::MainQueue> mainQueue;
     std::shared_ptr<platform::UIWindow> window;
     std::shared_ptr<platform::UIView> place;
@@ -74,8 +37,8 @@ protected:
     std::shared_ptr<KCSDKPlayerEvents> events;
 
     void SetUp() override {
-        platform::Device device;
         const auto keychain = std::make_shared<FakeKeychain>();
+        platform::Device device;
         device.keychain = keychain;
         device.localytics = std::make_shared<FakeLocalytics>();
         device.console = console;
@@ -83,9 +46,8 @@ protected:
         device.mainQueue = mainQueue = std::make_shared<platform::MainQueue>(
             device.clock, platform::MainQueue::Driver::manual);
         device.bundles.emplace_back(std::string(platform::sdkBundleIdentifier), KORVEL_BUNDLE);
-        platform::DeviceOptions options;
-        options.certificateAuthorityFile = service.caFile();
-        ASSERT_TRUE(platform::installDeviceGStreamer(device, options, {.audioSink = "fakesink"}));
+        ASSERT_TRUE(platform::installDeviceGStreamer(
+            device, {.certificateAuthorityFile = service.caFile()}, {.audioSink = "fakesink"}));
         KCSDK::initialize(std::make_shared<KCSDKConfig>(
             service.baseURL(), service.options().secretKey, service.options().apiKey,
             service.options().tenant, "analytics"));
@@ -143,6 +105,9 @@ protected:
     KCSDKPlayerView& view() { return *events->playerVC->viewVideo; }
     std::shared_ptr<platform::AVPlayer> player() { return view().player(); }
     std::shared_ptr<platform::AVPlayerItem> item() { return player()->currentItem(); }
+    float position() const {
+        return listener->progress.empty() ? -1 : listener->progress.rbegin()[1].second;
+    }
     bool hasFailed() { return item()->status() == platform::AVPlayerItem::Status::failed; }
 
     /// The number burnt into the picture of this moment; -1 without one.

@@ -15,12 +15,12 @@ TEST_F(PlaybackTest, ThrottledServiceEmptiesTheBufferAndPerformedSecondsGoOn) {
     EXPECT_EQ(listener->told, Lines{"likely"});
     const auto began = std::chrono::steady_clock::now();
     ASSERT_TRUE(until([&] { return listener->told.back() == "empty"; }));
-    const auto stalledAt = listener->position;
+    const auto stalledAt = position();
     EXPECT_GT(stalledAt, 1.F);
     EXPECT_LT(stalledAt, 3.2F);
     EXPECT_FALSE(view().overlayController->viewLoader->isHidden());
     EXPECT_EQ(player()->rate(), 1);
-    ASSERT_TRUE(until([&] { return listener->position > 6; }));
+    ASSERT_TRUE(until([&] { return position() > 6; }));
     // Each change is told, also that to no more, and a slow stream may run dry again.
     ASSERT_EQ(listener->told.size() % 4, 1U);
     for (auto told = listener->told.begin() + 1; told != listener->told.end(); told += 4) {
