@@ -1,11 +1,6 @@
-#include <korvel/model/KCSDKOndemandClassResponse.h>
-#include <korvel/model/KCSDKOndemandCollection.h>
-#include <korvel/model/KCSDKOndemandFilterRequest.h>
-#include <korvel/model/KCSDKOndemandMetaData.h>
-#include <korvel/model/KCSDKOndemandSearchResult.h>
-#include <korvel/platform/foundation/JSONDecoder.h>
-
 #include "support/Samples.h"
+
+#include <korvel/KorvelContentSDK.h>
 
 #include <gtest/gtest.h>
 
