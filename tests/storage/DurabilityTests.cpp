@@ -1,9 +1,6 @@
-// What processes that are killed, race or fork may do to the stores: nothing.
+// What processes that are killed, race or fork may do to the store: nothing.
 #include "storage/ChildProcess.h"
 #include "storage/KeychainStores.h"
-#include "support/FakeURLSession.h"
-
-#include <korvel/platform/backends/journal/LocalyticsJournal.h>
 
 #include <gtest/gtest.h>
 
@@ -11,11 +8,8 @@
 #include <array>
 #include <atomic>
 #include <chrono>
-#include <cstdint>
 #include <random>
-#include <set>
 #include <thread>
-#include <vector>
 
 namespace korvel::tests {
 namespace {
@@ -146,42 +140,6 @@ TEST(Durability, AForkedProcessIsRefusedAndHarmsNothing) {
     EXPECT_TRUE(child.wait());
     EXPECT_EQ(save(*keychain, "token", "parent"), errSecSuccess);
     EXPECT_EQ(valueOrStatus(*makeKeychainSQLite(place / "store"), "token"), "parent");
-}
-
-TEST(Durability, NoTaggedEventIsLostByKilledProcesses) {
-    constexpr int rounds = sanitized ? 8 : 60;
-    const TemporaryFolder place;
-    const LocalyticsJournalOptions options{.folder = place / "journal"};
-    const auto open = [&] {
-        return std::make_shared<LocalyticsJournal>(options, std::make_shared<FakeURLSession>(),
-                                                   nullptr, std::make_shared<SystemClock>());
-    };
-    const auto tagged = shared<std::atomic<std::uint32_t>>();
-    std::set<std::string> ids;
-    for (int round = 0; round < rounds; ++round) {
-        const std::uint32_t before = *tagged;
-        ChildProcess child([&] {
-            const auto journal = open();
-            for (std::uint32_t number = before + 1;; ++number) {
-                journal->tagEvent(std::to_string(number), {{"number", valueOf(number)}});
-                *tagged = number;
-            }
-        });
-        const std::uint32_t moment = before + anyBelow(10);
-        ASSERT_TRUE(eventually([&] { return *tagged >= moment; }));
-        spin(anyBelow(20'000));
-        child.kill();
-    }
-    std::uint32_t expected = 1;
-    for (const auto& event : open()->events()) {
-        EXPECT_TRUE(ids.insert(event.id).second);
-        // The last event of a process may be there though nobody was told, and then comes twice.
-        if (event.name != std::to_string(expected)) --expected;
-        ASSERT_EQ(event.name, std::to_string(expected));
-        EXPECT_EQ(event.attributes, (Localytics::Attributes{{"number", valueOf(expected)}}));
-        ++expected;
-    }
-    EXPECT_GT(expected, *tagged);
 }
 
 }  // namespace

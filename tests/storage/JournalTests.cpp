@@ -50,21 +50,19 @@ protected:
         std::make_shared<MainQueue>(clock, MainQueue::Driver::manual);
 };
 
-TEST_F(Journal, KeepsWholeEventsInOrderForLaterProcesses) {
+TEST_F(Journal, KeepsWholeEventsInOrderForOtherProcesses) {
     const Localytics::Attributes attributes{
         {"Client ID", "acme"}, {"User ID", "\"4\\2\"\n"}, {"", "Größe 日本 😀"}, {"A", "last"}};
-    {
-        const auto journal = open();
-        journal->tagEvent("before anything is known", {});
-        journal->integrate("key");
-        journal->openSession();
-        journal->setCustomerId("42");
-        clock->advance(1234ms);
-        journal->tagEvent("User Login", attributes);
-        journal->tagEvent("broken \xff text", {{"\xc3", "\xed\xa0\x80"}});
-        journal->upload();
-    }
-    const auto events = open()->events();
+    const auto journal = open();
+    journal->tagEvent("before anything is known", {});
+    journal->integrate("key");
+    journal->openSession();
+    journal->setCustomerId("42");
+    clock->advance(1234ms);
+    journal->tagEvent("User Login", attributes);
+    journal->tagEvent("broken \xff text", {{"\xc3", "\xed\xa0\x80"}});
+    journal->upload();
+    const auto events = open()->events();  // on disk at once, not only when the first one goes
     ASSERT_EQ(names(events),
               (Names{"before anything is known", "User Login", "broken \uFFFD text"}));
     EXPECT_EQ(events[0].sessionId + events[0].appKey + events[0].customerId, "");
