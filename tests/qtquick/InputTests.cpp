@@ -1,37 +1,12 @@
 #include "qtquick/Fixture.h"
 
 #include <QtGui/QAccessible>
-#include <QtGui/QPointingDevice>
 
 #include <map>
 
 namespace korvel::tests {
 
 using Lines = std::vector<std::string>;
-
-TEST_F(QtQuickTest, ATapShowsTheControlsAndTheNextHidesThem) {
-    startEmbedded();
-    const std::unique_ptr<QPointingDevice> finger(QTest::createTouchDevice());
-    const auto free = item->mapToScene({100, 100}).toPoint();
-    for (const bool touches : {false, true}) {
-        const auto tap = [&] {
-            if (!touches) return click(free);
-            QTest::touchEvent(quick.get(), finger.get()).press(0, free, quick.get());
-            QTest::touchEvent(quick.get(), finger.get()).release(0, free, quick.get());
-        };
-        EXPECT_EQ(colorAt(free), QColor(255, 255, 255));
-        tap();
-        EXPECT_EQ(overlay().viewTap->alpha(), 0.6);
-        EXPECT_FALSE(overlay().btnPlay->isHidden());
-        passAndShow(1s);
-        EXPECT_NEAR(colorAt(free).red(), 255 * 0.4, 2);
-        tap();
-        EXPECT_EQ(overlay().viewTap->alpha(), 0);
-        EXPECT_TRUE(overlay().btnPlay->isHidden());
-        passAndShow(1s);
-        settle();
-    }
-}
 
 TEST_F(QtQuickTest, ADragGoesOnWhenInteractionIsSwitchedOffAndSeeksWhereItEnds) {
     startEmbedded();

@@ -4,6 +4,8 @@
 #include <korvel/platform/backends/qtquick/PainterCanvas.h>
 #include <korvel/platform/backends/qtquick/VideoPicture.h>
 
+#include <QtGui/QPointingDevice>
+
 #include <array>
 
 namespace korvel::tests {
@@ -30,32 +32,41 @@ QRect where(const QImage& image, const QColor& wanted) {
 
 }  // namespace
 
-TEST_F(QtQuickTest, AFadeIsHalfWayAfterHalfItsTimeAndOverAtItsEnd) {
+TEST_F(QtQuickTest, ATapFadesTheControlsInWithinASecondAndTheNextFadesThemOut) {
     startEmbedded();
-    const auto free = item->mapToScene({100, 100});
-    const auto way = [&] { return (255 - colorAt(free).red()) / (255 * 0.6); };
+    const std::unique_ptr<QPointingDevice> finger(QTest::createTouchDevice());
+    const auto free = item->mapToScene({100, 100}).toPoint();
     const auto sees = [&](double from, double to) {  // ticks are real, time is not
+        const auto way = [&] { return (255 - colorAt(free).red()) / (255 * 0.6); };
         until([&] { return way() >= from && way() <= to; }, 500);
         EXPECT_GE(way(), from);
         EXPECT_LE(way(), to);
     };
-    click(free);
-    sees(0, 0.02);
-    pass(500ms);
-    sees(0.45, 0.55);
-    pass(500ms);
-    sees(0.99, 1.01);
-    click(free);
-    EXPECT_TRUE(overlay().btnClose->isHidden());
-    pass(250ms);
-    settle();
-    EXPECT_GT(way(), 0.7);
-    pass(250ms);
-    sees(0.45, 0.55);
-    pass(500ms);
-    sees(0, 0.01);
-    const auto video = item->mapRectToScene(item->boundingRect()).toRect();
-    EXPECT_EQ(where(grab(), QColor(255, 255, 255)), video) << "no control is left";
+    for (const bool touches : {false, true}) {
+        const auto tap = [&] {
+            if (!touches) return click(free);
+            QTest::touchEvent(quick.get(), finger.get()).press(0, free, quick.get());
+            QTest::touchEvent(quick.get(), finger.get()).release(0, free, quick.get());
+        };
+        tap();
+        EXPECT_EQ(overlay().viewTap->alpha(), 0.6);
+        EXPECT_FALSE(overlay().btnClose->isHidden());
+        sees(0, 0.02);
+        pass(500ms);
+        sees(0.45, 0.55);
+        pass(500ms);
+        sees(0.99, 1.01);
+        tap();
+        EXPECT_EQ(overlay().viewTap->alpha(), 0);
+        EXPECT_TRUE(overlay().btnClose->isHidden());
+        sees(0.98, 1.01);
+        pass(500ms);
+        sees(0.45, 0.55);
+        pass(500ms);
+        sees(0, 0.01);
+        const auto video = item->mapRectToScene(item->boundingRect()).toRect();
+        EXPECT_EQ(where(grab(), QColor(255, 255, 255)), video) << "no control is left";
+    }
 }
 
 TEST_F(QtQuickTest, EveryControlIsWhereTheTreeSaysInItsOwnColour) {
