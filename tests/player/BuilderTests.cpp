@@ -45,7 +45,6 @@ TEST_F(Builder, EmbeddedPlayerFillsItsPlaceAndStartsByItself) {
     EXPECT_EQ(overlay().lblTitle->font(), platform::UIFont::boldSystemFont(28));
     EXPECT_EQ(overlay().lblTitle->textColor(), UIColor::white());
     EXPECT_EQ(overlay().slider->thumbImage(), bundled("thumb"));
-    EXPECT_EQ(overlay().btnClose->backgroundImage(UIControlState::normal), bundled("close"));
     EXPECT_EQ(overlay().btnPlay->tintColor(), std::nullopt);
     EXPECT_FALSE(KCSDK::shared().enablefullscreenVideo);
     EXPECT_EQ(UIDevice::current().orientation(), 1);
@@ -85,7 +84,6 @@ TEST_F(Builder, SettersShapeTheControls) {
     EXPECT_EQ(overlay().viewTap->alpha(), 0.6);
     EXPECT_NEAR(overlay().viewTap->presentationAlpha(fake.clock->now() + 500ms), 0.3, 0.01)
         << "a second, whatever the builder was told";
-    EXPECT_FALSE(overlay().btnClose->isHidden());
     pass(5s);
     EXPECT_EQ(overlay().viewTap->alpha(), 0.6) << "nothing hides by itself";
     tap({50, 200});
@@ -226,9 +224,7 @@ TEST_F(Builder, AHostsOverlayIsShownAndOtherwiseLeftAlone) {
     pass(100ms);
     EXPECT_EQ(host->maximumValue(), 1) << "not the duration";
     EXPECT_FALSE(listener->progress.empty());
-    events->pauseVideo();
-    stream().events->buffered(false);
-    run();
+    buffered(false);
     EXPECT_EQ(listener->told.back(), "empty");
 }
 

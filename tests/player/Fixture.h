@@ -61,6 +61,10 @@ protected:
         stream().becomeReady(duration);
         run();
     }
+    void buffered(bool enough) {
+        stream().events->buffered(enough);
+        run();
+    }
 
     std::shared_ptr<KCSDKPlayerView> makeView() {
         auto view = std::make_shared<KCSDKPlayerView>(platform::Device::current(),

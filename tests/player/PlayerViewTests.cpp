@@ -65,12 +65,10 @@ TEST_F(PlayerView, SecondsCountFromTheFirstKeepUpWhileTheRateIsNotZero) {
     becomeReady(60s);
     pass(3s);
     EXPECT_EQ(view->totalPerformedTime, 3);
-    stream().events->buffered(false);
-    run();
+    buffered(false);
     pass(2s);
     EXPECT_EQ(view->totalPerformedTime, 5) << "a stall counts";
-    stream().events->buffered(true);
-    run();
+    buffered(true);
     view->changePlayerState();
     pass(4s);
     EXPECT_EQ(view->totalPerformedTime, 5) << "a pause does not";
@@ -88,64 +86,56 @@ TEST_F(PlayerView, BufferingShowsTheLoaderInPlaceOfTheButton) {
     view->changePlayerState();
     EXPECT_TRUE(overlay->viewLoader->isHidden());
     EXPECT_TRUE(overlay->btnPlay->isHidden()) << "controls start hidden";
-    const auto buffer = [&](bool enough) {
-        stream().events->buffered(enough);
-        run();
+    const auto hidden = [&](bool enough) {
+        buffered(enough);
         return std::pair(overlay->viewLoader->isHidden(), overlay->btnPlay->isHidden());
     };
-    EXPECT_EQ(buffer(false), std::pair(false, true));
-    EXPECT_EQ(buffer(true), std::pair(true, true)) << "hidden controls stay hidden";
+    EXPECT_EQ(hidden(false), std::pair(false, true));
+    EXPECT_EQ(hidden(true), std::pair(true, true)) << "hidden controls stay hidden";
     overlay->toggleControls();
-    EXPECT_EQ(buffer(false), std::pair(false, true));
-    EXPECT_EQ(buffer(true), std::pair(true, false));
+    EXPECT_EQ(hidden(false), std::pair(false, true));
+    EXPECT_EQ(hidden(true), std::pair(true, false));
     EXPECT_EQ(std::count(listener->told.begin(), listener->told.end(), "empty"), 4)
         << "every change is told, whichever way";
 }
 
-TEST_F(PlayerView, TheButtonPlaysAndPausesWithItsPicturesAndTint) {
+TEST_F(PlayerView, TheButtonPlaysAndPausesInItsColour) {
     load();
     const auto overlay = view->addOverlay(nullptr);
-    overlay->playImage = *platform::UIImage::named(
-        "close", *platform::Device::current().bundle(platform::sdkBundleIdentifier));
-    overlay->pauseImage = platform::UIImage();
-    overlay->buttonColor = platform::UIColor::systemBlue();
+    const auto button = overlay->btnPlay.get();
     overlay->toggleControls();
-    const auto shown = [&] {
-        return overlay->btnPlay->backgroundImage(platform::UIControlState::normal);
-    };
-    tap(centre(*overlay->btnPlay.get()));
+    overlay->buttonColor = platform::UIColor::systemBlue();
+    tap(centre(*button));
     EXPECT_EQ(view->player()->rate(), 1) << "at once, before anything was loaded";
-    EXPECT_EQ(shown(), overlay->pauseImage);
-    EXPECT_EQ(overlay->btnPlay->tintColor(), platform::UIColor::systemBlue());
+    EXPECT_EQ(button->tintColor(), platform::UIColor::systemBlue());
     overlay->buttonColor = std::nullopt;
-    tap(centre(*overlay->btnPlay.get()));
+    tap(centre(*button));
     EXPECT_EQ(view->player()->rate(), 0);
-    EXPECT_EQ(shown(), overlay->playImage);
-    EXPECT_EQ(overlay->btnPlay->tintColor(), std::nullopt);
+    EXPECT_EQ(button->tintColor(), std::nullopt);
     EXPECT_EQ(listener->told, (std::vector<std::string>{"status 1", "status 0"}));
 }
 
 TEST_F(PlayerView, DraggingTheSliderSeeksOnReleaseAndSilencesProgress) {
+    using platform::UIWindow;
     load();
     const auto overlay = view->addOverlay(nullptr);
     overlay->toggleControls();
     const auto slider = overlay->slider.get();
-    const auto point = [&](double fraction) {
+    const auto touch = [&](auto phase, double fraction) {
         window->layoutIfNeeded();
-        return slider->convertToWindow(
-            {slider->bounds().size.width * fraction, slider->bounds().size.height / 2});
-    };
-    const auto press = [&](double at) { window->touchBegan(point(at), fake.clock->now()); };
-    const auto move = [&](double at) { window->touchMoved(point(at), fake.clock->now()); };
-    const auto release = [&](double at) {
-        window->touchEnded(point(at), fake.clock->now());
+        const auto size = slider->bounds().size;
+        const auto point = slider->convertToWindow({size.width * fraction, size.height / 2});
+        (*window.*phase)(point, fake.clock->now());
         run();
     };
-    const auto drag = [&] { press(0.01), move(0.4), move(0.5); };
+    const auto drag = [&] {
+        touch(&UIWindow::touchBegan, 0.01);
+        for (const double fraction : {0.4, 0.5}) touch(&UIWindow::touchMoved, fraction);
+    };
     drag();
     EXPECT_FALSE(slider->isUserInteractionEnabled());
-    release(0.5);
-    EXPECT_TRUE(fake.media->last().seeks.empty()) << "nothing to seek in yet";
+    touch(&UIWindow::touchEnded, 0.5);
+    EXPECT_TRUE(stream().seeks.empty()) << "nothing to seek in yet";
     EXPECT_FALSE(view->isProgressUpdating);
     EXPECT_TRUE(slider->isUserInteractionEnabled());
 
@@ -162,14 +152,14 @@ TEST_F(PlayerView, DraggingTheSliderSeeksOnReleaseAndSilencesProgress) {
     pass(1s);
     EXPECT_TRUE(listener->progress.empty());
     EXPECT_EQ(slider->value(), value) << "the drag goes on though interaction is off";
-    move(0.75);
-    release(0.75);
+    touch(&UIWindow::touchMoved, 0.75);
+    touch(&UIWindow::touchEnded, 0.75);
     ASSERT_EQ(stream().seeks.size(), 1u);
     EXPECT_NEAR(std::chrono::duration<double>(stream().seeks[0]).count(), slider->value(), 1e-3);
     EXPECT_NEAR(slider->value(), 15, 1);
     EXPECT_FALSE(view->isProgressUpdating);
-    press(0.75);
-    release(0.75);
+    touch(&UIWindow::touchBegan, 0.75);
+    touch(&UIWindow::touchEnded, 0.75);
     EXPECT_EQ(stream().seeks.size(), 1u) << "a touch that moves nothing seeks nowhere";
 }
 

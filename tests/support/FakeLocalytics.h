@@ -9,13 +9,13 @@
 
 namespace korvel::tests {
 
-/// An analytics library that only remembers what it was told, in a journal of other fakes too:
-/// "integrate KEY", "setLoggingEnabled false", "openSession", "setCustomerId 42",
+/// An analytics library that only writes down what it is told: "integrate KEY",
+/// "setLoggingEnabled false", "openSession", "setCustomerId 42",
 /// "tagEvent User Login {Client ID: acme, User ID: 42}", "upload". Any thread.
-class FakeLocalytics final : public platform::Localytics, public Journal {
+class FakeLocalytics final : public platform::Localytics {
 public:
-    explicit FakeLocalytics(std::shared_ptr<Journal> common = std::make_shared<Journal>())
-        : common_(std::move(common)) {}
+    explicit FakeLocalytics(std::shared_ptr<Journal> journal = std::make_shared<Journal>())
+        : journal_(std::move(journal)) {}
 
     std::function<void()> onCall = [] {};
 
@@ -41,11 +41,10 @@ public:
 private:
     void record(std::string line) {
         onCall();
-        common_->add(line);
-        add(std::move(line));
+        journal_->add(std::move(line));
     }
 
-    const std::shared_ptr<Journal> common_;
+    const std::shared_ptr<Journal> journal_;
 };
 
 }  // namespace korvel::tests

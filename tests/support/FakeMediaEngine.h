@@ -3,6 +3,7 @@
 #include <korvel/platform/avfoundation/MediaEngine.h>
 
 #include <algorithm>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -114,12 +115,12 @@ private:
         }
         void setRate(double rate) override {
             stream_->setRate(rate);
-            stream_->calls.push_back("rate " + text(rate));
+            note("rate ", rate);
         }
         void seek(Nanoseconds to) override {
             stream_->moveTo(to);
             stream_->seeks.push_back(to);
-            stream_->calls.push_back("seek " + text(std::chrono::duration<double>(to).count()));
+            note("seek ", std::chrono::duration<double>(to).count());
             if (stream_->endsSeeksAtOnce) stream_->events->seekEnded();
         }
         std::optional<Nanoseconds> position() override { return stream_->position(); }
@@ -129,11 +130,8 @@ private:
         }
 
     private:
-        static std::string text(double value) {
-            std::string digits = std::to_string(value);
-            digits.erase(digits.find_last_not_of('0') + 1);
-            if (digits.ends_with('.')) digits.pop_back();
-            return digits;
+        void note(const char* call, double value) {
+            stream_->calls.push_back((std::ostringstream() << call << value).str());
         }
         const std::shared_ptr<Stream> stream_;
     };

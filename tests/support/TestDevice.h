@@ -45,8 +45,8 @@ struct TestDevice {
     /// The analytics events so far, without the uploads.
     std::vector<std::string> events() const {
         std::vector<std::string> events;
-        for (const auto& call : localytics->lines()) {
-            if (call.starts_with("tagEvent ")) events.push_back(call.substr(9));
+        for (const auto& line : journal->lines()) {
+            if (line.starts_with("tagEvent ")) events.push_back(line.substr(9));
         }
         return events;
     }
