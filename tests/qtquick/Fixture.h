@@ -82,6 +82,7 @@ protected:
     }
     /// Until the window is up to date with all that has happened.
     void settle() {
+        run();
         for (int quiet = 0; quiet < 3;) {
             const int before = frames;
             QTest::qWait(20);
@@ -92,6 +93,7 @@ protected:
         pass(time);
         const int before = frames;
         until([&] { return frames > before; }, 200);
+        settle();
     }
 
     /// With as many pixels as points, whatever the screen has.
@@ -140,7 +142,6 @@ protected:
     void showControls() {
         click(item->mapToScene({10, 180}));
         passAndShow(1s);
-        settle();
     }
 };
 

@@ -43,7 +43,6 @@ TEST_F(QtQuickTest, FullScreenCoversTheWindowAndReturnsThePlayerToItsItem) {
         for (const QPointF corner : {QPointF(2, 2), QPointF(size.width() - 3, size.height() - 3)})
             EXPECT_EQ(colorAt(corner), QColor(255, 255, 255));
         events->exitFullScreen();
-        run();
         settle();
         EXPECT_FALSE(host->isPresenting());
         EXPECT_EQ(events->playerVC->view()->superview(), place);
@@ -96,13 +95,11 @@ TEST_F(QtQuickTest, AnOverlayItemFollowsThePlayerAndComesBack) {
     EXPECT_EQ(own.parentItem()->opacity(), 0.5);
     EXPECT_EQ(own.opacity(), 1) << "the host's own stays its own";
     events->enterFullScreen();
-    pass(1s);
-    settle();
+    passAndShow(1s);
     EXPECT_EQ(rect(), QRectF(0, 0, 800, 600));
 
     events->stopVideo();
-    pass(1s);
-    settle();
+    passAndShow(1s);
     EXPECT_EQ(own.parentItem(), &shelf);
     EXPECT_EQ(QRectF(own.position(), own.size()), QRectF(7, 9, 11, 13));
     EXPECT_EQ(host->view(&own), overlayView) << "as good as new";

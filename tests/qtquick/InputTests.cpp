@@ -52,7 +52,6 @@ TEST_F(QtQuickTest, TheKeyboardReachesEveryControlAndShowsWhereItIs) {
     key(Qt::Key_Return);
     EXPECT_EQ(overlay().viewTap->alpha(), 0.6) << "shows the controls";
     passAndShow(1s);
-    settle();
     const int plain = dark(*overlay().btnPlay.get());
     key(Qt::Key_Tab);
     for (const auto way : {Qt::Key_Left, Qt::Key_Right, Qt::Key_End}) {
@@ -91,14 +90,12 @@ TEST_F(QtQuickTest, FullScreenKeepsTheFocusAndGivesItBack) {
     EXPECT_NE(quick->activeFocusItem(), &field);
     key(Qt::Key_Return);
     passAndShow(1s);
-    settle();
     for (int turn = 0; turn < 7; ++turn) {
         key(turn < 4 ? Qt::Key_Tab : Qt::Key_Backtab);
         EXPECT_NE(quick->activeFocusItem(), &field);
     }
     events->exitFullScreen();
-    pass(1s);
-    settle();
+    passAndShow(1s);
     EXPECT_EQ(quick->activeFocusItem(), &field);
 }
 
