@@ -53,7 +53,7 @@ protected:
         service.script(std::move(answer));
         return send(request);
     }
-    static Exchange wait(std::future<Exchange> future) {
+    template <class Value> static Value wait(std::future<Value> future) {
         if (future.wait_for(20s) == std::future_status::ready) return future.get();
         ADD_FAILURE() << "no completion";
         return {};

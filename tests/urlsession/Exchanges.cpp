@@ -120,12 +120,12 @@ TEST_F(URLSessionTest, WhatTheHostSetStaysWithTheServiceItWasSetFor) {
     ContentService other({.tls = false});
     other.script({.status = 302, .headers = {{"Location", service.baseURL() + "back"}}});
     service.script({.status = 307, .headers = {{"Location", other.baseURL() + "away"}}});
-    const auto exchange = send({.status = 200}, request("POST", "{}",
-                                                        {{"Authorization", "Basic QQ=="},
-                                                         {"Content-Type", "application/json"},
-                                                         {"TenantID", "t"},
-                                                         {"User-Agent", "Korvel/1.0"}}));
-    EXPECT_EQ(statusOf(exchange), 200);
+    const auto sent = request("POST", "{}",
+                              {{"Authorization", "Basic QQ=="},
+                               {"Content-Type", "application/json"},
+                               {"TenantID", "t"},
+                               {"User-Agent", "Korvel/1.0"}});
+    EXPECT_EQ(statusOf(send({.status = 200}, sent)), 200);
     auto requests = arrived();
     requests.push_back(other.requests().at(0));
     ASSERT_EQ(requests.size(), 3u);

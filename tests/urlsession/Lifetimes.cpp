@@ -54,10 +54,7 @@ TEST_F(URLSessionTest, NoRequestWaitsForTheCompletionOfAnother) {
     }
     ASSERT_TRUE(service.waitForHeld(count)) << "all are on their way at once";
     service.release();
-    for (auto& each : met) {
-        ASSERT_EQ(each.wait_for(20s), std::future_status::ready);
-        EXPECT_TRUE(each.get());
-    }
+    for (auto& each : met) EXPECT_TRUE(wait(std::move(each)));
 }
 
 TEST_F(URLSessionTest, ACompletionMayWaitForARequestOfItsOwn) {
@@ -66,9 +63,7 @@ TEST_F(URLSessionTest, ACompletionMayWaitForARequestOfItsOwn) {
     session->dataTask(request(), [&](const Exchange&) {
         inner.set_value(bodyOf(wait(start(*session, request()))));
     });
-    auto body = inner.get_future();
-    ASSERT_EQ(body.wait_for(20s), std::future_status::ready);
-    EXPECT_EQ(body.get(), "ok");
+    EXPECT_EQ(wait(inner.get_future()), "ok");
 }
 
 TEST_F(URLSessionTest, AHandlerIsDestroyedOnceItRan) {
