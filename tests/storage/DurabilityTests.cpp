@@ -32,10 +32,9 @@ std::uint32_t anyBelow(std::uint32_t end) {
     return std::uniform_int_distribution<std::uint32_t>(0, end - 1)(random);
 }
 
-/// A moment that is not the end of an operation.
-void spin(std::uint32_t turns) {
-    for (std::atomic<std::uint32_t> turn = 0; turn < turns; ++turn) {
-    }
+/// Until a moment that is not the end of an operation.
+void spin(std::uint32_t end) {
+    for (std::atomic<std::uint32_t> turn = 0, turns = anyBelow(end); turn < turns;) ++turn;
 }
 
 /// What a process says about its saving. `begun` is ahead of `done` while a save is under way;
@@ -95,9 +94,9 @@ TEST(Durability, NoItemIsLostOrTornByAThousandKilledProcesses) {
         ChildProcess left([&] { saveUntilKilled(folder, names[0], *progress[0]); });
         ChildProcess right([&] { saveUntilKilled(folder, names[1], *progress[1]); });
         ASSERT_TRUE(eventually([&] { return watched.begun >= moment; }));
-        spin(anyBelow(20'000));
+        spin(20'000);
         left.kill();
-        spin(anyBelow(5'000));
+        spin(5'000);
         right.kill();
         // Opened and closed each time: a process that holds a store open must not fork.
         const auto keychain = makeKeychainSQLite(folder);

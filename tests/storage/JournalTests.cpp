@@ -32,15 +32,15 @@ protected:
     json posted(std::size_t index) const {
         return json::parse(viewOf(*collector->requests.at(index).body));
     }
-    static Names names(const std::vector<JournalEvent>& events) {
-        Names result;
-        for (const auto& event : events) result.push_back(event.name);
-        return result;
+    Names postedNames(std::size_t index) const {
+        Names names;
+        for (const auto& event : posted(index).at("events")) names.push_back(event.at("name"));
+        return names;
     }
-    static Names names(const json& batch) {
-        Names result;
-        for (const auto& event : batch.at("events")) result.push_back(event.at("name"));
-        return result;
+    static Names names(LocalyticsJournal& journal) {
+        Names names;
+        for (const auto& event : journal.events()) names.push_back(event.name);
+        return names;
     }
 
     TemporaryFolder folder;
@@ -62,8 +62,9 @@ TEST_F(Journal, KeepsWholeEventsInOrderForOtherProcesses) {
     journal->tagEvent("User Login", attributes);
     journal->tagEvent("broken \xff text", {{"\xc3", "\xed\xa0\x80"}});
     journal->upload();
-    const auto events = open()->events();  // on disk at once, not only when the first one goes
-    ASSERT_EQ(names(events),
+    const auto other = open();
+    const auto events = other->events();  // on disk at once, not only when the first one goes
+    ASSERT_EQ(names(*other),
               (Names{"before anything is known", "User Login", "broken \uFFFD text"}));
     EXPECT_EQ(events[0].sessionId + events[0].appKey + events[0].customerId, "");
     EXPECT_EQ(events[1].attributes, attributes);
@@ -87,7 +88,7 @@ TEST_F(Journal, AnEventLeavesOnlyWhenTheCollectorTookIt) {
     EXPECT_EQ(request.method + " " + request.url.absoluteString(),
               "POST https://collector.test/events");
     EXPECT_EQ(request.value("Content-Type"), "application/json");
-    EXPECT_EQ(names(posted(0)), (Names{"1", "2"}));
+    EXPECT_EQ(postedNames(0), (Names{"1", "2"}));
     const json event = posted(0).at("events").at(0);
     EXPECT_EQ(event.at("attributes"), (json{{"b", "\"x\""}, {"a", "y"}}));
     EXPECT_EQ(event.at("customerId"), "42");
@@ -97,8 +98,8 @@ TEST_F(Journal, AnEventLeavesOnlyWhenTheCollectorTookIt) {
     EXPECT_EQ(journal->events().size(), 3u) << "sent is not taken";
 
     collector->answer(200, "");
-    EXPECT_EQ(names(journal->events()), Names{"3"});
-    EXPECT_EQ(names(posted(1)), Names{"3"}) << "the next batch follows by itself";
+    EXPECT_EQ(names(*journal), Names{"3"});
+    EXPECT_EQ(postedNames(1), Names{"3"}) << "the next batch follows by itself";
     collector->answer(204, std::nullopt);
     EXPECT_TRUE(journal->events().empty());
     EXPECT_EQ(collector->pending(), 0u);
@@ -136,7 +137,7 @@ TEST_F(Journal, OneProcessSendsAtATime) {
     second->upload();
     EXPECT_EQ(collector->pending(), 1u);
     collector->answer(200, "");
-    EXPECT_EQ(names(posted(1)), Names{"2"});
+    EXPECT_EQ(postedNames(1), Names{"2"});
     collector->answer(200, "");
     clock->advance(*queue, 1s);
     EXPECT_EQ(collector->pending(), 0u) << "the other finds nothing left";
@@ -145,13 +146,13 @@ TEST_F(Journal, OneProcessSendsAtATime) {
 TEST_F(Journal, TheOldestEventsGoBeyondTheBounds) {
     const auto journal = openWithCollector({.maximumEvents = 3});
     for (int number = 1; number <= 5; ++number) journal->tagEvent(std::to_string(number), {});
-    EXPECT_EQ(names(journal->events()), (Names{"3", "4", "5"}));
+    EXPECT_EQ(names(*journal), (Names{"3", "4", "5"}));
     EXPECT_EQ(journal->dropped(), 2);
     journal->upload();
     EXPECT_EQ(posted(0).at("dropped"), 2);
     const auto small = open({.maximumBytes = 10'000});
     small->tagEvent("large", {{"text", std::string(9'900, 'x')}});
-    EXPECT_EQ(names(small->events()), Names());
+    EXPECT_EQ(names(*small), Names());
     EXPECT_EQ(small->dropped(), 6);
 }
 
@@ -160,16 +161,16 @@ TEST_F(Journal, WithoutDiskEventsWaitInMemoryAndMoveLater) {
     std::ofstream(obstacle) << "a file where the folder should be";
     const auto journal = openWithCollector({.maximumEvents = 3});
     for (const char* name : {"1", "2", "3", "4"}) journal->tagEvent(name, {{"a", name}});
-    EXPECT_EQ(names(journal->events()), (Names{"2", "3", "4"}));
+    EXPECT_EQ(names(*journal), (Names{"2", "3", "4"}));
     journal->upload();
-    EXPECT_EQ(names(posted(0)), (Names{"2", "3", "4"}));
+    EXPECT_EQ(postedNames(0), (Names{"2", "3", "4"}));
     collector->answer(500, "");
 
     std::filesystem::remove(obstacle);
     clock->advance(1s);
     journal->tagEvent("5", {});
     const auto other = open();
-    EXPECT_EQ(names(other->events()), (Names{"3", "4", "5"}));
+    EXPECT_EQ(names(*other), (Names{"3", "4", "5"}));
     EXPECT_EQ(other->events()[0].attributes, (Localytics::Attributes{{"a", "3"}}));
     EXPECT_EQ(other->dropped(), 2);
 }
