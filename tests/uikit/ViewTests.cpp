@@ -52,7 +52,6 @@ TEST_F(Views, EachChangeIsToldOnceAndNoChangeIsNot) {
 
 TEST_F(Views, AnimationsChangeTheModelAtOnceAndThePixelsOverTime) {
     box->setAlpha(0);
-    settle();
     observer->take();
     const auto seen = [&] { return box->presentationAlpha(clock->now()); };
     screen->animate(
