@@ -34,7 +34,8 @@ protected:
     }
     Names postedNames(std::size_t index) const {
         Names names;
-        for (const auto& event : posted(index).at("events")) names.push_back(event.at("name"));
+        const json batch = posted(index);
+        for (const auto& event : batch.at("events")) names.push_back(event.at("name"));
         return names;
     }
     static Names names(LocalyticsJournal& journal) {
