@@ -1,6 +1,6 @@
 #include "Fixture.h"
 
-#include <functional>
+#include <optional>
 #include <set>
 
 namespace korvel::tests {
@@ -61,55 +61,49 @@ TEST_F(CommandLine, EveryCriterionOfASearchReachesTheService) {
 
 TEST_F(CommandLine, FailuresHaveTheirExitCodeAndSayWhy) {
     const ContentService stranger;
-    const auto silent = [&] { service.script(Answer{.hold = true}); };
-    const auto answers = [&](int status, std::string body) {
-        return [this, status, body] { service.script(Answer{.status = status, .body = body}); };
-    };
     const struct {
         Arguments arguments;
-        std::function<void()> prepare;
-        Arguments environment;
         int code;
         std::string reason;
+        std::optional<Answer> answer{};
+        Arguments environment{};
     } rows[] = {
-        {{"bogus"}, {}, {}, 2, "bogus"},
-        {{"class", ""}, {}, {}, 2, "must not be empty"},
-        {{"subscribe", "x", "--start", "2024-04-31"}, {}, {}, 2, "'2024-04-31' is no date"},
-        {{"subscribe", "x", "--start", "24-04-30"}, {}, {}, 2, "'24-04-30' is no date"},
-        {{"subscribe", "x", "--start", "2500-01-01"}, {}, {}, 2, "'2500-01-01' is no date"},
-        {{"classes"}, answers(401, "go away"), {}, 3, "answered 401: go away"},
-        {{"consent"}, answers(500, ""), {}, 3, "the service answered 500\n"},
-        {{"accept", "nothing"}, {}, {}, 3, "answered 404: no such document"},
-        {{"classes", "--timeout", "0.3"}, silent, {}, 4, "no answer within 0.3 s to GET https://"},
-        {{"login", "anna", "--timeout", "0.1"}, {}, {}, 4, "nothing was sent within 0.1 s"},
-        {{"consent"}, {}, {"KORVEL_URL=https://localhost:1/"}, 5, "connection was refused"},
-        {{"consent"},
-         {},
-         {"KORVEL_CA=" + stranger.caFile().string()},
-         5,
-         "certificate is not trusted"},
-        {{"consent"}, [&] { service.script(Answer{.cutOffAfter = 0}); }, {}, 5, "lost"},
-        {{"classes"}, answers(200, "[]"), {}, 6, "not understood"},
+        {{"bogus"}, 2, "bogus"},
+        {{"class", ""}, 2, "must not be empty"},
+        {{"subscribe", "x", "--start", "2024-04-31"}, 2, "'2024-04-31' is no date"},
+        {{"subscribe", "x", "--start", "24-04-30"}, 2, "'24-04-30' is no date"},
+        {{"subscribe", "x", "--start", "2500-01-01"}, 2, "'2500-01-01' is no date"},
+        {{"classes"}, 3, "answered 401: go away", Answer{.status = 401, .body = "go away"}},
+        {{"consent"}, 3, "the service answered 500\n", Answer{.status = 500}},
+        {{"accept", "nothing"}, 3, "answered 404: no such document"},
+        {{"classes", "--timeout", "0.3"},
+         4,
+         "no answer within 0.3 s to GET https://",
+         Answer{.hold = true}},
+        {{"login", "anna", "--timeout", "0.1"}, 4, "nothing was sent within 0.1 s"},
+        {{"consent"}, 5, "connection was refused", {}, {"KORVEL_URL=https://localhost:1/"}},
+        {{"consent"}, 5, "not trusted", {}, {"KORVEL_CA=" + stranger.caFile().string()}},
+        {{"consent"}, 5, "lost", Answer{.cutOffAfter = 0}},
+        {{"classes"}, 6, "not understood", Answer{.body = "[]"}},
         {{"class", "x"},
-         answers(200, R"({"totalItems":1,"itemsRemaining":0,"items":[{}]})"),
-         {},
          6,
-         "items[0]."},
-        {{"metadata"}, {}, {"KORVEL_USER="}, 7, "needs a user"},
+         "items[0].",
+         Answer{.body = R"({"totalItems":1,"itemsRemaining":0,"items":[{}]})"}},
+        {{"metadata"}, 7, "needs a user", {}, {"KORVEL_USER="}},
         {{"cancel"},
-         {},
-         {"KORVEL_SECRET_KEY=wrong"},
          7,
-         "'anna' is not logged in: the service answered 401: client"},
-        {{"login", "anna"}, answers(200, "{}"), {}, 7, "the answer is no user: Username"},
-        {{"consent"}, {}, {"KORVEL_URL=foo"}, 8, "not an absolute address: 'foo'"},
-        {{"consent"}, {}, {"KORVEL_URL="}, 8, "KORVEL_URL"},
-        {{"class", "nothing"}, {}, {}, 9, "there is no class 'nothing'"},
-        {{"consent"}, {}, {"KORVEL_DATA_FOLDER=/dev/null/x"}, 1, "data folder /dev/null/x"},
+         "'anna' is not logged in: the service answered 401: client",
+         {},
+         {"KORVEL_SECRET_KEY=wrong"}},
+        {{"login", "anna"}, 7, "the answer is no user: Username", Answer{.body = "{}"}},
+        {{"consent"}, 8, "not an absolute address: 'foo'", {}, {"KORVEL_URL=foo"}},
+        {{"consent"}, 8, "KORVEL_URL", {}, {"KORVEL_URL="}},
+        {{"class", "nothing"}, 9, "there is no class 'nothing'"},
+        {{"consent"}, 1, "data folder /dev/null/x", {}, {"KORVEL_DATA_FOLDER=/dev/null/x"}},
     };
-    for (const auto& [arguments, prepare, variables, code, reason] : rows) {
+    for (const auto& [arguments, code, reason, answer, variables] : rows) {
         SCOPED_TRACE(reason);
-        if (prepare) prepare();
+        if (answer) service.script(*answer);
         const auto plain = run(arguments, variables);
         EXPECT_EQ(plain.code, code);
         EXPECT_EQ(plain.output, "");
@@ -119,7 +113,7 @@ TEST_F(CommandLine, FailuresHaveTheirExitCodeAndSayWhy) {
 
         auto asJSON = arguments;
         asJSON.emplace_back("--json");
-        if (prepare) prepare();
+        if (answer) service.script(*answer);
         const auto ended = run(asJSON, variables);
         service.clearScripts();
         const auto document = json::parse(ended.output, nullptr, false);
