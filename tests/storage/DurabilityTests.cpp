@@ -1,5 +1,4 @@
 // What processes that are killed, race or fork may do to the store: nothing.
-#include "storage/ChildProcess.h"
 #include "storage/KeychainStores.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,6 @@
 // What the SDK and its hosts rely on in any keychain. The same rules run on the fake, which is what
 // makes the fake worth trusting, and on each real store.
 #include "storage/KeychainStores.h"
-#include "storage/SecretServiceStore.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,5 @@
 // What only the desktop's store promises: never in the way where there is no desktop, or no more.
 #include "storage/KeychainStores.h"
-#include "storage/SecretServiceStore.h"
 
 #include <gtest/gtest.h>
 
