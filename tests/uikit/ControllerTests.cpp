@@ -6,16 +6,6 @@
 namespace korvel::tests {
 namespace {
 
-struct Recording : UIViewController {
-    Names calls;
-    void loadView() override {
-        calls.emplace_back("load");
-        UIViewController::loadView();
-    }
-    void viewDidLoad() override { calls.emplace_back("did load"); }
-    void viewWillLayoutSubviews() override { calls.emplace_back("layout"); }
-};
-
 struct Controllers : OnScreen {
     std::shared_ptr<UIViewController> root = named("root");
 
@@ -37,25 +27,6 @@ struct Controllers : OnScreen {
     }
 };
 
-TEST_F(Controllers, AViewIsLoadedAtFirstUseUnlessOneWasGiven) {
-    const auto controller = std::make_shared<Recording>();
-    EXPECT_EQ(controller->viewIfLoaded(), nullptr);
-    const auto view = controller->view();
-    EXPECT_EQ(controller->view(), view);
-    EXPECT_EQ(controller->calls, (Names{"load", "did load"}));
-    window->addSubview(view);
-    settle();
-    EXPECT_EQ(std::exchange(controller->calls, {}).back(), "layout");
-
-    const auto other = std::make_shared<Recording>();
-    const auto given = std::make_shared<UIView>();
-    other->setView(given);
-    EXPECT_EQ(other->view(), given);
-    window->addSubview(given);
-    settle();
-    EXPECT_EQ(other->calls, Names{"layout"});
-}
-
 TEST_F(Controllers, APresentedViewCoversTheWindowUntilItIsDismissed) {
     const auto player = named("player");
     const auto host = add("host", {0, 0, 10, 10});
@@ -64,7 +35,6 @@ TEST_F(Controllers, APresentedViewCoversTheWindowUntilItIsDismissed) {
     observer->take();
     root->present(player, true, note("presented"));
     EXPECT_EQ(shown(), (Names{"root", "host", "player"}));
-    EXPECT_EQ(root->presentedViewController(), player);
     EXPECT_EQ(player->presentingViewController(), root);
     EXPECT_EQ(observer->take(), (Names{"host subviews", "window subviews", "player geometry",
                                        "player presented slowly", "player fades for 250"}));

@@ -66,15 +66,6 @@ TEST_F(URLSessionTest, ACompletionMayWaitForARequestOfItsOwn) {
     EXPECT_EQ(wait(inner.get_future()), "ok");
 }
 
-TEST_F(URLSessionTest, AHandlerIsDestroyedOnceItRan) {
-    Witness answered;
-    Witness failed;
-    session->dataTask(request(), [token = answered.token()](const Exchange&) {});
-    session->dataTask(URLRequest(*URL::parse("foo")), [token = failed.token()](const Exchange&) {});
-    EXPECT_TRUE(answered.released());
-    EXPECT_TRUE(failed.released());
-}
-
 TEST_F(URLSessionTest, ASessionEndsAtOnceAndItsHandlersUncalled) {
     for (const bool onACompletionsThread : {false, true}) {
         service.script("/held", "", {.hold = true}, 8);
