@@ -64,34 +64,28 @@ TEST_F(Play, ResultIsTheRecordThatTheServiceGotAndThePictureIsTheOneSought) {
 
 TEST_F(Play, ReasonsWhyAClassDoesNotPlayHaveTheirExitCode) {
     using Keys = service::KeyServer::Keys;
-    const auto keys = [&](Answer answer) { service.script("/media/keys", "POST", answer); };
+    const auto when = [&](const char* path, Answer answer, std::size_t times = 1) {
+        return [=, this] { service.script(path, "", answer, times); };
+    };
+    const char* perform = "/ondemand/v1/perform/";
+    const char* keys = "/media/keys";
+    const Answer held{.hold = true};
     const struct {
         std::function<void()> prepare;
         int code;
         const char* reason;
         Arguments further{};
     } rows[] = {
-        {[&] {
-             service.script("/ondemand/v1/perform/", "GET", Answer{.status = 601, .body = "x"});
-         },
-         10, "\"korvel consent\" shows which"},
+        {when(perform, {.status = 601, .body = "x"}), 10, "\"korvel consent\" shows which"},
         {[&] { service.accounts().setSubscription("anna", std::nullopt); }, 11, "korvel subscribe"},
-        {[&] { service.script("/ondemand/v1/perform/", "GET", Answer{.body = "[]"}); }, 9,
-         "no class '50102' to play"},
-        {[&] { service.script("/ondemand/v1/perform/", "GET", Answer{.hold = true}); },
-         4,
-         "no answer within 2 s",
-         {"--timeout", "2"}},
+        {when(perform, {.body = "[]"}), 9, "no class '50102' to play"},
+        {when(perform, held), 4, "no answer within 2 s", {"--timeout", "2"}},
         {[&] { service.keys().give(Keys::wrong); }, 12, "the stream failed: "},
-        {[&] { keys(Answer{.status = 403, .body = "no"}); }, 12, "the stream failed: "},
-        {[&] { keys(Answer{.hold = true}); }, 4, "no picture within 2 s", {"--timeout", "2"}},
-        {[&] { service.script("/media/", "GET", Answer{.status = 404}, 99); }, 12,
-         "the stream failed: "},
-        {[&] {
-             service.script("/ondemand/v1/ondemandtracking", "POST",
-                            Answer{.status = 500, .body = "full"});
-         },
-         3, "may not be recorded: the service answered 500: full"},
+        {when(keys, {.status = 403, .body = "no"}), 12, "the stream failed: "},
+        {when(keys, held), 4, "no picture within 2 s", {"--timeout", "2"}},
+        {when("/media/", {.status = 404}, 99), 12, "the stream failed: "},
+        {when("/ondemand/v1/ondemandtracking", {.status = 500, .body = "full"}), 3,
+         "may not be recorded: the service answered 500: full"},
         {[] {}, 1, "No such file", {"--frame", "/nowhere/x.png"}},
     };
     for (const auto& [prepare, code, reason, further] : rows) {

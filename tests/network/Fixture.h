@@ -12,23 +12,19 @@
 
 namespace korvel::tests {
 
-/// What a host's completion was told, and whether the SDK still holds the completion.
+/// What a host was told.
 template <class Value> struct Told {
     struct Call {
         Value value;
         std::optional<NSError> error;
     };
     std::vector<Call> calls;
-    std::weak_ptr<int> held;
 
     auto completion() {
-        auto token = std::make_shared<int>();
-        held = token;
-        return [this, token](Value value, std::optional<NSError> error) {
+        return [this](Value value, std::optional<NSError> error) {
             calls.push_back({std::move(value), std::move(error)});
         };
     }
-    bool released() const { return held.expired(); }
 };
 
 class NetworkTest : public testing::Test {
