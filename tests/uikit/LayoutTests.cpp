@@ -1,11 +1,10 @@
 #include "uikit/Rig.h"
 
 #include <korvel/platform/uikit/UILabel.h>
+#include <korvel/presentation/ViewPinning.h>
 
 namespace korvel::tests {
 namespace {
-
-using Constraints = std::vector<std::shared_ptr<NSLayoutConstraint>>;
 
 struct Layout : OnScreen {
     std::shared_ptr<UIView> box = add("box", {50, 20, 200, 100});
@@ -13,20 +12,6 @@ struct Layout : OnScreen {
 
     Layout() { view->setTranslatesAutoresizingMaskIntoConstraints(false); }
 
-    static Constraints fourPins(UIView& view, UIView& container) {
-        return {view.leadingAnchor().constraintEqualTo(container.leadingAnchor()),
-                view.trailingAnchor().constraintEqualTo(container.trailingAnchor()),
-                view.heightAnchor().constraintEqualTo(container.heightAnchor()),
-                view.centerYAnchor().constraintEqualTo(container.centerYAnchor())};
-    }
-    static Constraints sixPins(UIView& view, UIView& container) {
-        return {view.centerXAnchor().constraintEqualTo(container.centerXAnchor()),
-                view.centerYAnchor().constraintEqualTo(container.centerYAnchor()),
-                view.topAnchor().constraintEqualTo(container.topAnchor()),
-                view.leadingAnchor().constraintEqualTo(container.leadingAnchor()),
-                view.trailingAnchor().constraintEqualTo(container.trailingAnchor()),
-                view.bottomAnchor().constraintEqualTo(container.bottomAnchor())};
-    }
     CGRect laidOut() {
         view->layoutIfNeeded();
         return view->frame();
@@ -34,22 +19,22 @@ struct Layout : OnScreen {
 };
 
 TEST_F(Layout, PinnedViewsFillTheirContainerWhateverItsSize) {
-    for (const auto& pins : {fourPins(*view, *box), sixPins(*view, *box)}) {
-        NSLayoutConstraint::activate(pins);
+    for (const auto pinned : {pin, pinEdges}) {
+        pinned(view, box);
         for (const CGSize size : {CGSize{200, 100}, {333, 77}, {0, 0}, {1920, 1080}}) {
             box->setFrame({{7, 9}, size});
             EXPECT_EQ(laidOut(), CGRect({}, size));
         }
-        for (const auto& pin : pins) pin->setActive(false);
+        for (const auto pins = box->constraints(); const auto& each : pins) each->setActive(false);
         box->setFrame({0, 0, 10, 10});
         EXPECT_EQ(laidOut().size, (CGSize{1920, 1080})) << "what nothing decides stays";
     }
 }
 
 TEST_F(Layout, FollowsAtTheNextTurnOfTheMainQueueWithoutBeingAsked) {
-    NSLayoutConstraint::activate(fourPins(*view, *box));
+    pin(view, box);
     box->setFrame({0, 0, 90, 60});
-    EXPECT_EQ(view->frame(), CGRect(1, 2, 3, 4));
+    EXPECT_EQ(view->frame(), CGRect(0, 0, 200, 100));
     settle();
     EXPECT_EQ(view->frame(), CGRect(0, 0, 90, 60));
     EXPECT_EQ(queue->drain(), std::nullopt) << "a layout at rest costs nothing";
@@ -81,8 +66,8 @@ TEST_F(Layout, EdgesCentresLengthsAndSiblingsDecideInTheOrderOfActivation) {
 }
 
 TEST_F(Layout, ConstraintsVanishWithAViewThatLeaves) {
-    const auto outer = fourPins(*view, *box);
-    NSLayoutConstraint::activate(outer);
+    pin(view, box);
+    const auto outer = box->constraints();
     const auto inner = add("inner", {0, 0, 5, 5}, view);
     const auto own = inner->widthAnchor().constraintEqualTo(view->widthAnchor());
     NSLayoutConstraint::activate({own});
@@ -97,11 +82,10 @@ TEST_F(Layout, ConstraintsVanishWithAViewThatLeaves) {
 }
 
 TEST_F(Layout, PinningAgainDoesNotPileUp) {
-    for (int round = 0; round < 100; ++round) NSLayoutConstraint::activate(fourPins(*view, *box));
+    for (int round = 0; round < 100; ++round) pin(view, box);
     EXPECT_EQ(box->constraints().size(), 4u);
-    const auto held = fourPins(*view, *box);
-    NSLayoutConstraint::activate(held);
-    NSLayoutConstraint::activate(fourPins(*view, *box));
+    const auto held = box->constraints();
+    pin(view, box);
     EXPECT_EQ(box->constraints().size(), 8u) << "one that its maker holds is his to deactivate";
 }
 
