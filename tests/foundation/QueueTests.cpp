@@ -17,18 +17,6 @@ namespace {
 using namespace platform;
 using namespace std::chrono_literals;
 
-/// Signals when the thread that called it has ended.
-void signalAtEndOfThread(Semaphore& ended) {
-    struct Guard {
-        Semaphore* ended = nullptr;
-        ~Guard() {
-            if (ended) ended->signal();
-        }
-    };
-    static thread_local Guard guard;
-    guard.ended = &ended;
-}
-
 WorkQueue::Options shortLived(std::size_t width) {
     return {.label = "test", .width = width, .grows = true, .idle = 1ms};
 }
@@ -100,7 +88,8 @@ TEST(Pool, GrowsWhileItsTasksWaitForOneAnotherAndEndsItsThreadsWhenIdle) {
     Semaphore ended(0);
     for (int i = 0; i < 10; ++i) {
         pool.async([&] {
-            signalAtEndOfThread(ended);
+            thread_local std::shared_ptr<Semaphore> atEndOfThread;
+            atEndOfThread = {&ended, [](Semaphore* semaphore) { semaphore->signal(); }};
             together.arrive_and_wait();
         });
     }

@@ -6,6 +6,7 @@
 #include <korvel/platform/foundation/UTF8.h>
 #include <storage/TemporaryFolder.h>
 #include <support/FakeLocale.h>
+#include <array>
 #include <cstdlib>
 #include <fstream>
 
@@ -45,36 +46,30 @@ TEST(DateFormatters, WriteInTheCalendarDigitsAndZoneOfTheLocale) {
 }
 
 TEST(LocaleOfTheEnvironment, FollowsTheVariablesInTheirOrder) {
-    const struct {
-        const char *all, *time, *messages, *lang, *language;
-        const char* identifier;
-        std::optional<std::string> region;
-        std::vector<std::string> languages;
-    } rows[] = {
-        {"", "", "", "de_AT.UTF-8", "", "de_AT", "AT", {"de-AT"}},
-        {"", "de_AT.UTF-8", "", "en_US.UTF-8", "", "de_AT", "AT", {"en-US"}},
-        {"", "", "en_GB", "de_AT@euro", "", "de_AT", "AT", {"en-GB"}},
-        {"pt_BR", "de_AT", "en_GB", "en_US", "", "pt_BR", "BR", {"pt-BR"}},
-        {"", "", "", "en_US", "de_AT::en_GB:C", "en_US", "US", {"de-AT", "en-GB", "en"}},
-        {"", "", "", "", "", "en_US_POSIX", {}, {"en"}},
-        {"C", "", "", "de_AT", "", "en_US_POSIX", {}, {"en"}},
-        {"", "", "", "!!", "", "en_US_POSIX", {}, {"en"}},
-        {"", "", "", "de", "", "de", {}, {"de"}},
-        {"", "", "", "es_419", "", "es_419", {}, {"es-419"}},
-        {"", "", "", "sr_RS.UTF-8@latin", "", "sr_Latn_RS", "RS", {"sr-Latn-RS"}},
-        {"", "", "", "ar_EG@calendar=islamic", "", "ar_EG@calendar=islamic", "EG", {"ar-EG"}},
+    constexpr std::array names{"LC_ALL", "LC_TIME", "LC_MESSAGES", "LANG", "LANGUAGE"};
+    using Values = std::array<const char*, names.size()>;
+    using Languages = std::vector<std::string>;
+    const std::tuple<Values, const char*, std::optional<std::string>, Languages> rows[] = {
+        {{"", "", "", "de_AT.UTF-8", ""}, "de_AT", "AT", {"de-AT"}},
+        {{"", "de_AT.UTF-8", "", "en_US.UTF-8", ""}, "de_AT", "AT", {"en-US"}},
+        {{"", "", "en_GB", "de_AT@euro", ""}, "de_AT", "AT", {"en-GB"}},
+        {{"pt_BR", "de_AT", "en_GB", "en_US", ""}, "pt_BR", "BR", {"pt-BR"}},
+        {{"", "", "", "en_US", "de_AT::en_GB:C"}, "en_US", "US", {"de-AT", "en-GB", "en"}},
+        {{"", "", "", "", ""}, "en_US_POSIX", {}, {"en"}},
+        {{"C", "", "", "de_AT", ""}, "en_US_POSIX", {}, {"en"}},
+        {{"", "", "", "!!", ""}, "en_US_POSIX", {}, {"en"}},
+        {{"", "", "", "de", ""}, "de", {}, {"de"}},
+        {{"", "", "", "es_419", ""}, "es_419", {}, {"es-419"}},
+        {{"", "", "", "sr_RS.UTF-8@latin", ""}, "sr_Latn_RS", "RS", {"sr-Latn-RS"}},
+        {{"", "", "", "ar_EG@calendar=islamic", ""}, "ar_EG@calendar=islamic", "EG", {"ar-EG"}},
     };
     setenv("TZ", "Europe/Vienna", 1);
-    for (const auto& row : rows) {
-        setenv("LC_ALL", row.all, 1);
-        setenv("LC_TIME", row.time, 1);
-        setenv("LC_MESSAGES", row.messages, 1);
-        setenv("LANG", row.lang, 1);
-        setenv("LANGUAGE", row.language, 1);
+    for (const auto& [values, identifier, region, languages] : rows) {
+        for (std::size_t i = 0; i < names.size(); ++i) setenv(names.at(i), values.at(i), 1);
         const auto locale = makeLocaleICU();
-        EXPECT_EQ(locale->identifier(), row.identifier) << row.lang;
-        EXPECT_EQ(locale->regionCode(), row.region) << row.lang;
-        EXPECT_EQ(locale->preferredLanguages(), row.languages) << row.lang;
+        EXPECT_EQ(locale->identifier(), identifier);
+        EXPECT_EQ(locale->regionCode(), region) << identifier;
+        EXPECT_EQ(locale->preferredLanguages(), languages) << identifier;
         EXPECT_EQ(locale->timeZone(), "Europe/Vienna");
     }
 }
