@@ -46,8 +46,7 @@ TEST_F(Builder, EmbeddedPlayerFillsItsPlaceAndStartsByItself) {
     EXPECT_EQ(overlay().lblTitle->textColor(), UIColor::white());
     EXPECT_EQ(overlay().slider->thumbImage(), bundled("thumb"));
     EXPECT_EQ(overlay().btnPlay->tintColor(), std::nullopt);
-    EXPECT_FALSE(KCSDK::shared().enablefullscreenVideo);
-    EXPECT_EQ(UIDevice::current().orientation(), 1);
+    EXPECT_EQ(screen(), std::tuple(false, 1, nullptr));
     EXPECT_TRUE(listener->told.empty()) << "a start by itself says nothing";
     events->playVideo();
     EXPECT_EQ(listener->told, std::vector<std::string>{"status 0"}) << "it was playing";
@@ -156,9 +155,7 @@ TEST_F(Builder, AStreamWithoutAnAddressEndsTheProcessAfterTheStartedEvent) {
 TEST_F(Builder, FullScreenPlayerIsPresentedInLandscapeAndClosesBackToPortrait) {
     start(nullptr);
     ASSERT_NE(events, nullptr);
-    EXPECT_TRUE(KCSDK::shared().enablefullscreenVideo);
-    EXPECT_EQ(UIDevice::current().orientation(), 4);
-    EXPECT_EQ(root->presentedViewController(), events->playerVC);
+    EXPECT_EQ(screen(), std::tuple(true, 4, events->playerVC));
     EXPECT_EQ(events->playerVC->supportedInterfaceOrientations(), 24u);
     KCSDK::shared().enablefullscreenVideo = false;
     EXPECT_EQ(events->playerVC->supportedInterfaceOrientations(), 2u) << "asked anew each time";
@@ -170,9 +167,7 @@ TEST_F(Builder, FullScreenPlayerIsPresentedInLandscapeAndClosesBackToPortrait) {
     pass(1s);
     tap(centre(*overlay().btnClose.get()));
     pass(1s);
-    EXPECT_EQ(root->presentedViewController(), nullptr);
-    EXPECT_EQ(UIDevice::current().orientation(), 1);
-    EXPECT_TRUE(KCSDK::shared().enablefullscreenVideo) << "nothing resets it";
+    EXPECT_EQ(screen(), std::tuple(true, 1, nullptr)) << "nothing resets the flag";
     EXPECT_EQ(listener->told, std::vector<std::string>{"exit 0"});
     ASSERT_TRUE(fake.session->waitForRequests(2));
     EXPECT_NE(body(1).find(R"("actualDurationSecond":0,"contentName":"Name c1")"),

@@ -47,9 +47,7 @@ TEST_F(Events, FullScreenAndBackReturnsThePlayerToItsParent) {
     start(place);
     const auto shown = events->playerVC->view();
     events->enterFullScreen();
-    EXPECT_EQ(root->presentedViewController(), events->playerVC);
-    EXPECT_TRUE(KCSDK::shared().enablefullscreenVideo);
-    EXPECT_EQ(UIDevice::current().orientation(), 4);
+    EXPECT_EQ(screen(), std::tuple(true, 4, events->playerVC));
     pass(1s);
     window->layoutIfNeeded();
     EXPECT_EQ(player().bounds().size, (platform::CGSize{800, 600}));
@@ -60,9 +58,7 @@ TEST_F(Events, FullScreenAndBackReturnsThePlayerToItsParent) {
     events->exitFullScreen();
     pass(1s);
     EXPECT_EQ(listener->told, std::vector<std::string>{"exit 7"}) << "though nothing closed";
-    EXPECT_EQ(UIDevice::current().orientation(), 1);
-    EXPECT_FALSE(KCSDK::shared().enablefullscreenVideo);
-    EXPECT_EQ(root->presentedViewController(), nullptr);
+    EXPECT_EQ(screen(), std::tuple(false, 1, nullptr));
     EXPECT_EQ(events->parentFrame, place->frame());
     EXPECT_EQ(shown->superview(), place);
     EXPECT_EQ(place->subviews().back(), shown);

@@ -111,6 +111,12 @@ protected:
         fake.session->answer(status, body.value_or("[" + played + "," + classJSON("c2") + "]"));
         run();
     }
+    /// The flag, the device's orientation, and who is presented.
+    auto screen() const {
+        return std::tuple(KCSDK::shared().enablefullscreenVideo.load(),
+                          platform::UIDevice::current().orientation(),
+                          root->presentedViewController());
+    }
     KCSDKPlayerView& player() { return *events->playerVC->viewVideo; }
     KCSDKPlayerOverlay& overlay() { return *player().overlayController; }
 };
