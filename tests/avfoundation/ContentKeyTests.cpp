@@ -7,33 +7,14 @@
 #include <korvel/service/KeyServer.h>
 
 #include <gtest/gtest.h>
-#include <sodium.h>
+
+#include <algorithm>
 
 namespace korvel::tests {
 
 using namespace platform;
 
 namespace {
-
-/// DER by hand: a tag, the length, the parts one after another.
-Data der(std::uint8_t tag, std::initializer_list<Data> parts) {
-    Data content;
-    for (const Data& part : parts) content.insert(content.end(), part.begin(), part.end());
-    Data element{tag};
-    if (content.size() >= 0x80) element.push_back(0x81);
-    element.push_back(static_cast<std::uint8_t>(content.size()));
-    element.insert(element.end(), content.begin(), content.end());
-    return element;
-}
-
-Data certificate(std::uint8_t algorithm, Data key, bool withVersion = true) {
-    key.insert(key.begin(), 0);
-    const Data info = der(0x30, {der(0x30, {der(6, {{0x2b, 0x65, algorithm}})}), der(3, {key})});
-    const Data filler = der(0x30, {});
-    const Data version = withVersion ? der(0xa0, {der(2, {{2}})}) : Data();
-    return der(0x30, {der(0x30, {version, der(2, {{1}}), filler, filler, filler, filler, info}),
-                      filler, der(3, {{0}})});
-}
 
 /// An exchange under the bundled certificate with who has the key to it.
 class ContentKeys : public testing::Test {
@@ -93,28 +74,26 @@ TEST_F(ContentKeys, RequestWithSPCTakesTheAnswerForACKC) {
     EXPECT_FALSE(without.dataRequest());
 }
 
-TEST(CertificateKey, IsFoundInX25519AndEd25519OnesAlone) {
-    const Data point(32, 9);
-    const auto asKey = [](const auto& key) {
-        return key ? Data(key->begin(), key->end()) : Data();
+TEST_F(ContentKeys, CertificatesAreOfX25519OrEd25519AndWhole) {
+    const Data start{0x2b, 0x65, 0x70, 0x03, 0x21, 0x00};  // algorithm; a string of 33 bytes
+    const auto found = std::ranges::search(cer, start);
+    ASSERT_EQ(found.size(), start.size()) << "the bundled one is of Ed25519";
+    const auto at = found.begin() - cer.begin();
+    const auto keyWith = [&](std::ptrdiff_t offset, std::uint8_t value, std::size_t count = 1) {
+        Data changed = cer;
+        std::fill_n(changed.begin() + at + offset, count, value);
+        return sealingKeyOfCertificate(changed);
     };
-    EXPECT_EQ(asKey(sealingKeyOfCertificate(certificate(0x6e, point))), point);
-    EXPECT_EQ(asKey(sealingKeyOfCertificate(certificate(0x6e, point, false))), point);
-
-    Data signing(32), secret(64), counterpart(32);
-    crypto_sign_keypair(signing.data(), secret.data());
-    ASSERT_EQ(crypto_sign_ed25519_pk_to_curve25519(counterpart.data(), signing.data()), 0);
-    EXPECT_EQ(asKey(sealingKeyOfCertificate(certificate(0x70, signing))), counterpart);
-
-    for (const Data& none :
-         {certificate(0x6f, point), certificate(0x6e, Data(31)), certificate(0x6e, Data(33)),
-          certificate(0x70, Data(32, 0)), Data(), bytesOf("-----BEGIN CERTIFICATE-----")}) {
-        EXPECT_FALSE(sealingKeyOfCertificate(none));
+    const auto plain = keyWith(2, 0x6e);
+    ASSERT_TRUE(plain);
+    EXPECT_TRUE(std::equal(plain->begin(), plain->end(), found.end()));
+    EXPECT_FALSE(keyWith(2, 0x6f)) << "another algorithm";
+    EXPECT_FALSE(keyWith(6, 0, 32)) << "no point of the curve";
+    EXPECT_FALSE(keyWith(4, 0x20) || keyWith(4, 0x22)) << "another length";
+    for (auto end = cer.begin(); end != found.end() + 32; ++end) {
+        EXPECT_FALSE(sealingKeyOfCertificate(Data(cer.begin(), end)));
     }
-    const Data whole = certificate(0x6e, point);
-    for (Data part(whole.begin(), whole.end() - 8); !part.empty(); part.pop_back()) {
-        EXPECT_FALSE(sealingKeyOfCertificate(part)) << part.size();
-    }
+    EXPECT_FALSE(sealingKeyOfCertificate(bytesOf("-----BEGIN CERTIFICATE-----")));
 }
 
 }  // namespace korvel::tests
