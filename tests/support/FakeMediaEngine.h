@@ -18,24 +18,16 @@ public:
     using Nanoseconds = std::chrono::nanoseconds;
 
     /// One stream that a player opened. It outlives the player's own handle.
-    class Stream {
-    public:
-        Stream(platform::URL url_, std::shared_ptr<platform::AVAssetResourceLoader> keys_,
-               std::shared_ptr<platform::MediaEvents> events_,
-               std::shared_ptr<const platform::Clock> clock)
-            : url(std::move(url_)),
-              keys(std::move(keys_)),
-              events(std::move(events_)),
-              clock_(std::move(clock)) {}
-
+    struct Stream {
         const platform::URL url;
         const std::shared_ptr<platform::AVAssetResourceLoader> keys;
         const std::shared_ptr<platform::MediaEvents> events;
+        const std::shared_ptr<const platform::Clock> clock;
 
-        std::vector<std::string> calls;     ///< "rate 1", "seek 2.5", "close", oldest first
-        std::vector<Nanoseconds> seeks;     ///< exactly
-        std::optional<Nanoseconds> length;  ///< reported as the duration
-        std::shared_ptr<const platform::VideoFrame> frame;
+        std::vector<std::string> calls{};     ///< "rate 1", "seek 2.5", "close", oldest first
+        std::vector<Nanoseconds> seeks{};     ///< exactly
+        std::optional<Nanoseconds> length{};  ///< reported as the duration
+        std::shared_ptr<const platform::VideoFrame> frame{};
         bool closed = false;
         bool endsSeeksAtOnce = true;  ///< else `endSeek` does
 
@@ -53,17 +45,9 @@ public:
             events->playedToEnd();
         }
 
-        /// Asks for a key as an engine does; its answer is the request's `key()` once finished.
-        std::shared_ptr<platform::AVAssetResourceLoadingRequest> askForKey(
-            std::string_view address, std::function<void()> finished = {}) {
-            auto keyURL = platform::URL::parse(address);
-            if (!keyURL) throw std::invalid_argument("no address");
-            return keys->load(platform::URLRequest(*keyURL), std::move(finished));
-        }
-
         double rate() const { return rate_; }
         Nanoseconds position() const {
-            const std::chrono::duration<double, std::nano> moved = (clock_->now() - since_) * rate_;
+            const std::chrono::duration<double, std::nano> moved = (clock->now() - since_) * rate_;
             return at_ + std::chrono::duration_cast<Nanoseconds>(moved);
         }
         void setRate(double rate) {
@@ -72,14 +56,12 @@ public:
         }
         void moveTo(Nanoseconds position) {
             at_ = position;
-            since_ = clock_->now();
+            since_ = clock->now();
         }
 
-    private:
-        const std::shared_ptr<const platform::Clock> clock_;
         double rate_ = 0;
         Nanoseconds at_{};
-        platform::Clock::Instant since_ = clock_->now();
+        platform::Clock::Instant since_ = clock->now();
     };
 
     explicit FakeMediaEngine(std::shared_ptr<const platform::Clock> clock)
@@ -99,8 +81,7 @@ public:
     std::unique_ptr<platform::MediaPlayback> open(
         const platform::URL& url, std::shared_ptr<platform::AVAssetResourceLoader> keys,
         std::shared_ptr<platform::MediaEvents> events) override {
-        streams.push_back(
-            std::make_shared<Stream>(url, std::move(keys), std::move(events), clock_));
+        streams.emplace_back(new Stream{url, std::move(keys), std::move(events), clock_});
         return std::make_unique<Handle>(streams.back());
     }
 

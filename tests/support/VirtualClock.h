@@ -12,13 +12,10 @@ class VirtualClock final : public platform::Clock {
 public:
     using WallTime = std::chrono::system_clock::time_point;
 
-    /// Noon of 2 January 2024, UTC, unless said otherwise.
-    explicit VirtualClock(WallTime date = WallTime(std::chrono::seconds(1704196800)))
-        : dateAtStart_(date) {}
-
     Instant now() const override { return start + Duration(elapsed_.load()); }
+    /// Noon of 2 January 2024, UTC, at first.
     WallTime date() const override {
-        return dateAtStart_ +
+        return WallTime(std::chrono::seconds(1704196800)) +
                std::chrono::duration_cast<WallTime::duration>(Duration(elapsed_.load()));
     }
 
@@ -52,7 +49,6 @@ private:
     /// Long after the clock's beginning, as on a real device: differences may go below zero.
     static constexpr Instant start{std::chrono::hours(24)};
 
-    const WallTime dateAtStart_;
     std::atomic<Duration::rep> elapsed_ = 0;
 };
 
