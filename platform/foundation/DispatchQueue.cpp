@@ -7,6 +7,10 @@
 
 namespace korvel::platform {
 
+namespace {
+constexpr int backgroundNiceness = 10;  // about a tenth of the share of a thread with 0
+}
+
 DispatchQueue::~DispatchQueue() = default;
 
 std::shared_ptr<DispatchQueue> DispatchQueue::serial(std::string label) {
@@ -14,12 +18,14 @@ std::shared_ptr<DispatchQueue> DispatchQueue::serial(std::string label) {
         WorkQueue::Options{.label = std::move(label), .width = 1, .grows = false});
 }
 
-DispatchQueue& DispatchQueue::global() {
+DispatchQueue& DispatchQueue::global(QualityOfService quality) {
     // Never destroyed: its threads and late callers may still use it while the process exits.
     static auto& pool = *new WorkQueue({.label = "korvel pool",
                                         .width = std::max(4u, std::thread::hardware_concurrency()),
                                         .grows = true});
-    return pool;
+    static auto& background = *new WorkQueue(
+        {.label = "korvel bg pool", .width = 1, .grows = true, .niceness = backgroundNiceness});
+    return quality == QualityOfService::background ? background : pool;
 }
 
 }  // namespace korvel::platform

@@ -18,6 +18,10 @@ namespace korvel::platform {
 class KORVEL_API DispatchQueue {
 public:
     using Task = std::function<void()>;
+    enum class QualityOfService {
+        unspecified,
+        background,  ///< on threads that leave the processor to others: what nobody waits for
+    };
 
     virtual ~DispatchQueue();
     virtual void async(Task task) = 0;
@@ -26,8 +30,8 @@ public:
     /// A queue with a thread of its own, made at the first task: a task that blocks for ever
     /// starves nobody else.
     static std::shared_ptr<DispatchQueue> serial(std::string label);
-    /// The process's pool for background work. It grows when all its threads block.
-    static DispatchQueue& global();
+    /// The process's pool for work of that quality. It grows when all its threads block.
+    static DispatchQueue& global(QualityOfService quality = QualityOfService::unspecified);
 };
 
 }  // namespace korvel::platform

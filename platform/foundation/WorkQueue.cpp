@@ -11,6 +11,7 @@
 #include <list>
 #include <mutex>
 #include <string_view>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -105,6 +106,7 @@ bool WorkQueue::State::startWorker() {
 }
 
 void WorkQueue::State::work(Worker& self) {
+    if (options.niceness > 0) std::ignore = nice(options.niceness);  // the thread's alone
     Lock lock(mutex);
     self.thread = gettid();
     do {

@@ -19,6 +19,7 @@ public:
         bool grows;         ///< whether more are made while some block
         /// A thread ends after so long without a task.
         Clock::Duration idle = std::chrono::seconds(10);
+        int niceness = 0;  ///< how far its threads stand back behind the process's others
     };
 
     explicit WorkQueue(Options options);
