@@ -5,6 +5,7 @@
 #include <korvel/platform/foundation/FatalError.h>
 #include <korvel/platform/foundation/Timer.h>
 #include <korvel/player/KCSDKPlayerView.h>
+#include <korvel/player/KCSDKPlayerViewController.h>
 #include <korvel/player/KCSDKPlayerViewModel.h>
 #include <korvel/player/KeyLoading.h>
 #include <korvel/player/PlayerStoryboard.h>
@@ -269,11 +270,17 @@ bool KCSDKPlayerView::accessibilityPerformMagicTap() {
 // closing
 
 void KCSDKPlayerView::closeBtnTapped() {
+    if (tellsClose_) return;
+    // Taken before the listener is told, who may let go of all there is; the performance counts.
+    const auto view = self();
+    const auto shownBy = controller.lock();
     if (const auto listener = delegate.lock()) {
+        tellsClose_ = true;
         listener->playerExitWithDuration(totalPerformedTime);
+        tellsClose_ = false;
     }
-    device_->mainQueue->async([weak = std::weak_ptr(self())] {
-        if (const auto view = weak.lock()) view->finishClosing();
+    device_->mainQueue->async([weak = std::weak_ptr(view), shownBy] {
+        if (const auto closing = weak.lock()) closing->finishClosing();
     });
     releasePlayerResources();
 }

@@ -25,6 +25,7 @@ class KCSDKNetworkManager;
 class KCSDKPlayerEvents;
 class KCSDKPlayerEventsListner;
 class KCSDKPlayerOverlay;
+class KCSDKPlayerViewController;
 class KCSDKPlayerViewModel;
 struct PlayerPresence;
 
@@ -52,6 +53,8 @@ public:
     std::optional<std::string> bearerToken;  ///< kept, not read
     std::optional<std::string> classTag;
     std::weak_ptr<KCSDKPlayerEventsListner> delegate;
+    /// Whose player this is. Lives until a close that was begun has ended, whoever lets go of it.
+    std::weak_ptr<KCSDKPlayerViewController> controller;
 
     const std::shared_ptr<KCSDKPlayerViewModel>& viewModel() const { return viewModel_; }
     /// Keys of protected streams are asked for only with one.
@@ -70,7 +73,9 @@ public:
     std::shared_ptr<platform::AVPlayer> player();  ///< null before a load and after closing
 
     // Targets of the controls.
-    /// Tells the exit at once; picture, overlay and view go with the next turn of the main queue.
+    /// Tells the exit at once; picture, overlay and view go with the next turn of the main queue. A
+    /// view without a controller that is gone by then does nothing more. Does nothing within the
+    /// listener's call that it makes itself.
     void closeBtnTapped();
     void changePlayerState();
     void sliderMoved();
@@ -102,6 +107,7 @@ private:
     std::shared_ptr<KCSDKPlayerViewModel> viewModel_;
     const std::shared_ptr<PlayerPresence> presence_;
     std::shared_ptr<platform::AVAssetResourceLoaderDelegate> keyLoading_;
+    bool tellsClose_ = false;
 };
 
 }  // namespace korvel

@@ -25,6 +25,11 @@ std::shared_ptr<KCSDKPlayerViewController> KCSDKPlayerViewController::instantiat
     return controller;
 }
 
+void KCSDKPlayerViewController::setOwnsItself(bool owns) {
+    auto self = std::static_pointer_cast<KCSDKPlayerViewController>(shared_from_this());
+    itself_ = owns ? std::move(self) : nullptr;
+}
+
 platform::UIInterfaceOrientationMask KCSDKPlayerViewController::supportedInterfaceOrientations()
     const {
     return KCSDK::shared().enablefullscreenVideo ? platform::UIInterfaceOrientationMaskLandscape

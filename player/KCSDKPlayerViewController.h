@@ -13,8 +13,10 @@ class KCSDKPlayerView;
 class KCSDKPlayerViewModel;
 class KCSDKVideoViewBuilder;
 
-/// Holds the player view. Portrait only, or landscape only while the facade's full-screen flag is
-/// set; the flag is read at each question. Main queue.
+/// Holds the player view. Owned by whoever shows it: the parent view or the presentation, with
+/// which the player goes silently; shown by nobody, by itself until it is closed. Portrait only, or
+/// landscape only while the facade's full-screen flag is set; the flag is read at each question.
+/// Main queue.
 class KORVEL_API KCSDKPlayerViewController : public platform::UIViewController {
 public:
     KCSDKPlayerViewController();
@@ -30,10 +32,16 @@ public:
         const platform::Device& device, std::shared_ptr<KCSDKVideoViewBuilder> playerConfig,
         std::shared_ptr<KCSDKPlayerViewModel> viewModel);
 
+    /// Whether it owns itself. For players without a parent view that are not presented either.
+    void setOwnsItself(bool owns);
+
     platform::UIInterfaceOrientationMask supportedInterfaceOrientations() const override;
     bool shouldAutorotate() const override;
     void viewDidLoad() override;
     void viewWillLayoutSubviews() override;
+
+private:
+    std::shared_ptr<KCSDKPlayerViewController> itself_;
 };
 
 }  // namespace korvel

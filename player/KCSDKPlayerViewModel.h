@@ -8,9 +8,10 @@
 
 namespace korvel {
 
-/// The class being played. There is none without a class. Main queue.
+/// The class being played. Main queue.
 class KORVEL_API KCSDKPlayerViewModel : public platform::Object {
 public:
+    /// `content`: not null.
     explicit KCSDKPlayerViewModel(std::shared_ptr<KCSDKOndemandClass> content)
         : ondemandContent(std::move(content)) {}
 

@@ -50,28 +50,39 @@ void KCSDKPlayerEvents::showOverlayView() { toggleOverlay(); }
 void KCSDKPlayerEvents::hideOverlayView() { toggleOverlay(); }
 
 void KCSDKPlayerEvents::enterFullScreen() {
+    const auto self = shared_from_this();  // its owner may let go of it when the device turns
     if (!player()) return;
     playerVC->view()->removeFromSuperview();
     KCSDK::shared().enablefullscreenVideo = true;
     UIDevice::current().setValue(UIDevice::orientationLandscapeRight, "orientation");
+    // Or has answered the turn with leaving full screen.
+    if (!player() || !KCSDK::shared().enablefullscreenVideo) return;
     if (const auto top = topViewControllerOfKeyWindow()) top->present(playerVC, true);
+    if (playerVC->presentingViewController()) playerVC->setOwnsItself(false);
 }
 
 void KCSDKPlayerEvents::exitFullScreen() {
     const auto self = shared_from_this();  // its owner may let go of it when told the exit
     const auto view = player();
-    if (!view) return;
+    if (!view || tellsExit_) return;
+    const bool hadPlayer = view->player() != nullptr;
     KCSDK::shared().enablefullscreenVideo = false;
     parentFrame = parentView ? std::optional(parentView->frame()) : std::nullopt;
     UIDevice::current().setValue(UIDevice::orientationPortrait, "orientation");
     if (const auto listener = view->delegate.lock()) {
+        tellsExit_ = true;
         listener->playerExitWithDuration(view->totalPerformedTime);
+        tellsExit_ = false;
     }
-    UIView::animate(0, [this, &self] {
+    if (!parentView && view->player()) playerVC->setOwnsItself(true);
+    UIView::animate(0, [this, &self, &view, hadPlayer] {
         const auto shown = playerVC->view();
         shown->setTransform(shown->transform().rotated(0));
         if (!parentView) return playerVC->dismiss(true);
-        playerVC->dismiss(false, [self] { self->embedAgain(); });
+        playerVC->dismiss(false, [self, view, hadPlayer] {
+            const bool closedMeanwhile = hadPlayer && !view->player();
+            if (!closedMeanwhile) self->embedAgain();
+        });
     });
 }
 

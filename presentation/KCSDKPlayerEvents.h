@@ -15,7 +15,12 @@ class KCSDKPlayerView;
 class KCSDKPlayerViewController;
 
 /// The host's remote control of one player. Keeping it keeps the player's controller; letting go of
-/// it stops nothing. Main queue. Every operation does nothing when the player has gone.
+/// it stops nothing. Main queue.
+///
+/// Let go of it once the player has closed: play and pause then still tell status 0, `stopVideo`
+/// reports and records again, `enterFullScreen` presents an empty black controller,
+/// `exitFullScreen` reports an exit and puts a black view into the parent. The others do nothing
+/// then.
 class KORVEL_API KCSDKPlayerEvents : public platform::Object,
                                      public std::enable_shared_from_this<KCSDKPlayerEvents> {
 public:
@@ -33,7 +38,7 @@ public:
     void playVideo();
     void pauseVideo();
     /// As the close button, and the player's view goes at once. Not guarded against a second call,
-    /// which reports and tracks again.
+    /// which reports and tracks again; but from within the exit that it reports it closes nothing.
     void stopVideo();
     /// Both flip between shown and hidden. Nothing happens over an overlay of the host's own.
     void showOverlayView();
@@ -41,10 +46,13 @@ public:
     /// Presents the player over the key window's top controller, in landscape. Without one the
     /// player is left out of its parent and not shown.
     void enterFullScreen();
-    /// Returns to portrait and to the parent view, if there is one; reports an exit although
-    /// nothing closed.
+    /// Returns to portrait and to the parent view; reports an exit although nothing closed, and
+    /// does nothing from within that. A player that was started full screen has no parent: it plays
+    /// on, unseen and with sound, until it is stopped or at its end.
     void exitFullScreen();
-    /// Exactly there; not limited to the stream's length. The slider follows by itself.
+    /// Exactly there, or to the nearest end of the stream; while that loads, as soon as it is
+    /// ready. What is no number, and a stream that failed, is ignored. The slider follows by
+    /// itself.
     void seekTo(float timeValue);
 
 private:
@@ -52,6 +60,8 @@ private:
     void togglePlayback();
     void toggleOverlay();
     void embedAgain();
+
+    bool tellsExit_ = false;
 };
 
 }  // namespace korvel

@@ -38,7 +38,9 @@ private:
 };
 
 /// The SDK's controls over the video. It shows and hides them, and nothing else: the player view
-/// wires and updates them, the builder gives them their look. Main queue.
+/// wires and updates them, the builder gives them their look. Over a host's own overlay it exists
+/// as well, with that as its view: no outlet is connected, and reading one ends the process. Main
+/// queue.
 class KORVEL_API KCSDKPlayerOverlay : public platform::UIViewController {
 public:
     KCSDKPlayerOverlay();

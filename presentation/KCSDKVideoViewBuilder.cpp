@@ -20,6 +20,7 @@
 namespace korvel {
 
 using platform::Device;
+using platform::DispatchQueue;
 using platform::UIControlState;
 using platform::UIDevice;
 using platform::UIView;
@@ -52,8 +53,7 @@ bool isProtected(const platform::URL& stream) {
     return stream.lastPathComponent().find("manifest") != std::string::npos;
 }
 
-/// Takes the player down and records the performance. The controller is owned by whoever shows it:
-/// its parent view, or the controller that presents it.
+/// Takes the player down and records the performance.
 std::function<void(std::int64_t)> closeHandler(
     const std::shared_ptr<KCSDKPlayerViewController>& shown,
     std::shared_ptr<KCSDKPlayerViewModel> viewModel, std::shared_ptr<KCSDKNetworkManager> manager,
@@ -72,9 +72,10 @@ std::function<void(std::int64_t)> closeHandler(
             if (controller) controller->dismiss(true);
         }
         if (const auto host = parent.lock()) host->letGo(controller);
+        if (controller) controller->setOwnsItself(false);
         // Taken here: the view model is the main queue's.
-        platform::DispatchQueue::global().async(
-            [performed = viewModel->ondemandContent, manager, performedSeconds] {
+        DispatchQueue::global(DispatchQueue::QualityOfService::background)
+            .async([performed = viewModel->ondemandContent, manager, performedSeconds] {
                 manager->sendClassPerformance(*performed, performedSeconds);
             });
     };
@@ -160,6 +161,7 @@ void KCSDKVideoViewBuilder::show(Start& start, std::shared_ptr<KCSDKOndemandClas
     const auto controller = makeController(start, view);
     if (fullScreen) {
         if (const auto top = topViewControllerOfKeyWindow()) top->present(controller, true);
+        controller->setOwnsItself(!controller->presentingViewController());
     } else {
         start.parentView->addSubview(controller->view());
         pin(controller->view(), start.parentView);
@@ -174,6 +176,7 @@ std::shared_ptr<KCSDKPlayerViewController> KCSDKVideoViewBuilder::makeController
                                                              start.viewModel);
     controller->view()->addSubview(view);
     controller->viewVideo = view;
+    view->controller = controller;
     view->delegate = eventReceiver;
     pin(view, controller->view());
     view->closePlayerCallback =

@@ -27,8 +27,8 @@ class KCSDKPlayerView;
 class KCSDKPlayerViewController;
 class KCSDKPlayerViewModel;
 
-/// Describes a player's look and starts one class. One builder, one class, one start. Always in a
-/// `std::shared_ptr`. Main queue.
+/// Describes a player's look and starts one class. May start again when no player came of it: after
+/// the consent was given, say. Always in a `std::shared_ptr`. Main queue.
 class KORVEL_API KCSDKVideoViewBuilder
     : public platform::Object,
       public std::enable_shared_from_this<KCSDKVideoViewBuilder> {
@@ -58,18 +58,23 @@ public:
         showHideDuration = duration;
     }  ///< no visible effect
     /// Held strongly, and the player holds the builder: a receiver that keeps the events object
-    /// must let go of it at the exit, or neither ever goes.
+    /// must let go of it at the exit, or neither ever goes. A player hears of the receiver that was
+    /// set when it started; another one set later is not told, and the first one may go with it.
     void setEventReceiver(std::shared_ptr<KCSDKPlayerEventsListner> receiver);
 
     /// Asks the service to perform the class, then shows it: embedded in `parentView`, or full
     /// screen if that is null; under the SDK's controls, or the host's `overlayView` if that is
     /// given.
     ///
-    /// `completionBlock` runs on the main queue, at most once. Error 601: the user must consent
-    /// first (see `KCSDKNetworkManager::performClass`). Neither events nor error: the service knows
-    /// no such class. Never: no connection, or before `KCSDK::initialize`. A record whose stream
-    /// has no address ends the process. An embedded player lives as long as its parent view keeps
-    /// it; with that it goes silently.
+    /// `completionBlock` runs on the main queue, at most once, and must not throw. Error 601: the
+    /// user must consent first (see `KCSDKNetworkManager::performClass`). Neither events nor error:
+    /// the service knows no such class, or its answer holds none. Never: no connection, or before
+    /// `KCSDK::initialize`. Without a class it runs at once, on the caller's thread, with an error
+    /// of empty domain and code 0. A record whose stream has no address ends the process.
+    ///
+    /// A start cannot be taken back, and keeps both views until its answer came. An embedded player
+    /// lives as long as its parent view, a presented one as long as it is presented: with these it
+    /// goes silently. One that nothing shows, for want of a window, lives until it is closed.
     void startVideoIn(std::shared_ptr<platform::UIView> parentView,
                       std::shared_ptr<platform::UIView> overlayView,
                       StartCompletion completionBlock);

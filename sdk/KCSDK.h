@@ -44,7 +44,10 @@ public:
     /// Empty until `initialize` has run.
     std::shared_ptr<KCSDKNetworkManager> networkManager() const;
 
-    /// Set while the player is presented full screen; stays as it is when the player closes.
+    /// One flag for the whole process: whether a player was shown full screen last. Written by each
+    /// start, `enterFullScreen` and `exitFullScreen`, never by a close. It decides how every player
+    /// closes, so of two open ones one may end the other's way: an embedded one leaves a black view
+    /// behind, a presented one an empty presentation. Read it; writing is the player's.
     std::atomic<bool> enablefullscreenVideo = false;
 
     /// Makes `config` the configuration in force (the object itself, which also receives the
