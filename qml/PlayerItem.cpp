@@ -47,14 +47,21 @@ void PlayerItem::setOverlay(QQuickItem* overlay) {
     Q_EMIT overlayChanged();
 }
 
-void PlayerItem::set(bool& member, bool value, void (PlayerItem::*signal)()) {
-    if (std::exchange(member, value) != value) Q_EMIT(this->*signal)();
+bool PlayerItem::tell(Signal signal) {
+    const QPointer self(this);
+    const auto* const told = events_.get();
+    Q_EMIT(this->*signal)();
+    return self && events_.get() == told;
 }
 
-void PlayerItem::setTime(qreal& member, qreal seconds, void (PlayerItem::*signal)()) {
-    if (std::abs(member - seconds) < timeStep) return;
+bool PlayerItem::set(bool& member, bool value, Signal signal) {
+    return std::exchange(member, value) == value || tell(signal);
+}
+
+bool PlayerItem::setTime(qreal& member, qreal seconds, Signal signal) {
+    if (std::abs(member - seconds) < timeStep) return true;
     member = seconds;
-    Q_EMIT(this->*signal)();
+    return tell(signal);
 }
 
 void PlayerItem::start() {
@@ -93,18 +100,18 @@ void PlayerItem::send() {
 void PlayerItem::adopt(Events events) {
     if (!events) return request_.fail(tr("The service knows no such class."));
     events_ = std::move(events);
-    set(fullScreen_, !events_->parentView, &PlayerItem::fullScreenChanged);
-    set(playing_, autoPlay_, &PlayerItem::playingChanged);
-    set(buffering_, true, &PlayerItem::bufferingChanged);
-    setTime(position_, 0, &PlayerItem::positionChanged);
-    setTime(duration_, 0, &PlayerItem::durationChanged);
     watchStream();
-    Q_EMIT activeChanged();
-    Q_EMIT started();
+    const bool remains = set(fullScreen_, !events_->parentView, &PlayerItem::fullScreenChanged) &&
+                         set(playing_, autoPlay_, &PlayerItem::playingChanged) &&
+                         set(buffering_, true, &PlayerItem::bufferingChanged) &&
+                         setTime(position_, 0, &PlayerItem::positionChanged) &&
+                         setTime(duration_, 0, &PlayerItem::durationChanged) &&
+                         tell(&PlayerItem::activeChanged);
+    if (remains) Q_EMIT started();
 }
 
 void PlayerItem::watchStream() {
-    const auto player = events_->playerVC->viewVideo->player();
+    const auto player = view() ? view()->player() : nullptr;
     if (const auto stream = player ? player->currentItem() : nullptr) {
         stream->addObserver(listener_, "status");
     }
@@ -113,26 +120,34 @@ void PlayerItem::watchStream() {
 void PlayerItem::exit(int seconds) {
     performedSeconds_ = seconds;
     if (returning_) return Q_EMIT exited(seconds);
+    const QPointer self(this);
     listener_->leave();
-    // The closing goes on behind this turn of the queue, also when this item does not.
-    const auto queue = platform::Device::current().mainQueue;
-    queue->async([queue, events = std::exchange(events_, nullptr)] { queue->async([events] {}); });
-    set(playing_, false, &PlayerItem::playingChanged);
-    set(buffering_, false, &PlayerItem::bufferingChanged);
-    set(fullScreen_, false, &PlayerItem::fullScreenChanged);
-    Q_EMIT activeChanged();
+    events_ = nullptr;
+    const bool remains = set(playing_, false, &PlayerItem::playingChanged) &&
+                         set(buffering_, false, &PlayerItem::bufferingChanged) &&
+                         set(fullScreen_, false, &PlayerItem::fullScreenChanged) &&
+                         tell(&PlayerItem::activeChanged);
+    if (!remains) return;
     Q_EMIT exited(seconds);
-    Q_EMIT closed();
+    if (self) Q_EMIT closed();
+}
+
+std::shared_ptr<KCSDKPlayerView> PlayerItem::view() const {
+    return events_ ? events_->playerVC->viewVideo : nullptr;
+}
+
+std::shared_ptr<KCSDKPlayerOverlay> PlayerItem::controls() const {
+    const auto shown = view();
+    return shown && !shown->isCustomOverlayAdded ? shown->overlayController : nullptr;
 }
 
 float PlayerItem::rate() const {
-    const auto view = events_ ? events_->playerVC->viewVideo : nullptr;
-    const auto player = view ? view->player() : nullptr;
+    const auto player = view() ? view()->player() : nullptr;
     return player ? player->rate() : 0;
 }
 
 void PlayerItem::toggle() {
-    if (events_) events_->playVideo();
+    if (const auto events = events_) events->playVideo();
 }
 void PlayerItem::play() {
     if (rate() == 0) toggle();
@@ -147,6 +162,7 @@ void PlayerItem::seek(qreal seconds) {
 void PlayerItem::stop() {
     request_.forget();
     if (const auto events = events_) {
+        returning_ = false;  // from here on it is the end that is told
         events->stopVideo();
     } else if (listener_) {
         listener_->leave();  // an answer on its way starts nothing
@@ -156,28 +172,31 @@ void PlayerItem::stop() {
 
 void PlayerItem::enterFullScreen() {
     if (!events_ || fullScreen_) return;
+    const QPointer self(this);
     const auto events = events_;
     events->enterFullScreen();
-    set(fullScreen_, true, &PlayerItem::fullScreenChanged);
+    if (self && events_ == events) set(fullScreen_, true, &PlayerItem::fullScreenChanged);
 }
 
 void PlayerItem::exitFullScreen() {
     if (!events_ || !fullScreen_) return;
     if (!events_->parentView) return stop();
+    const QPointer self(this);
     const auto events = events_;
     returning_ = true;
     events->exitFullScreen();
+    if (!self) return;
     returning_ = false;
     set(fullScreen_, false, &PlayerItem::fullScreenChanged);
 }
 
 void PlayerItem::showOverlay() {
-    const auto controls = events_ ? events_->playerVC->viewVideo->overlayController : nullptr;
-    if (controls && !controls->controlsShown()) events_->showOverlayView();
+    const auto overlay = controls();
+    if (overlay && !overlay->controlsShown()) events_->showOverlayView();
 }
 void PlayerItem::hideOverlay() {
-    const auto controls = events_ ? events_->playerVC->viewVideo->overlayController : nullptr;
-    if (controls && controls->controlsShown()) events_->hideOverlayView();
+    const auto overlay = controls();
+    if (overlay && overlay->controlsShown()) events_->hideOverlayView();
 }
 
 }  // namespace korvel::qml

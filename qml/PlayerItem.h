@@ -12,6 +12,8 @@
 namespace korvel {
 
 class KCSDKPlayerEvents;
+class KCSDKPlayerOverlay;
+class KCSDKPlayerView;
 
 namespace qml {
 
@@ -132,8 +134,14 @@ private:
     void adopt(Events events);
     void watchStream();
     void exit(int seconds);
-    void setTime(qreal& member, qreal seconds, void (PlayerItem::*signal)());
-    void set(bool& member, bool value, void (PlayerItem::*signal)());
+    // False if a handler of the signal has ended the player, or this item.
+    using Signal = void (PlayerItem::*)();
+    bool tell(Signal signal);
+    bool set(bool& member, bool value, Signal signal);
+    bool setTime(qreal& member, qreal seconds, Signal signal);
+    std::shared_ptr<KCSDKPlayerView> view() const;
+    /// The SDK's controls; null over an overlay of the host's own.
+    std::shared_ptr<KCSDKPlayerOverlay> controls() const;
     float rate() const;
 
     OndemandClass class_;

@@ -4,10 +4,11 @@
 
 namespace korvel::qml {
 
+// A handler of any signal may end the player, which takes the item away.
+
 void PlayerListener::playerStatusWithStatus(std::int64_t status) {
-    if (!item_) return;
-    item_->set(item_->playing_, status == 1, &PlayerItem::playingChanged);
-    Q_EMIT item_->statusChanged(status == 1);
+    if (item_) item_->set(item_->playing_, status == 1, &PlayerItem::playingChanged);
+    if (item_) Q_EMIT item_->statusChanged(status == 1);
 }
 
 void PlayerListener::playerExitWithDuration(std::int64_t duration) {
@@ -23,24 +24,22 @@ void PlayerListener::totalVideoDurationWithTotalDuration(float seconds) {
 }
 
 void PlayerListener::playbackBufferEmpty() {
-    if (!item_) return;
-    item_->set(item_->buffering_, true, &PlayerItem::bufferingChanged);
-    Q_EMIT item_->bufferEmpty();
+    if (item_) item_->set(item_->buffering_, true, &PlayerItem::bufferingChanged);
+    if (item_) Q_EMIT item_->bufferEmpty();
 }
 
 void PlayerListener::playbackLikelyToKeepUp() {
-    if (!item_) return;
-    item_->set(item_->buffering_, false, &PlayerItem::bufferingChanged);
-    Q_EMIT item_->likelyToKeepUp();
+    if (item_) item_->set(item_->buffering_, false, &PlayerItem::bufferingChanged);
+    if (item_) Q_EMIT item_->likelyToKeepUp();
 }
 
 void PlayerListener::observeValueForKeyPath(const std::string&, platform::Object& object,
                                             const platform::KeyValueChange&) {
     const auto* stream = dynamic_cast<platform::AVPlayerItem*>(&object);
-    if (!item_ || !stream || stream->status() != platform::AVPlayerItem::Status::failed) return;
-    item_->set(item_->playing_, false, &PlayerItem::playingChanged);
-    item_->set(item_->buffering_, false, &PlayerItem::bufferingChanged);
-    Q_EMIT item_->streamFailed(PlayerItem::tr("The stream cannot be played."));
+    if (!stream || stream->status() != platform::AVPlayerItem::Status::failed) return;
+    if (item_) item_->set(item_->playing_, false, &PlayerItem::playingChanged);
+    if (item_) item_->set(item_->buffering_, false, &PlayerItem::bufferingChanged);
+    if (item_) Q_EMIT item_->streamFailed(PlayerItem::tr("The stream cannot be played."));
 }
 
 }  // namespace korvel::qml
