@@ -1,6 +1,8 @@
 #pragma once
 
-/// Everything that a host application needs, in one include.
+/// Everything that a host application needs, in one include: the facade and its records, the player
+/// down to its stream, the device and the run loop. Views, windows and controls of the host's own
+/// making are in korvel/platform/uikit/, media engines and screens with their libraries.
 
 #include <korvel/model/KCSDKConsent.h>
 #include <korvel/model/KCSDKOndemandClass.h>
@@ -11,6 +13,12 @@
 #include <korvel/model/KCSDKOndemandSearchResult.h>
 #include <korvel/model/KCSDKUserSubscriptionRequest.h>
 #include <korvel/platform/Device.h>
+#include <korvel/platform/avfoundation/AVPlayer.h>
+#include <korvel/platform/avfoundation/AVPlayerItem.h>
+#include <korvel/platform/foundation/RunLoop.h>
+#include <korvel/platform/uikit/UIView.h>
+#include <korvel/player/KCSDKPlayerView.h>
+#include <korvel/player/KCSDKPlayerViewController.h>
 #include <korvel/presentation/KCSDKPlayerEvents.h>
 #include <korvel/presentation/KCSDKPlayerEventsListner.h>
 #include <korvel/presentation/KCSDKVideoViewBuilder.h>

@@ -2,11 +2,6 @@
 
 // What the documentation's examples take for granted.
 #include <korvel/KorvelContentSDK.h>
-#include <korvel/platform/foundation/RunLoop.h>
-
-#include <chrono>
-#include <iostream>
-#include <memory>
 
 struct QuietConsole final : korvel::platform::Console {
     void print(std::string_view) override {}
@@ -17,4 +12,6 @@ inline std::shared_ptr<korvel::platform::UIView> parentView;
 inline std::shared_ptr<korvel::KCSDKPlayerEvents> remoteControl;
 inline void showPosition(float) {}
 inline void showSummary(std::int64_t) {}
+inline void showFailure(const std::string&) {}
+inline void play(const std::shared_ptr<korvel::KCSDKOndemandClass>&) {}
 inline void askForConsent(const korvel::NSError&) {}
