@@ -7,7 +7,8 @@ namespace korvel::tests {
 namespace {
 
 struct Controllers : OnScreen {
-    std::shared_ptr<UIViewController> root = named("root");
+    std::shared_ptr<UIViewController> root = named("root"), a = named("a"), b = named("b"),
+                                      c = named("c");
 
     Controllers() {
         window->setRootViewController(root);
@@ -60,7 +61,6 @@ TEST_F(Controllers, APresentedViewCoversTheWindowUntilItIsDismissed) {
 }
 
 TEST_F(Controllers, DismissalTakesAllThatIsAbove) {
-    const auto a = named("a"), b = named("b"), c = named("c");
     root->present(a, false);
     a->present(b, false);
     b->present(c, false);
@@ -77,11 +77,10 @@ TEST_F(Controllers, DismissalTakesAllThatIsAbove) {
 }
 
 TEST_F(Controllers, ImpossiblePresentationsAreRefusedQuietly) {
-    const auto a = named("a"), b = named("b"), child = named("child");
     root->present(root, true, note("self"));
     named("detached")->present(a, true, note("in no window"));
-    root->addChild(child);
-    root->present(child, true, note("a child"));
+    root->addChild(c);
+    root->present(c, true, note("a child"));
     root->present(a, false);
     root->present(b, true, note("a second one"));
     a->present(root, true, note("what it covers"));
@@ -96,7 +95,6 @@ TEST_F(Controllers, ImpossiblePresentationsAreRefusedQuietly) {
 
 TEST_F(Controllers, ContainersShowTheirChosenOne) {
     const auto stack = std::make_shared<UINavigationController>();
-    const auto a = named("a"), b = named("b"), c = named("c");
     stack->pushViewController(a);
     window->setRootViewController(stack);
     stack->pushViewController(b);
@@ -120,7 +118,6 @@ TEST_F(Controllers, ContainersShowTheirChosenOne) {
 }
 
 TEST_F(Controllers, EverythingGoesInAnyOrder) {
-    auto a = named("a"), b = named("b");
     const std::vector<std::weak_ptr<void>> all{root,      a,         b,     root->view(),
                                                a->view(), b->view(), window};
     root->present(a, true, note("never"));
@@ -137,10 +134,9 @@ TEST_F(Controllers, EverythingGoesInAnyOrder) {
 
     window = std::make_shared<UIWindow>(screen);
     window->setRootViewController(named("root"));
-    const auto presented = named("a");
-    window->rootViewController()->present(presented, false);
+    window->rootViewController()->present(c, false);
     window.reset();  // with a presentation under way
-    presented->dismiss(false, note("too late"));
+    c->dismiss(false, note("too late"));
     EXPECT_EQ(log.back(), "too late");
 }
 
