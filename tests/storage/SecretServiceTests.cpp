@@ -10,14 +10,6 @@
 #include <cstdlib>
 #include <cstring>
 
-/// GLib is not compiled for ThreadSanitizer, which therefore does not see how its threads agree.
-extern "C" __attribute__((visibility("default"))) const char* __tsan_default_suppressions() {
-    return "called_from_lib:libglib-2.0.so\n"
-           "called_from_lib:libgobject-2.0.so\n"
-           "called_from_lib:libgio-2.0.so\n"
-           "called_from_lib:libsecret-1.so\n";
-}
-
 namespace korvel::tests {
 namespace {
 
