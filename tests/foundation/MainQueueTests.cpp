@@ -17,10 +17,8 @@ using Names = std::vector<std::string>;
 /// Remembers what it was asked. Any thread.
 struct FakePump final : Pump {
     void wakeAt(Clock::Instant time) override {
-        {
-            const std::lock_guard lock(mutex);
-            times.push_back(time);
-        }
+        const std::lock_guard lock(mutex);
+        times.push_back(time);
         woken.signal();
     }
     std::mutex mutex;
