@@ -4,10 +4,12 @@
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <chrono>
 #include <csignal>
 #include <functional>
 #include <memory>
 #include <new>
+#include <thread>
 #include <utility>
 
 namespace korvel::tests {
@@ -39,6 +41,16 @@ public:
 private:
     pid_t id_;
 };
+
+/// False if `condition` does not come true within a time that only a stuck process needs.
+template <class Condition> bool eventually(Condition condition) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        std::this_thread::yield();
+    }
+    return true;
+}
 
 /// An object that forked processes share.
 template <class T> std::unique_ptr<T, void (*)(T*)> shared() {

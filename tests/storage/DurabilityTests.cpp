@@ -15,16 +15,6 @@ namespace {
 
 using namespace platform;
 
-/// False if `condition` does not come true within a time that only a stuck process needs.
-template <class Condition> bool eventually(Condition condition) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
-        std::this_thread::yield();
-    }
-    return true;
-}
-
 /// Below `end`; the same sequence in every run.
 std::uint32_t anyBelow(std::uint32_t end) {
     static std::mt19937 random(20240102);

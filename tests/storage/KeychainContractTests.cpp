@@ -13,24 +13,7 @@ namespace {
 
 using namespace platform;
 
-template <class Store> class KeychainContract : public ::testing::Test {
-protected:
-    void SetUp() override {
-        if (const auto reason = store.missing(); !reason.empty()) GTEST_SKIP() << reason;
-        keychain = store.open();
-        ASSERT_TRUE(keychain);
-    }
-    OSStatus add(const std::string& account, std::string_view value) {
-        return tests::add(*keychain, account, value);
-    }
-    std::string copy(std::optional<std::string> account) {
-        return valueOrStatus(*keychain, std::move(account));
-    }
-
-    Store store;
-    std::shared_ptr<Keychain> keychain;
-};
-
+template <class Store> using KeychainContract = KeychainTest<Store>;
 using Stores = ::testing::Types<FakeStore, SQLiteStore, SecretServiceStore>;
 TYPED_TEST_SUITE(KeychainContract, Stores);
 

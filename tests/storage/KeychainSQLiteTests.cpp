@@ -16,18 +16,14 @@ namespace {
 using namespace platform;
 namespace fs = std::filesystem;
 
-class KeychainSQLite : public ::testing::Test {
+class KeychainSQLite : public KeychainTest<SQLiteStore> {
 protected:
     OSStatus save(const std::string& account, std::string_view value) {
         return tests::save(*keychain, account, value);
     }
-    std::string load(const std::string& account) { return valueOrStatus(*keychain, account); }
-    void reopen() { keychain = makeKeychainSQLite(folder); }
 
-    TemporaryFolder place;
-    const fs::path folder = place / "store";
+    const fs::path folder = store.folder / "store";
     const fs::path file = folder / "keychain.sqlite";
-    std::shared_ptr<Keychain> keychain = makeKeychainSQLite(folder);
 };
 
 void replace(const fs::path& path, const std::string& text) {
@@ -36,7 +32,7 @@ void replace(const fs::path& path, const std::string& text) {
 
 TEST_F(KeychainSQLite, LookingLeavesNothingBehindAndStoringOnlyPrivateFiles) {
     EXPECT_EQ(keychain->SecItemDelete({}), errSecItemNotFound);
-    EXPECT_EQ(load("token"), "-25300");
+    EXPECT_EQ(copy("token"), "-25300");
     EXPECT_FALSE(fs::exists(folder));
     ASSERT_EQ(save("token", "the-secret-bearer-code"), errSecSuccess);
     EXPECT_EQ(fs::status(folder).permissions(), fs::perms::owner_all);
@@ -57,11 +53,11 @@ TEST_F(KeychainSQLite, ALostKeyCostsTheOldItemsOnly) {
         for (const auto& lose : losses) {
             ASSERT_EQ(save("old", "before"), errSecSuccess);
             lose();
-            if (reopened) reopen();
-            EXPECT_EQ(load("old"), std::to_string(errSecDecode));
+            if (reopened) keychain = store.open();
+            EXPECT_EQ(copy("old"), std::to_string(errSecDecode));
             for (const auto* account : {"new", "old"}) {
                 EXPECT_EQ(save(account, "after"), errSecSuccess);
-                EXPECT_EQ(load(account), "after");
+                EXPECT_EQ(copy(account), "after");
             }
         }
     }
@@ -76,8 +72,8 @@ TEST_F(KeychainSQLite, AChangedOrMovedValueIsNotHandedOut) {
         " WHERE account = X'796F757273'";
     ASSERT_EQ(database.write([&](auto& target) { return target.statement(move).step(); }),
               sqlite::Outcome::done);
-    EXPECT_EQ(load("mine"), "1");
-    EXPECT_EQ(load("yours"), std::to_string(errSecDecode));
+    EXPECT_EQ(copy("mine"), "1");
+    EXPECT_EQ(copy("yours"), std::to_string(errSecDecode));
 }
 
 TEST_F(KeychainSQLite, ADamagedDatabaseIsKeptAsideAndStartedAnew) {
@@ -101,14 +97,14 @@ TEST_F(KeychainSQLite, ADamagedDatabaseIsKeptAsideAndStartedAnew) {
             for (int item = 0; item < 20; ++item) {
                 ASSERT_EQ(save(std::to_string(item), std::string(3'000, 'x')), errSecSuccess);
             }
-            const auto bystander = makeKeychainSQLite(folder);
+            const auto bystander = store.open();
             if (whileOpen) valueOrStatus(*bystander, "0");
             keychain.reset();  // writes the log back, so that the damage below meets everything
             damage();
             fs::remove(folder / "keychain.corrupt");
-            reopen();
+            keychain = store.open();
             EXPECT_EQ(save("token", "abc"), errSecSuccess);
-            EXPECT_EQ(load("token"), "abc");
+            EXPECT_EQ(copy("token"), "abc");
             EXPECT_EQ(valueOrStatus(*bystander, "token"), "abc");
             // With another process's log still there, damage to the file may not even matter.
             EXPECT_TRUE(whileOpen || fs::exists(folder / "keychain.corrupt"));
@@ -119,12 +115,12 @@ TEST_F(KeychainSQLite, ADamagedDatabaseIsKeptAsideAndStartedAnew) {
 TEST_F(KeychainSQLite, AnUnusableFolderFailsEachCallAndIsTriedAgain) {
     replace(folder, "a file where the folder should be");
     EXPECT_EQ(save("token", "abc"), errSecNotAvailable);
-    EXPECT_EQ(load("token"), std::to_string(errSecNotAvailable));
+    EXPECT_EQ(copy("token"), std::to_string(errSecNotAvailable));
     EXPECT_EQ(keychain->SecItemDelete({}), errSecNotAvailable);
     fs::remove(folder);
     EXPECT_EQ(save("token", "abc"), errSecSuccess);
     fs::remove_all(folder);
-    EXPECT_EQ(load("token"), "-25300") << "what was removed is gone";
+    EXPECT_EQ(copy("token"), "-25300") << "what was removed is gone";
     EXPECT_EQ(save("token", "def"), errSecSuccess);
 }
 

@@ -8,12 +8,11 @@
 #include <korvel/platform/backends/sqlite/KeychainSQLite.h>
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <array>
-#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace korvel::tests {
@@ -83,12 +82,12 @@ public:
 
     std::string missing() const { return missing_; }
     std::shared_ptr<platform::Keychain> open(std::string application = "storage-tests") const {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        while (std::chrono::steady_clock::now() < deadline) {
-            if (auto keychain = platform::makeKeychainLibsecret(application)) return keychain;
-            std::this_thread::yield();  // the daemon is still starting
-        }
-        return nullptr;
+        std::shared_ptr<platform::Keychain> keychain;
+        eventually([&] {  // the daemon is still starting
+            keychain = platform::makeKeychainLibsecret(application);
+            return keychain != nullptr;
+        });
+        return keychain;
     }
 };
 
@@ -114,5 +113,24 @@ inline std::string valueOrStatus(platform::Keychain& keychain, std::optional<std
     if (status != platform::errSecSuccess) return std::to_string(status);
     return result ? std::string(platform::viewOf(*result)) : "success without data";
 }
+
+/// A keychain on a store of its own, which this machine may be without.
+template <class Store> class KeychainTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (const auto reason = store.missing(); !reason.empty()) GTEST_SKIP() << reason;
+        keychain = store.open();
+        ASSERT_TRUE(keychain);
+    }
+    platform::OSStatus add(const std::string& account, std::string_view value) {
+        return tests::add(*keychain, account, value);
+    }
+    std::string copy(std::optional<std::string> account) {
+        return valueOrStatus(*keychain, std::move(account));
+    }
+
+    Store store;
+    std::shared_ptr<platform::Keychain> keychain;
+};
 
 }  // namespace korvel::tests

@@ -39,33 +39,25 @@ TEST(SecretService, WithoutABusThatAnswersThereIsNoStoreAndThatIsSoonKnown) {
     close(listener);
 }
 
-class SecretServiceOnBus : public ::testing::Test {
-protected:
-    void SetUp() override {
-        if (!store.missing().empty()) GTEST_SKIP() << store.missing();
-        keychain = store.open();
-        ASSERT_TRUE(keychain);
-        ASSERT_EQ(add(*keychain, "token", "abc"), errSecSuccess);
-    }
-    SecretServiceStore store;
-    std::shared_ptr<Keychain> keychain;
-};
+using SecretServiceOnBus = KeychainTest<SecretServiceStore>;
 
 TEST_F(SecretServiceOnBus, ItemsOfAnotherApplicationAreOutOfReach) {
     const auto other = store.open("another application");
+    EXPECT_EQ(add("token", "abc"), errSecSuccess);
     EXPECT_EQ(valueOrStatus(*other, "token"), "-25300");
     EXPECT_EQ(valueOrStatus(*other, std::nullopt), "-25300");
-    EXPECT_EQ(add(*other, "token", "def"), errSecSuccess);
+    EXPECT_EQ(tests::add(*other, "token", "def"), errSecSuccess);
     EXPECT_EQ(other->SecItemDelete({}), errSecSuccess);
-    EXPECT_EQ(valueOrStatus(*keychain, "token"), "abc");
+    EXPECT_EQ(copy("token"), "abc");
 }
 
 TEST_F(SecretServiceOnBus, AServiceOrBusThatGoesAwayFailsTheCallAndNotTheHost) {
+    ASSERT_EQ(add("token", "abc"), errSecSuccess);
     store.keyring.reset();
-    EXPECT_EQ(valueOrStatus(*keychain, "token"), std::to_string(errSecNotAvailable));
+    EXPECT_EQ(copy("token"), std::to_string(errSecNotAvailable));
     EXPECT_FALSE(makeKeychainLibsecret("storage-tests"));
     store.bus.reset();
-    EXPECT_EQ(valueOrStatus(*keychain, "token"), std::to_string(errSecNotAvailable));
+    EXPECT_EQ(copy("token"), std::to_string(errSecNotAvailable));
     EXPECT_EQ(keychain->SecItemDelete({}), errSecNotAvailable);
 }
 
