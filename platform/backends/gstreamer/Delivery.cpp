@@ -19,6 +19,7 @@ public:
         : route_(std::move(route)), address_(std::move(address)) {}
 
     Portion next() override {
+        const Route::Wait wait(*route_);
         if (std::exchange(delivered_, true)) return EndOfBytes{};
         const auto answer = route_->keys().ask(address_, wait_);
         if (!answer) return Cancelled{};
@@ -44,6 +45,7 @@ public:
     }
 
     Portion next() override {
+        const Route::Wait wait(*route_);
         if (!std::exchange(opened_, true)) {
             if (auto trouble = open()) return *std::move(trouble);
             return first();

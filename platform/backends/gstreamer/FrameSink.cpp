@@ -106,6 +106,8 @@ std::shared_ptr<VideoFrame> frameOf(Sample sample) {
 struct FrameSink::State {
     Listener listener;
     mutable std::mutex mutex;
+    std::uint64_t count = 0;
+    bool keeps = false;
     std::shared_ptr<const VideoFrame> newest;
     std::optional<std::chrono::nanoseconds> origin;
     // In the pipeline's time. The latter counts once what came before the seek has been flushed.
@@ -126,6 +128,7 @@ void FrameSink::State::take(GstSample* sample) {
     std::shared_ptr<const VideoFrame> former;  // released after the lock
     {
         const std::lock_guard lock(mutex);
+        if (keeps) return;
         if (!origin) origin = (frame->time > longestLead ? 0ns : frame->time) + slack;
         frame->time -= *origin;
         former = std::exchange(newest, std::move(frame));
@@ -137,6 +140,7 @@ void FrameSink::State::flushed() {
     {
         const std::lock_guard lock(mutex);
         first = std::exchange(nextFirst, std::nullopt);
+        if (first) keeps = false;
     }
     lastSkipped.reset();
     listener.flushed();
@@ -144,6 +148,7 @@ void FrameSink::State::flushed() {
 
 bool FrameSink::State::skips(GstPad* pad, GstBuffer* buffer) {
     const std::lock_guard lock(mutex);
+    ++count;
     if (!first) return false;
     auto sample = sampleOf(pad, buffer);
     const bool early = endOf(sample.get()) <= *first;
@@ -218,9 +223,21 @@ void FrameSink::showFrom(std::chrono::nanoseconds time) {
     state_->nextFirst = time + state_->origin.value_or(std::chrono::nanoseconds::zero());
 }
 
+void FrameSink::keepPicture() {
+    const std::lock_guard lock(state_->mutex);
+    state_->keeps = true;
+    state_->first.reset();
+    state_->nextFirst.reset();
+}
+
 std::chrono::nanoseconds FrameSink::origin() const {
     const std::lock_guard lock(state_->mutex);
     return state_->origin.value_or(std::chrono::nanoseconds::zero());
+}
+
+std::uint64_t FrameSink::count() const {
+    const std::lock_guard lock(state_->mutex);
+    return state_->count;
 }
 
 std::shared_ptr<const VideoFrame> FrameSink::newest() const {

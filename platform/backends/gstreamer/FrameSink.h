@@ -21,6 +21,8 @@ public:
     /// For the pipeline; its callbacks keep what they need beyond this object.
     GstElement* element() const { return element_.get(); }
     std::shared_ptr<const VideoFrame> newest() const;
+    /// How many pictures have come, those included that are not shown.
+    std::uint64_t count() const;
     /// How late the first picture came on the pipeline's time line. Transport streams begin with a
     /// clock that runs ahead of their pictures, by an eighth of a second and more; to a host the
     /// first picture is at zero. Zero until there is one.
@@ -29,6 +31,8 @@ public:
     /// After the seek that follows, pictures that end by then are not shown, however early it
     /// lands.
     void showFrom(std::chrono::nanoseconds time);
+    /// Until the seek that follows, the picture stays, whatever comes.
+    void keepPicture();
 
 private:
     struct State;

@@ -23,17 +23,22 @@ std::optional<KeyRoute::Key> KeyRoute::ask(const std::optional<URL>& address,
     {
         const std::lock_guard lock(mutex_);
         if (refusal_) return *refusal_;
+        const auto given = address ? given_.find(address->absoluteString()) : given_.end();
+        if (given != given_.end()) return given->second;
     }
     bool cancelled = false;
     Key key = answer(address, wait, cancelled);
     if (cancelled) return std::nullopt;
-    if (const auto* refusal = std::get_if<NSError>(&key)) {
-        {
-            const std::lock_guard lock(mutex_);
+    const auto* refusal = std::get_if<NSError>(&key);
+    {
+        const std::lock_guard lock(mutex_);
+        if (refusal) {
             refusal_ = *refusal;
+        } else {
+            given_.insert_or_assign(address->absoluteString(), std::get<ContentKey>(key));
         }
-        failed_(*refusal);
     }
+    if (refusal) failed_(*refusal);
     return key;
 }
 

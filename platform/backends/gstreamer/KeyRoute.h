@@ -4,6 +4,7 @@
 
 #include <condition_variable>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -39,8 +40,8 @@ public:
              std::function<void(const NSError&)> failed)
         : keys_(std::move(keys)), failed_(std::move(failed)) {}
 
-    /// Waits for the answer; nothing if `wait` was cancelled. After a refusal nobody is asked any
-    /// more: the demuxer would go on for ever.
+    /// Waits for the answer; nothing if `wait` was cancelled. Each key is asked for once. After a
+    /// refusal nobody is asked any more: the demuxer would go on for ever.
     std::optional<Key> ask(const std::optional<URL>& address, const std::shared_ptr<KeyWait>& wait);
 
 private:
@@ -50,6 +51,7 @@ private:
     const std::shared_ptr<AVAssetResourceLoader> keys_;
     const std::function<void(const NSError&)> failed_;
     std::mutex mutex_;
+    std::map<std::string, ContentKey> given_;  ///< by address
     std::optional<NSError> refusal_;
 };
 

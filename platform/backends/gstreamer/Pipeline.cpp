@@ -26,6 +26,11 @@ constexpr gint64 bufferDuration = 1500 * GST_MSECOND;
 /// itself the demuxer begins with the first and soon changes to a better one, and a seek during
 /// that change may never end, above all one to the last segment.
 constexpr guint64 usualSpeed = 10'000;
+/// The least variant.
+constexpr guint64 leastSpeed = 1;
+
+/// After which a seek that nothing is being done for has been lost.
+constexpr auto patience = std::chrono::seconds(1);
 
 constexpr auto flushingSeek =
     static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | GST_SEEK_FLAG_ACCURATE);
@@ -135,11 +140,16 @@ void Pipeline::setRate(double rate) {
         onHelper([rate](Pipeline& self) { self.changeRate(rate); });
     }
     playing_ = rate > 0;
-    gst_element_set_state(playbin_.get(), rate > 0 ? GST_STATE_PLAYING : GST_STATE_PAUSED);
+    if (!reloading_) resume();
+}
+
+void Pipeline::resume() {
+    gst_element_set_state(playbin_.get(), playing_ ? GST_STATE_PLAYING : GST_STATE_PAUSED);
 }
 
 /// At once where the elements can, else by going on from here.
 void Pipeline::changeRate(double rate) {
+    if (reloading_) return;  // which ends with a seek at the rate of then
     if (gst_element_seek(playbin_.get(), rate, GST_FORMAT_TIME, GST_SEEK_FLAG_INSTANT_RATE_CHANGE,
                          GST_SEEK_TYPE_NONE, 0, GST_SEEK_TYPE_NONE, 0)) {
         return;
@@ -158,6 +168,7 @@ bool Pipeline::jump(nanoseconds to, double rate) {
 
 /// The line is slower than usual: from now on the demuxer chooses by what it measures.
 void Pipeline::adapt() {
+    adapts_ = true;
     GstIterator* demuxers =
         gst_bin_iterate_all_by_element_factory_name(GST_BIN(playbin_.get()), "hlsdemux");
     gst_iterator_foreach(
@@ -172,7 +183,7 @@ void Pipeline::adapt() {
 /// The sound device that gave the time has gone: pausing and going on finds another clock.
 void Pipeline::chooseClock() {
     const std::lock_guard lock(life_);
-    if (closed_ || stopped_ || !playing_) return;
+    if (closed_ || stopped_ || !playing_ || reloading_) return;
     gst_element_set_state(playbin_.get(), GST_STATE_PAUSED);
     gst_element_set_state(playbin_.get(), GST_STATE_PLAYING);
 }
@@ -181,11 +192,40 @@ void Pipeline::seek(nanoseconds to) {
     if (stopped_) return;
     flushed_ = false;
     seeking_ = true;
-    onHelper([to](Pipeline& self) {
-        if (self.jump(to, self.rate_)) return;
-        self.from_ = 0;
-        if (self.seeking_.exchange(false)) self.events_->seekEnded();
+    onHelper([to, seek = ++seeks_](Pipeline& self) {
+        self.watch(seek, self.progress());
+        self.go(to);
     });
+}
+
+void Pipeline::go(nanoseconds to) {
+    if (jump(to, rate_)) return;
+    from_ = 0;
+    if (seeking_.exchange(false)) events_->seekEnded();
+}
+
+/// A seek that meets the demuxer's change of variant may throw away what the change waits for, and
+/// no picture ever comes. Whoever waits for bytes or a key, or decodes towards the place, is not
+/// lost.
+void Pipeline::watch(std::uint64_t seek, Progress before) {
+    DispatchQueue::global().asyncAfter(patience, [weak = weak_from_this(), seek, before] {
+        const auto self = weak.lock();
+        if (!self || self->closed_ || !self->seeking_ || self->seeks_ != seek) return;
+        const bool lost = !self->route_->isWaiting() && self->progress() == before;
+        if (lost) self->reload();
+        self->watch(seek, self->progress());
+    });
+}
+
+/// Opens the stream once more, and goes on where the last seek went.
+void Pipeline::reload() {
+    const std::lock_guard lock(life_);
+    if (closed_ || stopped_) return;
+    reloading_ = true;
+    frames_->keepPicture();
+    g_object_set(playbin_.get(), "connection-speed", adapts_ ? leastSpeed : usualSpeed, nullptr);
+    gst_element_set_state(playbin_.get(), GST_STATE_READY);
+    gst_element_set_state(playbin_.get(), GST_STATE_PAUSED);
 }
 
 /// Demuxers refuse the very end of a stream, as whatever lies beyond it.
@@ -235,12 +275,20 @@ void Pipeline::heard(GstMessage* message) {
 }
 
 void Pipeline::prerolled() {
-    if (!ready_.exchange(true)) {
+    if (reloading_.exchange(false)) {
+        flushed_ = false;
+        onHelper([](Pipeline& self) {
+            self.go(nanoseconds(self.from_));
+            const std::lock_guard lock(self.life_);
+            if (!self.closed_ && !self.stopped_) self.resume();
+        });
+    } else if (!ready_.exchange(true)) {
         readDuration();
         if (!buffering_) events_->buffered(true);
         events_->ready();
     } else if (seeking_ && flushed_) {
         seeking_ = false;
+        if (adapts_) onHelper([](Pipeline& self) { self.adapt(); });  // a new demuxer does not yet
         events_->seekEnded();
     }
 }

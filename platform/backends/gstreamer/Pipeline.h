@@ -51,7 +51,19 @@ private:
     void readDuration();
     void fail(const NSError& error);
 
+    /// What has come over the line and out of the decoder.
+    struct Progress {
+        std::uint64_t portions;
+        std::uint64_t pictures;
+        bool operator==(const Progress&) const = default;
+    };
+    Progress progress() const { return {route_->portions(), frames_->count()}; }
+
     // Helper threads.
+    void watch(std::uint64_t seek, Progress before);
+    void reload();
+    void resume();
+    void go(std::chrono::nanoseconds to);
     bool jump(std::chrono::nanoseconds to, double rate);
     void changeRate(double rate);
     void adapt();
@@ -71,8 +83,11 @@ private:
     std::atomic<std::int64_t> duration_ = -1;
     std::atomic<bool> ready_ = false;
     std::atomic<bool> buffering_ = false;  ///< a message has said so and none has taken it back
+    std::atomic<bool> adapts_ = false;     ///< the demuxer chooses the variant
     std::atomic<bool> playing_ = false;
     std::atomic<bool> seeking_ = false;
+    std::atomic<bool> reloading_ = false;  ///< until it is where it was
+    std::atomic<std::uint64_t> seeks_ = 0;
     std::atomic<bool> flushed_ = false;   ///< by the seek in progress
     std::atomic<std::int64_t> from_ = 0;  ///< where the last seek went: nothing earlier is shown
     std::atomic<double> rate_ = 1;        ///< of the pipeline's clock, also while paused

@@ -3,6 +3,7 @@
 #include <korvel/platform/backends/gstreamer/KeyRoute.h>
 #include <korvel/platform/foundation/ResponseStream.h>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -25,6 +26,24 @@ public:
 
     void fail(const NSError& error) const { failed_(error); }
 
+    /// While one exists, a source waits for bytes or for a key.
+    class Wait {
+    public:
+        explicit Wait(Route& route) : route_(route) { ++route_.waits_; }
+        ~Wait() {
+            ++route_.portions_;
+            --route_.waits_;
+        }
+        Wait(const Wait&) = delete;
+        Wait& operator=(const Wait&) = delete;
+
+    private:
+        Route& route_;
+    };
+    bool isWaiting() const { return waits_ > 0; }
+    /// How often such a wait has ended.
+    std::uint64_t portions() const { return portions_; }
+
     /// A demuxer says only that a download failed: here stands why the last one did.
     void note(const NSError& error) {
         const std::lock_guard lock(mutex_);
@@ -39,6 +58,8 @@ private:
     KeyRoute keys_;
     const std::shared_ptr<StreamLoader> loader_;
     const std::function<void(const NSError&)> failed_;
+    std::atomic<int> waits_ = 0;
+    std::atomic<std::uint64_t> portions_ = 0;
     mutable std::mutex mutex_;
     std::optional<NSError> lastTrouble_;
 };
