@@ -16,9 +16,8 @@ namespace korvel::tests {
 namespace {
 
 std::vector<char*> pointers(std::vector<std::string>& texts) {
-    std::vector<char*> result;
-    for (auto& text : texts) result.push_back(text.data());
-    result.push_back(nullptr);
+    std::vector<char*> result(texts.size() + 1);  // a null pointer ends it
+    for (std::size_t i = 0; i < texts.size(); ++i) result[i] = texts[i].data();
     return result;
 }
 

@@ -166,11 +166,11 @@ TEST(Records, EveryMemberInsistsOnItsType) {
 
 // What hosts must not reach.
 template <class R>
-concept HasSkill = sizeof(R::skill) > 0;
+concept HasSkill = std::is_object_v<decltype(R::skill)>;
 template <class R>
-concept HasFavourites = sizeof(R::favourites) > 0;
+concept HasFavourites = std::is_object_v<decltype(R::favourites)>;
 template <class R>
-concept HasLanguageTag = sizeof(R::languageTag) > 0;
+concept HasLanguageTag = std::is_object_v<decltype(R::languageTag)>;
 template <class R>
 constexpr bool canBeMade = std::is_default_constructible_v<R> || std::is_copy_constructible_v<R>;
 

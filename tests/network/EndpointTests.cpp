@@ -55,8 +55,10 @@ TEST_F(Endpoints, GoOutWithTheirPathMethodHeadersAndBody) {
     };
     for (const auto& [call, method, path, headers, body] : rows) {
         call();
-        EXPECT_EQ(sentText(),
-                  method + " https://service.test/" + path + " | " + headers + " | " + body);
+        EXPECT_EQ(sent().method, method);
+        EXPECT_EQ(sent().url.absoluteString(), "https://service.test/" + path);
+        EXPECT_EQ(sentHeaders(), headers) << path;
+        EXPECT_EQ(sentBody(), body);
         EXPECT_EQ(sent().timeoutInterval, std::chrono::seconds(60));
     }
     EXPECT_EQ(fake.session->requests.size(), rows.size());

@@ -45,11 +45,13 @@ protected:
     std::string sentBody() const {
         return sent().body ? std::string(platform::viewOf(*sent().body)) : "(none)";
     }
-    /// "METHOD address | headers | body" of the newest request.
-    std::string sentText() const {
-        auto text = sent().method + " " + sent().url.absoluteString() + " |";
-        for (const auto& [name, value] : sent().headers()) text += " " + name + "=" + value;
-        return text + " | " + sentBody();
+    /// "name=value ..." of the newest request.
+    std::string sentHeaders() const {
+        std::string text;
+        for (const auto& [name, value] : sent().headers()) {
+            text.append(text.empty() ? "" : " ").append(name).append("=").append(value);
+        }
+        return text;
     }
 };
 
