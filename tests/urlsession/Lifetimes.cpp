@@ -5,6 +5,7 @@
 #include <netinet/in.h>
 #include <sys/socket.h>
 
+#include <array>
 #include <cstdlib>
 #include <latch>
 
@@ -70,14 +71,12 @@ TEST_F(URLSessionTest, ASessionEndsAtOnceAndItsHandlersUncalled) {
     for (const bool onACompletionsThread : {false, true}) {
         service.script("/held", "", {.hold = true}, 8);
         service.script("/x", "", {.status = 200, .body = "ok"});
-        std::vector<std::unique_ptr<Witness>> witnesses;
-        for (int number = 0; number < 8; ++number) {
-            auto held = request();
-            held.url = *URL::parse(service.baseURL() + "held");
-            witnesses.push_back(std::make_unique<Witness>());
-            session->dataTask(held, [token = witnesses.back()->token()](const Exchange&) {
-                ADD_FAILURE() << "called";
-            });
+        auto held = request();
+        held.url = *URL::parse(service.baseURL() + "held");
+        std::array<Witness, 8> witnesses;
+        for (auto& witness : witnesses) {
+            session->dataTask(
+                held, [token = witness.token()](const Exchange&) { ADD_FAILURE() << "called"; });
         }
         ASSERT_TRUE(service.waitForHeld(8));
         if (onACompletionsThread) {
@@ -85,7 +84,7 @@ TEST_F(URLSessionTest, ASessionEndsAtOnceAndItsHandlersUncalled) {
         } else {
             session.reset();
         }
-        for (auto& witness : witnesses) EXPECT_TRUE(witness->released());
+        for (auto& witness : witnesses) EXPECT_TRUE(witness.released());
         service.release();
         session = makeSession(trusting(service));
     }
@@ -97,44 +96,28 @@ TEST_F(URLSessionTest, ASessionEndsAtOnceAndItsHandlersUncalled) {
     }
 }
 
-/// Takes what clients say and never answers. It has no thread that could be in the way at the end.
-class SilentService {
-public:
-    SilentService() {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address;
-        auto* const where = reinterpret_cast<sockaddr*>(&address);
-        if (bind(socket_, where, size) == 0 && listen(socket_, 8) == 0 &&
-            getsockname(socket_, where, &size) == 0) {
-            port = ntohs(address.sin_port);
-        }
-    }
-    /// Returns when each of so many clients has begun to speak.
-    void hear(int clients) const {
-        char byte = 0;
-        for (; clients > 0; --clients) recv(accept(socket_, nullptr, nullptr), &byte, 1, 0);
-    }
-
-    std::uint16_t port = 0;
-
-private:
-    const int socket_ = socket(AF_INET, SOCK_STREAM, 0);
-};
-
 TEST(URLSessionExitTest, TheProcessMayEndWithRequestsOnTheirWay) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto endAmidRequests = [] {
-        const SilentService service;
-        const auto address = "https://127.0.0.1:" + std::to_string(service.port) + "/";
+        // A service that has no thread which could be in the way: it listens and never answers.
+        const int service = socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in place{};
+        place.sin_family = AF_INET;
+        place.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof place;
+        auto* const where = reinterpret_cast<sockaddr*>(&place);
+        if (bind(service, where, size) || listen(service, 2) || getsockname(service, where, &size))
+            std::abort();
+        const auto address = "https://127.0.0.1:" + std::to_string(ntohs(place.sin_port)) + "/";
         static auto* const leaked = new std::shared_ptr<URLSession>(makeSession({}));
         static const auto owned = makeSession({});
         for (URLSession* session : {leaked->get(), owned.get()}) {
             session->dataTask(URLRequest(*URL::parse(address)),
                               [](const Exchange&) { std::abort(); });
         }
-        service.hear(2);
+        for (char byte = 0, client = 0; client < 2; ++client) {
+            recv(accept(service, nullptr, nullptr), &byte, 1, 0);  // it has begun to speak
+        }
         std::exit(7);
     };
     EXPECT_EXIT(endAmidRequests(), testing::ExitedWithCode(7), "");
