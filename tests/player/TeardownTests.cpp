@@ -18,6 +18,7 @@ struct Turn final : platform::UIViewTreeObserver {
 class Teardown : public PlayerTest {
 protected:
     const std::shared_ptr<Turn> turn = std::make_shared<Turn>();
+    std::weak_ptr<KCSDKPlayerViewController> controller;
     std::size_t requests = 0;
 
     void play(bool embedded) {
@@ -25,6 +26,8 @@ protected:
         start(embedded ? place : nullptr);
         becomeReady();
         pass(2s);
+        listener->told.clear();
+        controller = events->playerVC;
     }
     /// The host drops all that it has of the player.
     void letGo() {
@@ -34,129 +37,101 @@ protected:
         place = std::make_shared<UIView>(platform::CGRect{{20, 10}, {640, 360}});
         root->view()->addSubview(place);
     }
-    void expectARecordAndNothingLeft(int seconds) {
+    void expectARecordAndNothingLeft() {
         run();
+        EXPECT_TRUE(events || controller.expired());
+        EXPECT_EQ(fake.media->open(), 0u);
+        EXPECT_TRUE(place->subviews().empty());
         requests += 2;  // the first asked to perform
         ASSERT_TRUE(fake.session->waitForRequests(requests));
         const std::string record(platform::viewOf(fake.session->requests.back().body.value()));
-        const auto wanted = R"("actualDurationSecond":)" + std::to_string(seconds) + ",";
-        EXPECT_NE(record.find(wanted), record.npos) << record;
-        EXPECT_EQ(fake.media->open(), 0u);
+        EXPECT_NE(record.find(R"("actualDurationSecond":2,)"), record.npos) << record;
         fake.session->answer(200, "");
     }
 };
 
 TEST_F(Teardown, ACloseThatWasBegunIsRecordedWhoeverLetsGo) {
-    const std::function<void()> ends[] = {[&] { events->stopVideo(); },
-                                          [&] { player().closeBtnTapped(); },
-                                          [&] { stream().playToEnd(); }};
+    const std::function<void()> ends[] = {
+        [&] { events->stopVideo(); }, [&] { player().closeBtnTapped(); },
+        [&] { (stream().playToEnd(), fake.mainQueue->drain()); }};  // told, not yet taken down
     for (const bool withinTheExit : {true, false}) {
         for (const auto& end : ends) {
             play(true);
             listener->onExit = [&] { return withinTheExit ? letGo() : void(); };
             end();
-            if (&end == &ends[2]) fake.mainQueue->drain();  // the end is told, not yet taken down
             letGo();
-            expectARecordAndNothingLeft(2);
+            expectARecordAndNothingLeft();
         }
     }
 }
 
-TEST_F(Teardown, APlayerThatNobodyShowsLivesUntilItHasClosed) {
-    play(false);
-    events->exitFullScreen();
-    letGo();
-    pass(1s);
-    stream().playToEnd();
-    expectARecordAndNothingLeft(3);
-
+TEST_F(Teardown, APlayerThatNobodyShowsLivesUntilItHasClosedOrBeenShown) {
     play(false);
     events->exitFullScreen();
     events->enterFullScreen();
     letGo();
-    pass(1s);
-    EXPECT_EQ(fake.media->open(), 1u);
     root->dismiss(false);
-    run();
-    EXPECT_EQ(fake.media->open(), 0u) << "with the presentation, silently";
+    EXPECT_TRUE(controller.expired()) << "with the presentation, silently";
     ++requests;
-
-    window.reset();
-    play(false);
-    letGo();
-    stream().playToEnd();
-    expectARecordAndNothingLeft(2);
+    for (const bool windowed : {true, false}) {
+        if (!windowed) window.reset();
+        play(false);
+        if (windowed) events->exitFullScreen();
+        letGo();
+        stream().playToEnd();
+        expectARecordAndNothingLeft();
+    }
 }
 
-TEST_F(Teardown, AnExitThatIsAnsweredWithAnExitEndsNoLessAndNoMoreOften) {
-    listener->onExit = [&] {
-        events->exitFullScreen();
-        events->stopVideo();
-    };
-    play(true);
-    events->stopVideo();
-    expectARecordAndNothingLeft(2);
-    EXPECT_EQ(std::count(listener->told.begin(), listener->told.end(), "exit 2"), 2);
-    EXPECT_TRUE(place->subviews().empty());
-
-    listener->told.clear();
-    play(true);
-    events->enterFullScreen();
-    pass(1s);
+TEST_F(Teardown, AnExitThatIsAnsweredWithExitsEndsOnce) {
+    for (const bool fullScreen : {true, false}) {
+        play(true);
+        listener->onExit = [&] { (events->exitFullScreen(), events->stopVideo()); };
+        if (fullScreen) events->enterFullScreen();
+        fullScreen ? events->exitFullScreen() : events->stopVideo();
+        expectARecordAndNothingLeft();
+        EXPECT_EQ(listener->told, (std::vector<std::string>{"exit 2", "exit 2"}));
+        EXPECT_EQ(root->presentedViewController(), nullptr);
+        listener->onExit = [] {};
+    }
     events->exitFullScreen();
-    expectARecordAndNothingLeft(3);
-    pass(1s);
-    EXPECT_EQ(std::count(listener->told.begin(), listener->told.end(), "exit 3"), 2);
-    EXPECT_TRUE(place->subviews().empty()) << "what has closed does not return to its parent";
-    EXPECT_EQ(root->presentedViewController(), nullptr);
-
-    listener->onExit = [] {};
-    events->stopVideo();
-    requests -= 1;
-    expectARecordAndNothingLeft(3);
-    events->exitFullScreen();
-    EXPECT_EQ(place->subviews().size(), 1u) << "unless it is asked to";
+    EXPECT_EQ(place->subviews().size(), 1u) << "what closed long ago returns, though black";
 }
 
 TEST_F(Teardown, ATurnOfTheDeviceMayEndWhatCausedIt) {
     play(true);
-    const auto controller = events->playerVC;
     turn->then = [&] { events.reset(); };
     events->enterFullScreen();
-    EXPECT_EQ(root->presentedViewController(), controller);
-    controller->viewVideo->closeBtnTapped();
-    expectARecordAndNothingLeft(2);
+    EXPECT_EQ(root->presentedViewController(), controller.lock());
+    controller.lock()->viewVideo->closeBtnTapped();
+    expectARecordAndNothingLeft();
 
     play(true);
-    platform::UIDevice::current().setValue(1, "orientation");
     turn->then = [&] { events->exitFullScreen(); };
     events->enterFullScreen();
     EXPECT_EQ(root->presentedViewController(), nullptr);
     EXPECT_EQ(place->subviews().size(), 1u);
 }
 
-TEST_F(Teardown, TheStartIsTaggedBeforeThereIsAPlayerAndTheRecordWhereNobodyWaits) {
+TEST_F(Teardown, TheStartIsTaggedBeforeTheMainQueueTurnsAndTheRecordSentFromBehindIt) {
     builder = makeBuilder();
     builder->startVideoIn(place, nullptr, [&](auto started, auto) { events = started; });
-    const std::string link = R"(,"streamingLink":"https://s/v.m3u8")";
-    fake.session->answer(200, "[" + classJSON("c1", link) + "]");
-    ASSERT_EQ(fake.events().size(), 1u) << "before the main queue turns";
+    fake.session->answer(200, "[" + classJSON("c", R"(,"streamingLink":"https://s/v")") + "]");
+    ASSERT_EQ(fake.events().size(), 1u);
     EXPECT_TRUE(fake.events()[0].starts_with("On Demand Class Started"));
-    EXPECT_TRUE(fake.media->streams.empty());
     run();
     ASSERT_NE(events, nullptr);
-
-    const int usual = getpriority(PRIO_PROCESS, 0);
-    int niceness = usual;
+    int niceness = 0;  // of the calling thread
     std::thread::id recorder;
     fake.localytics->onCall = [&] {
-        niceness = getpriority(PRIO_PROCESS, 0);  // of the calling thread
+        niceness = getpriority(PRIO_PROCESS, 0);
         recorder = std::this_thread::get_id();
     };
     events->stopVideo();
-    expectARecordAndNothingLeft(0);
+    run();
+    ASSERT_TRUE(fake.session->waitForRequests(2));
     EXPECT_NE(recorder, std::this_thread::get_id());
-    EXPECT_GT(niceness, usual);
+    EXPECT_GT(niceness, getpriority(PRIO_PROCESS, 0));
 }
 
 }  // namespace

@@ -2,34 +2,28 @@ import QtQuick
 import QtTest
 import Korvel.Content
 
-// Handlers that end the player from within its own signals.
 Item {
     id: host
-    width: 640
-    height: 360
-
-    property var onceStarted: () => {}
-    property var onExit: () => {}
-    property string endsAt
-
-    function handle(signal) { if (signal === endsAt) player.stop() }
+    property var row: ({})
+    function handle(signal) { if (row.endsAt === signal) player.stop() }
 
     ClassesModel { id: classes }
+    Item { id: controls }
     PlayerItem {
         id: player
-        anchors.fill: parent
-        onStarted: { host.onceStarted(); host.handle("started") }
-        onExited: host.onExit()
+        width: 320; height: 180
+        startFullScreen: host.row.endsAt === "fullScreen"
+        overlay: host.row.overlay ?? null
+        onStarted: { host.row.first?.(); host.handle("started") }
+        onExited: player.stop()
         onActiveChanged: if (active) host.handle("active")
         onPlayingChanged: host.handle(playing ? "playing" : "paused")
         onBufferingChanged: host.handle("buffering")
         onFullScreenChanged: if (fullScreen) host.handle("fullScreen")
     }
-    Rectangle { id: controls }
-    SignalSpy { id: started; target: player; signalName: "started" }
     SignalSpy { id: exits; target: player; signalName: "exited" }
     SignalSpy { id: closings; target: player; signalName: "closed" }
-    SignalSpy { id: statuses; target: player; signalName: "statusChanged" }
+    SignalSpy { id: starts; target: player; signalName: "started" }
 
     TestCase {
         name: "Teardown"
@@ -40,56 +34,26 @@ Item {
             tryVerify(() => classes.count > 0)
             player.ondemandClass = classes.classAt(0)
         }
-        function init() {
-            for (const spy of [started, exits, closings, statuses]) spy.clear()
+        function test_AHandlerThatEndsThePlayerIsTheLastToHearOfIt_data() {
+            const early = ["active", "playing", "buffering", "fullScreen"].map(at => ({ tag: at, endsAt: at, starts: 0 }))
+            return early.concat([
+                { tag: "paused", endsAt: "paused", first: () => player.pause() },
+                { tag: "the stream fails", endsAt: "paused" },
+                { tag: "leaves full screen", first: () => { player.enterFullScreen(); player.exitFullScreen() }, exits: 2 },
+                { tag: "own controls", overlay: controls, first: () => { player.showOverlay(); player.hideOverlay() }, endsAt: "started" }])
+        }
+        function test_AHandlerThatEndsThePlayerIsTheLastToHearOfIt(row) {
             const played = { tag: "c", className: "", classDescription: "", intensity: 1, skill: 1, durationSecond: 1,
                              durationMinutes: "1", equipmentTypes: false, creationDate: "", lastModifiedDate: "",
                              favourite: false, streamingLink: service.settings.baseURL + "no/stream.m3u8" }
             service.answer("/ondemand/v1/perform/", 200, JSON.stringify([played]))
-        }
-        function cleanup() {
-            host.endsAt = ""
-            host.onceStarted = host.onExit = () => {}
-            player.startFullScreen = false
-            player.stop()
-        }
-
-        function test_APlayerThatIsStoppedInAHandlerTellsItsEndOnceAndNothingAfterwards_data() {
-            return ["active", "playing", "buffering", "fullScreen", "started", "paused", "failing"].map(at => ({ tag: at }))
-        }
-        function test_APlayerThatIsStoppedInAHandlerTellsItsEndOnceAndNothingAfterwards(data) {
-            const failing = data.tag === "failing"  // the stream, by itself
-            host.endsAt = failing ? "paused" : data.tag
-            if (!failing) host.onceStarted = () => player.pause()
-            host.onExit = () => player.stop()
-            player.startFullScreen = data.tag === "fullScreen"
+            for (const spy of [exits, closings, starts]) spy.clear()
+            host.row = row
             player.start()
             tryCompare(closings, "count", 1)
             wait(0)
             compare([player.active, player.playing, player.buffering, player.fullScreen], [false, false, false, false])
-            compare([exits.count, closings.count, statuses.count], [1, 1, data.tag === "started" ? 1 : 0])
-            compare(started.count, ["started", "paused", "failing"].includes(data.tag) ? 1 : 0)
-        }
-
-        function test_LeavingFullScreenMayBeAnsweredWithTheEnd() {
-            host.onceStarted = () => {
-                player.enterFullScreen()
-                host.onExit = () => player.stop()
-                player.exitFullScreen()
-            }
-            player.start()
-            tryCompare(closings, "count", 1)
-            wait(0)
-            compare([player.active, player.fullScreen, exits.count, closings.count], [false, false, 2, 1])
-        }
-
-        function test_OverControlsOfTheHostsOwnThereIsNothingToShowOrHide() {
-            player.overlay = controls
-            host.onceStarted = () => { player.showOverlay(); player.hideOverlay() }
-            player.start()
-            tryCompare(started, "count", 1)
-            player.stop()
-            player.overlay = null
+            compare([starts.count, exits.count, closings.count], [row.starts ?? 1, row.exits ?? 1, 1])
         }
     }
 }
