@@ -29,8 +29,9 @@ constexpr guint64 usualSpeed = 10'000;
 /// The least variant.
 constexpr guint64 leastSpeed = 1;
 
-/// After which a seek that nothing is being done for has been lost.
-constexpr auto patience = std::chrono::seconds(1);
+constexpr auto vigilTick = std::chrono::seconds(1);
+constexpr int playingPatience = 3;
+constexpr int longestLimit = 30;
 
 constexpr auto flushingSeek =
     static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | GST_SEEK_FLAG_ACCURATE);
@@ -141,20 +142,25 @@ void Pipeline::setRate(double rate) {
     }
     playing_ = rate > 0;
     if (!reloading_) resume();
+    watch();
 }
 
 void Pipeline::resume() {
     gst_element_set_state(playbin_.get(), playing_ ? GST_STATE_PLAYING : GST_STATE_PAUSED);
 }
 
-/// At once where the elements can, else by going on from here.
+/// At once where the elements can, else by going on from here. Not at once where the demuxer may
+/// change variants: the new one's elements know nothing of the rate, and fail.
 void Pipeline::changeRate(double rate) {
     if (reloading_) return;  // which ends with a seek at the rate of then
-    if (gst_element_seek(playbin_.get(), rate, GST_FORMAT_TIME, GST_SEEK_FLAG_INSTANT_RATE_CHANGE,
-                         GST_SEEK_TYPE_NONE, 0, GST_SEEK_TYPE_NONE, 0)) {
-        return;
-    }
-    if (const auto here = position()) jump(*here, rate);
+    isInstant_ = !adapts_ && gst_element_seek(playbin_.get(), rate, GST_FORMAT_TIME,
+                                              GST_SEEK_FLAG_INSTANT_RATE_CHANGE, GST_SEEK_TYPE_NONE,
+                                              0, GST_SEEK_TYPE_NONE, 0);
+    if (!isInstant_) goOn();
+}
+
+void Pipeline::goOn() {
+    if (const auto here = position()) jump(*here, rate_);
 }
 
 /// Demuxers choose the segment by a time line on which its pictures come later, by the origin:
@@ -169,6 +175,7 @@ bool Pipeline::jump(nanoseconds to, double rate) {
 /// The line is slower than usual: from now on the demuxer chooses by what it measures.
 void Pipeline::adapt() {
     adapts_ = true;
+    if (isInstant_.exchange(false)) goOn();
     GstIterator* demuxers =
         gst_bin_iterate_all_by_element_factory_name(GST_BIN(playbin_.get()), "hlsdemux");
     gst_iterator_foreach(
@@ -192,10 +199,9 @@ void Pipeline::seek(nanoseconds to) {
     if (stopped_) return;
     flushed_ = false;
     seeking_ = true;
-    onHelper([to, seek = ++seeks_](Pipeline& self) {
-        self.watch(seek, self.progress());
-        self.go(to);
-    });
+    ended_ = false;
+    watch();
+    onHelper([to](Pipeline& self) { self.go(to); });
 }
 
 void Pipeline::go(nanoseconds to) {
@@ -204,23 +210,47 @@ void Pipeline::go(nanoseconds to) {
     if (seeking_.exchange(false)) events_->seekEnded();
 }
 
-/// A seek that meets the demuxer's change of variant may throw away what the change waits for, and
-/// no picture ever comes. Whoever waits for bytes or a key, or decodes towards the place, is not
-/// lost.
-void Pipeline::watch(std::uint64_t seek, Progress before) {
-    DispatchQueue::global().asyncAfter(patience, [weak = weak_from_this(), seek, before] {
+Pipeline::Progress Pipeline::progress() const {
+    return {route_->portions(), frames_->count(), position()};
+}
+
+bool Pipeline::isDue() const { return seeking_ || (playing_ && !ended_); }
+
+/// While something has to come, looks whether it does. A seek or a new rate that meets the
+/// demuxer's change of variant may throw away what the change waits for, and nothing ever comes.
+void Pipeline::watch() {
+    if (isDue() && !watching_.exchange(true)) keep({.last = progress()});
+}
+
+void Pipeline::keep(Vigil vigil) {
+    DispatchQueue::global().asyncAfter(vigilTick, [weak = weak_from_this(), vigil]() mutable {
         const auto self = weak.lock();
-        if (!self || self->closed_ || !self->seeking_ || self->seeks_ != seek) return;
-        const bool lost = !self->route_->isWaiting() && self->progress() == before;
-        if (lost) self->reload();
-        self->watch(seek, self->progress());
+        if (!self || self->closed_ || self->stopped_) return;
+        if (!self->isDue()) {
+            self->watching_ = false;
+            return self->watch();  // it may have become due meanwhile
+        }
+        const auto now = self->progress();
+        if (now.pictures != vigil.last.pictures) vigil.limit = 1;
+        // Who waits for the line or for a key is not lost.
+        const bool idle = now == vigil.last && !self->route_->isWaiting();
+        vigil.idleTicks = idle ? vigil.idleTicks + 1 : 0;
+        vigil.last = now;
+        if (vigil.idleTicks >= vigil.limit * (self->seeking_ ? 1 : playingPatience)) {
+            vigil.limit = std::min(2 * vigil.limit, longestLimit);
+            vigil.idleTicks = 0;
+            self->reload();
+        }
+        self->keep(std::move(vigil));
     });
 }
 
-/// Opens the stream once more, and goes on where the last seek went.
+/// Opens the stream once more, and goes on where the last seek went, or from the picture shown.
 void Pipeline::reload() {
     const std::lock_guard lock(life_);
     if (closed_ || stopped_) return;
+    const auto shown = newestFrame();
+    if (!seeking_) from_ = shown ? shown->time.count() : 0;
     reloading_ = true;
     frames_->keepPicture();
     g_object_set(playbin_.get(), "connection-speed", adapts_ ? leastSpeed : usualSpeed, nullptr);
@@ -236,9 +266,14 @@ std::int64_t Pipeline::within(nanoseconds time) const {
 }
 
 std::optional<nanoseconds> Pipeline::position() const {
+    if (!ready_) return std::nullopt;
     gint64 time = 0;
-    if (!ready_ || !gst_element_query_position(playbin_.get(), GST_FORMAT_TIME, &time))
-        return std::nullopt;
+    // The sink answers by itself; the playbin waits while it changes what it is made of.
+    const auto ask = [&](GstElement* element) {
+        return gst_element_query_position(element, GST_FORMAT_TIME, &time) != FALSE;
+    };
+    const bool known = frames_->count() > 0 ? ask(frames_->element()) : ask(playbin_.get());
+    if (!known) return std::nullopt;
     return std::max(nanoseconds(time) - frames_->origin(), nanoseconds(from_));
 }
 
@@ -260,9 +295,10 @@ void Pipeline::heard(GstMessage* message) {
         case GST_MESSAGE_BUFFERING:
             return buffering(message);
         case GST_MESSAGE_DURATION_CHANGED:
-            if (ready_) readDuration();
-            return;
+            if (!ready_) return;
+            return onHelper([](Pipeline& self) { self.readDuration(); });
         case GST_MESSAGE_EOS:
+            ended_ = true;
             return events_->playedToEnd();
         case GST_MESSAGE_LATENCY:
             return onHelper(
@@ -283,13 +319,14 @@ void Pipeline::prerolled() {
             if (!self.closed_ && !self.stopped_) self.resume();
         });
     } else if (!ready_.exchange(true)) {
-        readDuration();
-        if (!buffering_) events_->buffered(true);
-        events_->ready();
-    } else if (seeking_ && flushed_) {
-        seeking_ = false;
+        onHelper([](Pipeline& self) {
+            self.readDuration();
+            if (!self.buffering_) self.events_->buffered(true);
+            self.events_->ready();
+        });
+    } else if (flushed_.exchange(false)) {
         if (adapts_) onHelper([](Pipeline& self) { self.adapt(); });  // a new demuxer does not yet
-        events_->seekEnded();
+        if (seeking_.exchange(false)) events_->seekEnded();
     }
 }
 

@@ -48,24 +48,33 @@ private:
     void prerolled();
     void buffering(GstMessage* message);
     void stumbled(GstMessage* message);
-    void readDuration();
     void fail(const NSError& error);
 
-    /// What has come over the line and out of the decoder.
+    /// What has come over the line and out of the decoder, and what of it has been played.
     struct Progress {
-        std::uint64_t portions;
-        std::uint64_t pictures;
+        std::uint64_t portions = 0;
+        std::uint64_t pictures = 0;
+        std::optional<std::chrono::nanoseconds> position;
         bool operator==(const Progress&) const = default;
     };
-    Progress progress() const { return {route_->portions(), frames_->count()}; }
+    Progress progress() const;
+    struct Vigil {
+        Progress last;
+        int idleTicks = 0;
+        int limit = 1;  ///< of these while seeking; thrice as many while playing
+    };
 
     // Helper threads.
-    void watch(std::uint64_t seek, Progress before);
+    void readDuration();  ///< not from a message: the demuxer waits for who heard it
+    bool isDue() const;
+    void watch();
+    void keep(Vigil vigil);
     void reload();
     void resume();
     void go(std::chrono::nanoseconds to);
     bool jump(std::chrono::nanoseconds to, double rate);
     void changeRate(double rate);
+    void goOn();
     void adapt();
     void chooseClock();
 
@@ -86,8 +95,10 @@ private:
     std::atomic<bool> adapts_ = false;     ///< the demuxer chooses the variant
     std::atomic<bool> playing_ = false;
     std::atomic<bool> seeking_ = false;
+    std::atomic<bool> isInstant_ = false;  ///< the rate, changed without a seek
     std::atomic<bool> reloading_ = false;  ///< until it is where it was
-    std::atomic<std::uint64_t> seeks_ = 0;
+    std::atomic<bool> ended_ = false;
+    std::atomic<bool> watching_ = false;
     std::atomic<bool> flushed_ = false;   ///< by the seek in progress
     std::atomic<std::int64_t> from_ = 0;  ///< where the last seek went: nothing earlier is shown
     std::atomic<double> rate_ = 1;        ///< of the pipeline's clock, also while paused
