@@ -125,6 +125,23 @@ TEST(Decoding, AnErrorNamesTheMemberAndTheReason) {
     EXPECT_TRUE(range(R"({"min":"","max":2,"min":1})", &untouched));
 }
 
+TEST(Decoding, AProcessMayEndInTheMiddleOfIt) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    const auto end = [] {
+        // What is destroyed at exit, which takes its time, has been when this runs.
+        std::atexit([] { std::this_thread::sleep_for(std::chrono::milliseconds(50)); });
+        for (int i = 0; i < 4; ++i) {
+            std::thread([] {
+                for (const auto page = pageJSON(classJSON("any"));;)
+                    tests::decoded<KCSDKOndemandClassResponse>(page);
+            }).detach();
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));  // whatever they are at then
+        std::exit(0);
+    };
+    EXPECT_EXIT(end(), testing::ExitedWithCode(0), "");
+}
+
 TEST(Decoding, ManyThreadsDecodeAtOnce) {
     const std::string json = pageJSON(classJSON("first") + "," + classJSON("second"));
     const auto decode = [&] {

@@ -5,7 +5,9 @@
 
 #include <atomic>
 #include <bit>
+#include <cstdlib>
 #include <cstring>
+#include <shared_mutex>
 
 namespace korvel::platform {
 namespace {
@@ -49,6 +51,18 @@ private:
     static inline std::atomic<dom::parser*> spare_ = nullptr;
     dom::parser* parser_;
 };
+
+/// The library destroys its implementations at exit, which waits for no thread of the pool: those
+/// that are parsing are let finish, those that come later go no further.
+std::shared_lock<std::shared_mutex> untilExit() {
+    static std::shared_mutex& gate = []() -> std::shared_mutex& {
+        simdjson::get_active_implementation()->name();  // made before, so destroyed after the gate
+        static auto* const made = new std::shared_mutex;
+        std::atexit([] { made->lock(); });
+        return *made;
+    }();
+    return std::shared_lock(gate);
+}
 
 std::string_view nameOf(dom::element_type type) {
     switch (type) {
@@ -225,11 +239,13 @@ bool JSONCoding::decode(Data body, Reader reader, void* into, DecodingError* err
 
     Parser parser;
     dom::element root;
+    auto running = untilExit();
     auto status = parser.parse(text, root);
     if (status == simdjson::NUMBER_ERROR &&
         replaceNumbersOutOfRange(reinterpret_cast<char*>(text.data()), size)) {
         status = parser.parse(text, root);
     }
+    running.unlock();
     if (status) {
         failure = {.path = {}, .reason = simdjson::error_message(status)};
         return false;
