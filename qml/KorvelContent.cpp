@@ -13,6 +13,8 @@
 #include <QLoggingCategory>
 #include <QSslCertificate>
 #include <QSslConfiguration>
+#include <chrono>
+#include <thread>
 #include <utility>
 
 namespace korvel::qml {
@@ -23,6 +25,9 @@ using platform::Device;
 using platform::MainQueue;
 
 Q_LOGGING_CATEGORY(log, "korvel.content")
+
+/// For records on their way when the application quits.
+constexpr std::chrono::seconds longestEnding(3);
 
 constexpr const char* settingNames[] = {
     "baseURL", "apiKey",     "secretKey",       "tenantId",  "localyticsKey",
@@ -120,7 +125,22 @@ bool KorvelContent::installDevice(const QVariantMap& settings) {
     connect(screen_.get(), &platform::ScreenHostQtQuick::orientationChanged, this,
             &KorvelContent::deviceOrientationChanged);
     qAddPostRoutine([] { instance().screen_.reset(); });
+    connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this,
+            &KorvelContent::end);
     return true;
+}
+
+void KorvelContent::playerClosed() { watch_->expectRecord(); }
+
+/// The event loop has ended: what the closing needs of it is done here.
+void KorvelContent::end() {
+    Q_EMIT ending();
+    const auto latest = std::chrono::steady_clock::now() + longestEnding;
+    while (true) {
+        Device::current().mainQueue->drain();
+        if (watch_->allRecordsAreOut() || std::chrono::steady_clock::now() > latest) return;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
 }
 
 platform::ScreenHostQtQuick& KorvelContent::screenOn(QQuickWindow& window) {

@@ -96,8 +96,11 @@ public:
 
     /// The screen's mirror, attached to `window`: the first that plays shows full screen, too.
     platform::ScreenHostQtQuick& screenOn(QQuickWindow& window);
+    /// A player has closed: before the application quits, its record goes out.
+    void playerClosed();
 
 Q_SIGNALS:
+    void ending();  ///< for the players, which close now
     void configuredChanged();
     void loggedInChanged();
     void answerTimeoutChanged();
@@ -110,6 +113,7 @@ Q_SIGNALS:
 private:
     KorvelContent();
     bool installDevice(const QVariantMap& settings);
+    void end();
     void setLoggedIn(bool loggedIn, const QString& userName);
     void setSubscriptionId(const QString& subscriptionId);
 

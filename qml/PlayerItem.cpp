@@ -1,5 +1,6 @@
 #include <korvel/platform/Device.h>
 #include <korvel/platform/avfoundation/AVPlayer.h>
+#include <korvel/platform/avfoundation/AVPlayerLayer.h>
 #include <korvel/platform/backends/qtquick/ScreenHostQtQuick.h>
 #include <korvel/player/KCSDKPlayerView.h>
 #include <korvel/player/KCSDKPlayerViewController.h>
@@ -20,10 +21,24 @@ namespace korvel::qml {
 namespace {
 constexpr int consentRequiredStatus = 601;
 constexpr qreal timeStep = 1.0 / 30;
+
+platform::AVLayerVideoGravity gravityOf(PlayerItem::FillMode mode) {
+    using enum platform::AVLayerVideoGravity;
+    switch (mode) {
+        case PlayerItem::Fit:
+            return resizeAspect;
+        case PlayerItem::Stretch:
+            return resize;
+        case PlayerItem::Crop:
+            break;
+    }
+    return resizeAspectFill;
+}
 }  // namespace
 
 PlayerItem::PlayerItem(QQuickItem* parent) : QQuickItem(parent) {
     connect(&request_, &ServiceRequest::failed, this, &PlayerItem::failed);
+    connect(&KorvelContent::instance(), &KorvelContent::ending, this, &PlayerItem::stop);
 }
 
 PlayerItem::~PlayerItem() {
@@ -45,6 +60,12 @@ void PlayerItem::setOverlay(QQuickItem* overlay) {
     if (overlay_ == overlay) return;
     overlay_ = overlay;
     Q_EMIT overlayChanged();
+}
+
+void PlayerItem::setFillMode(FillMode mode) {
+    if (std::exchange(fillMode_, mode) == mode) return;
+    if (view()) view()->playerLayer()->setVideoGravity(gravityOf(mode));
+    Q_EMIT fillModeChanged();
 }
 
 bool PlayerItem::tell(Signal signal) {
@@ -100,6 +121,7 @@ void PlayerItem::send() {
 void PlayerItem::adopt(Events events) {
     if (!events) return request_.fail(tr("The service knows no such class."));
     events_ = std::move(events);
+    if (view()) view()->playerLayer()->setVideoGravity(gravityOf(fillMode_));
     watchStream();
     const bool remains = set(fullScreen_, !events_->parentView, &PlayerItem::fullScreenChanged) &&
                          set(playing_, autoPlay_, &PlayerItem::playingChanged) &&

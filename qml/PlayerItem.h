@@ -37,6 +37,9 @@ class PlayerItem : public QQuickItem {
     /// The host's own controls, put over the picture in place of the SDK's, full screen too; null:
     /// the SDK's. Counts from the next start on. The item returns to its place afterwards.
     Q_PROPERTY(QQuickItem* overlay READ overlay WRITE setOverlay NOTIFY overlayChanged)
+    /// How the picture fills the item: cut off at its edges (`Crop`, the default), whole with
+    /// empty margins (`Fit`), or distorted (`Stretch`).
+    Q_PROPERTY(FillMode fillMode READ fillMode WRITE setFillMode NOTIFY fillModeChanged)
     /// Colours, pictures and font of the SDK's controls, from the next start on.
     Q_PROPERTY(korvel::qml::PlayerLook* look READ look CONSTANT)
 
@@ -58,6 +61,9 @@ class PlayerItem : public QQuickItem {
     Q_PROPERTY(int performedSeconds READ performedSeconds NOTIFY exited)
 
 public:
+    enum FillMode { Crop, Fit, Stretch };
+    Q_ENUM(FillMode)
+
     explicit PlayerItem(QQuickItem* parent = nullptr);
     ~PlayerItem() override;
 
@@ -83,6 +89,8 @@ public:
     void setOndemandClass(const OndemandClass& ondemandClass);
     QQuickItem* overlay() const { return overlay_; }
     void setOverlay(QQuickItem* overlay);
+    FillMode fillMode() const { return fillMode_; }
+    void setFillMode(FillMode mode);
     PlayerLook* look() { return &look_; }
     ServiceRequest* request() { return &request_; }
     bool active() const { return events_ != nullptr; }
@@ -116,6 +124,7 @@ Q_SIGNALS:
     void startFullScreenChanged();
     void autoPlayChanged();
     void overlayChanged();
+    void fillModeChanged();
     void activeChanged();
     void playingChanged();
     void bufferingChanged();
@@ -145,6 +154,7 @@ private:
     float rate() const;
 
     OndemandClass class_;
+    FillMode fillMode_ = Crop;
     QPointer<QQuickItem> overlay_;
     PlayerLook look_;
     ServiceRequest request_;

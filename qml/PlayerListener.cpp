@@ -1,4 +1,5 @@
 #include <korvel/platform/avfoundation/AVPlayerItem.h>
+#include <korvel/qml/KorvelContent.h>
 #include <korvel/qml/PlayerItem.h>
 #include <korvel/qml/PlayerListener.h>
 
@@ -12,6 +13,7 @@ void PlayerListener::playerStatusWithStatus(std::int64_t status) {
 }
 
 void PlayerListener::playerExitWithDuration(std::int64_t duration) {
+    if (!item_ || !item_->returning_) KorvelContent::instance().playerClosed();
     if (item_) item_->exit(static_cast<int>(duration));
 }
 

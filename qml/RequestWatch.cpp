@@ -24,7 +24,9 @@ void RequestWatch::expectLogin() {
 
 void RequestWatch::requestStarted(RequestId id, const platform::URLRequest& request) {
     const std::lock_guard lock(mutex_);
-    const bool isLogin = request.url.absoluteString().ends_with("/oauth/sdk/login");
+    const auto address = request.url.absoluteString();
+    if (address.ends_with("/ondemandtracking")) records_.insert(id);
+    const bool isLogin = address.ends_with("/oauth/sdk/login");
     auto ticket = isLogin ? login_ : std::weak_ptr(asking);
     if (ticket.expired()) return;
     tickets_[id] = std::move(ticket);
@@ -38,6 +40,10 @@ std::shared_ptr<Ticket> RequestWatch::ticketOf(RequestId id) {
 }
 
 void RequestWatch::requestEnded(RequestId id, const platform::Exchange& exchange) {
+    {
+        const std::lock_guard lock(mutex_);
+        if (records_.erase(id) > 0) ++endedRecords_;
+    }
     const auto ticket = ticketOf(id);
     if (!ticket) return;
     if (exchange.error) {

@@ -4,9 +4,11 @@
 #include <korvel/platform/foundation/MainQueue.h>
 #include <korvel/qml/ServiceRequest.h>
 
+#include <atomic>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 
 namespace korvel::qml {
 
@@ -30,6 +32,11 @@ public:
     /// The log-in's request starts half a second after it was asked for, out of nowhere.
     void expectLogin();
 
+    /// A player has closed, and the record of its performance will go out.
+    void expectRecord() { ++expectedRecords_; }
+    /// Whether the requests of all these have ended, well or not.
+    bool allRecordsAreOut() const { return endedRecords_ >= expectedRecords_; }
+
     void requestStarted(RequestId id, const platform::URLRequest& request) override;
     void requestEnded(RequestId id, const platform::Exchange& exchange) override;
     void decodingFailed(RequestId id, const std::string& record, const std::string& path,
@@ -42,6 +49,9 @@ private:
     std::mutex mutex_;
     std::map<RequestId, std::weak_ptr<Ticket>> tickets_;
     std::weak_ptr<Ticket> login_;
+    std::set<RequestId> records_;
+    std::atomic<int> expectedRecords_ = 0;
+    std::atomic<int> endedRecords_ = 0;
 };
 
 }  // namespace korvel::qml

@@ -34,6 +34,8 @@ public:
     Q_INVOKABLE void breakOff(const QString& path) {
         service_.script(path.toStdString(), "", {.resetAfter = 0});
     }
+    /// As at the end of `exec`.
+    Q_INVOKABLE void quit() { QMetaObject::invokeMethod(qApp, "aboutToQuit"); }
     Q_INVOKABLE bool waitForHeld() { return service_.waitForHeld(1); }
     Q_INVOKABLE void release() { service_.release(); }
 

@@ -190,6 +190,11 @@ Item {
             tryCompare(shown, "active", true)
             shown.destroy()
             tryCompare(service, "performances", 2)
+            const open = createTemporaryObject(playerComponent, host, { ondemandClass: details.ondemandClass })
+            open.start()
+            tryCompare(open, "active", true)
+            service.quit()
+            compare([open.active, service.performances], [false, 3])
 
             service.hold("/ondemand/v1/perform/")
             const late = createTemporaryObject(playerComponent, host, { ondemandClass: details.ondemandClass, startFullScreen: true })
@@ -198,7 +203,7 @@ Item {
             late.destroy()
             wait(0)
             service.release()
-            tryCompare(service, "performances", 3)
+            tryCompare(service, "performances", 4)
             KorvelContent.logout()
             verify(!KorvelContent.loggedIn && KorvelContent.subscriptionId === "")
         }
