@@ -1,15 +1,25 @@
 #include <korvel/platform/backends/curl/CurlLibrary.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <mutex>
 #include <utility>
 #include <vector>
 
+// Weak: there with a curl that stands on OpenSSL, and null with another.
+extern "C" [[gnu::weak]] int OPENSSL_init_crypto(std::uint64_t options, const void* settings);
+
 namespace korvel::platform {
 
 namespace {
+
+/// OpenSSL frees what it has at exit, under the threads of the pool, for which no exit waits.
+void keepOpenSSLAtExit() {
+    constexpr std::uint64_t noExitHandler = 0x00080000;  // OPENSSL_INIT_NO_ATEXIT
+    if (OPENSSL_init_crypto) OPENSSL_init_crypto(noExitHandler, nullptr);
+}
 
 class OpenUsers {
 public:
@@ -26,6 +36,7 @@ public:
 
 private:
     OpenUsers() {
+        keepOpenSSLAtExit();
         curl_global_init(CURL_GLOBAL_ALL);  // first: exit handlers run in reverse order
         std::atexit([] { shared().stopAll(); });
     }
