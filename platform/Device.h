@@ -28,7 +28,9 @@ class StreamLoader;
 struct DeviceOptions {
     /// Names the folder of the keychain and the event journal; the program's file name if empty.
     std::string applicationName = {};
-    /// Where that folder lies; `$XDG_DATA_HOME`, else `~/.local/share`, if empty.
+    /// Where that folder lies; `$XDG_DATA_HOME`, else `~/.local/share`, if empty. Not tried before
+    /// it is needed: where nothing can be written nothing is remembered, and the service refuses
+    /// (401) what needs a log-in.
     std::filesystem::path dataFolder = {};
     /// PEM file trusted instead of the system's authorities, for development services.
     std::filesystem::path certificateAuthorityFile = {};
