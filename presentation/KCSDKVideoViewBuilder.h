@@ -69,8 +69,9 @@ public:
     /// `completionBlock` runs on the main queue, at most once, and must not throw. Error 601: the
     /// user must consent first (see `KCSDKNetworkManager::performClass`). Neither events nor error:
     /// the service knows no such class, or its answer holds none. Never: no connection, or before
-    /// `KCSDK::initialize`. Without a class it runs at once, on the caller's thread, with an error
-    /// of empty domain and code 0. A record whose stream has no address ends the process.
+    /// `KCSDK::initialize`. Afterwards, without a class, it runs at once, on the caller's thread,
+    /// with an error of empty domain and code 0. A record whose stream has no address ends the
+    /// process.
     ///
     /// A start cannot be taken back, and keeps both views until its answer came. An embedded player
     /// lives as long as its parent view, a presented one as long as it is presented: with these it

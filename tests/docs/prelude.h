@@ -3,10 +3,6 @@
 // What the documentation's examples take for granted.
 #include <korvel/KorvelContentSDK.h>
 
-struct QuietConsole final : korvel::platform::Console {
-    void print(std::string_view) override {}
-};
-
 inline std::shared_ptr<korvel::KCSDKOndemandClass> chosenClass;
 inline std::shared_ptr<korvel::platform::UIView> parentView;
 inline std::shared_ptr<korvel::KCSDKPlayerEvents> remoteControl;
@@ -15,3 +11,9 @@ inline void showSummary(std::int64_t) {}
 inline void showFailure(const std::string&) {}
 inline void play(const std::shared_ptr<korvel::KCSDKOndemandClass>&) {}
 inline void askForConsent(const korvel::NSError&) {}
+inline void askForSubscription() {}
+inline korvel::NSError startError;
+inline void startAgain() {}
+inline void showOffline() {}
+inline void showCatalogue() {}
+inline void showLogIn() {}
