@@ -37,7 +37,8 @@ public:
     KCSDKPlayerView(const platform::Device& device, std::shared_ptr<KCSDKNetworkManager> manager);
     ~KCSDKPlayerView() override;
 
-    /// Empty: the picture fills the view.
+    /// Empty: the picture fills the view and is cut off. Read at the first load, which a builder
+    /// has done by the time that it hands the player over: from then on `playerLayer` takes it.
     std::optional<platform::AVLayerVideoGravity> videoGravity;
     std::shared_ptr<KCSDKPlayerOverlay> overlayController;
     std::shared_ptr<KCSDKPlayerEvents> eventListner;  ///< kept, not read

@@ -14,8 +14,9 @@ class UIView;
 class KCSDKPlayerView;
 class KCSDKPlayerViewController;
 
-/// The host's remote control of one player. Keeping it keeps the player's controller; letting go of
-/// it stops nothing. Main queue.
+/// The host's remote control of one player. Keeping it keeps the player's controller and the parent
+/// view, so that the player plays on, unseen, when what showed them has gone; letting go of it
+/// stops nothing. Main queue.
 ///
 /// Let go of it once the player has closed: play and pause then still tell status 0, `stopVideo`
 /// reports and records again, `enterFullScreen` presents an empty black controller,
