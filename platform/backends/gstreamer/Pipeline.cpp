@@ -214,7 +214,9 @@ Pipeline::Progress Pipeline::progress() const {
     return {route_->portions(), frames_->count(), position()};
 }
 
-bool Pipeline::isDue() const { return seeking_ || (playing_ && !ended_); }
+bool Pipeline::isDue() const {
+    return ready_ && (seeking_ || ((playing_ || buffering_) && !ended_));
+}
 
 /// While something has to come, looks whether it does. A seek or a new rate that meets the
 /// demuxer's change of variant may throw away what the change waits for, and nothing ever comes.
@@ -336,6 +338,7 @@ void Pipeline::buffering(GstMessage* message) {
     const bool isDry = percent < 100 && !buffering_ && ready_ && !seeking_;
     buffering_ = percent < 100;
     if (isDry) onHelper([](Pipeline& self) { self.adapt(); });
+    if (buffering_ && !watching_) onHelper([](Pipeline& self) { self.watch(); });
     events_->buffered(percent >= 100);
 }
 
