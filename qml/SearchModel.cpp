@@ -3,7 +3,7 @@
 #include <korvel/qml/SearchModel.h>
 #include <korvel/sdk/KCSDK.h>
 
-#include <QMetaObject>
+#include <QTimer>
 #include <utility>
 
 namespace korvel::qml {
@@ -13,13 +13,10 @@ void SearchModel::change(QString& member, const QString& value) {
     member = value;
     Q_EMIT criteriaChanged();
     if (!complete_ || std::exchange(searchScheduled_, true)) return;
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
-            searchScheduled_ = false;
-            reload();
-        },
-        Qt::QueuedConnection);
+    QTimer::singleShot(0, this, [this] {
+        searchScheduled_ = false;
+        reload();
+    });
 }
 
 void SearchModel::askFor(int skip) {

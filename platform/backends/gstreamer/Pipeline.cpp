@@ -243,7 +243,7 @@ void Pipeline::keep(Vigil vigil) {
             vigil.idleTicks = 0;
             self->reload();
         }
-        self->keep(std::move(vigil));
+        self->keep(vigil);
     });
 }
 
