@@ -3,7 +3,7 @@
 #include <korvel/qml/SearchModel.h>
 #include <korvel/sdk/KCSDK.h>
 
-#include <QTimer>
+#include <QMetaObject>
 #include <utility>
 
 namespace korvel::qml {
@@ -13,10 +13,12 @@ void SearchModel::change(QString& member, const QString& value) {
     member = value;
     Q_EMIT criteriaChanged();
     if (!complete_ || std::exchange(searchScheduled_, true)) return;
-    QTimer::singleShot(0, this, [this] {
-        searchScheduled_ = false;
-        reload();
-    });
+    QMetaObject::invokeMethod(this, "search", Qt::QueuedConnection);
+}
+
+void SearchModel::search() {
+    searchScheduled_ = false;
+    reload();
 }
 
 void SearchModel::askFor(int skip) {

@@ -56,6 +56,7 @@ protected:
     void askFor(int skip) override;
 
 private:
+    Q_INVOKABLE void search();
     void change(QString& member, const QString& value);
 
     QString keywords_, query_, type_, classLanguage_, provider_, equipment_, duration_, intensity_,
