@@ -338,7 +338,7 @@ void Pipeline::buffering(GstMessage* message) {
     const bool isDry = percent < 100 && !buffering_ && ready_ && !seeking_;
     buffering_ = percent < 100;
     if (isDry) onHelper([](Pipeline& self) { self.adapt(); });
-    if (buffering_ && !watching_) onHelper([](Pipeline& self) { self.watch(); });
+    if (isDue() && !watching_) onHelper([](Pipeline& self) { self.watch(); });
     events_->buffered(percent >= 100);
 }
 
