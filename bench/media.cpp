@@ -7,10 +7,10 @@
 #include <korvel/platform/backends/gstreamer/MediaEngineGStreamer.h>
 #include <korvel/platform/foundation/SDKBundle.h>
 #include <korvel/platform/uikit/UIWindow.h>
+#include <korvel/player/KCSDKPlayerEventsListner.h>
+#include <korvel/player/KCSDKPlayerOverlay.h>
 #include <korvel/player/KCSDKPlayerView.h>
-#include <korvel/presentation/KCSDKPlayerEventsListner.h>
-#include <korvel/presentation/KCSDKPlayerOverlay.h>
-#include <korvel/service/ContentService.h>
+#include <service/ContentService.h>
 
 #include <gst/app/gstappsink.h>
 #include <gst/gst.h>

@@ -4,7 +4,7 @@
 
 #include <korvel/platform/backends/curl/URLSessionCurl.h>
 #include <korvel/platform/foundation/DispatchQueue.h>
-#include <korvel/service/ContentService.h>
+#include <service/ContentService.h>
 
 #include <curl/curl.h>
 #include <sys/resource.h>

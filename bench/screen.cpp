@@ -8,10 +8,10 @@
 #include <korvel/platform/backends/qtquick/ScreenHostQtQuick.h>
 #include <korvel/platform/foundation/SDKBundle.h>
 #include <korvel/platform/uikit/Screen.h>
+#include <korvel/player/KCSDKPlayerOverlay.h>
 #include <korvel/player/KCSDKPlayerView.h>
-#include <korvel/presentation/KCSDKPlayerOverlay.h>
-#include <korvel/presentation/ViewPinning.h>
-#include <korvel/service/ContentService.h>
+#include <korvel/player/ViewPinning.h>
+#include <service/ContentService.h>
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QEventLoop>

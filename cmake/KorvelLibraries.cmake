@@ -10,9 +10,9 @@ add_library(korvel_content SHARED ${objects})
 add_library(korvel::content ALIAS korvel_content)
 target_link_libraries(korvel_content PUBLIC Threads::Threads PRIVATE korvel_settings ${libraries})
 target_sources(korvel_content PUBLIC FILE_SET HEADERS
-    BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES "${PROJECT_SOURCE_DIR}/KorvelContentSDK.h" ${public_headers})
+    BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES "${PROJECT_SOURCE_DIR}/korvel/KorvelContentSDK.h" ${public_headers})
 target_include_directories(korvel_content INTERFACE
-    "$<BUILD_INTERFACE:${korvel_include_dir}>" "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
+    "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>" "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
 target_compile_features(korvel_content PUBLIC cxx_std_20)
 set(exports "${PROJECT_SOURCE_DIR}/cmake/exports.map")
 set_target_properties(korvel_content PROPERTIES LINK_DEPENDS "${exports}")
@@ -26,11 +26,15 @@ set_target_properties(korvel_content PROPERTIES
 add_library(korvel_internal STATIC ${objects})
 target_link_libraries(korvel_internal PUBLIC korvel_settings ${libraries})
 
+# Programs of the build tree find the bundle as those of an installation do.
+add_dependencies(korvel_content korvel_bundle)
+add_dependencies(korvel_internal korvel_bundle)
+
 include(CMakePackageConfigHelpers)
 set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/KorvelContentSDK")
 install(TARGETS korvel_content EXPORT KorvelContentSDKTargets COMPONENT sdk
     LIBRARY COMPONENT sdk NAMELINK_COMPONENT sdk
-    FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/korvel" COMPONENT sdk)
+    FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT sdk)
 install(EXPORT KorvelContentSDKTargets NAMESPACE korvel:: DESTINATION "${package_dir}" COMPONENT sdk)
 configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/KorvelContentSDKConfig.cmake.in"
     "${PROJECT_BINARY_DIR}/KorvelContentSDKConfig.cmake" INSTALL_DESTINATION "${package_dir}")

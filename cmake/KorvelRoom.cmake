@@ -11,17 +11,13 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 find_package(Threads REQUIRED)
 find_package(PkgConfig REQUIRED)
 
-# Headers lie beside their sources and are included as <korvel/room/Name.h>, in the tree as installed.
-set(korvel_include_dir "${PROJECT_BINARY_DIR}/include")
-file(MAKE_DIRECTORY "${korvel_include_dir}")
-file(CREATE_LINK "${PROJECT_SOURCE_DIR}" "${korvel_include_dir}/korvel" SYMBOLIC)
-
 add_library(korvel_settings INTERFACE)
 target_compile_options(korvel_settings INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Werror
     # g++ 12 takes moved-from variants and concatenated literals for faults when it optimises.
     $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized> $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
-target_include_directories(korvel_settings INTERFACE "${korvel_include_dir}")
+# Headers lie beside their sources: an include is the path from here, in the tree as installed.
+target_include_directories(korvel_settings INTERFACE "${PROJECT_SOURCE_DIR}")
 target_link_libraries(korvel_settings INTERFACE Threads::Threads)
 
 define_property(GLOBAL PROPERTY korvel_rooms BRIEF_DOCS "Rooms that make korvel::content")

@@ -1,5 +1,5 @@
-#include <korvel/service/Accounts.h>
-#include <korvel/service/Codes.h>
+#include <service/Accounts.h>
+#include <service/Codes.h>
 
 #include <utility>
 

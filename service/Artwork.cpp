@@ -1,4 +1,4 @@
-#include <korvel/service/Artwork.h>
+#include <service/Artwork.h>
 
 #include <cstdio>
 // libjpeg's header needs FILE and size_t to be there

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <korvel/service/Catalogue.h>
-#include <korvel/service/Endpoints.h>
+#include <service/Catalogue.h>
+#include <service/Endpoints.h>
 
 #include <string>
 

@@ -1,4 +1,4 @@
-#include <korvel/service/Catalogue.h>
+#include <service/Catalogue.h>
 
 #include <algorithm>
 #include <fstream>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <korvel/service/ClassFilter.h>
+#include <service/ClassFilter.h>
 
 #include <cstdint>
 #include <filesystem>

@@ -1,4 +1,4 @@
-#include <korvel/service/Channel.h>
+#include <service/Channel.h>
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>

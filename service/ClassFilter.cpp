@@ -1,4 +1,4 @@
-#include <korvel/service/ClassFilter.h>
+#include <service/ClassFilter.h>
 
 #include <algorithm>
 #include <charconv>

@@ -1,4 +1,4 @@
-#include <korvel/service/Codes.h>
+#include <service/Codes.h>
 
 #include <openssl/evp.h>
 #include <openssl/rand.h>

@@ -1,4 +1,4 @@
-#include <korvel/service/ContentKeys.h>
+#include <service/ContentKeys.h>
 
 #include <openssl/sha.h>
 

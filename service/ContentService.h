@@ -1,9 +1,9 @@
 #pragma once
 
-#include <korvel/service/Accounts.h>
-#include <korvel/service/Answer.h>
-#include <korvel/service/KeyServer.h>
-#include <korvel/service/ReceivedRequest.h>
+#include <service/Accounts.h>
+#include <service/Answer.h>
+#include <service/KeyServer.h>
+#include <service/ReceivedRequest.h>
 
 #include <chrono>
 #include <cstddef>

@@ -1,4 +1,4 @@
-#include <korvel/service/DevClient.h>
+#include <service/DevClient.h>
 
 #include <httplib.h>
 #include <stdexcept>

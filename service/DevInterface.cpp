@@ -1,4 +1,4 @@
-#include <korvel/service/DevInterface.h>
+#include <service/DevInterface.h>
 
 #include <nlohmann/json.hpp>
 #include <utility>

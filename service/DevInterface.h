@@ -1,7 +1,7 @@
 #pragma once
 
-#include <korvel/service/ContentService.h>
-#include <korvel/service/Endpoints.h>
+#include <service/ContentService.h>
+#include <service/Endpoints.h>
 
 namespace korvel::service {
 

@@ -1,5 +1,5 @@
-#include <korvel/service/Codes.h>
-#include <korvel/service/Endpoints.h>
+#include <service/Codes.h>
+#include <service/Endpoints.h>
 
 #include <charconv>
 #include <limits>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <korvel/service/Accounts.h>
-#include <korvel/service/Catalogue.h>
-#include <korvel/service/ContentService.h>
-#include <korvel/service/KeyServer.h>
+#include <service/Accounts.h>
+#include <service/Catalogue.h>
+#include <service/ContentService.h>
+#include <service/KeyServer.h>
 
 #include <httplib.h>
 #include <functional>

@@ -1,4 +1,4 @@
-#include <korvel/service/Gate.h>
+#include <service/Gate.h>
 
 namespace korvel::service {
 

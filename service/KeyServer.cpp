@@ -1,5 +1,5 @@
-#include <korvel/service/Codes.h>
-#include <korvel/service/KeyServer.h>
+#include <service/Codes.h>
+#include <service/KeyServer.h>
 
 #include <openssl/evp.h>
 #include <openssl/pem.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <korvel/service/ContentKeys.h>
+#include <service/ContentKeys.h>
 
 #include <cstddef>
 #include <filesystem>

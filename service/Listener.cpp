@@ -1,4 +1,4 @@
-#include <korvel/service/Listener.h>
+#include <service/Listener.h>
 
 #include <arpa/inet.h>
 #include <netinet/in.h>

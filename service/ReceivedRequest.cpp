@@ -1,4 +1,4 @@
-#include <korvel/service/ReceivedRequest.h>
+#include <service/ReceivedRequest.h>
 
 #include <strings.h>
 

@@ -1,5 +1,5 @@
-#include <korvel/service/Endpoints.h>
-#include <korvel/service/Wire.h>
+#include <service/Endpoints.h>
+#include <service/Wire.h>
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include <korvel/service/RequestLog.h>
+#include <service/RequestLog.h>
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <korvel/service/ReceivedRequest.h>
+#include <service/ReceivedRequest.h>
 
 #include <chrono>
 #include <condition_variable>

@@ -1,4 +1,4 @@
-#include <korvel/service/RequestReader.h>
+#include <service/RequestReader.h>
 
 #include <strings.h>
 #include <algorithm>

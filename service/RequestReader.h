@@ -1,7 +1,7 @@
 #pragma once
 
-#include <korvel/service/Channel.h>
-#include <korvel/service/ReceivedRequest.h>
+#include <service/Channel.h>
+#include <service/ReceivedRequest.h>
 
 #include <optional>
 #include <string>

@@ -1,4 +1,4 @@
-#include <korvel/service/Scripts.h>
+#include <service/Scripts.h>
 
 #include <algorithm>
 #include <utility>

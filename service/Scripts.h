@@ -1,6 +1,6 @@
 #pragma once
 
-#include <korvel/service/Answer.h>
+#include <service/Answer.h>
 
 #include <cstddef>
 #include <list>

@@ -1,4 +1,4 @@
-#include <korvel/service/Streams.h>
+#include <service/Streams.h>
 
 #include <fstream>
 #include <iterator>

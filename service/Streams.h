@@ -1,7 +1,7 @@
 #pragma once
 
-#include <korvel/service/Endpoints.h>
-#include <korvel/service/KeyServer.h>
+#include <service/Endpoints.h>
+#include <service/KeyServer.h>
 
 #include <filesystem>
 

@@ -1,4 +1,4 @@
-#include <korvel/service/TLSContext.h>
+#include <service/TLSContext.h>
 
 #include <openssl/evp.h>
 #include <openssl/pem.h>

@@ -1,6 +1,6 @@
-#include <korvel/service/Channel.h>
-#include <korvel/service/Gate.h>
-#include <korvel/service/Wire.h>
+#include <service/Channel.h>
+#include <service/Gate.h>
+#include <service/Wire.h>
 
 #include <strings.h>
 #include <algorithm>

@@ -1,5 +1,5 @@
-#include <korvel/service/ContentService.h>
-#include <korvel/service/DevClient.h>
+#include <service/ContentService.h>
+#include <service/DevClient.h>
 
 #include <CLI/CLI.hpp>
 #include <csignal>

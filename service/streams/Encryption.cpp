@@ -1,4 +1,4 @@
-#include <korvel/service/streams/Encryption.h>
+#include <service/streams/Encryption.h>
 
 #include <openssl/evp.h>
 

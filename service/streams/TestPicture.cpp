@@ -1,4 +1,4 @@
-#include <korvel/service/streams/TestPicture.h>
+#include <service/streams/TestPicture.h>
 
 #include <algorithm>
 #include <array>

@@ -1,5 +1,5 @@
-#include <korvel/service/streams/Encryption.h>
-#include <korvel/service/streams/TestPicture.h>
+#include <service/streams/Encryption.h>
+#include <service/streams/TestPicture.h>
 
 #include <gst/app/gstappsrc.h>
 #include <gst/gst.h>

@@ -13,10 +13,10 @@
 #include <korvel/platform/uikit/UIApplication.h>
 #include <korvel/platform/uikit/UIDevice.h>
 #include <korvel/platform/uikit/UIWindow.h>
+#include <korvel/player/KCSDKPlayerOverlay.h>
 #include <korvel/player/KCSDKPlayerView.h>
 #include <korvel/player/KCSDKPlayerViewController.h>
 #include <korvel/player/KCSDKPlayerViewModel.h>
-#include <korvel/presentation/KCSDKPlayerOverlay.h>
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 
 #include <korvel/KorvelContentSDK.h>
 #include <korvel/network/KCSDKNetworkManager.h>
-#include <korvel/sdk/KCSDKKeyChain.h>
+#include <korvel/session/KCSDKKeyChain.h>
 
 #include <gtest/gtest.h>
 

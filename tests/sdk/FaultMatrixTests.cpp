@@ -4,7 +4,7 @@
 #include <korvel/KorvelContentSDK.h>
 #include <korvel/network/KCSDKNetworkManager.h>
 #include <korvel/platform/backends/curl/URLSessionCurl.h>
-#include <korvel/service/ContentService.h>
+#include <service/ContentService.h>
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
-#include <korvel/service/Codes.h>
-#include <korvel/service/ContentService.h>
+#include <service/Codes.h>
+#include <service/ContentService.h>
 
 #include <gtest/gtest.h>
 #include <httplib.h>

@@ -1,4 +1,4 @@
-#include <korvel/service/ContentService.h>
+#include <service/ContentService.h>
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>

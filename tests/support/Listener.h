@@ -1,6 +1,6 @@
 #pragma once
 
-#include <korvel/presentation/KCSDKPlayerEventsListner.h>
+#include <korvel/player/KCSDKPlayerEventsListner.h>
 
 #include <functional>
 #include <string>

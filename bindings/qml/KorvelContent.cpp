@@ -1,0 +1,232 @@
+#include <bindings/qml/KorvelContent.h>
+#include <bindings/qml/RequestWatch.h>
+#include <bindings/qml/Text.h>
+#include <korvel/model/KCSDKUserSubscriptionRequest.h>
+#include <korvel/platform/Device.h>
+#include <korvel/platform/backends/gstreamer/MediaEngineGStreamer.h>
+#include <korvel/platform/backends/qtquick/ScreenHostQtQuick.h>
+#include <korvel/platform/uikit/Screen.h>
+#include <korvel/sdk/KCSDK.h>
+#include <korvel/session/KCSDKConfig.h>
+
+#include <QCoreApplication>
+#include <QLoggingCategory>
+#include <QSslCertificate>
+#include <QSslConfiguration>
+#include <chrono>
+#include <thread>
+#include <utility>
+
+namespace korvel::qml {
+
+namespace {
+
+using platform::Device;
+using platform::MainQueue;
+
+Q_LOGGING_CATEGORY(log, "korvel.content")
+
+/// For records on their way when the application quits.
+constexpr std::chrono::seconds longestEnding(3);
+
+constexpr const char* settingNames[] = {
+    "baseURL", "apiKey",     "secretKey",       "tenantId",  "localyticsKey",
+    "quiet",   "dataFolder", "applicationName", "audioSink", "certificateAuthorityFile"};
+
+class Silence final : public platform::Console {
+public:
+    void print(std::string_view) override {}
+};
+
+std::string setting(const QVariantMap& settings, const char* name) {
+    return settings.value(QLatin1String(name)).toString().toStdString();
+}
+
+bool areKnown(const QVariantMap& settings) {
+    for (auto each = settings.begin(); each != settings.end(); ++each) {
+        const auto isIt = [&](const char* name) { return each.key() == QLatin1String(name); };
+        if (std::none_of(std::begin(settingNames), std::end(settingNames), isIt)) {
+            qCWarning(log, "configure: there is no setting \"%s\"", qPrintable(each.key()));
+            return false;
+        }
+    }
+    return true;
+}
+
+/// Pictures come from the same service as everything else.
+void trustForPictures(const QString& authorityFile) {
+    auto trust = QSslConfiguration::defaultConfiguration();
+    trust.setCaCertificates(QSslCertificate::fromPath(authorityFile));
+    QSslConfiguration::setDefaultConfiguration(trust);
+}
+
+}  // namespace
+
+KorvelContent::KorvelContent() {
+    connect(&loginRequest_, &ServiceRequest::answered, this,
+            [this] { setLoggedIn(true, userName_); });
+}
+
+KorvelContent::~KorvelContent() = default;
+
+KorvelContent& KorvelContent::instance() {
+    // Never destroyed: QML may hold it to the very end. What shows windows goes with the
+    // application.
+    static KorvelContent& content = *new KorvelContent;
+    return content;
+}
+
+KorvelContent* KorvelContent::create(QQmlEngine*, QJSEngine*) {
+    QQmlEngine::setObjectOwnership(&instance(), QQmlEngine::CppOwnership);
+    return &instance();
+}
+
+bool KorvelContent::configure(const QVariantMap& settings) {
+    if (!areKnown(settings)) return false;
+    if (!screen_ && !installDevice(settings)) return false;
+    config_ = std::make_shared<KCSDKConfig>(
+        setting(settings, "baseURL"), setting(settings, "secretKey"), setting(settings, "apiKey"),
+        setting(settings, "tenantId"), setting(settings, "localyticsKey"));
+    KCSDK::initialize(config_);
+    setLoggedIn(false, {});
+    Q_EMIT configuredChanged();
+    return true;
+}
+
+bool KorvelContent::installDevice(const QVariantMap& settings) {
+    Device device;
+    device.clock = std::make_shared<platform::SystemClock>();
+    device.mainQueue = std::make_shared<MainQueue>(device.clock, MainQueue::Driver::manual);
+    device.diagnostics = watch_ = std::make_shared<RequestWatch>(device.mainQueue);
+    if (settings.value(QStringLiteral("quiet")).toBool()) {
+        device.console = std::make_shared<Silence>();
+    }
+    platform::DeviceOptions options;
+    options.applicationName = setting(settings, "applicationName");
+    options.dataFolder = setting(settings, "dataFolder");
+    options.certificateAuthorityFile = setting(settings, "certificateAuthorityFile");
+    platform::GStreamerOptions media;
+    if (auto sink = setting(settings, "audioSink"); !sink.empty()) media.audioSink = sink;
+    media.certificateAuthorityFile = options.certificateAuthorityFile;
+    NSError lacking;
+    device.mediaEngine = platform::makeMediaEngineGStreamer(media, &lacking);
+    if (!device.mediaEngine) {
+        qCWarning(log, "configure: this machine cannot play: %s", lacking.description().c_str());
+        return false;
+    }
+    if (!Device::install(std::move(device), options)) {
+        qCWarning(log, "configure: the SDK was in use before");
+        return false;
+    }
+    if (!options.certificateAuthorityFile.empty()) {
+        trustForPictures(QString::fromStdString(options.certificateAuthorityFile.string()));
+    }
+    screen_ = std::make_unique<platform::ScreenHostQtQuick>(Device::current().screen);
+    connect(screen_.get(), &platform::ScreenHostQtQuick::orientationChanged, this,
+            &KorvelContent::deviceOrientationChanged);
+    qAddPostRoutine([] { instance().screen_.reset(); });
+    connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this,
+            &KorvelContent::end);
+    return true;
+}
+
+void KorvelContent::playerClosed() { watch_->expectRecord(); }
+
+/// The event loop has ended: what the closing needs of it is done here.
+void KorvelContent::end() {
+    Q_EMIT ending();
+    const auto latest = std::chrono::steady_clock::now() + longestEnding;
+    while (true) {
+        Device::current().mainQueue->drain();
+        if (watch_->allRecordsAreOut() || std::chrono::steady_clock::now() > latest) return;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+}
+
+platform::ScreenHostQtQuick& KorvelContent::screenOn(QQuickWindow& window) {
+    screen_->attach(&window);
+    return *screen_;
+}
+
+int KorvelContent::deviceOrientation() const { return screen_ ? screen_->orientation() : 1; }
+
+QString KorvelContent::baseURL() const { return config_ ? text(config_->baseURL) : QString(); }
+
+void KorvelContent::setAnswerTimeout(int milliseconds) {
+    if (std::exchange(answerTimeout_, milliseconds) != milliseconds) Q_EMIT answerTimeoutChanged();
+}
+
+void KorvelContent::setLoggedIn(bool loggedIn, const QString& userName) {
+    if (!loggedIn) {
+        loginRequest_.forget();
+        acceptedConsents_.clear();
+        Q_EMIT acceptedConsentsChanged();
+        setSubscriptionId({});
+    }
+    loggedIn_ = loggedIn;
+    userName_ = userName;
+    Q_EMIT loggedInChanged();
+}
+
+void KorvelContent::login(const QString& userName) {
+    setLoggedIn(false, userName);
+    loginRequest_.ask([this, userName] {
+        watch_->expectLogin();
+        KCSDK::startSession(userName.toStdString(), loginRequest_.expect<>([] {}));
+    });
+}
+
+void KorvelContent::logout() {
+    if (!config_) return;
+    KCSDK::initialize(config_);  // deletes the session
+    setLoggedIn(false, {});
+}
+
+void KorvelContent::loadConsents() {
+    using List = std::optional<std::vector<std::shared_ptr<KCSDKConsent>>>;
+    consentRequest_.ask([this] {
+        KCSDK::getConsent(consentRequest_.expect<List>([this](const List& list) {
+            consents_.clear();
+            for (const auto& each : list.value_or(List::value_type())) {
+                consents_.append(QVariant::fromValue(Consent(each)));
+            }
+            Q_EMIT consentsChanged();
+        }));
+    });
+}
+
+void KorvelContent::acceptConsent(const QString& consentTag) {
+    consentRequest_.ask([this, consentTag] {
+        KCSDK::acceptConsent(consentTag.toStdString(), consentRequest_.expect<>([this, consentTag] {
+            if (!acceptedConsents_.contains(consentTag)) acceptedConsents_.append(consentTag);
+            Q_EMIT acceptedConsentsChanged();
+            Q_EMIT consentAccepted(consentTag);
+        }));
+    });
+}
+
+void KorvelContent::activateSubscription(const QString& subscriptionId, const QDateTime& start) {
+    const auto from = start.isValid() ? start : QDateTime::currentDateTime();
+    const std::chrono::system_clock::time_point date{
+        std::chrono::milliseconds(from.toMSecsSinceEpoch())};
+    subscriptionRequest_.ask([this, subscriptionId, date] {
+        KCSDK::activateSubscription(
+            std::make_shared<KCSDKUserSubscriptionRequest>(date, subscriptionId.toStdString()),
+            subscriptionRequest_.expect<>(
+                [this, subscriptionId] { setSubscriptionId(subscriptionId); }));
+    });
+}
+
+void KorvelContent::cancelSubscription() {
+    subscriptionRequest_.ask([this] {
+        KCSDK::cancelSubscription(subscriptionRequest_.expect<>([this] { setSubscriptionId({}); }));
+    });
+}
+
+void KorvelContent::setSubscriptionId(const QString& subscriptionId) {
+    if (std::exchange(subscriptionId_, subscriptionId) != subscriptionId) {
+        Q_EMIT subscriptionIdChanged();
+    }
+}
+
+}  // namespace korvel::qml

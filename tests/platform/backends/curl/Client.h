@@ -1,0 +1,91 @@
+#pragma once
+
+#include <gtest/gtest.h>
+#include <korvel/platform/backends/curl/URLSessionCurl.h>
+#include <korvel/platform/foundation/DispatchQueue.h>
+#include <service/ContentService.h>
+
+#include <future>
+
+namespace korvel::platform {
+
+using namespace std::chrono_literals;
+using service::Answer;
+using service::ContentService;
+
+inline std::shared_ptr<URLSession> makeSession(URLSessionCurlOptions options) {
+    return makeURLSessionCurl(options,
+                              [](auto task) { DispatchQueue::global().async(std::move(task)); });
+}
+
+inline URLSessionCurlOptions trusting(const ContentService& service) {
+    return {.certificateAuthorityFile = service.caFile(), .pinnedPublicKey = {}};
+}
+
+inline std::future<Exchange> start(URLSession& session, const URLRequest& request) {
+    auto promise = std::make_shared<std::promise<Exchange>>();
+    auto future = promise->get_future();
+    session.dataTask(request,
+                     [promise](Exchange exchange) { promise->set_value(std::move(exchange)); });
+    return future;
+}
+
+constexpr std::int64_t code(URLErrorCode value) { return static_cast<std::int64_t>(value); }
+
+/// What a service made for the test and a session that trusts it make of a request.
+class URLSessionTest : public testing::Test {
+protected:
+    struct Header {
+        std::string name, value;
+    };
+
+    URLRequest request(const std::string& method = "GET", std::optional<std::string> body = {},
+                       const std::vector<Header>& headers = {}) const {
+        URLRequest made(*URL::parse(service.baseURL() + "x"));
+        made.method = method;
+        if (body) made.body = bytesOf(*body);
+        for (const auto& [name, value] : headers) made.setValue(value, name);
+        return made;
+    }
+
+    Exchange send(const URLRequest& request) { return wait(start(*session, request)); }
+    Exchange send(Answer answer, const URLRequest& request) {
+        service.script(std::move(answer));
+        return send(request);
+    }
+    template <class Value> static Value wait(std::future<Value> future) {
+        if (future.wait_for(20s) == std::future_status::ready) return future.get();
+        ADD_FAILURE() << "no completion";
+        return {};
+    }
+
+    /// The requests that arrived since the last call.
+    std::vector<service::ReceivedRequest> arrived() {
+        auto requests = service.requests();
+        service.forgetRequests();
+        return requests;
+    }
+
+    ContentService service;
+    std::shared_ptr<URLSession> session = makeSession(trusting(service));
+};
+
+inline std::int64_t errorOf(const Exchange& exchange) {
+    EXPECT_TRUE(exchange.error.has_value() != exchange.response.has_value());
+    if (!exchange.error) return 0;
+    EXPECT_EQ(exchange.error->domain, urlErrorDomain);
+    const auto* text = exchange.error->text("NSLocalizedDescription");
+    EXPECT_TRUE(text && !text->empty());
+    return exchange.error->code;
+}
+
+inline int statusOf(const Exchange& exchange) {
+    EXPECT_FALSE(exchange.error) << exchange.error->description();
+    return exchange.response ? exchange.response->statusCode : 0;
+}
+
+inline std::string bodyOf(const Exchange& exchange) {
+    return exchange.body ? std::string(viewOf(*exchange.body)) : "(none)";
+}
+
+}  // namespace korvel::platform

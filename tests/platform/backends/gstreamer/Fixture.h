@@ -1,0 +1,135 @@
+#pragma once
+
+#include <korvel/platform/Device.h>
+#include <korvel/platform/avfoundation/AVPlayer.h>
+#include <korvel/platform/backends/gstreamer/MediaEngineGStreamer.h>
+#include <service/ContentService.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace korvel::tests {
+
+using namespace std::chrono_literals;
+
+/// Answers key requests as a test says, on a queue of its own; the right key if it says nothing.
+class KeyHolder final : public platform::AVAssetResourceLoaderDelegate {
+public:
+    using Request = std::shared_ptr<platform::AVAssetResourceLoadingRequest>;
+    std::function<bool(const Request&)> answer;
+    std::atomic<int> asked = 0;
+
+    bool shouldWaitForLoadingOfRequestedResource(platform::AVAssetResourceLoader&,
+                                                 Request request) override {
+        ++asked;
+        if (answer) return answer(request);
+        give(*request, rightKey(*request));
+        return true;
+    }
+
+    static std::string identifier(platform::AVAssetResourceLoadingRequest& request) {
+        return request.request()->url.query().value_or("kid=").substr(4);
+    }
+    static platform::Data rightKey(platform::AVAssetResourceLoadingRequest& request) {
+        const auto key = service::contentKey(identifier(request));
+        return {key.begin(), key.end()};
+    }
+    static void give(platform::AVAssetResourceLoadingRequest& request, const platform::Data& key) {
+        request.dataRequest()->respond(key);
+        request.finishLoading();
+    }
+};
+
+/// Writes down the buffering changes to "true" and the status.
+class ItemListener final : public platform::KeyValueObserver {
+public:
+    std::vector<std::string> heard;
+    void observeValueForKeyPath(const std::string& keyPath, platform::Object&,
+                                const platform::KeyValueChange& change) override {
+        if (change.newValue != 0) heard.push_back(keyPath);
+    }
+};
+
+/// One stream in one player, its item's key requests and changes at hand.
+struct Show {
+    std::shared_ptr<KeyHolder> keys = std::make_shared<KeyHolder>();
+    std::shared_ptr<ItemListener> listener = std::make_shared<ItemListener>();
+    std::shared_ptr<platform::AVPlayerItem> item;
+    std::shared_ptr<platform::AVPlayer> player;
+    int ends = 0;
+    std::shared_ptr<int> owner = std::make_shared<int>();
+
+    /// `answer` to key requests; they may come as soon as this begins.
+    Show(const std::string& address, const platform::Device& device,
+         std::function<bool(const KeyHolder::Request&)> answer = {}) {
+        keys->answer = std::move(answer);
+        auto asset = std::make_shared<platform::AVURLAsset>(*platform::URL::parse(address));
+        asset->resourceLoader()->setDelegate(keys, platform::DispatchQueue::serial("keys"));
+        item = std::make_shared<platform::AVPlayerItem>(asset);
+        for (const auto* path : {"status", "playbackLikelyToKeepUp", "playbackBufferEmpty"})
+            item->addObserver(listener, path);
+        item->observeDidPlayToEndTime(owner, [this] { ++ends; });
+        player = std::make_shared<platform::AVPlayer>(item, device);
+    }
+
+    bool isReady() const { return item->status() == platform::AVPlayerItem::Status::readyToPlay; }
+    bool hasFailed() const { return item->status() == platform::AVPlayerItem::Status::failed; }
+    double position() const { return CMTimeGetSeconds(player->currentTime()); }
+    void seek(double seconds) const {
+        const auto to = platform::CMTimeMakeWithSeconds(seconds, platform::nanosecondTimescale);
+        player->seek(to, platform::kCMTimeZero, platform::kCMTimeZero);
+    }
+    /// The number burnt into the picture of this moment; -1 without one.
+    int picture() const {
+        const auto frame = player->newestFrame();
+        if (!frame) return -1;
+        int number = 0;
+        const auto& plane = frame->planes[0];
+        for (unsigned bit = 0; bit < 16; ++bit) {
+            const std::size_t x = (2 * bit + 1) * frame->width / 32;
+            if (plane.data[frame->height / 18 * plane.stride + x] > 128) number |= 1 << bit;
+        }
+        return number;
+    }
+};
+
+/// Real pipelines on the real service; the test's thread drives the main queue.
+class GStreamerTest : public testing::Test {
+protected:
+    service::ContentService service{service::ContentService::Options{.tls = false}};
+    platform::Device device = makeDevice();
+    const std::string base = service.baseURL() + "media/50101/";
+    const std::string plain = base + "360p/index.m3u8";
+    const std::string encrypted = base + "v.ism/360p/index.m3u8";
+
+    static platform::Device makeDevice() {
+        platform::Device made;
+        made.clock = std::make_shared<platform::SystemClock>();
+        made.mainQueue =
+            std::make_shared<platform::MainQueue>(made.clock, platform::MainQueue::Driver::manual);
+        NSError error;
+        made.mediaEngine = platform::makeMediaEngineGStreamer({.audioSink = "fakesink"}, &error);
+        EXPECT_TRUE(made.mediaEngine) << error.description();
+        return made;
+    }
+
+    /// Runs the main queue until `done`; false after the limit.
+    bool until(const std::function<bool()>& done, std::chrono::nanoseconds limit = 20s) {
+        // The queue sleeps until something comes; what a test waits for may come unseen by it.
+        const auto token = device.mainQueue->every(5ms, [] {});
+        const bool came = device.mainQueue->runUntil(done, limit);
+        device.mainQueue->cancel(token);
+        return came;
+    }
+    void play(std::chrono::nanoseconds duration) {
+        until([] { return false; }, duration);
+    }
+};
+
+}  // namespace korvel::tests

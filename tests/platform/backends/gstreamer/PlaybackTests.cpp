@@ -1,0 +1,256 @@
+#include "platform/backends/gstreamer/Fixture.h"
+
+#include <korvel/platform/avfoundation/AVError.h>
+
+#include <gst/gst.h>
+#include <malloc.h>
+
+#include <cmath>
+#include <fstream>
+
+namespace korvel::tests {
+
+using namespace platform;
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+double secondsSince(std::chrono::steady_clock::time_point start) {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+/// Of this process: threads, descriptors, resident KiB.
+struct Footprint {
+    long threads = 0, descriptors = 0, kib = 0;
+    static Footprint now() {
+        Footprint found;
+        malloc_trim(0);  // what lies idle in the allocator's arenas changes from run to run
+        std::ifstream status("/proc/self/status");
+        for (std::string line; std::getline(status, line);) {
+            if (line.starts_with("Threads:")) found.threads = std::stol(line.substr(8));
+            if (line.starts_with("VmRSS:")) found.kib = std::stol(line.substr(6));
+        }
+        const std::filesystem::directory_iterator files("/proc/self/fd");
+        found.descriptors = std::distance(begin(files), end(files));
+        return found;
+    }
+};
+
+/// Set, the device "stuckaudiosink" takes no more sound until it is closed and opened again.
+std::atomic<bool> stuck = false;
+
+void registerStuckAudioSink() {
+    auto* feature = gst_registry_lookup_feature(gst_registry_get(), "fakesink");
+    auto* factory = GST_ELEMENT_FACTORY(gst_plugin_feature_load(feature));
+    GTypeQuery parent;
+    g_type_query(gst_element_factory_get_element_type(factory), &parent);
+    const auto initialize = [](GTypeInstance* instance, gpointer) {
+        g_object_set(instance, "sync", TRUE, nullptr);
+        constexpr auto type =
+            static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BLOCK | GST_PAD_PROBE_TYPE_BUFFER);
+        const auto look = [](GstPad*, GstPadProbeInfo*, gpointer) {
+            return stuck.exchange(false) ? GST_PAD_PROBE_OK : GST_PAD_PROBE_PASS;  // OK: it blocks
+        };
+        gst_pad_add_probe(GST_PAD(GST_ELEMENT(instance)->sinkpads->data), type, look, nullptr,
+                          nullptr);
+    };
+    const auto type =
+        g_type_register_static_simple(parent.type, "StuckAudioSink", parent.class_size, nullptr,
+                                      parent.instance_size, initialize, static_cast<GTypeFlags>(0));
+    gst_element_register(nullptr, "stuckaudiosink", GST_RANK_NONE, type);
+}
+
+}  // namespace
+
+TEST_F(GStreamerTest, PlainStreamShowsTheRightPicturesSeeksExactlyAndEnds) {
+    Show show(base + "index.m3u8", device);
+    EXPECT_TRUE(std::isnan(CMTimeGetSeconds(show.item->duration())));
+    ASSERT_TRUE(until([&] { return show.isReady() || show.hasFailed(); }));
+    EXPECT_EQ(show.picture(), 0);
+    EXPECT_EQ(show.position(), 0.);
+    EXPECT_NEAR(CMTimeGetSeconds(show.item->duration()), 30, 0.05);
+    play(300ms);
+    EXPECT_EQ(show.picture(), 0) << "nothing moves until it is told to play";
+
+    for (const double to : {29.94, 10., 3.5, 12.345, 0., 29.5, 100. / 30, 5.9, 2.98}) {
+        show.listener->heard.clear();
+        show.seek(to);
+        EXPECT_NEAR(show.position(), to, 1e-8);
+        ASSERT_TRUE(until([&] { return !show.listener->heard.empty(); }));
+        EXPECT_EQ(show.picture(), static_cast<int>(std::floor(to * 30 + 1e-4))) << to;
+        EXPECT_NEAR(show.position(), to, 0.001);
+        EXPECT_EQ(show.listener->heard, Lines{"playbackLikelyToKeepUp"}) << "never buffer-empty";
+    }
+
+    show.seek(28);
+    show.player->play();
+    ASSERT_TRUE(until([&] { return show.ends > 0; }));
+    EXPECT_EQ(show.ends, 1);
+    EXPECT_EQ(show.player->rate(), 0.f);
+    EXPECT_EQ(show.picture(), 899);
+    EXPECT_LE(show.position(), CMTimeGetSeconds(show.item->duration()));
+    EXPECT_NEAR(show.position(), 30, 0.1);
+
+    show.player->seek(CMTimeMake(40, 1), kCMTimeZero, kCMTimeZero);
+    show.player->play();
+    EXPECT_TRUE(until([&] { return show.ends == 2; })) << "beyond the end is the end";
+    show.seek(5);
+    show.player->play();
+    EXPECT_TRUE(until([&] { return show.position() > 5.2 && show.position() < 6; }));
+    EXPECT_EQ(show.keys->asked, 0);
+}
+
+TEST_F(GStreamerTest, WhatGetsStuckInSeekingOrPlayingBeginsAnewWhereItWas) {
+    registerStuckAudioSink();
+    device.mediaEngine = makeMediaEngineGStreamer({.audioSink = "stuckaudiosink"});
+    for (const bool seeks : {true, false}) {
+        Show show(encrypted, device);
+        ASSERT_TRUE(until([&] { return show.isReady(); }));
+        show.player->play();
+        ASSERT_TRUE(until([&] { return show.picture() > 5; }));
+        show.listener->heard.clear();
+        stuck = true;
+        if (seeks) show.seek(20);
+        int last = show.picture();
+        int back = 0;  // how far the picture ever went back
+        EXPECT_TRUE(until([&] {
+            back = std::max(back, last - show.picture());
+            last = show.picture();
+            return last >= (seeks ? 630 : 210);
+        }));
+        EXPECT_FALSE(stuck);
+        EXPECT_LE(back, 1);
+        EXPECT_NEAR(show.position(), last / 30., 0.5);
+        EXPECT_EQ(show.keys->asked, 1);
+        EXPECT_EQ(show.listener->heard.back(), "playbackLikelyToKeepUp");
+    }
+}
+
+TEST_F(GStreamerTest, RateIsTheOneAskedFor) {
+    Show show(plain, device);
+    show.player->play();
+    EXPECT_EQ(show.player->rate(), 1.f);
+    ASSERT_TRUE(until([&] { return show.position() > 0.2; }));
+    for (const float rate : {1.f, 2.f, 0.5f, 0.f}) {
+        show.player->setRate(rate);
+        play(300ms);
+        const double from = show.position();
+        const auto start = std::chrono::steady_clock::now();
+        play(1s);
+        EXPECT_NEAR((show.position() - from) / secondsSince(start), rate, 0.1);
+    }
+}
+
+TEST_F(GStreamerTest, ThrottledStreamRunsDryAndRecoversWhileTheRateStays) {
+    Show show(plain, device);
+    service.script("/media/50101/360p/00001", "GET", {.hold = true});
+    show.player->play();
+    ASSERT_TRUE(until([&] {
+        return !show.listener->heard.empty() &&
+               show.listener->heard.back() == "playbackBufferEmpty";
+    }));
+    const double stalledAt = show.position();
+    EXPECT_LT(stalledAt, 3.2);
+    play(300ms);
+    EXPECT_NEAR(show.position(), stalledAt, 0.05);
+    EXPECT_EQ(show.player->rate(), 1.f);
+    service.release();
+    ASSERT_TRUE(until([&] { return show.listener->heard.back() == "playbackLikelyToKeepUp"; }));
+    EXPECT_EQ(show.listener->heard, (Lines{"status", "playbackLikelyToKeepUp",
+                                           "playbackBufferEmpty", "playbackLikelyToKeepUp"}));
+    EXPECT_TRUE(until([&] { return show.position() > stalledAt + 0.3; }));
+}
+
+TEST_F(GStreamerTest, BrokenStreamsFailOnceWithAReason) {
+    service.script("/media/50101/360p/00000", "GET", {.status = 200, .body = "no stream at all"},
+                   9);
+    const std::pair<std::string, AVError> broken[] = {
+        {base + "nothing.m3u8", AVError::unknown},
+        {"http://localhost:1/v.m3u8", AVError::unknown},
+        {service.baseURL() + "ondemand/v1/consent", AVError::unknown},
+        {plain, AVError::fileFormatNotRecognized}};
+    for (const auto& [address, code] : broken) {
+        Show show(address, device);
+        show.player->play();
+        ASSERT_TRUE(until([&] { return show.hasFailed(); })) << address;
+        EXPECT_EQ(show.item->error()->code, static_cast<std::int64_t>(code))
+            << show.item->error()->description();
+        EXPECT_EQ(show.listener->heard, Lines{"status"});
+        EXPECT_EQ(show.player->rate(), 0.f);
+    }
+}
+
+TEST_F(GStreamerTest, StreamsComeOverTLSUnderTheGivenAuthorityAlone) {
+    const service::ContentService secure;
+    const std::string address = secure.baseURL() + "media/50101/index.m3u8";
+    Show untrusted(address, device);
+    EXPECT_TRUE(until([&] { return untrusted.hasFailed(); }));
+    device.mediaEngine = makeMediaEngineGStreamer(
+        {.certificateAuthorityFile = secure.caFile(), .audioSink = "fakesink"});
+    Show trusted(address, device);
+    EXPECT_TRUE(until([&] { return trusted.isReady() || trusted.hasFailed(); }));
+    EXPECT_EQ(trusted.picture(), 0);
+
+    NSError error;
+    EXPECT_FALSE(makeMediaEngineGStreamer({.certificateAuthorityFile = "/nowhere"}, &error));
+    EXPECT_FALSE(makeMediaEngineGStreamer({.audioSink = "nosuchsink"}, &error));
+    EXPECT_EQ(error.code, static_cast<std::int64_t>(AVError::noMediaEngine));
+}
+
+TEST_F(GStreamerTest, TwoPlayersKeepToTheirOwnStreamsAndKeys) {
+    Show first(encrypted, device);
+    Show second(plain, device);
+    Show refused(encrypted, device, [](const auto&) { return false; });
+    first.player->play();
+    second.player->play();
+    second.seek(20);
+    EXPECT_TRUE(until(
+        [&] { return first.position() > 1 && second.position() > 21 && refused.hasFailed(); }));
+    EXPECT_EQ(first.keys->asked, 1);
+    EXPECT_EQ(second.keys->asked, 0);
+    EXPECT_EQ(refused.keys->asked, 1);
+    EXPECT_GT(second.picture(), 600);
+    EXPECT_LT(first.picture(), 300);
+}
+
+TEST_F(GStreamerTest, ManyOpenedAndClosedLeaveNothingBehind) {
+    const auto cycle = [&](int i) {
+        Show show(i % 2 ? plain : encrypted, device);
+        show.player->play();
+        EXPECT_TRUE(until([&] { return show.isReady(); }));
+        if (i % 3 == 0) show.seek(15);
+        play(std::chrono::milliseconds(i % 5));
+    };
+    for (int i = 0; i < 15; ++i) cycle(i);
+    const auto before = Footprint::now();
+    for (int i = 0; i < 30; ++i) cycle(i);
+    play(100ms);
+    const auto after = Footprint::now();
+    EXPECT_LE(after.threads, before.threads + 3) << "but for helpers that end later";
+    EXPECT_LE(after.descriptors, before.descriptors + 6) << "but for connections that end later";
+#if !defined(__SANITIZE_ADDRESS__) && \
+    !defined(__SANITIZE_THREAD__)  // which keep memory for their own use
+    EXPECT_LE(after.kib - before.kib, 16 * 1024);
+#endif
+}
+
+TEST_F(GStreamerTest, ClosingIsQuickAtAnyMoment) {
+    double worst = 0;
+    for (int i = 0; i < 40; ++i) {
+        std::function<bool(const KeyHolder::Request&)> never;
+        if (i % 4 == 0) never = [](const auto&) { return true; };
+        auto show = std::make_unique<Show>(i % 2 ? plain : encrypted, device, never);
+        show->player->play();
+        play(std::chrono::milliseconds(i * 7 % 90));
+        if (i % 3 == 0) show->seek(i % 30);
+        play(std::chrono::milliseconds(i % 4));
+        const auto start = std::chrono::steady_clock::now();
+        show.reset();
+        worst = std::max(worst, secondsSince(start));
+    }
+    // Only a closing that waits for something takes this long; how quick it is the benchmark tells.
+    EXPECT_LT(worst, 5.0);
+}
+
+}  // namespace korvel::tests

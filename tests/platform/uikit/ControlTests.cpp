@@ -1,0 +1,169 @@
+#include "platform/uikit/Rig.h"
+
+#include <korvel/platform/uikit/UIButton.h>
+#include <korvel/platform/uikit/UISlider.h>
+#include <korvel/platform/uikit/UITapGestureRecognizer.h>
+
+#include <limits>
+
+namespace korvel::tests {
+namespace {
+
+/// A button of 100 by 100 points and, below it, a slider whose knob runs 400 points.
+struct Controls : OnScreen {
+    std::shared_ptr<UIView> root = add("root", {0, 0, 400, 300});
+    std::shared_ptr<UIButton> button = add<UIButton>("button", {100, 50, 100, 100}, root);
+    std::shared_ptr<UISlider> slider = add<UISlider>("slider", {-12, 200, 424, 44}, root);
+    std::shared_ptr<int> target = std::make_shared<int>();
+
+    Controls() {
+        slider->setMaximumValue(400);
+        root->addGestureRecognizer(std::make_shared<UITapGestureRecognizer>(
+            target, [this](UITapGestureRecognizer&) { log.push_back("tap"); }));
+        noteEvents(*button);
+        noteEvents(*slider);
+    }
+    void noteEvents(UIControl& control) {
+        using enum UIControlEvents;
+        for (const auto& [event, name] : {std::pair{touchDown, " down"},
+                                          {touchUpInside, " up"},
+                                          {touchUpOutside, " out"},
+                                          {touchCancel, " cancel"},
+                                          {valueChanged, " value"}}) {
+            control.addTarget(target, note(control.accessibilityLabel() + name), event);
+        }
+    }
+    Names take() { return std::exchange(log, {}); }
+};
+
+TEST_F(Controls, ATouchGoesToTheFrontmostViewThatTakesIt) {
+    const auto cover = add("cover", {100, 50, 100, 100}, root);
+    const auto hit = [&] { return window->hitTest({150, 100}); };
+    EXPECT_EQ(hit(), cover);
+    cover->setHidden(true);
+    EXPECT_EQ(hit(), button);
+    cover->setHidden(false);
+    cover->setAlpha(0);
+    EXPECT_EQ(hit(), button);
+    cover->setAlpha(0.01);
+    cover->setUserInteractionEnabled(false);
+    EXPECT_EQ(hit(), button);
+    root->setUserInteractionEnabled(false);
+    EXPECT_EQ(hit(), window) << "what disables a view disables all within";
+    EXPECT_FALSE(press({150, 100})) << "the window itself leaves it to whoever is behind";
+    root->setUserInteractionEnabled(true);
+    EXPECT_EQ(window->hitTest({200, 100}), root) << "the right edge lies outside";
+}
+
+TEST_F(Controls, AButtonFiresWhereItIsReleasedInside) {
+    press({150, 100});
+    EXPECT_EQ(button->state(), UIControlState::highlighted);
+    move({390, 290});
+    EXPECT_EQ(button->state(), UIControlState::normal);
+    release({390, 290});
+    EXPECT_EQ(take(), (Names{"button down", "button out"}));
+
+    press({150, 100});
+    release({215, 100});  // a finger strays
+    EXPECT_EQ(take(), (Names{"button down", "button up"}));
+
+    press({150, 100});
+    window->touchCancelled();
+    release({150, 100});
+    EXPECT_EQ(take(), (Names{"button down", "button cancel"}));
+
+    button->setEnabled(false);
+    tap({150, 100});
+    EXPECT_EQ(take(), Names()) << "a disabled control takes the touch and does nothing";
+
+    button->setEnabled(true);
+    target.reset();
+    tap({150, 100});
+    EXPECT_EQ(take(), Names()) << "nobody is left to be told";
+}
+
+TEST_F(Controls, ATapOnTheBackgroundIsNoTapOnAControl) {
+    tap({20, 20});
+    EXPECT_EQ(take(), Names{"tap"});
+    slider->setUserInteractionEnabled(false);
+    tap({200, 222});
+    EXPECT_EQ(take(), Names{"tap"}) << "falls through to the background";
+    press({20, 20});
+    move({60, 20});
+    release({20, 20});
+    EXPECT_EQ(take(), Names()) << "a drag";
+    press({20, 20});
+    clock->advance(2s);
+    release({20, 20});
+    EXPECT_EQ(take(), Names()) << "a long press";
+}
+
+TEST_F(Controls, ADragGoesOnWhenInteractionIsSwitchedOffInMidDrag) {
+    slider->addTarget(
+        target, [&] { slider->setUserInteractionEnabled(false); }, UIControlEvents::valueChanged);
+    slider->addTarget(
+        target, [&] { slider->setUserInteractionEnabled(true); }, UIControlEvents::touchUpInside);
+    press({5, 222});  // five points right of the knob's middle
+    EXPECT_EQ(take(), Names{"slider down"}) << "a knob that is only touched stays";
+    move({205, 290});
+    EXPECT_FLOAT_EQ(slider->value(), 200);
+    move({205, 100});  // up and down does not count
+    move({-900, 222});
+    move({9000, 222});
+    release({305, 0});
+    EXPECT_FLOAT_EQ(slider->value(), 300);
+    EXPECT_TRUE(slider->isUserInteractionEnabled());
+    EXPECT_EQ(take(),
+              (Names{"slider value", "slider value", "slider value", "slider value", "slider up"}));
+}
+
+TEST_F(Controls, ATouchBesideTheKnobBringsItThereAndValuesStayWithinTheirLimits) {
+    press({100, 222});
+    window->touchCancelled();
+    EXPECT_FLOAT_EQ(slider->value(), 100);
+    EXPECT_EQ(take(), (Names{"slider down", "slider value", "slider cancel"}));
+    slider->setValue(1000);
+    EXPECT_EQ(slider->value(), 400);
+    slider->setMaximumValue(50);
+    EXPECT_EQ(slider->value(), 50);
+    slider->setValue(std::numeric_limits<float>::quiet_NaN());
+    EXPECT_EQ(slider->value(), 50);
+    EXPECT_EQ(take(), Names()) << "only the user sends events";
+}
+
+TEST_F(Controls, ATouchOnAViewThatLeavesIsCancelled) {
+    const auto inner = add<UIButton>("inner", {0, 0, 10, 10}, add("outer", {0, 0, 50, 50}, root));
+    inner->addTarget(target, note("cancel"), UIControlEvents::touchCancel);
+    press({5, 5});
+    inner->superview()->removeFromSuperview();
+    EXPECT_EQ(take(), Names{"cancel"});
+    EXPECT_FALSE(inner->isTracking());
+    release({5, 5});
+
+    button->addTarget(
+        target, [&] { button->removeFromSuperview(); }, UIControlEvents::touchDown);
+    press({150, 100});
+    EXPECT_EQ(take(), (Names{"button down", "button cancel"}));
+    EXPECT_FALSE(button->isTracking());
+    move({150, 101});
+    release({150, 100});
+
+    press({5, 222});
+    root.reset();
+    window.reset();
+    EXPECT_EQ(take(), (Names{"slider down", "slider cancel"}));
+}
+
+TEST_F(Controls, ActionsMayDestroyWhatSentThem) {
+    const std::weak_ptr<UIButton> gone = button;
+    button->addTarget(
+        target, [&] { root->removeFromSuperview(), root.reset(), button.reset(), target.reset(); },
+        UIControlEvents::touchUpInside);
+    button->addTarget(target, note("nobody's"), UIControlEvents::touchUpInside);
+    tap({150, 100});
+    EXPECT_EQ(take(), (Names{"button down", "button up"}));
+    EXPECT_TRUE(gone.expired());
+}
+
+}  // namespace
+}  // namespace korvel::tests
