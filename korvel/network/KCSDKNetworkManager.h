@@ -1,7 +1,7 @@
 #pragma once
 
 #include <korvel/network/Completion.h>
-#include <korvel/platform/Export.h>
+#include <korvel/platform/foundation/Export.h>
 
 #include <cstdint>
 #include <memory>

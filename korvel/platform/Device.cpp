@@ -1,86 +1,14 @@
 #include <korvel/platform/Device.h>
-#include <korvel/platform/backends/curl/StreamLoaderCurl.h>
-#include <korvel/platform/backends/curl/URLSessionCurl.h>
-#include <korvel/platform/backends/icu/LocaleICU.h>
-#include <korvel/platform/backends/journal/LocalyticsJournal.h>
-#include <korvel/platform/backends/libsecret/KeychainLibsecret.h>
-#include <korvel/platform/backends/sodium/ContentKeySystemSodium.h>
-#include <korvel/platform/backends/sqlite/KeychainSQLite.h>
-#include <korvel/platform/foundation/SDKBundle.h>
-#include <korvel/platform/uikit/Screen.h>
+#include <korvel/platform/StandardDevice.h>
 
 #include <algorithm>
 #include <atomic>
-#include <cstdlib>
 #include <mutex>
 #include <utility>
 
 namespace korvel::platform {
 
 namespace {
-
-std::filesystem::path environmentPath(const char* name) {
-    const char* value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): nobody sets it here
-    return value ? value : "";
-}
-
-std::string applicationName(const DeviceOptions& options) {
-    if (!options.applicationName.empty()) return options.applicationName;
-    std::error_code ignored;
-    const auto program = std::filesystem::read_symlink("/proc/self/exe", ignored).filename();
-    return program.empty() ? "korvel" : program.string();
-}
-
-std::filesystem::path dataFolder(const DeviceOptions& options) {
-    auto base = options.dataFolder;
-    if (base.empty()) base = environmentPath("XDG_DATA_HOME");
-    if (!base.is_absolute() && options.dataFolder.empty()) {
-        base = environmentPath("HOME") / ".local" / "share";
-    }
-    return base / applicationName(options) / "korvel";
-}
-
-std::shared_ptr<Keychain> standardKeychain(const DeviceOptions& options) {
-    if (options.preferSecretService) {
-        if (auto keychain = makeKeychainLibsecret(applicationName(options))) return keychain;
-    }
-    return makeKeychainSQLite(dataFolder(options));
-}
-
-URLSessionCurlOptions trustOf(const DeviceOptions& options) {
-    return {.certificateAuthorityFile = options.certificateAuthorityFile,
-            .pinnedPublicKey = options.pinnedPublicKey};
-}
-
-template <class Part, class Make> void fill(std::shared_ptr<Part>& part, Make make) {
-    if (!part) part = make();
-}
-
-/// Makes only what is missing: a host's own part never costs the standard one's threads or files.
-void complete(Device& device, const DeviceOptions& options) {
-    fill(device.clock, [] { return std::make_shared<SystemClock>(); });
-    fill(device.console, [] { return std::make_shared<StandardOutput>(); });
-    fill(device.locale, [] { return makeLocaleICU(); });
-    fill(device.mainQueue,
-         [&] { return std::make_shared<MainQueue>(device.clock, MainQueue::Driver::ownThread); });
-    fill(device.urlSession, [&] {
-        return makeURLSessionCurl(trustOf(options), [](DispatchQueue::Task task) {
-            DispatchQueue::global().async(std::move(task));
-        });
-    });
-    fill(device.keychain, [&] { return standardKeychain(options); });
-    fill(device.localytics, [&] {
-        return std::make_shared<LocalyticsJournal>(
-            LocalyticsJournalOptions{.folder = dataFolder(options),
-                                     .collectorURL = options.analyticsCollector},
-            device.urlSession, DispatchQueue::serial("korvel.analytics"), device.clock);
-    });
-    fill(device.screen, [&] { return std::make_shared<Screen>(device.mainQueue, device.clock); });
-    if (!device.bundle(sdkBundleIdentifier)) {
-        if (auto bundle = findSDKBundle()) device.bundles.push_back(std::move(*bundle));
-    }
-    fill(device.contentKeySystem, [] { return makeContentKeySystemSodium(); });
-}
 
 std::mutex installation;
 std::atomic<const Device*> inUse = nullptr;
@@ -120,10 +48,6 @@ const Bundle* Device::bundle(std::string_view identifier) const {
         return candidate.bundleIdentifier() == identifier;
     });
     return found == bundles.end() ? nullptr : &*found;
-}
-
-std::shared_ptr<StreamLoader> makeStreamLoader(const DeviceOptions& options) {
-    return makeStreamLoaderCurl(trustOf(options));
 }
 
 }  // namespace korvel::platform

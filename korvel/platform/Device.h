@@ -1,10 +1,10 @@
 #pragma once
 
 #include <korvel/platform/Diagnostics.h>
-#include <korvel/platform/Export.h>
 #include <korvel/platform/foundation/Bundle.h>
 #include <korvel/platform/foundation/Clock.h>
 #include <korvel/platform/foundation/Console.h>
+#include <korvel/platform/foundation/Export.h>
 #include <korvel/platform/foundation/Locale.h>
 #include <korvel/platform/foundation/MainQueue.h>
 #include <korvel/platform/foundation/URLSession.h>

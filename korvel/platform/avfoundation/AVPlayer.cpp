@@ -1,4 +1,3 @@
-#include <korvel/platform/Device.h>
 #include <korvel/platform/avfoundation/AVPlayer.h>
 
 #include <utility>
@@ -12,13 +11,6 @@ namespace {
 class TimeObserver final : public Object {};
 
 }  // namespace
-
-AVPlayer::AVPlayer(std::shared_ptr<AVPlayerItem> item, const Device& device)
-    : engine_(device.mediaEngine),
-      keySystem_(device.contentKeySystem),
-      mainQueue_(device.mainQueue) {
-    open(std::move(item));
-}
 
 AVPlayer::~AVPlayer() {
     for (const auto& [token, ticks] : timeObservers_) mainQueue_->cancel(ticks);

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <korvel/platform/Export.h>
 #include <korvel/platform/foundation/Data.h>
+#include <korvel/platform/foundation/Export.h>
 
 #include <filesystem>
 #include <optional>

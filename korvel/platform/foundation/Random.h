@@ -1,6 +1,6 @@
 #pragma once
 
-#include <korvel/platform/Export.h>
+#include <korvel/platform/foundation/Export.h>
 
 #include <cstdint>
 

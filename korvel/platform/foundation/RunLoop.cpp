@@ -1,11 +1,8 @@
-#include <korvel/platform/Device.h>
 #include <korvel/platform/foundation/RunLoop.h>
 
 #include <utility>
 
 namespace korvel::platform {
-
-RunLoop::RunLoop() : RunLoop(Device::current().mainQueue) {}
 
 RunLoop::RunLoop(std::shared_ptr<MainQueue> queue) : queue_(std::move(queue)) {}
 

@@ -1,4 +1,3 @@
-#include <korvel/platform/Device.h>
 #include <korvel/platform/uikit/AnimationContext.h>
 #include <korvel/platform/uikit/Screen.h>
 
@@ -26,11 +25,6 @@ Screen::Screen(std::shared_ptr<MainQueue> mainQueue, std::shared_ptr<const Clock
       }) {}
 
 Screen::~Screen() = default;
-
-Screen& Screen::main() { return *Device::current().screen; }
-
-UIApplication& UIApplication::shared() { return Screen::main().application(); }
-UIDevice& UIDevice::current() { return Screen::main().device(); }
 
 void Screen::addObserver(std::weak_ptr<UIViewTreeObserver> observer) {
     std::erase_if(observers_, [](const auto& one) { return one.expired(); });

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <korvel/platform/Export.h>
 #include <korvel/platform/foundation/Clock.h>
+#include <korvel/platform/foundation/Export.h>
 
 namespace korvel::platform {
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <korvel/platform/Device.h>
-#include <korvel/platform/Export.h>
 #include <korvel/platform/avfoundation/MediaEngine.h>
+#include <korvel/platform/foundation/Export.h>
 
 #include <filesystem>
 #include <memory>

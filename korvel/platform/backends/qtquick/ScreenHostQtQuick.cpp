@@ -11,7 +11,7 @@
 
 namespace korvel::platform {
 
-using qtquick::ItemView;
+using qtquick::HostItemView;
 using qtquick::Mirror;
 using qtquick::Surface;
 
@@ -19,7 +19,7 @@ class ScreenHostQtQuick::Private {
 public:
     struct Place {
         QPointer<Surface> surface;
-        std::weak_ptr<ItemView> view;
+        std::weak_ptr<HostItemView> view;
     };
 
     std::shared_ptr<Screen> screen;
@@ -92,7 +92,7 @@ std::shared_ptr<UIView> ScreenHostQtQuick::view(QQuickItem* item) {
                          [this, item] { private_->places.remove(item); });
     }
     if (!view) {
-        view = std::make_shared<ItemView>(*item, place.surface->shown());
+        view = std::make_shared<HostItemView>(*item, place.surface->shown());
         place.view = view;
     }
     view->goHome();

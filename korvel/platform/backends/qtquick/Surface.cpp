@@ -85,7 +85,7 @@ void Surface::geometryChange(const QRectF& now, const QRectF& before) {
     if (!shown_) return;
     shown_->setFrame({0, 0, now.width(), now.height()});
     for (const auto& view : std::vector(shown_->subviews())) {
-        if (dynamic_cast<ItemView*>(view.get())) view->setFrame(shown_->bounds());
+        if (dynamic_cast<HostItemView*>(view.get())) view->setFrame(shown_->bounds());
     }
     if (ring_) ring_->follow(now.size());
     polish();
@@ -169,7 +169,7 @@ void Surface::updatePolish() {
 /// There for the host's sake, and nothing to a user.
 bool Surface::isPlaceholder(const UIView& view) const {
     if (&view == shown_.get()) return true;
-    if (const auto* own = dynamic_cast<const ItemView*>(&view)) return own->isAtHome();
+    if (const auto* own = dynamic_cast<const HostItemView*>(&view)) return own->isAtHome();
     const auto& root = shown_->rootViewController();
     return root && root->viewIfLoaded().get() == &view && view.gestureRecognizers().empty() &&
            !view.backgroundColor();
@@ -211,7 +211,7 @@ ViewItem& Surface::place(const std::shared_ptr<UIView>& view, QQuickItem& parent
 }
 
 void Surface::retire(ViewItem& item) {
-    const auto view = std::dynamic_pointer_cast<ItemView>(item.view());
+    const auto view = std::dynamic_pointer_cast<HostItemView>(item.view());
     item.giveBack();
     item.freeze();
     item.setParentItem(nullptr);

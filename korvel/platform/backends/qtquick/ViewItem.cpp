@@ -215,7 +215,7 @@ void ViewItem::describeLike(const UIView& view) {
 }
 
 void ViewItem::lend(const std::shared_ptr<UIView>& view) {
-    const auto* own = dynamic_cast<const ItemView*>(view.get());
+    const auto* own = dynamic_cast<const HostItemView*>(view.get());
     auto* item = own && !own->isAtHome() ? own->item() : nullptr;
     if (!item || item->isAncestorOf(this)) return loan_.reset();
     if (loan_ && loan_->isOf(item)) return;

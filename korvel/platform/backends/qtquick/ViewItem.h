@@ -1,7 +1,7 @@
 #pragma once
 
 #include <korvel/platform/backends/qtquick/FocusRing.h>
-#include <korvel/platform/backends/qtquick/ItemView.h>
+#include <korvel/platform/backends/qtquick/HostItemView.h>
 #include <korvel/platform/backends/qtquick/VideoPicture.h>
 
 #include <memory>

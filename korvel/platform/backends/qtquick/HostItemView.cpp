@@ -1,21 +1,21 @@
-#include <korvel/platform/backends/qtquick/ItemView.h>
+#include <korvel/platform/backends/qtquick/HostItemView.h>
 
 #include <algorithm>
 #include <utility>
 
 namespace korvel::platform::qtquick {
 
-ItemView::ItemView(QQuickItem& item, std::weak_ptr<UIWindow> home)
+HostItemView::HostItemView(QQuickItem& item, std::weak_ptr<UIWindow> home)
     : item_(&item), home_(std::move(home)) {}
 
-ItemView::~ItemView() = default;
+HostItemView::~HostItemView() = default;
 
-bool ItemView::isAtHome() const {
+bool HostItemView::isAtHome() const {
     const auto home = home_.lock();
     return home && superview() == home;
 }
 
-void ItemView::goHome() {
+void HostItemView::goHome() {
     const auto home = home_.lock();
     if (!home || window()) return;
     home->addSubview(shared_from_this());
@@ -24,7 +24,7 @@ void ItemView::goHome() {
 
 /// A subview that neither says where it stands nor is told so by a constraint has all of the item:
 /// so does a player that came back from full screen, whatever size the item had when it left.
-void ItemView::layoutSubviews() {
+void HostItemView::layoutSubviews() {
     for (const auto& view : std::vector(subviews())) {
         if (view->translatesAutoresizingMaskIntoConstraints()) continue;
         const bool told =

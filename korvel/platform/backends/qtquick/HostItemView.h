@@ -9,10 +9,10 @@ namespace korvel::platform::qtquick {
 
 /// Stands for a host's own item: as a player's parent while it is in its own window, as an overlay
 /// anywhere else.
-class ItemView final : public UIView {
+class HostItemView final : public UIView {
 public:
-    ItemView(QQuickItem& item, std::weak_ptr<UIWindow> home);
-    ~ItemView() override;
+    HostItemView(QQuickItem& item, std::weak_ptr<UIWindow> home);
+    ~HostItemView() override;
 
     QQuickItem* item() const { return item_; }  ///< null once that has gone
     bool isAtHome() const;
