@@ -18,8 +18,10 @@
 #include <korvel/platform/foundation/RunLoop.h>
 #include <korvel/platform/uikit/UIView.h>
 #include <korvel/player/KCSDKPlayerEventsListner.h>
+#include <korvel/player/KCSDKPlayerOverlay.h>
 #include <korvel/player/KCSDKPlayerView.h>
 #include <korvel/player/KCSDKPlayerViewController.h>
+#include <korvel/player/KCSDKPlayerViewModel.h>
 #include <korvel/presentation/KCSDKPlayerEvents.h>
 #include <korvel/presentation/KCSDKVideoViewBuilder.h>
 #include <korvel/sdk/KCSDK.h>

@@ -19,7 +19,7 @@ void KCSDKPlayerOverlay::viewDidLoad() {
     UIViewController::viewDidLoad();
     const auto self = std::static_pointer_cast<KCSDKPlayerOverlay>(shared_from_this());
     view()->addGestureRecognizer(std::make_shared<platform::UITapGestureRecognizer>(
-        self, &KCSDKPlayerOverlay::didTapWithSender));
+        self, [this](auto& sender) { didTapWithSender(&sender); }));
     viewLoader->setHidden(true);
 }
 
@@ -32,7 +32,7 @@ void KCSDKPlayerOverlay::setOutlet(std::string_view name, const std::shared_ptr<
     viewLoader.connect(name, outlet);
 }
 
-void KCSDKPlayerOverlay::didTapWithSender(platform::UITapGestureRecognizer&) {
+void KCSDKPlayerOverlay::didTapWithSender(platform::UITapGestureRecognizer*) {
     UIView::animate(fadeSeconds, [this] { toggleControls(); });
 }
 

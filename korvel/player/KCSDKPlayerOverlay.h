@@ -31,6 +31,8 @@ public:
         if (!view) platform::fatalError(std::string("outlet not connected: ") + name_);
         return view;
     }
+    /// Null if it is not connected: for whoever only looks.
+    std::shared_ptr<View> find() const { return view_.lock(); }
 
 private:
     const char* name_;
@@ -39,7 +41,7 @@ private:
 
 /// The SDK's controls over the video. It shows and hides them, and nothing else: the player view
 /// wires and updates them, the builder gives them their look. Over a host's own overlay it exists
-/// as well, with that as its view: no outlet is connected, and reading one ends the process. Main
+/// as well, with that as its view: no outlet is connected, and using one ends the process. Main
 /// queue.
 class KORVEL_API KCSDKPlayerOverlay : public platform::UIViewController {
 public:
@@ -65,7 +67,8 @@ public:
     /// Shows the controls if they are hidden, hides them if they are shown.
     void toggleControls();
     bool controlsShown() const;
-    void didTapWithSender(platform::UITapGestureRecognizer& sender);
+    /// `sender`: null where no touch led here.
+    void didTapWithSender(platform::UITapGestureRecognizer* sender);
 
     void viewDidLoad() override;
     void setOutlet(std::string_view name, const std::shared_ptr<platform::UIView>& view) override;

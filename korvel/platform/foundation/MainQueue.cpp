@@ -26,6 +26,7 @@ struct MainQueue::State : std::enable_shared_from_this<State> {
     Token addDeadline(Clock::Duration delay, Clock::Duration interval, Task task);
     void cancel(Token token);
     bool isMain();
+    bool isDriven();
     void attach(std::shared_ptr<Pump> pump);
     std::optional<Clock::Instant> drain();
     bool runUntil(const std::function<bool()>& done, std::optional<Clock::Duration> limit);
@@ -92,7 +93,7 @@ private:
 void MainQueue::State::add(Task task) {
     Lock lock(mutex);
     tasks.push_back({next++, std::move(task)});
-    wake(std::move(lock), Clock::Instant::min());
+    wake(std::move(lock), atOnce);
 }
 
 MainQueue::Token MainQueue::State::addDeadline(Clock::Duration delay, Clock::Duration interval,
@@ -150,6 +151,11 @@ void MainQueue::State::driveOnOwnThread() {
 bool MainQueue::State::isMain() {
     const Lock lock(mutex);
     return std::this_thread::get_id() == (depth > 0 ? runner : main);
+}
+
+bool MainQueue::State::isDriven() {
+    const Lock lock(mutex);
+    return pump || loops > 0;
 }
 
 void MainQueue::State::attach(std::shared_ptr<Pump> chosen) {
@@ -297,7 +303,7 @@ void MainQueue::State::passOn(Lock& lock) {
 }
 
 std::optional<Clock::Instant> MainQueue::State::earliest() const {
-    if (!tasks.empty()) return Clock::Instant::min();
+    if (!tasks.empty()) return atOnce;
     if (deadlines.empty()) return std::nullopt;
     return deadlines.begin()->first.first;
 }
@@ -349,6 +355,8 @@ MainQueue::Token MainQueue::every(Clock::Duration interval, Task task) {
 void MainQueue::cancel(Token token) { state_->cancel(token); }
 
 bool MainQueue::isMain() const { return state_->isMain(); }
+
+bool MainQueue::isDriven() const { return state_->isDriven(); }
 
 void MainQueue::attach(std::shared_ptr<Pump> pump) { state_->attach(std::move(pump)); }
 

@@ -14,6 +14,7 @@ public:
     /// Called on any thread, also from within `attach` and `drain`, without a lock held: run
     /// `MainQueue::drain` on the loop's thread at `time` or soon after, never from in here. The
     /// earliest time asked for since the last drain counts, that which the drain returned included.
+    /// `MainQueue::atOnce` where tasks wait.
     virtual void wakeAt(Clock::Instant time) = 0;
 };
 
@@ -35,6 +36,9 @@ public:
         manual,     ///< nothing runs until somebody drains
     };
     using Token = std::uint64_t;  ///< 0: none
+    /// The earliest instant there is: the time of tasks that wait. Compare before subtracting, the
+    /// difference to any other instant may not fit.
+    static constexpr Clock::Instant atOnce = Clock::Instant::min();
 
     MainQueue(std::shared_ptr<const Clock> clock, Driver driver);
     ~MainQueue() override;
@@ -51,12 +55,14 @@ public:
     /// Whether the calling thread is the one that drives the queue; while a task runs, the one it
     /// runs on.
     bool isMain() const;
+    /// Whether a pump is attached or a run loop in progress: somebody of the host's choice drives.
+    bool isDriven() const;
     /// Called on the thread that will drain; empty detaches. Never waits: a task in progress on
     /// another thread is finished first, or the run loop there, and then the pump is asked for a
     /// drain.
     void attach(std::shared_ptr<Pump> pump);
-    /// Runs the tasks present now and the deadlines that have come; returns the next deadline, the
-    /// earliest possible one if tasks are waiting, or nothing. Runs nothing while another thread
+    /// Runs the tasks present now and the deadlines that have come; returns the next deadline,
+    /// `atOnce` if tasks are waiting, or nothing. Runs nothing while another thread
     /// drives.
     std::optional<Clock::Instant> drain();
     /// Drives the queue on the calling thread until `done` says so or `limit` has passed (nothing:

@@ -163,9 +163,11 @@ TEST_F(MainQueueOnAVirtualClock, TasksGoRightAfterTheyRanOrWithTheQueue) {
 TEST_F(MainQueueOnAVirtualClock, APumpIsAskedOncePerRoundAndForTheEarliestTime) {
     const auto pump = std::make_shared<FakePump>();
     queue->async([] {});
+    EXPECT_FALSE(queue->isDriven());
     queue->attach(pump);
+    EXPECT_TRUE(queue->isDriven());
     for (int i = 0; i < 3; ++i) queue->async([] {});
-    EXPECT_EQ(std::exchange(pump->times, {}), std::vector{Clock::Instant::min()});
+    EXPECT_EQ(std::exchange(pump->times, {}), std::vector{MainQueue::atOnce});
     queue->drain();
     for (const auto delay : {30ms, 40ms, 20ms}) queue->asyncAfter(delay, [] {});
     EXPECT_EQ(std::exchange(pump->times, {}), (std::vector{start + 30ms, start + 20ms}));
@@ -174,6 +176,7 @@ TEST_F(MainQueueOnAVirtualClock, APumpIsAskedOncePerRoundAndForTheEarliestTime) 
     clock->advance(*queue, 1s);
     EXPECT_TRUE(pump->times.empty()) << "what a drain returns need not be asked for";
     queue->attach({});
+    EXPECT_FALSE(queue->isDriven());
     queue->async([] {});
     EXPECT_TRUE(pump->times.empty());
 }
@@ -214,6 +217,7 @@ TEST_F(MainQueueOnItsOwnThread, HandsOverToARunLoopForGood) {
         if (runs == 2) queue->async(run);
         std::thread([&] {
             EXPECT_FALSE(queue->isMain());
+            EXPECT_TRUE(queue->isDriven());
             EXPECT_EQ(queue->drain(), std::nullopt) << "the loop drives";
         }).join();
         return runs == 3;
