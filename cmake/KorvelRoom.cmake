@@ -15,7 +15,8 @@ add_library(korvel_settings INTERFACE)
 target_compile_options(korvel_settings INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Werror
     # g++ 12 takes moved-from variants and concatenated literals for faults when it optimises.
-    $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized> $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
+    $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-maybe-uninitialized>
+    $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-restrict>)
 # Headers lie beside their sources: an include is the path from here, in the tree as installed.
 target_include_directories(korvel_settings INTERFACE "${PROJECT_SOURCE_DIR}")
 target_link_libraries(korvel_settings INTERFACE Threads::Threads)

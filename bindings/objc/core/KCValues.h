@@ -1,0 +1,153 @@
+#pragma once
+
+// Values on their way: toNS leads out to the host, take leads in. docs/objc.md lists them.
+#import "KCBridge.h"
+
+#include <korvel/model/KCSDKConsent.h>
+#include <korvel/model/KCSDKOndemandCkcToken.h>
+#include <korvel/model/KCSDKOndemandClass.h>
+#include <korvel/model/KCSDKOndemandClassResponse.h>
+#include <korvel/model/KCSDKOndemandCollection.h>
+#include <korvel/model/KCSDKOndemandContentToken.h>
+#include <korvel/model/KCSDKOndemandFilterRequest.h>
+#include <korvel/model/KCSDKOndemandMetaData.h>
+#include <korvel/model/KCSDKOndemandSearchResult.h>
+#include <korvel/model/KCSDKUser.h>
+#include <korvel/model/KCSDKUserSubscriptionRequest.h>
+#include <korvel/platform/Device.h>
+#include <korvel/platform/uikit/UIView.h>
+#include <korvel/player/KCSDKPlayerOverlay.h>
+#include <korvel/player/KCSDKPlayerView.h>
+#include <korvel/player/KCSDKPlayerViewController.h>
+#include <korvel/player/KCSDKPlayerViewModel.h>
+#include <korvel/presentation/KCSDKPlayerEvents.h>
+#include <korvel/presentation/KCSDKVideoViewBuilder.h>
+#include <korvel/sdk/KCSDK.h>
+#include <korvel/session/KCSDKConfig.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kc {
+
+namespace p = korvel::platform;
+
+template <class Record> Class classOf();
+#define KC_CLASS(name) \
+    template <> inline Class classOf<korvel::name>() { return [::name class]; }
+KC_CLASS(KCSDKConfig)
+KC_CLASS(KCSDKOndemandClass)
+KC_CLASS(KCSDKOndemandClassResponse)
+KC_CLASS(KCSDKOndemandCollection)
+KC_CLASS(KCSDKOndemandMetaData)
+KC_CLASS(KCSDKOndemandFilterRequest)
+KC_CLASS(KCSDKSearchItem)
+KC_CLASS(KCSDKOndemandSearchResult)
+KC_CLASS(LinkDetail)
+KC_CLASS(KCSDKConsent)
+KC_CLASS(KCSDKUserSubscriptionRequest)
+KC_CLASS(KCSDKOndemandContentToken)
+KC_CLASS(KCSDKOndemandCkcToken)
+KC_CLASS(KCSDKUser)
+KC_CLASS(KCSDKPlayerEvents)
+KC_CLASS(KCSDKPlayerViewModel)
+KC_CLASS(KCSDKVideoViewBuilder)
+#undef KC_CLASS
+
+// ---- out
+NSString* toNS(const std::string& text);  ///< never nil; what is not UTF-8 is read as Latin-1
+NSError* toNS(const korvel::NSError& error);
+UIColor* toNS(const p::UIColor& color);
+UIFont* toNS(const p::UIFont& font);
+UIImage* toNS(const p::UIImage& image);
+ValueType* toNS(const korvel::ValueType& value);
+NSString* toNS(p::AVLayerVideoGravity gravity);
+inline MinMaxType toNS(const korvel::MinMaxType& range) { return {range.min, range.max}; }
+inline int64_t toNS(std::int64_t number) { return number; }
+inline double toNS(double number) { return number; }
+inline BOOL toNS(bool truth) { return truth ? YES : NO; }
+inline NSRect toNS(const p::CGRect& rect) {
+    return NSMakeRect(rect.origin.x, rect.origin.y, rect.size.width, rect.size.height);
+}
+template <class Record> id toNS(const std::shared_ptr<Record>& record) {
+    return wrap(classOf<Record>(), record);
+}
+inline id toNS(const std::shared_ptr<p::UIView>& view) { return wrapDynamic(view); }
+template <class Value> NSArray* toNS(const std::vector<Value>& values) {
+    NSMutableArray* array = [NSMutableArray arrayWithCapacity:values.size()];
+    for (const auto& value : values) [array addObject:toNS(value)];
+    return array;
+}
+// Where there may be nothing, a number is an object.
+inline NSNumber* boxed(std::int64_t number) { return [NSNumber numberWithLongLong:number]; }
+inline NSNumber* boxed(double number) { return [NSNumber numberWithDouble:number]; }
+inline NSValue* boxed(const p::CGRect& rect) { return [NSValue valueWithRect:toNS(rect)]; }
+template <class Value> auto boxed(const Value& value) { return toNS(value); }
+template <class Value> auto toNS(const std::optional<Value>& value) -> decltype(boxed(*value)) {
+    return value ? boxed(*value) : nil;
+}
+
+// ---- in
+void take(NSString* from, std::string& to);  ///< nil: empty; lone surrogates are repaired
+void take(UIColor* from, p::UIColor& to);    ///< nil: unchanged
+void take(UIFont* from, p::UIFont& to);      ///< nil: unchanged
+void take(UIImage* from, p::UIImage& to);    ///< nil: the empty image
+void take(ValueType* from, korvel::ValueType& to);
+void take(NSString* from, p::AVLayerVideoGravity& to);  ///< raises if it is none
+inline void take(int64_t from, std::int64_t& to) { to = from; }
+inline void take(double from, double& to) { to = from; }
+inline void take(BOOL from, bool& to) { to = from != NO; }
+inline void take(MinMaxType from, korvel::MinMaxType& to) { to = {from.min, from.max}; }
+inline void take(NSNumber* from, std::int64_t& to) { to = [from longLongValue]; }
+inline void take(NSNumber* from, double& to) { to = [from doubleValue]; }
+inline p::CGRect rect(NSRect from) {
+    return {{from.origin.x, from.origin.y}, {from.size.width, from.size.height}};
+}
+inline void take(NSValue* from, p::CGRect& to) { to = rect([from rectValue]); }
+template <class Record> void take(id from, std::shared_ptr<Record>& to) {
+    to = record<Record>(from);
+}
+/// One record of a list, where nothing has no place.
+template <class Value> void takeOne(id from, Value& to) { take(from, to); }
+template <class Value> void take(NSArray* from, std::vector<Value>& to) {
+    std::vector<Value> values;
+    values.reserve([from count]);
+    for (id one in from) takeOne(one, values.emplace_back());
+    to = std::move(values);
+}
+template <class From, class Value> void take(From from, std::optional<Value>& to) {
+    if (!from) return to.reset();
+    Value value{};
+    take(from, value);
+    to = std::move(value);
+}
+inline std::string text(NSString* from) {
+    std::string to;
+    take(from, to);
+    return to;
+}
+template <class Value, class From> std::optional<Value> optional(From from) {
+    std::optional<Value> to;
+    take(from, to);
+    return to;
+}
+std::chrono::system_clock::time_point date(NSDate* from);
+
+/// A completion of any of the SDK's shapes for a block of the same shape.
+template <class Block> auto completion(Block block) {
+    return [held = std::make_shared<HostBlock<Block>>(block)](const auto&... results) {
+        (*held)([&results] { return toNS(results); }...);
+    };
+}
+
+}  // namespace kc
+
+// A property over a member of the same name.
+#define KC_MEMBER(type, name, Setter)             \
+    -(type)name {                                 \
+        return kc::toNS(kc::as<Core>(self).name); \
+    }                                             \
+    -(void)Setter : (type)value {                 \
+        kc::take(value, kc::as<Core>(self).name); \
+    }

@@ -1,0 +1,158 @@
+#import "Host.h"
+
+void runHost(void (*scenario)(const struct Service*), const struct Service* service) {
+    NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
+    scenario(service);
+    [pool release];
+}
+
+@implementation Answer
++ (Answer*)answer {
+    return [[[Answer alloc] init] autorelease];
+}
+- (id)init {
+    if ((self = [super init])) lock = [[NSConditionLock alloc] initWithCondition:0];
+    return self;
+}
+- (void)dealloc {
+    [lock release];
+    [record release];
+    [error release];
+    [super dealloc];
+}
+- (void)record:(id)aRecord error:(NSError*)anError {
+    [lock lock];
+    CHECK(!came);  // at most once
+    came = YES;
+    record = [aRecord retain];
+    error = [anError retain];
+    onMain = [NSThread isMainThread];
+    [lock unlockWithCondition:1];
+}
+- (BOOL)waitSeconds:(double)seconds {
+    NSDate* end = [NSDate dateWithTimeIntervalSinceNow:seconds];
+    if (![lock lockWhenCondition:1 beforeDate:end]) return NO;
+    [lock unlock];
+    return YES;
+}
+- (BOOL)wait {
+    return [self waitSeconds:20];
+}
+- (BOOL)turn {
+    return turnUntil(
+        ^{
+          return came;
+        },
+        20);
+}
+@end
+
+BOOL turnUntil(BOOL (^done)(void), double seconds) {
+    NSDate* end = [NSDate dateWithTimeIntervalSinceNow:seconds];
+    while (!done() && [end timeIntervalSinceNow] > 0) {
+        NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
+        [[NSRunLoop currentRunLoop] runMode:NSDefaultRunLoopMode
+                                 beforeDate:[NSDate dateWithTimeIntervalSinceNow:0.02]];
+        [pool release];
+    }
+    return done();
+}
+
+static int alive = 0;
+@implementation Probe
++ (int)alive {
+    return __atomic_load_n(&alive, __ATOMIC_SEQ_CST);
+}
+- (id)init {
+    if ((self = [super init])) __atomic_add_fetch(&alive, 1, __ATOMIC_SEQ_CST);
+    return self;
+}
+- (void)dealloc {
+    __atomic_sub_fetch(&alive, 1, __ATOMIC_SEQ_CST);
+    [super dealloc];
+}
+@end
+
+@implementation Listener
+- (void)noteThread {
+    if (![NSThread isMainThread]) offMain = YES;
+}
+- (void)playerStatusWithStatus:(int64_t)aStatus {
+    [self noteThread];
+    ++statuses;
+    status = aStatus;
+}
+- (void)playerExitWithDuration:(int64_t)duration {
+    [self noteThread];
+    ++exits;
+    performed = duration;
+}
+- (void)currentVideoPositionWithDurationPlayedSeconds:(float)seconds {
+    [self noteThread];
+    ++positions;
+    position = seconds;
+}
+- (void)totalVideoDurationWithTotalDuration:(float)seconds {
+    ++totals;
+    total = seconds;
+}
+- (void)playbackBufferEmpty {
+    ++empties;
+}
+- (void)playbackLikelyToKeepUp {
+    [self noteThread];
+    ++likelies;
+}
+@end
+
+void installDevice(const struct Service* service, BOOL media) {
+    CHECK([KCSDKDevice installWithApplicationName:@"objc-tests"
+                                       dataFolder:[NSString stringWithUTF8String:service->folder]
+                             certificateAuthority:[NSString stringWithUTF8String:service->authority]
+                                            media:media]);
+}
+
+KCSDKConfig* makeConfig(NSString* url) {
+    return [[[KCSDKConfig alloc] initWithBaseURL:url
+                                       secretKey:@"not-a-secret"
+                                          apiKey:@"korvel-development"
+                                        tenantId:@"korvel"
+                                   localyticsKey:@"analytics"] autorelease];
+}
+
+void setUp(const struct Service* service) {
+    installDevice(service, NO);
+    [KCSDK initializeWithConfig:makeConfig([NSString stringWithUTF8String:service->url])];
+}
+
+void logIn(void) {
+    Answer* answer = [Answer answer];
+    [KCSDK startSessionWithUserName:@"anna"
+                    completionBlock:^(NSError* error) {
+                      [answer record:nil error:error];
+                    }];
+    CHECK([answer wait] && !answer->error);
+}
+
+KCSDKOndemandClass* classDetails(NSString* tag) {
+    Answer* answer = [Answer answer];
+    [KCSDK getOndemandClassDetailsFor:tag
+                      completionBlock:^(KCSDKOndemandClass* record, NSError* error) {
+                        [answer record:record error:error];
+                      }];
+    CHECK([answer wait] && !answer->error);
+    return [[answer->record retain] autorelease];
+}
+
+KCSDKOndemandClassResponse* classesPage(void) {
+    Answer* answer = [Answer answer];
+    [KCSDK getOndemandClassesWithPage:1
+                             pageSize:20
+                                 sort:nil
+                                order:nil
+                      completionBlock:^(KCSDKOndemandClassResponse* page, NSError* error) {
+                        [answer record:page error:error];
+                      }];
+    CHECK([answer wait] && answer->record);
+    return [[answer->record retain] autorelease];
+}

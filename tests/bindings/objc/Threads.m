@@ -1,0 +1,88 @@
+#import "Host.h"
+
+static Answer* onMainQueue(void) {
+    Answer* answer = [Answer answer];
+    [KCSDKDevice performOnMainQueue:^{
+      [answer record:nil error:nil];
+    }];
+    return answer;
+}
+
+@interface Attacher : NSObject {
+@public
+    Answer* done;
+    BOOL attached;
+}
+@end
+@implementation Attacher
+- (void)attach {
+    NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
+    attached = [KCSDKDevice attachMainQueueToRunLoop];
+    [done record:nil error:nil];
+    [pool release];
+}
+@end
+
+void mainQueueThreads(const struct Service* service) {
+    setUp(service);
+    Answer* before = onMainQueue();
+    CHECK([before wait] && !before->onMain);  // a thread of the SDK's own drives it
+
+    Attacher* attacher = [[[Attacher alloc] init] autorelease];
+    attacher->done = [Answer answer];
+    [NSThread detachNewThreadSelector:@selector(attach) toTarget:attacher withObject:nil];
+    CHECK([attacher->done wait] && !attacher->attached);
+    CHECK([KCSDKDevice attachMainQueueToRunLoop] && [KCSDKDevice attachMainQueueToRunLoop]);
+
+    Answer* after = onMainQueue();
+    Answer* login = [Answer answer];
+    [KCSDK startSessionWithUserName:@"anna"
+                    completionBlock:^(NSError* error) {
+                      [login record:nil error:error];
+                    }];
+    CHECK(![login waitSeconds:0.8] && !after->came);  // nothing turns
+    CHECK([after turn] && after->onMain);
+    CHECK([login turn] && !login->onMain && !login->error);
+}
+
+void manyRequests(const struct Service* service) {
+    setUp(service);
+    enum { total = 400 };
+    NSConditionLock* came = [[[NSConditionLock alloc] initWithCondition:0] autorelease];
+    __block int wrong = 0;
+    NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
+    Probe* captured = [[[Probe alloc] init] autorelease];
+    for (int i = 0; i < total; ++i) {
+        [KCSDK getOndemandClassesWithPage:1
+                                 pageSize:5
+                                     sort:nil
+                                    order:nil
+                          completionBlock:^(KCSDKOndemandClassResponse* page, NSError* error) {
+                            [came lock];
+                            if (error || !captured || [page.items count] != 5) ++wrong;
+                            [came unlockWithCondition:[came condition] + 1];
+                          }];
+    }
+    [pool release];
+    CHECK([came lockWhenCondition:total beforeDate:[NSDate dateWithTimeIntervalSinceNow:60]]);
+    CHECK(wrong == 0);
+    [came unlock];
+    for (int i = 0; i<1000 && [Probe alive]> 0; ++i) [NSThread sleepForTimeInterval:0.005];
+    CHECK([Probe alive] == 0);
+}
+
+void callInit(const char* className) {
+    Class cls = NSClassFromString([NSString stringWithUTF8String:className]);
+    [[cls alloc] performSelector:@selector(init)];
+}
+
+void throwInCompletion(const struct Service* service) {
+    setUp(service);
+    Answer* never = [Answer answer];
+    [KCSDK getConsentWithCompletionBlock:^(NSArray* list, NSError* error) {
+      (void)list;
+      (void)error;
+      [NSException raise:@"host" format:@"thrown in a completion"];
+    }];
+    [never waitSeconds:10];
+}
