@@ -25,9 +25,11 @@ class KCSDKOndemandFilterRequest;
 class KCSDKOndemandMetaData;
 class KCSDKOndemandSearchResult;
 class KCSDKUserSubscriptionRequest;
+class ServiceOperations;
 
 /// The service client: one routine per endpoint. Hosts go through `KCSDK`; the player and tests
-/// come here.
+/// come here. Each operation's outcome is that of `ServiceOperations`; this is the door that tells
+/// of it what the contract with hosts tells.
 ///
 /// Thread safety: any thread. Requests are described on the caller's thread before the routine
 /// returns, so that a later change of configuration or argument does not alter them; completions
@@ -82,10 +84,11 @@ public:
     /// "consent".
     void performClass(const std::string& classTag, Completion<KCSDKOndemandClass> completion);
 
+    /// The routines themselves, which tell all that became of them. For rooms of the SDK.
+    const ServiceOperations& operations() const { return *operations_; }
+
 private:
-    struct Parts;
-    const std::shared_ptr<Parts>
-        parts_;  // shared, so that an answer can tell whether the manager is gone
+    const std::unique_ptr<const ServiceOperations> operations_;
 };
 
 }  // namespace korvel

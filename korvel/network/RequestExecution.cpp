@@ -9,16 +9,14 @@ namespace korvel {
 using platform::Exchange;
 using platform::URLRequest;
 
-RequestExecution::RequestExecution(std::shared_ptr<platform::URLSession> session,
-                                   std::shared_ptr<platform::Locale> locale,
-                                   std::shared_ptr<platform::Console> console,
-                                   std::shared_ptr<platform::Diagnostics> diagnostics)
-    : session_(std::move(session)),
-      locale_(std::move(locale)),
-      console_(std::move(console)),
-      diagnostics_(std::move(diagnostics)) {}
+RequestExecution::RequestExecution(const platform::Device& device)
+    : session_(device.urlSession),
+      locale_(device.locale),
+      console_(device.console),
+      diagnostics_(device.diagnostics) {}
 
-void RequestExecution::performDataTask(const APIEndpoint& endpoint, VerdictHandler handler) const {
+void RequestExecution::performDataTask(const APIEndpoint& endpoint, VerdictHandler handler,
+                                       const Conducting& conduct) const {
     URLRequest request(endpoint.baseURL.resolving(endpoint.path).value_or(endpoint.baseURL));
     if (endpoint.params) {
         request.body = endpoint.params;
@@ -32,12 +30,11 @@ void RequestExecution::performDataTask(const APIEndpoint& endpoint, VerdictHandl
     request.setValue(endpoint.tenantId, "TenantID");
     request.method = endpoint.method;
 
-    const auto id = announce(request);
-    session_->dataTask(std::move(request), completionHandler(id, judge, std::move(handler)));
+    send(std::move(request), judge, std::move(handler), conduct);
 }
 
 void RequestExecution::performUpload(const APIEndpoint& endpoint, const std::string& boundary,
-                                     VerdictHandler handler) const {
+                                     VerdictHandler handler, const Conducting& conduct) const {
     URLRequest request(endpoint.baseURL.appendingPathComponent(endpoint.path));
     if (endpoint.formParams) {
         request.setValue("multipart/form-data; boundary=" + boundary, "Content-Type");
@@ -50,25 +47,81 @@ void RequestExecution::performUpload(const APIEndpoint& endpoint, const std::str
     request.setValue("Korvel/1.0(iOS 13.0)", "User-Agent");  // the only agent the service logs in
     request.method = endpoint.method;
 
-    const auto id = announce(request);
-    session_->uploadTask(std::move(request), endpoint.formParams,
-                         completionHandler(id, judgeLogin, std::move(handler)));
+    request.body = endpoint.formParams;
+    send(std::move(request), judgeLogin, std::move(handler), conduct);
 }
 
-platform::URLSession::CompletionHandler RequestExecution::completionHandler(
-    RequestId id, Judge judgement, VerdictHandler handler) const {
-    return [id, judgement, handler = std::move(handler), console = console_,
-            diagnostics = diagnostics_](Exchange exchange) {
+/// A request on its way, kept by the handler of the exchange that is under way; that is the
+/// session's, which must not be kept by it.
+struct RequestExecution::Sending : std::enable_shared_from_this<Sending> {
+    std::weak_ptr<platform::URLSession> session;
+    std::shared_ptr<platform::Console> console;
+    std::shared_ptr<platform::Diagnostics> diagnostics;
+    Judge judgement = nullptr;
+    VerdictHandler handler;
+    Conducting conduct;
+    std::optional<URLRequest> repeated;  ///< what may be asked for again
+
+    void begin(URLRequest request) {
+        const auto open = session.lock();
+        if (!open) return;
+        const auto id = platform::Diagnostics::newRequestId();
+        if (diagnostics) diagnostics->requestStarted(id, request);
+        auto task =
+            open->dataTask(std::move(request), [self = shared_from_this(), id](Exchange exchange) {
+                self->end(id, std::move(exchange));
+            });
+        if (conduct) conduct->began(std::move(task));
+    }
+
+    void end(platform::Diagnostics::RequestId id, Exchange exchange) {
         if (diagnostics) diagnostics->requestEnded(id, exchange);
+        const int status = exchange.response ? exchange.response->statusCode : 0;
         auto verdict = judgement(std::move(exchange), *console);
-        if (handler) handler(std::move(verdict), id);
-    };
+        if (!verdict && repeated &&
+            conduct->triesAgain(verdict.failure(), [self = shared_from_this()] {
+                if (!self->conduct->isOver()) self->begin(*self->repeated);
+            })) {
+            return;
+        }
+        if (handler) handler(std::move(verdict), {id, status});
+    }
+};
+
+void RequestExecution::send(URLRequest request, Judge judgement, VerdictHandler handler,
+                            const Conducting& conduct) const {
+    if (conduct && conduct->isOver()) return;
+    const auto sending = std::make_shared<Sending>();
+    sending->session = session_;
+    sending->console = console_;
+    sending->diagnostics = diagnostics_;
+    sending->judgement = judgement;
+    sending->handler = std::move(handler);
+    sending->conduct = conduct;
+    if (conduct && request.method == "GET") sending->repeated = request;
+    sending->begin(std::move(request));
 }
 
-RequestExecution::RequestId RequestExecution::announce(const URLRequest& request) const {
-    const auto id = platform::Diagnostics::newRequestId();
-    if (diagnostics_) diagnostics_->requestStarted(id, request);
-    return id;
+Failure RequestExecution::notUnderstood(Ended ended, std::string record,
+                                        platform::DecodingError error,
+                                        platform::Diagnostics* diagnostics) {
+    if (diagnostics) diagnostics->decodingFailed(ended.id, record, error.path, error.reason);
+    Failure failure;
+    failure.reason = Failure::Reason::notUnderstood;
+    failure.status = ended.status;
+    failure.body.emplace();  // there was one
+    failure.record = std::move(record);
+    failure.member = std::move(error.path);
+    failure.detail = std::move(error.reason);
+    return failure;
+}
+
+Failure RequestExecution::refusalOfLogIn(Failure undecoded, platform::Data body) {
+    const int status = undecoded.status;
+    if (status == 0 || status == 200 || status == 201) return undecoded;
+    auto refusal = failureOfStatus(status, std::move(body));
+    if (refusal.reason == Failure::Reason::loggedOut) refusal.reason = Failure::Reason::refused;
+    return refusal;
 }
 
 std::string RequestExecution::acceptLanguage() const {

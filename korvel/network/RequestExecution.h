@@ -1,12 +1,11 @@
 #pragma once
 
 #include <korvel/network/APIEndpoint.h>
+#include <korvel/network/Conduct.h>
 #include <korvel/network/RecordName.h>
 #include <korvel/network/Verdict.h>
-#include <korvel/platform/Diagnostics.h>
+#include <korvel/platform/Device.h>
 #include <korvel/platform/foundation/JSONDecoder.h>
-#include <korvel/platform/foundation/Locale.h>
-#include <korvel/platform/foundation/URLSession.h>
 
 #include <functional>
 #include <memory>
@@ -15,49 +14,69 @@
 
 namespace korvel {
 
-/// Turns an endpoint into one exchange and its end into a verdict. Keeps no state between calls;
-/// any thread. Handlers run on the session's background threads, exactly once per exchange that
-/// ends, and are destroyed right after; they keep the parts they need alive, not this object.
+class KCSDKUser;
+
+/// Turns an endpoint into one exchange, or as many as its conduct allows, and their end into a
+/// verdict. Keeps no state between calls; any thread. Handlers run on the session's background
+/// threads, exactly once per operation that ends, and are destroyed right after; they keep the
+/// parts they need alive, not this object.
 class RequestExecution {
 public:
-    using RequestId = platform::Diagnostics::RequestId;
-    using VerdictHandler = std::function<void(Verdict, RequestId)>;
+    /// Of which exchange: its identifier for the diagnostics, and the answer's status, or 0.
+    struct Ended {
+        platform::Diagnostics::RequestId id;
+        int status;
+    };
+    using VerdictHandler = std::function<void(Verdict, Ended)>;
+    using Conducting = std::shared_ptr<Conduct>;
 
-    RequestExecution(std::shared_ptr<platform::URLSession> session,
-                     std::shared_ptr<platform::Locale> locale,
-                     std::shared_ptr<platform::Console> console,
-                     std::shared_ptr<platform::Diagnostics> diagnostics);
+    explicit RequestExecution(const platform::Device& device);
 
     /// Every endpoint but the log-in: `path` is resolved against the base as a relative address,
     /// and if that yields none, the base itself is asked.
-    void performDataTask(const APIEndpoint& endpoint, VerdictHandler handler) const;
+    void performDataTask(const APIEndpoint& endpoint, VerdictHandler handler,
+                         const Conducting& conduct) const;
     /// The log-in: `path` is appended to the base, the form is uploaded.
     void performUpload(const APIEndpoint& endpoint, const std::string& boundary,
-                       VerdictHandler handler) const;
+                       VerdictHandler handler, const Conducting& conduct) const;
 
-    /// A handler that decodes the payload and calls `done(std::optional<Result>,
-    /// std::optional<NSError>)` at most once: both absent for a payload that is no `Result`, which
-    /// only the diagnostics learn.
-    template <class Result, class Done> VerdictHandler decoding(Done done) const {
-        return [diagnostics = diagnostics_, done = std::move(done)](Verdict verdict, RequestId id) {
-            if (auto* rejection = std::get_if<Rejection>(&verdict)) {
-                done(std::optional<Result>(), std::move(rejection->error));
-            } else if (auto* payload = std::get_if<Payload>(&verdict)) {
-                platform::DecodingError error;
-                auto result = platform::decodeJSON<Result>(std::move(payload->body), &error);
-                if (!result && diagnostics) {
-                    diagnostics->decodingFailed(id, recordName<Result>(), error.path, error.reason);
-                }
-                done(std::move(result), std::optional<NSError>());
+    /// A handler that decodes the payload and calls `done(Outcome<Result>)` once. What is no
+    /// `Result` is told to the diagnostics, too.
+    template <class Result, class Handler> VerdictHandler decoding(Handler done) const {
+        return [diagnostics = diagnostics_, done = std::move(done)](Verdict verdict, Ended ended) {
+            if (!verdict) return done(Outcome<Result>(std::move(verdict.failure())));
+            platform::DecodingError error;
+            auto result = platform::decodeJSON<Result>(std::move(*verdict), &error);
+            if (result) return done(Outcome<Result>(std::move(*result)));
+            done(Outcome<Result>(
+                notUnderstood(ended, recordName<Result>(), std::move(error), diagnostics.get())));
+        };
+    }
+
+    /// The same for the log-in: a refusal, too, counts if it holds a user, and what holds none is
+    /// the failure that the status says.
+    template <class Handler> VerdictHandler decodingUser(Handler done) const {
+        using User = std::shared_ptr<KCSDKUser>;
+        return [diagnostics = diagnostics_, done = std::move(done)](Verdict verdict, Ended ended) {
+            if (!verdict) return done(Outcome<User>(std::move(verdict.failure())));
+            platform::DecodingError error;
+            if (auto user = platform::decodeJSON<User>(*verdict, &error)) {
+                return done(Outcome<User>(std::move(*user)));
             }
+            auto failure =
+                notUnderstood(ended, recordName<User>(), std::move(error), diagnostics.get());
+            done(Outcome<User>(refusalOfLogIn(std::move(failure), std::move(*verdict))));
         };
     }
 
 private:
     using Judge = Verdict (*)(platform::Exchange, platform::Console&);
-    platform::URLSession::CompletionHandler completionHandler(RequestId id, Judge judgement,
-                                                              VerdictHandler handler) const;
-    RequestId announce(const platform::URLRequest& request) const;
+    struct Sending;
+    static Failure notUnderstood(Ended ended, std::string record, platform::DecodingError error,
+                                 platform::Diagnostics* diagnostics);
+    static Failure refusalOfLogIn(Failure undecoded, platform::Data body);
+    void send(platform::URLRequest request, Judge judgement, VerdictHandler handler,
+              const Conducting& conduct) const;
     std::string acceptLanguage() const;
 
     std::shared_ptr<platform::URLSession> session_;

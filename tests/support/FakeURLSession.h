@@ -18,11 +18,14 @@ class FakeURLSession final : public platform::URLSession {
 public:
     std::vector<platform::URLRequest> requests;  ///< everything ever sent, oldest first
 
-    void dataTask(platform::URLRequest request, CompletionHandler completionHandler) override {
+    std::shared_ptr<platform::URLSessionTask> dataTask(
+        platform::URLRequest request, CompletionHandler completionHandler) override {
         const std::lock_guard lock(mutex_);
         requests.push_back(std::move(request));
-        pending_.push_back(std::move(completionHandler));
+        const auto exchange = std::make_shared<CompletionHandler>(std::move(completionHandler));
+        pending_.push_back(exchange);
         changed_.notify_all();
+        return std::make_shared<Task>(*this, exchange);
     }
 
     /// For requests that another thread sends. False if they do not come.
@@ -39,7 +42,7 @@ public:
         if (pending_.empty()) throw std::logic_error("nobody waits for an answer");
         const auto handler = std::move(pending_.front());
         pending_.pop_front();
-        handler(std::move(exchange));
+        (*handler)(std::move(exchange));
     }
     static platform::Exchange answered(int status, std::optional<std::string_view> body) {
         return {.body = body ? std::optional(platform::bytesOf(*body)) : std::nullopt,
@@ -55,10 +58,28 @@ public:
              .metrics = {}});
     }
 
+    /// How many exchanges were ended by their asker.
+    std::size_t cancelled = 0;
+
 private:
+    /// Cancels as long as the session lives.
+    struct Task final : platform::URLSessionTask {
+        Task(FakeURLSession& from, const std::shared_ptr<CompletionHandler>& which)
+            : session(from), exchange(which) {}
+        void cancel() override {
+            if (const auto open = exchange.lock()) session.drop(open);
+        }
+        FakeURLSession& session;
+        const std::weak_ptr<CompletionHandler> exchange;
+    };
+    void drop(const std::shared_ptr<CompletionHandler>& exchange) {
+        const std::lock_guard lock(mutex_);
+        cancelled += std::erase(pending_, exchange);
+    }
+
     std::mutex mutex_;
     std::condition_variable changed_;
-    std::deque<CompletionHandler> pending_;
+    std::deque<std::shared_ptr<CompletionHandler>> pending_;
 };
 
 }  // namespace korvel::tests

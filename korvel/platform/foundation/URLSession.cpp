@@ -4,13 +4,15 @@
 namespace korvel::platform {
 
 URLSession::~URLSession() = default;
+URLSessionTask::~URLSessionTask() = default;
 ResponseStream::~ResponseStream() = default;
 StreamLoader::~StreamLoader() = default;
 
-void URLSession::uploadTask(URLRequest request, std::optional<Data> bodyData,
-                            CompletionHandler completionHandler) {
+std::shared_ptr<URLSessionTask> URLSession::uploadTask(URLRequest request,
+                                                       std::optional<Data> bodyData,
+                                                       CompletionHandler completionHandler) {
     request.body = std::move(bodyData);
-    dataTask(std::move(request), std::move(completionHandler));
+    return dataTask(std::move(request), std::move(completionHandler));
 }
 
 }  // namespace korvel::platform

@@ -38,23 +38,34 @@ struct Exchange {
     TransferMetrics metrics;
 };
 
+/// One request under way. Letting go of it changes nothing.
+class KORVEL_API URLSessionTask {
+public:
+    virtual ~URLSessionTask();
+    /// Any thread, again and again: ends the transfer. The handler is destroyed soon after, on a
+    /// background thread, without a call; one that is being called already goes on.
+    virtual void cancel() = 0;
+};
+
 /// Sends requests. Nothing of one request is visible in another: no cookies, no cache, no
 /// credentials.
 ///
 /// Thread safety: any thread. Handlers run on background threads, never on the caller's and never
 /// on the transport's own, so one that blocks holds up no other exchange. Ownership: the handler is
-/// called exactly once, or, when the session is destroyed first, destroyed without a call.
+/// called exactly once, or, when the session is destroyed or the task cancelled first, destroyed
+/// without a call.
 class KORVEL_API URLSession {
 public:
     using CompletionHandler = std::function<void(Exchange)>;
 
     virtual ~URLSession();
     /// Starts `request` at once and returns. Redirects are followed; a request that is not a GET or
-    /// a HEAD reaches the service at most once.
-    virtual void dataTask(URLRequest request, CompletionHandler completionHandler) = 0;
+    /// a HEAD reaches the service at most once. Null from a session that cannot cancel.
+    virtual std::shared_ptr<URLSessionTask> dataTask(URLRequest request,
+                                                     CompletionHandler completionHandler) = 0;
     /// The same with `bodyData` as the body, whatever the request says.
-    void uploadTask(URLRequest request, std::optional<Data> bodyData,
-                    CompletionHandler completionHandler);
+    std::shared_ptr<URLSessionTask> uploadTask(URLRequest request, std::optional<Data> bodyData,
+                                               CompletionHandler completionHandler);
 };
 
 /// Error domain of transport failures; codes are those of `URLErrorCode`.

@@ -11,9 +11,11 @@ public:
         : loop_(std::make_shared<CurlLoop>(options, std::move(background))) {}
     ~URLSessionCurl() override { loop_->stop(); }
 
-    void dataTask(URLRequest request, CompletionHandler completionHandler) override {
+    std::shared_ptr<URLSessionTask> dataTask(URLRequest request,
+                                             CompletionHandler completionHandler) override {
         loop_->submit(
             std::make_shared<CurlTransfer>(std::move(request), std::move(completionHandler)));
+        return nullptr;
     }
 
 private:
