@@ -1,9 +1,10 @@
 #pragma once
 
-/// Everything that a host application needs, in one include: the facade and its records, the player
+/// Everything that a host application needs, in one include: client, facade and records, the player
 /// down to its stream, the device and the run loop. Views, windows and controls of the host's own
 /// making are in korvel/platform/uikit/, media engines and screens with their libraries.
 
+#include <korvel/client/ContentClient.h>
 #include <korvel/model/KCSDKConsent.h>
 #include <korvel/model/KCSDKOndemandClass.h>
 #include <korvel/model/KCSDKOndemandClassResponse.h>
@@ -11,6 +12,7 @@
 #include <korvel/model/KCSDKOndemandFilterRequest.h>
 #include <korvel/model/KCSDKOndemandMetaData.h>
 #include <korvel/model/KCSDKOndemandSearchResult.h>
+#include <korvel/model/KCSDKUser.h>
 #include <korvel/model/KCSDKUserSubscriptionRequest.h>
 #include <korvel/platform/Device.h>
 #include <korvel/platform/avfoundation/AVPlayer.h>

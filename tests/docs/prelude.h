@@ -3,6 +3,7 @@
 // What the documentation's examples take for granted.
 #include <korvel/KorvelContentSDK.h>
 
+inline std::shared_ptr<korvel::KCSDKConfig> configuration;
 inline std::shared_ptr<korvel::KCSDKOndemandClass> chosenClass;
 inline std::shared_ptr<korvel::platform::UIView> parentView;
 inline std::shared_ptr<korvel::KCSDKPlayerEvents> remoteControl;

@@ -1,0 +1,183 @@
+#include <korvel/client/ContentClient.h>
+#include <korvel/client/MemoryKeychain.h>
+#include <korvel/client/OperationConduct.h>
+#include <korvel/model/KCSDKConsent.h>
+#include <korvel/model/KCSDKOndemandClass.h>
+#include <korvel/model/KCSDKOndemandClassResponse.h>
+#include <korvel/model/KCSDKOndemandCollection.h>
+#include <korvel/model/KCSDKOndemandContentToken.h>
+#include <korvel/model/KCSDKOndemandMetaData.h>
+#include <korvel/model/KCSDKOndemandSearchResult.h>
+#include <korvel/model/KCSDKUser.h>
+#include <korvel/network/KCSDKNetworkManager.h>
+#include <korvel/network/ServiceOperations.h>
+#include <korvel/platform/Device.h>
+#include <korvel/sdk/KCSDK.h>
+#include <korvel/session/KCSDKConfig.h>
+
+#include <utility>
+
+namespace korvel {
+
+using platform::Device;
+
+namespace {
+
+/// The process's pool as an object that can be held: it lives as long as the process.
+std::shared_ptr<platform::DispatchQueue> pool() {
+    return {std::shared_ptr<void>(), &platform::DispatchQueue::global()};
+}
+
+std::shared_ptr<const ClientSurroundings> surroundingsOn(const Device& device,
+                                                         const ClientOptions& options) {
+    auto surroundings = std::make_shared<ClientSurroundings>();
+    surroundings->deadlines =
+        std::make_shared<Deadlines>(device.clock, options.timers ? options.timers : pool());
+    surroundings->mainQueue = device.mainQueue;
+    surroundings->readRetries = options.readRetries;
+    return surroundings;
+}
+
+std::shared_ptr<KCSDKNetworkManager> managerOn(Device device, std::shared_ptr<KCSDKConfig> config) {
+    device.localytics->integrate(config->localyticsKey);
+    device.localytics->setLoggingEnabled(false);
+    device.localytics->openSession();
+    if (auto region = device.locale->regionCode()) config->countryCode = std::move(*region);
+    device.keychain = std::make_shared<MemoryKeychain>();
+    auto manager = std::make_shared<KCSDKNetworkManager>(device);
+    manager->setSdkConfig(std::move(config));
+    return manager;
+}
+
+/// Tells the pending operation what became of it; that it was let go of unheard, too.
+template <class T> OutcomeHandler<T> telling(std::shared_ptr<PendingState<T>> state) {
+    struct Ticket {
+        std::shared_ptr<PendingState<T>> state;
+        explicit Ticket(std::shared_ptr<PendingState<T>> of) : state(std::move(of)) {}
+        Ticket(const Ticket&) = delete;
+        Ticket& operator=(const Ticket&) = delete;
+        ~Ticket() { state->end(Failure{.reason = Failure::Reason::noAnswer}); }
+    };
+    return [ticket = std::make_shared<Ticket>(std::move(state))](Outcome<T> outcome) {
+        ticket->state->end(std::move(outcome));
+    };
+}
+
+}  // namespace
+
+ContentClient::ContentClient(ClientOptions options)
+    : options_(std::move(options)), surroundings_(surroundingsOn(Device::current(), options_)) {}
+
+ContentClient::ContentClient(std::shared_ptr<KCSDKConfig> config, ClientOptions options)
+    : ContentClient(Device::current(), std::move(config), std::move(options)) {}
+
+ContentClient::ContentClient(const Device& device, std::shared_ptr<KCSDKConfig> config,
+                             ClientOptions options)
+    : options_(std::move(options)),
+      manager_(managerOn(device, std::move(config))),
+      surroundings_(surroundingsOn(device, options_)) {}
+
+ContentClient::~ContentClient() = default;
+
+/// Calls `operation(operations, handler, conduct)`; a pending operation keeps alive what it needs.
+template <class T, class Begin> Pending<T> ContentClient::begin(Begin operation) const {
+    const auto conduct = std::make_shared<OperationConduct>(surroundings_);
+    const auto state = std::make_shared<PendingState<T>>(conduct);
+    const auto manager = manager_ ? manager_ : KCSDK::shared().networkManager();
+    if (!manager) {
+        state->end(Failure{.reason = Failure::Reason::notInitialised});
+        return Pending<T>(state);
+    }
+    state->endWithin(options_.deadline);
+    operation(
+        manager->operations(),
+        [manager, tell = telling(state)](Outcome<T> outcome) { tell(std::move(outcome)); },
+        conduct);
+    return Pending<T>(state);
+}
+
+ContentClient::PendingRecord<KCSDKUser> ContentClient::logIn(const std::string& userName) const {
+    return begin<std::shared_ptr<KCSDKUser>>(
+        [&](auto& service, auto done, auto& conduct) { service.logIn(userName, done, conduct); });
+}
+
+ContentClient::PendingList<KCSDKConsent> ContentClient::consents() const {
+    return begin<RecordList<KCSDKConsent>>(
+        [](auto& service, auto done, auto& conduct) { service.consents(done, conduct); });
+}
+
+Pending<Done> ContentClient::acceptConsent(const std::string& tag) const {
+    return begin<Done>([&](auto& service, auto done, auto& conduct) {
+        service.acceptConsent(tag, done, conduct);
+    });
+}
+
+ContentClient::PendingList<KCSDKOndemandCollection> ContentClient::collections(
+    const std::optional<std::string>& collectionId, std::int64_t maxResults) const {
+    return begin<RecordList<KCSDKOndemandCollection>>([&](auto& service, auto done, auto& conduct) {
+        service.collections(collectionId, maxResults, done, conduct);
+    });
+}
+
+ContentClient::PendingRecord<KCSDKOndemandClassResponse> ContentClient::classes(
+    const ClassesPage& page) const {
+    return begin<std::shared_ptr<KCSDKOndemandClassResponse>>(
+        [&](auto& service, auto done, auto& conduct) { service.classes(page, done, conduct); });
+}
+
+ContentClient::PendingRecord<KCSDKOndemandClass> ContentClient::classDetails(
+    const std::string& classTag) const {
+    return begin<std::shared_ptr<KCSDKOndemandClass>>([&](auto& service, auto done, auto& conduct) {
+        service.classDetails(classTag, done, conduct);
+    });
+}
+
+ContentClient::PendingRecord<KCSDKOndemandMetaData> ContentClient::metaData() const {
+    return begin<std::shared_ptr<KCSDKOndemandMetaData>>(
+        [](auto& service, auto done, auto& conduct) { service.metaData(done, conduct); });
+}
+
+ContentClient::PendingRecord<KCSDKOndemandSearchResult> ContentClient::search(
+    const KCSDKOndemandFilterRequest& filter) const {
+    return begin<std::shared_ptr<KCSDKOndemandSearchResult>>(
+        [&](auto& service, auto done, auto& conduct) { service.search(filter, done, conduct); });
+}
+
+Pending<Done> ContentClient::activateSubscription(
+    const KCSDKUserSubscriptionRequest& subscription) const {
+    return begin<Done>([&](auto& service, auto done, auto& conduct) {
+        service.activateSubscription(subscription, done, conduct);
+    });
+}
+
+Pending<Done> ContentClient::cancelSubscription() const {
+    return begin<Done>(
+        [](auto& service, auto done, auto& conduct) { service.cancelSubscription(done, conduct); });
+}
+
+ContentClient::PendingRecord<KCSDKOndemandClass> ContentClient::perform(
+    const std::string& classTag) const {
+    return begin<std::shared_ptr<KCSDKOndemandClass>>(
+        [&](auto& service, auto done, auto& conduct) { service.perform(classTag, done, conduct); });
+}
+
+Pending<Done> ContentClient::recordPerformance(const KCSDKOndemandClass& ondemandClass,
+                                               std::int64_t performedSeconds) const {
+    return begin<Done>([&](auto& service, auto done, auto& conduct) {
+        if (const auto performance = service.performance(ondemandClass, performedSeconds)) {
+            service.record(*performance, done, conduct);
+        } else {
+            done(Failure{.reason = Failure::Reason::unusableBaseURL});
+        }
+    });
+}
+
+ContentClient::PendingRecord<KCSDKOndemandContentToken> ContentClient::contentToken(
+    const std::string& contentId) const {
+    return begin<std::shared_ptr<KCSDKOndemandContentToken>>(
+        [&](auto& service, auto done, auto& conduct) {
+            service.contentToken(contentId, done, conduct);
+        });
+}
+
+}  // namespace korvel

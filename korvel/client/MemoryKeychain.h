@@ -1,0 +1,23 @@
+#pragma once
+
+#include <korvel/platform/security/Keychain.h>
+
+#include <map>
+#include <mutex>
+
+namespace korvel {
+
+/// Secrets for as long as somebody holds it. Any thread.
+class MemoryKeychain final : public platform::Keychain {
+public:
+    platform::OSStatus SecItemAdd(const platform::SecItemQuery& query) override;
+    platform::OSStatus SecItemCopyMatching(const platform::SecItemQuery& query,
+                                           std::optional<platform::Data>& result) override;
+    platform::OSStatus SecItemDelete(const platform::SecItemQuery& query) override;
+
+private:
+    std::mutex mutex_;
+    std::map<std::string, platform::Data> items_;
+};
+
+}  // namespace korvel

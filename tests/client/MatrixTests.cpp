@@ -1,0 +1,236 @@
+#include "support/Samples.h"
+#include "support/TestDevice.h"
+
+#include <korvel/KorvelContentSDK.h>
+#include <korvel/client/ContentClient.h>
+#include <korvel/model/KCSDKOndemandContentToken.h>
+#include <korvel/model/KCSDKUser.h>
+#include <korvel/network/KCSDKNetworkManager.h>
+#include <korvel/platform/backends/curl/URLSessionCurl.h>
+#include <service/ContentService.h>
+
+#include <gtest/gtest.h>
+
+#include <future>
+
+namespace korvel::tests {
+namespace {
+
+using namespace std::chrono_literals;
+using service::Answer;
+using Reason = Failure::Reason;
+
+/// What one door tells: a reason, "value", or, of completions, "silence", "neither" or "error".
+using Told = std::string;
+
+/// A completion of any kind. When its last copy is destroyed, it tells what it was told.
+class Completion {
+public:
+    std::future<Told> told() { return state_->told.get_future(); }
+    template <class... Results> void operator()(const Results&... results) const {
+        const auto all = std::tie(results...);
+        const auto& error = std::get<sizeof...(results) - 1>(all);
+        const bool hasValue = sizeof...(results) == 1 ? !error : static_cast<bool>(get<0>(all));
+        EXPECT_EQ(state_->text, "silence") << "called twice";
+        state_->text = error ? "error" : hasValue ? "value" : "neither";
+    }
+
+private:
+    struct State {
+        Told text = "silence";
+        std::promise<Told> told;
+        ~State() { told.set_value(text); }
+    };
+    std::shared_ptr<State> state_ = std::make_shared<State>();
+};
+
+/// An operation of the client of any kind, as its end.
+struct Running {
+    std::future<std::vector<Told>> ends;  ///< all of them, once nothing can end any more
+    std::function<void()> cancel;
+};
+
+template <class T> Running running(Pending<T> pending) {
+    struct Ends {
+        std::vector<Told> all;
+        std::promise<std::vector<Told>> told;
+        ~Ends() { told.set_value(all); }
+    };
+    const auto ends = std::make_shared<Ends>();
+    std::stop_source stop;
+    Running result{ends->told.get_future(), [stop]() mutable { stop.request_stop(); }};
+    std::move(pending).stoppedBy(stop.get_token()).then(nullptr, [ends](const Outcome<T>& outcome) {
+        ends->all.push_back(outcome ? "value" : std::string(nameOf(outcome.failure().reason)));
+    });
+    return result;
+}
+
+enum class Kind { record, outcome, logIn, untold };
+
+struct Endpoint {
+    std::string name;
+    Kind kind;
+    std::function<Running(const ContentClient&)> ask;
+    std::function<void(KCSDKNetworkManager&, const Completion&)> askByContract;
+};
+
+struct Fault {
+    std::string name;
+    Answer answer;
+    Reason reason;
+    std::array<Told, 4> contract;  ///< of each kind
+};
+
+const std::array<Told, 4> silent{"silence", "silence", "silence", "silence"};
+const std::array<Told, 4> undecoded{"neither", "value", "value", "silence"};
+const std::array<Told, 4> rejected{"error", "error", "value", "silence"};
+
+const std::vector<Fault> faults{
+    {"refused", {}, Reason::unreachable, silent},
+    {"TLS refused", {}, Reason::untrusted, silent},
+    {"reset", {.resetAfter = 0}, Reason::unreachable, silent},
+    {"reset in the body",
+     {.body = std::string(5000, ' '), .resetAfter = 1000},
+     Reason::unreachable,
+     silent},
+    {"black hole", {.hold = true}, Reason::timedOut, silent},
+    {"cancelled", {.hold = true}, Reason::cancelled, silent},
+    {"204", {.status = 204, .body = ""}, Reason::refused, rejected},
+    {"401", {.status = 401, .body = "who?"}, Reason::loggedOut, rejected},
+    {"403", {.status = 403, .body = "no"}, Reason::refused, rejected},
+    {"404", {.status = 404, .body = ""}, Reason::notFound, rejected},
+    {"500", {.status = 500, .body = "\xff"}, Reason::refused, rejected},
+    {"601", {.status = 601, .body = consentJSON("c")}, Reason::consentRequired, rejected},
+    {"not JSON", {.status = 200, .body = "<html>"}, Reason::notUnderstood, undecoded},
+    {"wrong record", {.status = 201, .body = "17"}, Reason::notUnderstood, undecoded},
+};
+
+/// Both doors on the real transport against the real service; deadlines by a clock that stands
+/// still until the test moves it.
+class Matrix : public testing::Test {
+protected:
+    service::ContentService service;
+    TestDevice fake;
+    std::shared_ptr<platform::MainQueue> timers =
+        std::make_shared<platform::MainQueue>(fake.clock, platform::MainQueue::Driver::manual);
+    std::shared_ptr<KCSDKConfig> config = std::make_shared<KCSDKConfig>(
+        service.baseURL(), service.options().secretKey, service.options().apiKey,
+        service.options().tenant, "analytics");
+
+    platform::Device device() const {
+        auto device = fake.device();
+        device.urlSession = platform::makeURLSessionCurl(
+            {.certificateAuthorityFile = service.caFile()},
+            [](auto task) { platform::DispatchQueue::global().async(std::move(task)); });
+        return device;
+    }
+    std::unique_ptr<ContentClient> makeClient() const {
+        return std::make_unique<ContentClient>(
+            device(), config, ClientOptions{.deadline = 30s, .readRetries = 0, .timers = timers});
+    }
+
+    const std::string tag = "50102";
+    const std::shared_ptr<KCSDKOndemandClass> one = decoded<KCSDKOndemandClass>(classJSON(tag));
+    const std::shared_ptr<KCSDKUserSubscriptionRequest> monthly =
+        decoded<KCSDKUserSubscriptionRequest>(R"({"start":"now","subscriptionId":"monthly"})");
+    const std::vector<Endpoint> endpoints{
+        {"log-in", Kind::logIn, [](auto& client) { return running(client.logIn("anna")); },
+         [](auto& sdk, auto& done) { sdk.startSession("anna", done); }},
+        {"consents", Kind::record, [](auto& client) { return running(client.consents()); },
+         [](auto& sdk, auto& done) { sdk.getConsent(done); }},
+        {"consent", Kind::outcome, [](auto& client) { return running(client.acceptConsent("c")); },
+         [](auto& sdk, auto& done) { sdk.acceptConsent("c", done); }},
+        {"collections", Kind::record, [](auto& client) { return running(client.collections()); },
+         [](auto& sdk, auto& done) { sdk.getOndemandCollections({}, 0, done); }},
+        {"classes", Kind::record, [](auto& client) { return running(client.classes()); },
+         [](auto& sdk, auto& done) { sdk.getOndemandClasses(1, 20, {}, {}, done); }},
+        {"class", Kind::record, [&](auto& client) { return running(client.classDetails(tag)); },
+         [&](auto& sdk, auto& done) { sdk.getOndemandClassDetails(tag, done); }},
+        {"metadata", Kind::record, [](auto& client) { return running(client.metaData()); },
+         [](auto& sdk, auto& done) { sdk.getOndemandMetaData(done); }},
+        {"filter", Kind::record, [](auto& client) { return running(client.search({})); },
+         [](auto& sdk, auto& done) { sdk.getOndemandClassesForCriteria({}, done); }},
+        {"subscription", Kind::outcome,
+         [&](auto& client) { return running(client.activateSubscription(*monthly)); },
+         [&](auto& sdk, auto& done) { sdk.activateSubscription(*monthly, done); }},
+        {"cancellation", Kind::outcome,
+         [](auto& client) { return running(client.cancelSubscription()); },
+         [](auto& sdk, auto& done) { sdk.cancelSubscription(done); }},
+        {"tracking", Kind::untold,
+         [&](auto& client) { return running(client.recordPerformance(*one, 7)); },
+         [&](auto& sdk, auto&) { sdk.sendClassPerformance(*one, 7); }},
+        {"content token", Kind::record,
+         [&](auto& client) { return running(client.contentToken(tag)); },
+         [&](auto& sdk, auto& done) { sdk.getContentToken(tag, done); }},
+        {"perform", Kind::record, [&](auto& client) { return running(client.perform(tag)); },
+         [&](auto& sdk, auto& done) { sdk.performClass(tag, done); }}};
+
+    void arrange(const Fault& fault) {
+        config->baseURL = fault.name == "refused" ? "https://localhost:1/" : service.baseURL();
+        if (fault.name == "TLS refused") {
+            service.refuseTLS();
+        } else if (fault.name != "refused") {
+            service.script(fault.answer);
+        }
+    }
+    template <class Future> static auto soon(Future future) {
+        if (future.wait_for(30s) != std::future_status::ready) {
+            throw std::runtime_error("It does not end.");
+        }
+        return future.get();
+    }
+
+    std::vector<Told> askClient(const Endpoint& endpoint, const Fault& fault) {
+        service.forgetRequests();
+        const auto client = makeClient();  // with no connection left open by the exchange before
+        arrange(fault);
+        auto operation = endpoint.ask(*client);
+        fake.clock->advance(*fake.mainQueue, 500ms);  // a log-in waits so long
+        if (fault.answer.hold) {
+            EXPECT_TRUE(service.waitForHeld(1));
+            if (fault.name == "cancelled") operation.cancel();
+            fake.clock->advance(*timers, 30s + 50ms);
+            service.release();
+        }
+        return soon(std::move(operation.ends));
+    }
+
+    Told askByContract(const Endpoint& endpoint, const Fault& fault) {
+        const auto manager = std::make_shared<KCSDKNetworkManager>(device());
+        manager->setSdkConfig(config);
+        arrange(fault);
+        std::future<Told> told;
+        {
+            Completion completion;
+            told = completion.told();
+            endpoint.askByContract(*manager, completion);
+        }
+        fake.clock->advance(*fake.mainQueue, 500ms);
+        return soon(std::move(told));
+    }
+};
+
+Reason expected(const Endpoint& endpoint, const Fault& fault) {
+    if (endpoint.name == "perform" && fault.name == "403") return Reason::subscriptionRequired;
+    if (endpoint.kind == Kind::logIn && fault.name == "401") return Reason::refused;
+    return fault.reason;
+}
+
+TEST_F(Matrix, EveryFaultOfEveryEndpointEndsOnceWithItsReasonBesideTheContractsDoor) {
+    for (const auto& endpoint : endpoints) {
+        for (const auto& fault : faults) {
+            SCOPED_TRACE(endpoint.name + " and " + fault.name);
+            const bool means = endpoint.kind != Kind::outcome && endpoint.kind != Kind::untold;
+            const auto reason = expected(endpoint, fault);
+            const bool accepted = reason == Reason::notUnderstood && !means;
+            EXPECT_EQ(askClient(endpoint, fault),
+                      std::vector<Told>{accepted ? "value" : std::string(nameOf(reason))});
+            if (fault.answer.hold || endpoint.kind == Kind::untold) continue;
+            EXPECT_EQ(askByContract(endpoint, fault),
+                      fault.contract.at(static_cast<std::size_t>(endpoint.kind)));
+        }
+    }
+}
+
+}  // namespace
+}  // namespace korvel::tests
