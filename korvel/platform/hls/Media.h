@@ -1,0 +1,41 @@
+#pragma once
+
+#include <korvel/platform/foundation/Data.h>
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace korvel::platform::hls {
+
+/// What a stream's samples are for.
+enum class Kind { picture, sound };
+
+/// How samples of a kind are coded.
+struct Format {
+    Kind kind = Kind::picture;
+    /// Media type and fields as GStreamer writes them, e.g.
+    /// "video/x-h264, stream-format=(string)avc, alignment=(string)au, width=(int)1280, ...".
+    /// Without "alignment" a sample may hold any number of access units, or part of one.
+    std::string caps;
+    /// The decoder's configuration (avcC, hvcC, AudioSpecificConfig, ...); empty where the samples
+    /// carry it themselves.
+    Data codecData{};
+
+    bool operator==(const Format&) const = default;
+};
+
+/// One coded picture, or some sound.
+struct Sample {
+    Data bytes{};
+    /// When it is shown. Nothing: right after the one before.
+    std::optional<std::chrono::nanoseconds> pts{};
+    /// When it is decoded; may lie before zero. Nothing where the container does not tell.
+    std::optional<std::chrono::nanoseconds> dts{};
+    /// Nothing where the container does not tell.
+    std::optional<std::chrono::nanoseconds> duration{};
+    bool isKey = true;  ///< a decoder can begin with it
+};
+
+}  // namespace korvel::platform::hls

@@ -1,0 +1,97 @@
+#pragma once
+
+#include <korvel/platform/avfoundation/AVAssetResourceLoader.h>
+#include <korvel/platform/foundation/Clock.h>
+#include <korvel/platform/foundation/ResponseStream.h>
+#include <korvel/platform/foundation/URL.h>
+#include <korvel/platform/hls/SampleOutput.h>
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace korvel::platform::hls {
+
+/// What a presentation works with.
+struct PresentationParts {
+    std::shared_ptr<StreamLoader> loader;
+    std::shared_ptr<AVAssetResourceLoader> keys;  ///< asked for keys of other schemes than http(s)
+    std::shared_ptr<SampleOutput> output;
+    std::shared_ptr<PresentationEvents> events;
+    std::shared_ptr<const Clock> clock = std::make_shared<SystemClock>();
+    /// Runs the action after the delay, on any thread; the process's pool if empty.
+    std::function<void(Clock::Duration, std::function<void()>)> after{};
+};
+
+/// One way in which the whole stream is to be had.
+struct Variant {
+    std::int64_t bitRate = 0;  ///< bits a second, at their peak; 0: not told
+    int width = 0;             ///< 0: not told
+    int height = 0;
+    double frameRate = 0;  ///< 0: not told
+    std::string codecs{};
+    std::string address{};
+};
+
+/// What a variant has delivered since it was last chosen.
+struct AccessLogEntry {
+    std::size_t variant = 0;  ///< index into `variants`
+    std::int64_t bytes = 0;
+    std::chrono::nanoseconds transferTime{};  ///< time in which the line was in use for them
+    int segments = 0;
+    int stalls = 0;  ///< how often playing stopped for want of samples
+};
+
+struct TimeRange {
+    std::chrono::nanoseconds start{};
+    std::chrono::nanoseconds end{};
+};
+
+/// Bounds that a host sets to the choice of variants; zero means none.
+struct VariantBounds {
+    std::int64_t bitRate = 0;
+    int width = 0;  ///< of the view, in pixels
+    int height = 0;
+};
+
+/// An HLS stream being loaded: playlists, variants, segments, keys, containers and times. It gives
+/// samples to its output and knows when there are enough to play.
+///
+/// Any thread; no call waits for network or keys. Loads on threads of its own, which end soon after
+/// `close` without anybody waiting for them; they hold loader, output and events that long.
+class Presentation {
+public:
+    /// Begins to load; fails only through the events. Only http and https are ever asked for, and
+    /// what came by https leads to https alone.
+    static std::shared_ptr<Presentation> open(const URL& url, PresentationParts parts,
+                                              VariantBounds bounds = {});
+    virtual ~Presentation();
+
+    /// After it neither output nor events are called. Waits for such a call in progress.
+    virtual void close() = 0;
+    /// Calls `SampleOutput::flush` on this thread, then loads from `to` on; times outside the
+    /// stream are clamped to it.
+    virtual void seek(std::chrono::nanoseconds to) = 0;
+    /// At which rate samples are used up, while they are: for levels, in stream time a second.
+    virtual void setRate(double rate) = 0;
+    virtual void setBounds(VariantBounds bounds) = 0;
+
+    /// To be told by the output's queues: a sample of so many bytes has left one. Never waits.
+    virtual void taken(Kind kind, std::size_t bytes) = 0;
+    /// Likewise: a queue is empty, before its end, and a sample is wanted. Never waits.
+    virtual void starved(Kind kind) = 0;
+
+    /// Nothing while unknown, and of a live stream.
+    virtual std::optional<std::chrono::nanoseconds> duration() const = 0;
+    /// What is queued, from the position on.
+    virtual std::vector<TimeRange> buffered() const = 0;
+    virtual std::vector<Variant> variants() const = 0;
+    /// Oldest first; the last entry is of the variant in use.
+    virtual std::vector<AccessLogEntry> accessLog() const = 0;
+};
+
+}  // namespace korvel::platform::hls
