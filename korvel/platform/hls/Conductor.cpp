@@ -1,0 +1,218 @@
+#include <korvel/platform/avfoundation/AVError.h>
+#include <korvel/platform/foundation/DispatchQueue.h>
+#include <korvel/platform/hls/Conductor.h>
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <utility>
+
+namespace korvel::platform::hls {
+
+using std::chrono::nanoseconds;
+
+namespace {
+
+/// Loaders look at the levels again after so many samples have left the queues, or at their end.
+constexpr unsigned samplesToLook = 8;
+
+bool isVideoCodec(std::string_view codecs) {
+    constexpr std::array<std::string_view, 10> names{"avc1", "avc3", "hvc1", "hev1", "dvh1",
+                                                     "dvhe", "vp09", "vp08", "av01", "mp4v"};
+    return std::any_of(names.begin(), names.end(),
+                       [&](auto name) { return codecs.find(name) != codecs.npos; });
+}
+
+bool hasPicture(const VariantTag& tag) {
+    return tag.width > 0 || tag.codecs.empty() || isVideoCodec(tag.codecs);
+}
+
+/// The sound that plays unless somebody chooses: the default of the group, else the first that may
+/// be chosen by itself.
+const RenditionTag* soundOf(const MasterPlaylist& playlist, const std::string& group) {
+    const RenditionTag* best = nullptr;
+    const auto worth = [](const RenditionTag& tag) {
+        return (tag.isDefault ? 2 : 0) + (tag.isAutoselect ? 1 : 0);
+    };
+    for (const RenditionTag& each : playlist.renditions) {
+        if (each.type != RenditionTag::Type::audio || group.empty() || each.group != group)
+            continue;
+        if (!best || worth(each) > worth(*best)) best = &each;
+    }
+    return best;
+}
+
+}  // namespace
+
+Presentation::~Presentation() = default;
+
+std::shared_ptr<Presentation> Presentation::open(const URL& url, PresentationParts parts,
+                                                 VariantBounds bounds) {
+    auto conductor = std::make_shared<Conductor>(std::move(parts), bounds);
+    conductor->open(url);
+    return conductor;
+}
+
+Conductor::Conductor(PresentationParts parts, VariantBounds bounds)
+    : stage_(std::make_shared<Stage>(std::move(parts))), bounds_(bounds) {}
+
+Conductor::~Conductor() { stage_->close(); }
+
+void Conductor::open(const URL& url) {
+    DispatchQueue::serial("korvel stream")->async([stage = stage_, url, weak = weak_from_this()] {
+        load(stage, url, weak);
+    });
+}
+
+/// Whatever is sought meanwhile: what is loaded here holds for all of it.
+void Conductor::load(const std::shared_ptr<Stage>& stage, const URL& url,
+                     const std::weak_ptr<Conductor>& weak) {
+    if (!isWebScheme(url)) {
+        return stage->fail(makeAVError(AVError::serverIncorrectlyConfigured,
+                                       "Only http and https are loaded: " + url.absoluteString()));
+    }
+    Fetcher fetcher(stage->loader(), stage->attention());
+    Attention& attention = stage->attention();
+    while (!attention.isClosed()) {
+        Data body;
+        const auto result = fetcher.get(
+            {.url = url, .limit = longestPlaylist, .endurance = std::chrono::seconds(2)},
+            attention.current(), [&](Fetcher::Bytes bytes, const FetchResult&, auto) {
+                body.insert(body.end(), bytes.begin(), bytes.end());
+                constexpr std::size_t enough = 10;
+                return body.size() < enough || isPlaylist(viewOf(body));
+            });
+        if (result.end == FetchResult::End::stale) continue;
+        if (result.end == FetchResult::End::failed) return stage->fail(result.error);
+        if (!isPlaylist(viewOf(body))) {
+            NSError error = makeAVError(AVError::fileFormatNotRecognized,
+                                        "This is no playlist: " + result.address.absoluteString());
+            error.userInfo["notAPlaylist"] = std::string("yes");
+            return stage->fail(error);
+        }
+        const auto conductor = weak.lock();
+        if (conductor) {
+            conductor->begin(result.address, readPlaylist(viewOf(body), result.address));
+        }
+        return;
+    }
+}
+
+void Conductor::begin(const URL& address, Playlist playlist) {
+    if (const auto* error = std::get_if<NSError>(&playlist)) return stage_->fail(*error);
+    if (auto* media = std::get_if<MediaPlaylist>(&playlist))
+        return begin(address, std::move(*media));
+    begin(address, std::get<MasterPlaylist>(playlist));
+}
+
+void Conductor::begin(const URL& address, MediaPlaylist playlist) {
+    if (!playlist.isEnded) stage_->setReference(std::make_shared<const MediaPlaylist>(playlist));
+    start({{.address = address.absoluteString()}},
+          {.playlists = {address}, .first = std::move(playlist)}, std::nullopt);
+}
+
+void Conductor::begin(const URL& address, const MasterPlaylist& playlist) {
+    const auto& keys = playlist.sessionKeys;
+    const bool isClosed =
+        !keys.empty() && std::none_of(keys.begin(), keys.end(), [](const auto& key) {
+            return isSupported(key) || key.method == "NONE";
+        });
+    if (isClosed) {
+        return stage_->fail(makeAVError(AVError::contentIsProtected,
+                                        "The stream is encrypted by " + keys.front().method +
+                                            ", which cannot be opened here."));
+    }
+    const auto& tags = playlist.variants;
+    const bool anyPicture = std::any_of(tags.begin(), tags.end(), hasPicture);
+    std::vector<Variant> variants;
+    Rendition::Source source{.definitions = playlist.definitions};
+    std::vector<const VariantTag*> chosen;
+    for (const VariantTag& tag : tags) {
+        const auto url = resolved(address, tag.uri);
+        if (!url || !mayLead(address, *url) || (anyPicture && !hasPicture(tag))) continue;
+        variants.push_back({tag.bandwidth, tag.width, tag.height, tag.frameRate, tag.codecs,
+                            url->absoluteString()});
+        source.playlists.push_back(*url);
+        chosen.push_back(&tag);
+    }
+    if (variants.empty()) {
+        return stage_->fail(
+            makeAVError(AVError::serverIncorrectlyConfigured,
+                        "No variant that may be loaded: " + address.absoluteString()));
+    }
+    const auto first =
+        Ladder(variants, bounds_).choice(std::nullopt, {}, stage_->attention().clock().now());
+    std::optional<URL> sound;
+    const RenditionTag* tag = anyPicture ? soundOf(playlist, chosen[first]->audio) : nullptr;
+    if (tag && !tag->uri.empty()) {
+        sound = resolved(address, tag->uri);
+        if (sound && !mayLead(address, *sound)) sound.reset();
+    }
+    source.hasOtherSound = sound.has_value();
+    start(std::move(variants), std::move(source), sound);
+}
+
+void Conductor::start(std::vector<Variant> variants, Rendition::Source source,
+                      const std::optional<URL>& sound) {
+    auto ladder = std::make_shared<Ladder>(std::move(variants), bounds_);
+    {
+        const std::lock_guard lock(mutex_);
+        ladder_ = ladder;
+        ladder->setBounds(bounds_);
+    }
+    if (sound) {
+        Rendition::Source other{
+            .isMain = false, .playlists = {*sound}, .definitions = source.definitions};
+        std::make_shared<Rendition>(stage_, std::make_shared<Ladder>(std::vector<Variant>(1)),
+                                    statistics_, std::move(other))
+            ->start();
+    }
+    std::make_shared<Rendition>(stage_, std::move(ladder), statistics_, std::move(source))->start();
+}
+
+void Conductor::close() { stage_->close(); }
+
+void Conductor::seek(nanoseconds to) {
+    const auto end = stage_->duration();
+    stage_->seek(std::clamp(to, nanoseconds::zero(), end.value_or(nanoseconds::max())));
+}
+
+void Conductor::setRate(double rate) {
+    stage_->levels().setRate(rate);
+    stage_->attention().notify();
+}
+
+void Conductor::setBounds(VariantBounds bounds) {
+    const std::lock_guard lock(mutex_);
+    bounds_ = bounds;
+    if (ladder_) ladder_->setBounds(bounds);
+}
+
+void Conductor::taken(Kind kind, std::size_t bytes) {
+    stage_->levels().taken(kind, bytes);
+    if (++samplesTaken_ % samplesToLook == 0) stage_->attention().notify();
+}
+
+void Conductor::starved(Kind kind) {
+    stage_->levels().starved(kind);
+    stage_->attention().notify();
+    stage_->look();
+}
+
+std::optional<nanoseconds> Conductor::duration() const { return stage_->duration(); }
+
+std::vector<TimeRange> Conductor::buffered() const {
+    const auto position = stage_->position();
+    const auto level = stage_->levels().level(position);
+    const auto end = level ? position + *level : stage_->duration().value_or(position);
+    return end > position ? std::vector<TimeRange>{{position, end}} : std::vector<TimeRange>();
+}
+
+std::vector<Variant> Conductor::variants() const {
+    const std::lock_guard lock(mutex_);
+    return ladder_ ? ladder_->variants() : std::vector<Variant>();
+}
+
+std::vector<AccessLogEntry> Conductor::accessLog() const { return statistics_->entries(); }
+
+}  // namespace korvel::platform::hls

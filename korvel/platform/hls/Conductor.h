@@ -1,0 +1,54 @@
+#pragma once
+
+#include <korvel/platform/hls/Ladder.h>
+#include <korvel/platform/hls/Playlist.h>
+#include <korvel/platform/hls/Presentation.h>
+#include <korvel/platform/hls/Rendition.h>
+#include <korvel/platform/hls/Stage.h>
+#include <korvel/platform/hls/Statistics.h>
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+namespace korvel::platform::hls {
+
+/// Opens the address, finds out what there is, and sets a loader going for each rendition.
+class Conductor final : public Presentation, public std::enable_shared_from_this<Conductor> {
+public:
+    Conductor(PresentationParts parts, VariantBounds bounds);
+    ~Conductor() override;
+    void open(const URL& url);
+
+    void close() override;
+    void seek(std::chrono::nanoseconds to) override;
+    void setRate(double rate) override;
+    void setBounds(VariantBounds bounds) override;
+    void taken(Kind kind, std::size_t bytes) override;
+    void starved(Kind kind) override;
+    std::optional<std::chrono::nanoseconds> duration() const override;
+    std::vector<TimeRange> buffered() const override;
+    std::vector<Variant> variants() const override;
+    std::vector<AccessLogEntry> accessLog() const override;
+
+private:
+    static void load(const std::shared_ptr<Stage>& stage, const URL& url,
+                     const std::weak_ptr<Conductor>& conductor);
+    void begin(const URL& address, Playlist playlist);
+    void begin(const URL& address, MediaPlaylist playlist);
+    void begin(const URL& address, const MasterPlaylist& playlist);
+    void start(std::vector<Variant> variants, Rendition::Source source,
+               const std::optional<URL>& sound);
+
+    const std::shared_ptr<Stage> stage_;
+    const std::shared_ptr<Statistics> statistics_ = std::make_shared<Statistics>();
+    std::atomic<unsigned> samplesTaken_ = 0;
+
+    mutable std::mutex mutex_;
+    std::shared_ptr<Ladder> ladder_;  ///< null until it is known what there is
+    VariantBounds bounds_;
+};
+
+}  // namespace korvel::platform::hls

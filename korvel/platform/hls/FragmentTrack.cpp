@@ -1,0 +1,113 @@
+#include <korvel/platform/hls/FragmentTrack.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace korvel::platform::hls {
+
+using std::chrono::nanoseconds;
+using Bytes = Fields::Bytes;
+
+namespace {
+
+constexpr std::size_t mostTracks = 16;
+constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
+constexpr std::int64_t longest = std::int64_t{1} << 32;  ///< seconds
+
+/// Timescale of "mvhd" or "mdhd".
+std::uint32_t timescaleIn(const std::optional<Box>& box) {
+    if (!box) return 0;
+    Fields fields(box->content);
+    const bool isLong = fields.byte() == 1;
+    fields.skip(isLong ? 3 + 16 : 3 + 8);
+    return fields.word();
+}
+
+/// By how much an edit list moves the track: later by what is empty in front, earlier by what is
+/// left out of its beginning.
+nanoseconds shiftOf(Bytes track, std::uint32_t movieScale, const FragmentTrack& scale) {
+    const auto edits = boxIn(track, "edts");
+    const auto list = edits ? boxIn(edits->content, "elst") : std::nullopt;
+    if (!list) return {};
+    Fields fields(list->content);
+    const bool isLong = fields.byte() == 1;
+    fields.skip(3);
+    const FragmentTrack movie{.timescale = std::max(movieScale, 1U)};
+    nanoseconds shift{};
+    for (auto count = fields.word(); count > 0 && !fields.isOver(); --count) {
+        const auto duration = static_cast<std::int64_t>(isLong ? fields.number64() : fields.word());
+        const auto from = isLong ? static_cast<std::int64_t>(fields.number64())
+                                 : static_cast<std::int32_t>(fields.word());
+        fields.skip(4);
+        if (from >= 0) return shift - scale.time(from).value_or(nanoseconds::zero());
+        shift += movie.time(std::clamp<std::int64_t>(duration, 0, longest))
+                     .value_or(nanoseconds::zero());
+        if (shift > std::chrono::hours(24)) return {};
+    }
+    return shift;
+}
+
+std::optional<FragmentTrack> trackOf(Bytes content, std::uint32_t movieScale) {
+    FragmentTrack track;
+    const auto head = boxIn(content, "tkhd");
+    const auto media = boxIn(content, "mdia");
+    if (!head || !media) return std::nullopt;
+    Fields fields(head->content);
+    const bool isLong = fields.byte() == 1;
+    fields.skip(isLong ? 3 + 16 : 3 + 8);
+    track.number = fields.word();
+    track.timescale = timescaleIn(boxIn(media->content, "mdhd"));
+    const auto handler = boxIn(media->content, "hdlr");
+    const auto information = boxIn(media->content, "minf");
+    if (track.timescale == 0 || !handler || handler->content.size() < 12 || !information)
+        return std::nullopt;
+    const std::string_view type(reinterpret_cast<const char*>(&handler->content[8]), 4);
+    const auto table = boxIn(information->content, "stbl");
+    const auto descriptions = table ? boxIn(table->content, "stsd") : std::nullopt;
+    if (descriptions && descriptions->content.size() > 8 && (type == "vide" || type == "soun")) {
+        Boxes entries(descriptions->content.subspan(8));
+        if (const auto entry = entries.next())
+            track.format = formatOf(*entry, type == "vide" ? Kind::picture : Kind::sound);
+    }
+    track.editShift = shiftOf(content, movieScale, track);
+    return track;
+}
+
+}  // namespace
+
+std::optional<nanoseconds> FragmentTrack::time(std::int64_t units) const {
+    const std::int64_t scale = timescale;
+    const std::int64_t seconds = units / scale;
+    if (seconds > longest || seconds < -longest) return std::nullopt;
+    return nanoseconds(seconds * nanosecondsPerSecond +
+                       units % scale * nanosecondsPerSecond / scale);
+}
+
+std::vector<FragmentTrack> tracksIn(Bytes movie) {
+    const auto movieScale = timescaleIn(boxIn(movie, "mvhd"));
+    std::vector<FragmentTrack> tracks;
+    Boxes boxes(movie);
+    while (const auto box = boxes.next()) {
+        if (box->type != "trak" || tracks.size() >= mostTracks) continue;
+        if (auto track = trackOf(box->content, movieScale)) tracks.push_back(*std::move(track));
+    }
+    const auto extension = boxIn(movie, "mvex");
+    Boxes defaults(extension ? extension->content : Bytes());
+    while (const auto box = defaults.next()) {
+        if (box->type != "trex") continue;
+        Fields fields(box->content);
+        fields.skip(4);
+        const auto number = fields.word();
+        fields.skip(4);
+        for (FragmentTrack& track : tracks) {
+            if (track.number != number) continue;
+            track.defaults.duration = fields.word();
+            track.defaults.size = fields.word();
+            track.defaults.flags = fields.word();
+            break;
+        }
+    }
+    return tracks;
+}
+
+}  // namespace korvel::platform::hls

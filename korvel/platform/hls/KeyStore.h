@@ -1,0 +1,49 @@
+#pragma once
+
+#include <korvel/platform/avfoundation/AVAssetResourceLoader.h>
+#include <korvel/platform/hls/Attention.h>
+#include <korvel/platform/hls/Fetcher.h>
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <variant>
+
+namespace korvel::platform::hls {
+
+/// A presentation's content keys, each asked for once: "data:" addresses hold theirs, those of http
+/// and https are loaded, all others are the asset's to answer, who may take for ever. Any thread.
+class KeyStore {
+public:
+    using Key = std::variant<ContentKey, NSError>;
+
+    KeyStore(std::shared_ptr<AVAssetResourceLoader> keys, std::shared_ptr<Attention> attention)
+        : keys_(std::move(keys)), attention_(std::move(attention)) {}
+
+    /// Waits for the key; nothing if the generation is overtaken first. The asset goes on
+    /// answering then, and is not asked again.
+    std::optional<Key> key(const URL& address, Fetcher& fetcher, Attention::Generation generation);
+    /// Cancels what the asset has not answered yet.
+    void close();
+
+private:
+    struct Entry {
+        std::optional<Key> key{};
+        bool isAsked = false;
+        std::shared_ptr<AVAssetResourceLoadingRequest> request{};
+    };
+    bool claim(const std::string& address);
+    void answer(const std::string& address, std::optional<Key> key);
+    void ask(const URL& address);
+    std::optional<Key> load(const URL& address, Fetcher& fetcher, Attention::Generation generation);
+
+    const std::shared_ptr<AVAssetResourceLoader> keys_;
+    const std::shared_ptr<Attention> attention_;
+    std::mutex mutex_;
+    std::map<std::string, Entry> entries_;  ///< by address
+    bool closed_ = false;
+};
+
+}  // namespace korvel::platform::hls

@@ -1,0 +1,144 @@
+#include <korvel/platform/hls/Ladder.h>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace korvel::platform::hls {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+/// Bits a second of a usual line, until one was measured.
+constexpr double usualSpeed = 10e6;
+/// Of the measured speed, so much may be used.
+constexpr double share = 0.8;
+/// Too little to tell a speed by.
+constexpr std::uint64_t leastBytes = 8'000;
+/// A better variant is begun only with so much in store, ...
+constexpr std::chrono::nanoseconds storeToClimb = 3s;
+/// ... and with so much in store a variant is kept that is a little too much for the line.
+constexpr std::chrono::nanoseconds storeToStay = 8s;
+constexpr double staying = 1.1;
+constexpr std::chrono::seconds firstRest{5};
+constexpr int mostDoublings = 4;
+
+double seconds(std::chrono::nanoseconds time) {
+    return std::chrono::duration<double>(time).count();
+}
+
+}  // namespace
+
+Ladder::Ladder(std::vector<Variant> variants, VariantBounds bounds)
+    : variants_(std::move(variants)), states_(variants_.size()), bounds_(bounds) {}
+
+void Ladder::setBounds(VariantBounds bounds) {
+    const std::lock_guard lock(mutex_);
+    bounds_ = bounds;
+}
+
+void Ladder::measured(std::uint64_t bytes, Time busy) {
+    if (bytes < leastBytes || busy.count() < 0) return;
+    const double length = std::max(seconds(busy), 1e-4);
+    const double speed = static_cast<double>(bytes) * 8 / length;
+    const auto follow = [&](std::optional<double>& average, double halfLife) {
+        // What lasted longer tells more; what came at once tells something, too.
+        const double weight = std::max(1 - std::exp2(-length / halfLife), 0.3);
+        average = average ? *average + weight * (speed - *average) : speed;
+    };
+    const std::lock_guard lock(mutex_);
+    follow(fast_, 0.5);
+    follow(slow_, 2);
+}
+
+double Ladder::speedLocked() const { return fast_ ? std::min(*fast_, *slow_) : usualSpeed; }
+
+std::optional<double> Ladder::speed() const {
+    const std::lock_guard lock(mutex_);
+    return fast_ ? std::optional(speedLocked()) : std::nullopt;
+}
+
+void Ladder::failed(std::size_t variant, Clock::Instant now) {
+    const std::lock_guard lock(mutex_);
+    State& state = states_.at(variant);
+    state.until = now + firstRest * (1 << std::min(state.failures, mostDoublings));
+    ++state.failures;
+}
+
+void Ladder::worked(std::size_t variant) {
+    const std::lock_guard lock(mutex_);
+    states_.at(variant).failures = 0;
+}
+
+bool Ladder::isAlive(std::size_t variant, Clock::Instant now) const {
+    return states_[variant].failures == 0 || states_[variant].until <= now;
+}
+
+bool Ladder::hasOther(std::size_t variant, Clock::Instant now) const {
+    const std::lock_guard lock(mutex_);
+    for (std::size_t i = 0; i < variants_.size(); ++i) {
+        if (i != variant && isAlive(i, now)) return true;
+    }
+    return false;
+}
+
+/// Of pictures larger than the view the smallest are enough.
+bool Ladder::isAllowed(std::size_t variant) const {
+    const Variant& each = variants_[variant];
+    if (bounds_.bitRate > 0 && each.bitRate > bounds_.bitRate) return false;
+    if (bounds_.height <= 0 || each.height <= 0) return true;
+    const auto covers = [&](const Variant& other) {
+        return other.height >= bounds_.height ||
+               (bounds_.width > 0 && other.width >= bounds_.width);
+    };
+    return std::none_of(variants_.begin(), variants_.end(), [&](const Variant& other) {
+        return other.height > 0 && other.height < each.height && covers(other);
+    });
+}
+
+std::size_t Ladder::choice(std::optional<std::size_t> current, Time level,
+                           Clock::Instant now) const {
+    const std::lock_guard lock(mutex_);
+    const double budget = speedLocked() * share;
+    const auto rate = [&](std::size_t i) { return static_cast<double>(variants_[i].bitRate); };
+    std::optional<std::size_t> best;
+    std::optional<std::size_t> least;
+    const auto consider = [&](std::size_t i) {
+        if (!least || rate(i) < rate(*least)) least = i;
+        if (rate(i) <= budget && (!best || rate(i) > rate(*best))) best = i;
+    };
+    // Those that may be chosen; where there are none, those outside the host's bounds; else all.
+    for (int width = 0; width < 3 && !least; ++width) {
+        for (std::size_t i = 0; i < variants_.size(); ++i) {
+            if ((width < 1 && !isAllowed(i)) || (width < 2 && !isAlive(i, now))) continue;
+            consider(i);
+        }
+    }
+    const std::size_t chosen = best ? *best : least.value_or(0);
+    if (!current || !isAlive(*current, now) || !isAllowed(*current)) return chosen;
+    if (rate(chosen) > rate(*current) && level < storeToClimb) return *current;
+    const bool canStay = rate(*current) <= speedLocked() * staying && level >= storeToStay;
+    if (rate(chosen) < rate(*current) && canStay) return *current;
+    return rate(chosen) == rate(*current) ? *current : chosen;
+}
+
+bool Ladder::isHopeless(std::size_t variant, const Progress& progress, Clock::Instant now) const {
+    const std::lock_guard lock(mutex_);
+    constexpr auto longEnough = 300ms;
+    if (progress.busy < longEnough || progress.bytes < leastBytes) return false;
+    const double speed = static_cast<double>(progress.bytes) / seconds(progress.busy);
+    const double length = seconds(progress.duration);
+    const auto expected = static_cast<double>(variants_.at(variant).bitRate) / 8 * length;
+    const double total = progress.total ? static_cast<double>(*progress.total) : expected;
+    const double left = (total - static_cast<double>(progress.bytes)) / speed;
+    if (left <= seconds(progress.level) + 0.3) return false;
+    for (std::size_t i = 0; i < variants_.size(); ++i) {
+        const auto bitRate = static_cast<double>(variants_[i].bitRate);
+        if (variants_[i].bitRate >= variants_[variant].bitRate || !isAlive(i, now)) continue;
+        if (bitRate / 8 * length / speed < left * 0.7) return true;
+    }
+    return false;
+}
+
+}  // namespace korvel::platform::hls

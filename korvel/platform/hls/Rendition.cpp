@@ -1,0 +1,480 @@
+#include <korvel/platform/avfoundation/AVError.h>
+#include <korvel/platform/foundation/DispatchQueue.h>
+#include <korvel/platform/hls/Rendition.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace korvel::platform::hls {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+/// So much is kept in store.
+constexpr std::chrono::nanoseconds store = 10s;
+constexpr std::size_t mostBytesInStore = std::size_t{24} << 20U;
+/// Segments of two variants need not begin at quite the same time.
+constexpr std::chrono::nanoseconds mismatch = 100ms;
+constexpr int mostSteps = 12;
+
+}  // namespace
+
+Rendition::Rendition(std::shared_ptr<Stage> stage, std::shared_ptr<Ladder> ladder,
+                     std::shared_ptr<Statistics> statistics, Source source)
+    : stage_(std::move(stage)),
+      ladder_(std::move(ladder)),
+      statistics_(std::move(statistics)),
+      source_(std::move(source)),
+      segments_(stage_->loader(), stage_->sharedAttention()),
+      feeding_(*stage_, {source_.isMain, !source_.isMain || !source_.hasOtherSound}),
+      lists_(source_.playlists.size()) {
+    if (source_.first) {
+        lists_[0] = List{source_.playlists[0], *std::exchange(source_.first, std::nullopt),
+                         stage_->attention().clock().now()};
+    }
+}
+
+void Rendition::start() {
+    DispatchQueue::serial(source_.isMain ? "korvel stream" : "korvel sound")
+        ->async([self = shared_from_this()] { self->run(); });
+}
+
+void Rendition::run() {
+    Attention& attention = stage_->attention();
+    while (!attention.isClosed()) {
+        generation_ = attention.current();
+        // Sound that comes apart begins where the main rendition finds the beginning to be.
+        if (!source_.isMain)
+            attention.wait(generation_, std::nullopt,
+                           [this] { return stage_->target().has_value(); });
+        restart();
+        while (!isOver_ && attention.wait(generation_, std::nullopt, [this] { return needs(); }))
+            step();
+        if (!attention.waitForNext(generation_)) return;
+    }
+}
+
+void Rendition::restart() {
+    number_.reset();
+    discontinuity_.reset();
+    goesOn_.reset();
+    isOver_ = learns_ = false;
+    steps_ = misses_ = 0;
+    time_ = stage_->target().value_or(Time::zero());
+    feeding_.restart(generation_, time_);
+}
+
+bool Rendition::needs() const {
+    if (!feeding_.hasJoined() || !stage_->hasTracks()) return true;
+    if (source_.isMain && stage_->soundWaits()) return true;
+    const Time position = stage_->position();
+    std::optional<Time> least;
+    std::size_t bytes = 0;
+    for (const Kind kind : {Kind::picture, Kind::sound}) {
+        if (!feeding_.owns(kind) || !feeding_.given(kind)) continue;
+        const auto level = stage_->levels().level(kind, position);
+        least = std::min(least.value_or(Time::max()), level.value_or(Time::max()));
+        bytes += stage_->levels().bytes(kind);
+    }
+    return !least || (*least < store && bytes < mostBytesInStore);
+}
+
+void Rendition::step() {
+    if (!openList() || !adapt()) return;
+    if (const auto index = next()) return loadSegment(*index);
+    if (list().playlist.isEnded) return finishStream();
+    Attention& attention = stage_->attention();
+    if (attention.wait(generation_, reloadTime(list()), [] { return false; })) refreshed();
+}
+
+// MARK: playlists and variants
+
+/// Makes sure that there is a playlist to go by.
+bool Rendition::openList() {
+    Attention& attention = stage_->attention();
+    if (!variant_) {
+        const auto first = ladder_->choice(std::nullopt, Time::zero(), attention.clock().now());
+        if (!load(first)) return false;
+        adopt(first);
+    }
+    const bool isDue = !list().playlist.isEnded && attention.clock().now() >= reloadTime(list());
+    return !isDue || refreshed();
+}
+
+/// Once in a target duration, and sooner after a time at which there was nothing new.
+Clock::Instant Rendition::reloadTime(const List& list) const {
+    const auto target = list.playlist.targetDuration;
+    return list.loaded + (list.hasChanged ? target : target / 2);
+}
+
+bool Rendition::refreshed() {
+    if (load(*variant_)) {
+        adopt(*variant_);
+        return true;
+    }
+    return false;
+}
+
+bool Rendition::load(std::size_t variant) {
+    const bool hasOther = ladder_->hasOther(variant, stage_->attention().clock().now());
+    auto [result, body] = segments_.fetcher().whole({.url = source_.playlists[variant],
+                                                     .limit = longestPlaylist,
+                                                     .patience = hasOther ? 1 : 2,
+                                                     .endurance = hasOther ? 2s : 20s},
+                                                    generation_);
+    if (result.end == FetchResult::End::stale) return false;
+    if (result.end != FetchResult::End::done) {
+        listFailed(variant, result);
+        return false;
+    }
+    auto playlist = readPlaylist(viewOf(body), result.address, source_.definitions);
+    if (auto* fresh = std::get_if<MediaPlaylist>(&playlist)) {
+        auto& known = lists_[variant];
+        const auto now = stage_->attention().clock().now();
+        if (known && !known->playlist.isEnded) {
+            *fresh = merged(known->playlist, std::move(*fresh));
+        } else if (const auto reference = stage_->reference(); reference && !fresh->isEnded) {
+            *fresh = aligned(*reference, std::move(*fresh));
+        }
+        if (source_.isMain && !fresh->isEnded)
+            stage_->setReference(std::make_shared<const MediaPlaylist>(*fresh));
+        const auto last = [](const MediaPlaylist& each) {
+            return each.segments.empty() ? -1 : each.segments.back().number;
+        };
+        const bool hasChanged = !known || last(known->playlist) != last(*fresh) || fresh->isEnded;
+        known = List{result.address, std::move(*fresh), now, hasChanged};
+        return true;
+    }
+    const auto* broken = std::get_if<NSError>(&playlist);
+    result.error = broken ? *broken
+                          : makeAVError(AVError::fileFormatNotRecognized,
+                                        "A playlist of playlists within another: " +
+                                            result.address.absoluteString());
+    listFailed(variant, result);
+    return false;
+}
+
+/// A live stream goes on with what is known of it, as long as there is something.
+void Rendition::listFailed(std::size_t variant, const FetchResult& result) {
+    const auto now = stage_->attention().clock().now();
+    ladder_->failed(variant, now);
+    if (ladder_->hasOther(variant, now)) {
+        if (variant_ == variant) {
+            lists_[variant].reset();
+            variant_.reset();
+            number_.reset();
+            feeding_.rejoin();
+        }
+        return;
+    }
+    stage_->fail(result.error);
+}
+
+/// From now on segments are those of this variant, by time.
+void Rendition::adopt(std::size_t variant) {
+    if (variant_ != variant) {
+        variant_ = variant;
+        number_.reset();
+        goesOn_.reset();
+        feeding_.setVariant(variant);
+        if (source_.isMain) statistics_->chosen(variant);
+    }
+    if (!source_.isMain) return;
+    const MediaPlaylist& playlist = list().playlist;
+    stage_->setDuration(playlist.isEnded ? std::optional(playlist.end()) : std::nullopt);
+    if (stage_->target()) return;
+    stage_->beginAt(startOf(playlist));
+    restart();
+}
+
+Rendition::Time Rendition::startOf(const MediaPlaylist& playlist) const {
+    const auto& segments = playlist.segments;
+    if (segments.empty()) return {};
+    Time start = segments.front().start;
+    if (playlist.startOffset) {
+        start =
+            *playlist.startOffset + (playlist.startOffset->count() < 0 ? playlist.end() : start);
+    } else if (!playlist.isEnded) {
+        start = playlist.end() - 3 * playlist.targetDuration;
+    }
+    start = std::clamp(start, segments.front().start, playlist.end());
+    if (playlist.isEnded) return start;
+    const auto holds = std::find_if(segments.begin(), segments.end(),
+                                    [&](const Segment& each) { return each.end() > start; });
+    return holds == segments.end() ? segments.back().start : holds->start;
+}
+
+/// Takes another variant where that is better. False if the generation was overtaken or nothing is
+/// left.
+bool Rendition::adapt() {
+    if (lists_.size() < 2 || steps_ > 0) return true;
+    const Clock& clock = stage_->attention().clock();
+    const Time level = feeding_.hasJoined()
+                           ? stage_->levels().level(stage_->position()).value_or(store)
+                           : Time::zero();
+    const auto choice = ladder_->choice(variant_, level, clock.now());
+    if (choice == *variant_) return true;
+    if (!change(choice)) return !isStale() && !stage_->hasFailed() && variant_.has_value();
+    return true;
+}
+
+bool Rendition::change(std::size_t variant) {
+    const auto& known = lists_[variant];
+    const auto now = stage_->attention().clock().now();
+    const bool isFresh = known && (known->playlist.isEnded || now < reloadTime(*known));
+    if (!isFresh && !load(variant)) return false;
+    adopt(variant);
+    feeding_.rejoin();
+    return true;
+}
+
+// MARK: segments
+
+std::optional<std::size_t> Rendition::next() const {
+    const auto& segments = list().playlist.segments;
+    if (segments.empty()) return std::nullopt;
+    std::size_t index = 0;
+    if (number_ && *number_ >= segments.front().number) {
+        const auto offset = *number_ - segments.front().number;
+        index = static_cast<std::size_t>(
+            std::min<std::int64_t>(offset, static_cast<std::int64_t>(segments.size())));
+    } else {
+        const bool goesOn = feeding_.hasJoined() || feeding_.wanted() > stage_->target();
+        const auto found = std::find_if(segments.begin(), segments.end(), [&](const Segment& each) {
+            const Time slack = goesOn ? std::min(mismatch, each.duration / 2) : Time::zero();
+            return each.end() > time_ + slack;
+        });
+        index = static_cast<std::size_t>(found - segments.begin());
+        if (index == segments.size() && list().playlist.isEnded && !goesOn) --index;
+    }
+    if (index == segments.size()) return std::nullopt;
+    if (!learns_) return index - std::min<std::size_t>(index, static_cast<std::size_t>(steps_));
+    const auto discontinuity = segments[index].discontinuity;
+    while (index > 0 && segments[index - 1].discontinuity == discontinuity) --index;
+    return index;
+}
+
+std::optional<URL> Rendition::address(const std::string& uri) {
+    auto url = resolved(list().address, uri);
+    if (url && mayLead(list().address, *url)) return url;
+    stage_->fail(makeAVError(AVError::serverIncorrectlyConfigured,
+                             "The stream leads to an address that is not loaded: " +
+                                 (url ? url->absoluteString() : uri)));
+    return std::nullopt;
+}
+
+void Rendition::loadSegment(std::size_t index) {
+    const Segment segment = list().playlist.segments[index];
+    const bool isLast = list().playlist.isEnded && index + 1 == list().playlist.segments.size();
+    if (source_.isMain) stage_->setMain(segment.discontinuity, false);
+    if (segment.isGap) {
+        steps_ = 0;
+        feeding_.rejoin();
+        return pass(segment);
+    }
+    if (discontinuity_ && *discontinuity_ != segment.discontinuity) {
+        feeding_.discontinuity();
+        goesOn_.reset();
+    }
+    discontinuity_ = segment.discontinuity;
+    bool failed = false;
+    const auto url = address(segment.uri);
+    if (!url || (segment.map && !loadMap(segment))) return;
+    const auto key = segment.key ? encryption(*segment.key, segment.number, failed) : std::nullopt;
+    if (failed) return;
+    SegmentReading reading(*stage_, feeding_, segment, segment.map ? map_ : Data(),
+                           {.generation = generation_,
+                            .isMain = source_.isMain,
+                            .hasOtherSound = source_.hasOtherSound,
+                            .mayGoBack = index > 0 && misses_ == 0 && steps_ < mostSteps &&
+                                         !list().playlist.segments[index - 1].isGap,
+                            .isLast = isLast,
+                            .goesOn = goesOn_});
+    bool abandoned = false;
+    auto result = fetch(*url, segment, key, reading, abandoned);
+    if (source_.isMain) {
+        ladder_->measured(result.bytes, result.busy);
+        statistics_->loaded(result.bytes, result.busy, stage_->levels().stalls());
+    }
+    if (result.end == FetchResult::End::done) reading.finish();
+    if (isStale() || stage_->hasFailed()) return;
+    if (abandoned) {
+        time_ = segment.start;
+        number_.reset();
+        goesOn_.reset();
+        return feeding_.rejoin();
+    }
+    segmentEnded(segment, reading, result, key.has_value());
+}
+
+void Rendition::segmentEnded(const Segment& segment, const SegmentReading& reading,
+                             const FetchResult& result, bool isEncrypted) {
+    const std::string where = result.address.absoluteString();
+    switch (reading.state()) {
+        case SegmentReading::State::overtaken:
+            return;
+        case SegmentReading::State::back:
+            return goBack(steps_ + 1);
+        case SegmentReading::State::parameters:
+            learns_ = true;
+            return goBack(steps_);
+        case SegmentReading::State::learned:
+            learns_ = false;
+            return goBack(steps_);
+        case SegmentReading::State::playlist:
+            return stage_->fail(makeAVError(AVError::fileFormatNotRecognized,
+                                            "A playlist stands for a segment: " + where));
+        case SegmentReading::State::foreign:
+            if (isEncrypted) {
+                return stage_->fail(
+                    makeAVError(AVError::contentIsNotAuthorized, "The key does not open " + where));
+            }
+            return segmentFailed(segment,
+                                 makeAVError(AVError::fileFormatNotRecognized,
+                                             "No media that can be read: " + where),
+                                 false);
+        case SegmentReading::State::empty:
+            return stage_->fail(
+                makeAVError(AVError::fileFormatNotRecognized,
+                            "Neither picture nor sound that can be played: " + where));
+        case SegmentReading::State::reading:
+            break;
+    }
+    if (result.end == FetchResult::End::failed)
+        return segmentFailed(segment, result.error, result.status == 0);
+    misses_ = 0;
+    ladder_->worked(*variant_);
+    goesOn_ = reading.end();
+    if (feeding_.hasJoined()) steps_ = 0;
+    pass(segment);
+}
+
+void Rendition::goBack(int steps) {
+    steps_ = steps;
+    number_.reset();
+    goesOn_.reset();
+    feeding_.rejoin();
+    if (learns_) feeding_.learn();
+}
+
+void Rendition::pass(const Segment& segment) {
+    number_ = segment.number + 1;
+    time_ = segment.end();
+}
+
+/// Another variant may have the segment; else it is left out, which a few of them may be.
+void Rendition::segmentFailed(const Segment& segment, const NSError& error, bool isLasting) {
+    constexpr int mostMisses = 3;
+    const auto now = stage_->attention().clock().now();
+    goesOn_.reset();
+    if (ladder_->hasOther(*variant_, now)) {
+        ladder_->failed(*variant_, now);
+        time_ = segment.start;
+        number_.reset();
+        return feeding_.rejoin();
+    }
+    if (isLasting || ++misses_ > mostMisses) return stage_->fail(error);
+    feeding_.rejoin();
+    pass(segment);
+}
+
+FetchResult Rendition::fetch(const URL& url, const Segment& segment,
+                             const std::optional<Encryption>& encryption, SegmentReading& reading,
+                             bool& abandoned) {
+    const bool hasOther = ladder_->hasOther(*variant_, stage_->attention().clock().now());
+    const FetchRequest request{.url = url,
+                               .range = segment.range,
+                               .patience = hasOther ? 1 : 2,
+                               .endurance = hasOther ? 4s : 60s};
+    return segments_.get(
+        request, encryption, generation_,
+        [&](Fetcher::Bytes bytes, const FetchResult& soFar, std::optional<std::uint64_t> total) {
+            return reading.push(bytes) == SegmentReading::State::reading &&
+                   keepUp(soFar, total, segment, abandoned);
+        });
+}
+
+/// In the middle of a segment: waits while enough is queued, gives it up where it comes too slowly.
+bool Rendition::keepUp(const FetchResult& soFar, std::optional<std::uint64_t> total,
+                       const Segment& segment, bool& abandoned) {
+    Attention& attention = stage_->attention();
+    if (!needs() && !attention.wait(generation_, std::nullopt, [this] { return needs(); }))
+        return false;
+    if (!source_.isMain || lists_.size() < 2) return true;
+    const Time level = feeding_.hasJoined()
+                           ? stage_->levels().level(stage_->position()).value_or(store)
+                           : Time::zero();
+    const Ladder::Progress progress{soFar.bytes, total, soFar.busy, segment.duration, level};
+    const auto now = attention.clock().now();
+    if (!ladder_->isHopeless(*variant_, progress, now)) return true;
+    abandoned = true;
+    return false;
+}
+
+std::optional<Encryption> Rendition::encryption(const KeyTag& key, std::int64_t number,
+                                                bool& failed) {
+    failed = true;
+    if (!isSupported(key)) {
+        stage_->fail(makeAVError(
+            AVError::contentIsProtected,
+            "The stream is encrypted by " + key.method + ", which cannot be opened here."));
+        return std::nullopt;
+    }
+    const auto url =
+        key.uri.starts_with("data:") ? URL::parse(key.uri) : resolved(list().address, key.uri);
+    if (!url || key.uri.empty()) {
+        stage_->fail(makeAVError(AVError::contentIsNotAuthorized, "The key has no valid address."));
+        return std::nullopt;
+    }
+    if (isWebScheme(*url) && !address(key.uri)) return std::nullopt;
+    const auto answer = stage_->keys().key(*url, segments_.fetcher(), generation_);
+    if (!answer) return std::nullopt;
+    if (const auto* error = std::get_if<NSError>(&*answer)) {
+        stage_->fail(*error);
+        return std::nullopt;
+    }
+    failed = false;
+    return Encryption{std::get<ContentKey>(*answer), vectorOf(key, number)};
+}
+
+bool Rendition::loadMap(const Segment& segment) {
+    constexpr std::uint64_t longestMap = std::uint64_t{16} << 20U;
+    const MapTag& map = *segment.map;
+    const auto url = address(map.uri);
+    if (!url) return false;
+    std::string name = url->absoluteString();
+    if (map.range) {
+        name += '@' + std::to_string(map.range->offset) + '+' + std::to_string(map.range->length);
+    }
+    if (name == mapName_) return true;
+    bool failed = false;
+    const auto key = map.key ? encryption(*map.key, segment.number, failed) : std::nullopt;
+    if (failed) return false;
+    Data bytes;
+    const auto result =
+        segments_.get({.url = *url, .range = map.range, .limit = longestMap}, key, generation_,
+                      [&](Fetcher::Bytes piece, const FetchResult&, auto) {
+                          bytes.insert(bytes.end(), piece.begin(), piece.end());
+                          return true;
+                      });
+    if (result.end == FetchResult::End::failed)
+        segmentFailed(segment, result.error, result.status == 0);
+    if (result.end != FetchResult::End::done) return false;
+    map_ = std::move(bytes);
+    mapName_ = std::move(name);
+    return true;
+}
+
+void Rendition::finishStream() {
+    isOver_ = true;
+    if (source_.isMain) stage_->setMain(INT64_MAX, true);
+    if (!stage_->hasTracks() && source_.isMain) {
+        return stage_->fail(makeAVError(
+            AVError::fileFormatNotRecognized,
+            "The stream holds nothing that can be played: " + list().address.absoluteString()));
+    }
+    feeding_.end();
+}
+
+}  // namespace korvel::platform::hls

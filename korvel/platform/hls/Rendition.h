@@ -1,0 +1,109 @@
+#pragma once
+
+#include <korvel/platform/hls/Feeding.h>
+#include <korvel/platform/hls/Ladder.h>
+#include <korvel/platform/hls/Playlist.h>
+#include <korvel/platform/hls/SegmentReading.h>
+#include <korvel/platform/hls/SegmentSource.h>
+#include <korvel/platform/hls/Stage.h>
+#include <korvel/platform/hls/Statistics.h>
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace korvel::platform::hls {
+
+/// One rendition with a loader thread of its own: the main one, with pictures and whatever sound
+/// comes with them, or sound that comes apart. Loads segment after segment while too little is
+/// queued, and begins anew at each seek.
+class Rendition : public std::enable_shared_from_this<Rendition> {
+public:
+    struct Source {
+        bool isMain = true;
+        bool hasOtherSound = false;
+        std::vector<URL> playlists{};  ///< one per variant of the ladder
+        /// The first of them, if it was loaded already.
+        std::optional<MediaPlaylist> first{};
+        Definitions definitions{};
+    };
+
+    Rendition(std::shared_ptr<Stage> stage, std::shared_ptr<Ladder> ladder,
+              std::shared_ptr<Statistics> statistics, Source source);
+    /// Gives it its thread, which ends once the stage is closed.
+    void start();
+
+private:
+    using Time = std::chrono::nanoseconds;
+    /// A variant's playlist.
+    struct List {
+        URL address;
+        MediaPlaylist playlist;
+        Clock::Instant loaded{};
+        bool hasChanged = true;  ///< at the last time that it was loaded
+    };
+
+    void run();
+    void restart();
+    bool needs() const;
+    void step();
+
+    // Playlists and variants.
+    bool openList();
+    bool adapt();
+    bool change(std::size_t variant);
+    bool load(std::size_t variant);
+    bool refreshed();
+    Clock::Instant reloadTime(const List& list) const;
+    void adopt(std::size_t variant);
+    Time startOf(const MediaPlaylist& playlist) const;
+    void listFailed(std::size_t variant, const FetchResult& result);
+
+    // Segments.
+    std::optional<std::size_t> next() const;
+    void loadSegment(std::size_t index);
+    std::optional<Encryption> encryption(const KeyTag& key, std::int64_t number, bool& failed);
+    bool loadMap(const Segment& segment);
+    FetchResult fetch(const URL& url, const Segment& segment,
+                      const std::optional<Encryption>& encryption, SegmentReading& reading,
+                      bool& abandoned);
+    bool keepUp(const FetchResult& soFar, std::optional<std::uint64_t> total,
+                const Segment& segment, bool& abandoned);
+    void segmentEnded(const Segment& segment, const SegmentReading& reading,
+                      const FetchResult& result, bool isEncrypted);
+    void segmentFailed(const Segment& segment, const NSError& error, bool isLasting);
+    void goBack(int steps);
+    void pass(const Segment& segment);
+    void finishStream();
+    std::optional<URL> address(const std::string& uri);
+    bool isStale() const { return stage_->attention().isStale(generation_); }
+    List& list() { return *lists_.at(*variant_); }
+    const List& list() const { return *lists_.at(*variant_); }
+
+    const std::shared_ptr<Stage> stage_;
+    const std::shared_ptr<Ladder> ladder_;
+    const std::shared_ptr<Statistics> statistics_;
+    Source source_;
+    SegmentSource segments_;
+    Feeding feeding_;
+
+    Stage::Generation generation_ = 0;
+    std::vector<std::optional<List>> lists_;  ///< by variant
+    std::optional<std::size_t> variant_;
+    bool isOver_ = false;
+
+    Time time_{};                         ///< where the next segment begins
+    std::optional<std::int64_t> number_;  ///< of the next segment, in this playlist
+    std::optional<std::int64_t> discontinuity_;
+    std::optional<Time> goesOn_;
+    int steps_ = 0;        ///< segments gone back for the first picture
+    bool learns_ = false;  ///< what the first segment of this discontinuity tells the decoder
+    int misses_ = 0;       ///< segments in a row that were not to be had
+
+    std::string mapName_;
+    Data map_;
+};
+
+}  // namespace korvel::platform::hls

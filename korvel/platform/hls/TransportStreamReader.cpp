@@ -1,0 +1,268 @@
+#include <korvel/platform/hls/TransportStreamReader.h>
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+namespace korvel::platform::hls {
+
+using std::chrono::nanoseconds;
+
+namespace {
+
+constexpr std::size_t packetSize = 188;
+constexpr std::uint8_t syncByte = 0x47;
+constexpr std::size_t mostEarly = std::size_t{2} << 20U;
+constexpr std::size_t longestPacket = std::size_t{16} << 20U;
+constexpr std::size_t longestSection = 4096;
+constexpr std::int64_t wrap = std::int64_t{1} << 33;
+
+unsigned pidAt(ContainerReader::Bytes bytes, std::size_t at) {
+    return ((bytes[at] & 31U) << 8U) | bytes[at + 1];
+}
+
+std::size_t lengthAt(ContainerReader::Bytes bytes, std::size_t at) {
+    return ((bytes[at] & 15U) << 8U) | bytes[at + 1];
+}
+
+/// What private data is, by the descriptors of its stream.
+std::optional<AudioCodec> privateCodec(ContainerReader::Bytes descriptors) {
+    for (std::size_t at = 0; at + 2 <= descriptors.size();) {
+        const unsigned tag = descriptors[at];
+        const std::size_t length = descriptors[at + 1];
+        if (tag == 0x6A) return AudioCodec::ac3;
+        if (tag == 0x7A) return AudioCodec::eac3;
+        if (tag == 5 && length >= 4 && at + 6 <= descriptors.size()) {
+            const std::string_view name(reinterpret_cast<const char*>(&descriptors[at + 2]), 4);
+            if (name == "AC-3") return AudioCodec::ac3;
+            if (name == "EAC3") return AudioCodec::eac3;
+        }
+        at += 2 + length;
+    }
+    return std::nullopt;
+}
+
+std::optional<AudioCodec> audioOf(unsigned type, ContainerReader::Bytes descriptors) {
+    switch (type) {
+        case 0x03:
+        case 0x04:
+            return AudioCodec::mpeg;
+        case 0x0F:
+            return AudioCodec::aac;
+        case 0x81:
+            return AudioCodec::ac3;
+        case 0x87:
+            return AudioCodec::eac3;
+        case 0x06:
+            return privateCodec(descriptors);
+        default:
+            return std::nullopt;
+    }
+}
+
+struct Video {
+    VideoCodec codec;
+    const char* caps;
+};
+
+std::optional<Video> videoOf(unsigned type) {
+    switch (type) {
+        case 0x01:
+        case 0x02:
+            return Video{VideoCodec::mpeg2,
+                         "video/mpeg, mpegversion=(int)2, systemstream=(boolean)false"};
+        case 0x1B:
+            return Video{VideoCodec::h264, "video/x-h264, stream-format=(string)byte-stream"};
+        case 0x24:
+            return Video{VideoCodec::h265, "video/x-h265, stream-format=(string)byte-stream"};
+        default:
+            return std::nullopt;
+    }
+}
+
+}  // namespace
+
+void TransportStreamReader::push(Bytes bytes) {
+    rest_.insert(rest_.end(), bytes.begin(), bytes.end());
+    std::size_t at = 0;
+    while (at + packetSize <= rest_.size()) {
+        const bool isPacket = rest_[at] == syncByte && (at + packetSize == rest_.size() ||
+                                                        rest_[at + packetSize] == syncByte);
+        if (isPacket) packet(Bytes(rest_).subspan(at, packetSize));
+        at += isPacket ? packetSize : 1;
+    }
+    rest_.erase(rest_.begin(), rest_.begin() + static_cast<std::ptrdiff_t>(at));
+}
+
+void TransportStreamReader::packet(Bytes packet) {
+    const bool hasError = (packet[1] & 0x80U) != 0;
+    const bool begins = (packet[1] & 0x40U) != 0;
+    const bool isScrambled = (packet[3] & 0xC0U) != 0;
+    const bool hasPayload = (packet[3] & 0x10U) != 0;
+    const unsigned pid = pidAt(packet, 1);
+    std::size_t head = 4;
+    if ((packet[3] & 0x20U) != 0) head += 1U + packet[4];
+    if (hasError || isScrambled || !hasPayload || head >= packetSize) return;
+    const Bytes payload = packet.subspan(head);
+
+    if (pid == 0) return section(payload, begins, programmes_, &TransportStreamReader::programmes);
+    if (mapPid_ && pid == *mapPid_) {
+        return section(payload, begins, map_, &TransportStreamReader::streams);
+    }
+    if (!isMapped_) {
+        if (early_.size() < mostEarly) early_.insert(early_.end(), packet.begin(), packet.end());
+        return;
+    }
+    const auto found = streams_.find(pid);
+    if (found == streams_.end()) return;
+    const int counter = packet[3] & 15;
+    const bool isRepeated = std::exchange(found->second.counter, counter) == counter;
+    if (!isRepeated) media(found->second, payload, begins);
+}
+
+/// Puts a section of a table together, which may go over packets.
+void TransportStreamReader::section(Bytes payload, bool begins, Data& store,
+                                    void (TransportStreamReader::*take)(Bytes)) {
+    if (begins) {
+        const std::size_t pointer = 1U + payload[0];
+        if (pointer >= payload.size()) return;
+        payload = payload.subspan(pointer);
+        store.clear();
+    } else if (store.empty()) {
+        return;
+    }
+    if (store.size() > longestSection) return;
+    store.insert(store.end(), payload.begin(), payload.end());
+    if (store.size() < 3) return;
+    const std::size_t size = 3 + lengthAt(store, 1);
+    if (store.size() < size || size < 12) return;
+    const Data whole = std::exchange(store, {});
+    (this->*take)(Bytes(whole).first(size - 4));  // without its checksum
+}
+
+void TransportStreamReader::programmes(Bytes section) {
+    if (section[0] != 0 || mapPid_) return;
+    for (std::size_t at = 8; at + 4 <= section.size(); at += 4) {
+        const bool isNetwork = section[at] == 0 && section[at + 1] == 0;
+        if (isNetwork) continue;
+        mapPid_ = pidAt(section, at + 2);
+        return;
+    }
+}
+
+void TransportStreamReader::streams(Bytes section) {
+    if (section[0] != 2 || isMapped_ || section.size() < 12) return;
+    for (std::size_t at = 12 + lengthAt(section, 10); at + 5 <= section.size();) {
+        const std::size_t length = lengthAt(section, at + 3);
+        const std::size_t there = std::min(length, section.size() - at - 5);
+        addStream(pidAt(section, at + 1), section[at], section.subspan(at + 5, there));
+        at += 5 + length;
+    }
+    isMapped_ = true;
+    listener_.formatsAreComplete();
+    const Data early = std::exchange(early_, {});
+    for (std::size_t at = 0; at < early.size(); at += packetSize) {
+        packet(Bytes(early).subspan(at, packetSize));
+    }
+}
+
+void TransportStreamReader::addStream(unsigned pid, unsigned type, Bytes descriptors) {
+    Stream stream;
+    if (const auto video = videoOf(type)) {
+        stream.video = video->codec;
+        stream.format = std::make_shared<const Format>(Format{Kind::picture, video->caps});
+    } else if (const auto audio = audioOf(type, descriptors)) {
+        stream.format = formatOf(*audio);
+        stream.frames = std::make_unique<AudioFrames>(
+            *audio, [this](Sample sample) { listener_.sample(Kind::sound, std::move(sample)); });
+    } else if (type == 0x11) {
+        stream.format = std::make_shared<const Format>(
+            Format{Kind::sound, "audio/mpeg, mpegversion=(int)4, stream-format=(string)loas"});
+    }
+    if (!stream.format) return;
+    const bool isSecond = std::any_of(streams_.begin(), streams_.end(), [&](const auto& each) {
+        return each.second.format->kind == stream.format->kind;
+    });
+    if (isSecond || streams_.contains(pid)) return;
+    listener_.format(stream.format);
+    streams_.emplace(pid, std::move(stream));
+}
+
+void TransportStreamReader::media(Stream& stream, Bytes payload, bool begins) {
+    if (begins) {
+        close(stream);
+        stream.isOpen = true;
+    }
+    if (!stream.isOpen) return;
+    if (stream.packet.size() > longestPacket) {
+        stream.isOpen = false;
+        return stream.packet.clear();
+    }
+    stream.packet.insert(stream.packet.end(), payload.begin(), payload.end());
+    if (stream.packet.size() < 6) return;
+    const std::size_t told = (stream.packet[4] << 8U) | stream.packet[5];
+    if (told > 0 && stream.packet.size() >= told + 6) {
+        stream.packet.resize(told + 6);
+        close(stream);
+    }
+}
+
+void TransportStreamReader::close(Stream& stream) {
+    stream.isOpen = false;
+    Data packet = std::exchange(stream.packet, {});
+    if (packet.size() < 9 || packet[0] != 0 || packet[1] != 0 || packet[2] != 1) return;
+    if ((packet[6] & 0xC0U) != 0x80) return;
+    const std::size_t head = 9U + packet[8];
+    const unsigned flags = packet[7] >> 6U;
+    if (packet.size() <= head) return;
+    Sample sample;
+    if ((flags & 2U) != 0 && head >= 14) sample.pts = time(Bytes(packet).subspan(9, 5));
+    if (flags == 3 && head >= 19) sample.dts = time(Bytes(packet).subspan(14, 5));
+    if (stream.frames) return stream.frames->push(Bytes(packet).subspan(head), sample.pts);
+    packet.erase(packet.begin(), packet.begin() + static_cast<std::ptrdiff_t>(head));
+    sample.bytes = std::move(packet);
+    if (stream.video) {
+        sample.isKey = inspected(*stream.video, sample.bytes).isKey;
+        if (!sample.dts) sample.dts = sample.pts;
+        return picture(stream, std::move(sample));
+    }
+    listener_.sample(stream.format->kind, std::move(sample));
+}
+
+/// Gives out the picture before `next`.
+void TransportStreamReader::picture(Stream& stream, std::optional<Sample> next) {
+    constexpr std::chrono::seconds longestPicture{10};
+    auto last = std::exchange(stream.last, std::move(next));
+    if (!last) return;
+    if (stream.last && stream.last->dts && last->dts) {
+        const auto length = *stream.last->dts - *last->dts;
+        if (length.count() > 0 && length <= longestPicture) stream.length = length;
+    }
+    last->duration = stream.length;
+    listener_.sample(Kind::picture, *std::move(last));
+}
+
+TransportStreamReader::Time TransportStreamReader::time(Bytes field) {
+    std::int64_t ticks = (field[0] >> 1U) & 7U;
+    ticks = (ticks << 8U) | field[1];
+    ticks = (ticks << 7U) | (field[2] >> 1U);
+    ticks = (ticks << 8U) | field[3];
+    ticks = (ticks << 7U) | (field[4] >> 1U);
+    if (!reference_) reference_ = ticks;
+    std::int64_t distance = (ticks - *reference_) % wrap;
+    if (distance > wrap / 2) distance -= wrap;
+    if (distance < -wrap / 2) distance += wrap;
+    return nanoseconds((*reference_ + distance) * 100'000 / 9);
+}
+
+void TransportStreamReader::finish() {
+    if (rest_.size() >= packetSize && rest_[0] == syncByte) packet(Bytes(rest_).first(packetSize));
+    rest_.clear();
+    for (auto& [pid, stream] : streams_) {
+        close(stream);
+        picture(stream, std::nullopt);
+        if (stream.frames) stream.frames->finish();
+    }
+}
+
+}  // namespace korvel::platform::hls
