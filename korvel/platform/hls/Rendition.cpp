@@ -95,7 +95,7 @@ bool Rendition::openList() {
     Attention& attention = stage_->attention();
     if (!variant_) {
         const auto first = ladder_->choice(std::nullopt, Time::zero(), attention.clock().now());
-        if (!load(first)) return false;
+        if (!lists_[first] && !load(first)) return false;
         adopt(first);
     }
     const bool isDue = !list().playlist.isEnded && attention.clock().now() >= reloadTime(list());
@@ -283,7 +283,9 @@ void Rendition::loadSegment(std::size_t index) {
     if (!url || (segment.map && !loadMap(segment))) return;
     const auto key = segment.key ? encryption(*segment.key, segment.number, failed) : std::nullopt;
     if (failed) return;
-    SegmentReading reading(*stage_, feeding_, segment, segment.map ? map_ : Data(),
+    static const Data none;
+    const Data& map = segment.map ? map_ : none;
+    SegmentReading reading(*stage_, feeding_, segment, map,
                            {.generation = generation_,
                             .isMain = source_.isMain,
                             .hasOtherSound = source_.hasOtherSound,
