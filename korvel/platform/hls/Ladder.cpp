@@ -42,21 +42,18 @@ void Ladder::measured(std::uint64_t bytes, Time busy) {
     if (bytes < leastBytes || busy.count() < 0) return;
     const double length = std::max(seconds(busy), 1e-4);
     const double speed = static_cast<double>(bytes) * 8 / length;
-    const auto follow = [&](std::optional<double>& average, double halfLife) {
-        // What lasted longer tells more; what came at once tells something, too.
-        const double weight = std::max(1 - std::exp2(-length / halfLife), 0.3);
-        average = average ? *average + weight * (speed - *average) : speed;
-    };
+    // What lasted longer tells more, but the last segment tells most: after a change of the line
+    // the third one is chosen by it.
+    const double weight = std::max(1 - std::exp2(-length), 0.6);
     const std::lock_guard lock(mutex_);
-    follow(fast_, 0.5);
-    follow(slow_, 2);
+    speed_ = speed_ ? *speed_ + weight * (speed - *speed_) : speed;
 }
 
-double Ladder::speedLocked() const { return fast_ ? std::min(*fast_, *slow_) : usualSpeed; }
+double Ladder::speedLocked() const { return speed_.value_or(usualSpeed); }
 
 std::optional<double> Ladder::speed() const {
     const std::lock_guard lock(mutex_);
-    return fast_ ? std::optional(speedLocked()) : std::nullopt;
+    return speed_;
 }
 
 void Ladder::failed(std::size_t variant, Clock::Instant now) {

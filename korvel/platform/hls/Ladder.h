@@ -60,8 +60,7 @@ private:
     mutable std::mutex mutex_;
     std::vector<State> states_;
     VariantBounds bounds_;
-    std::optional<double> fast_;  ///< follows the line at once
-    std::optional<double> slow_;
+    std::optional<double> speed_;
 };
 
 }  // namespace korvel::platform::hls

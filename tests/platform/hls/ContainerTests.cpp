@@ -1,0 +1,219 @@
+#include "platform/hls/Streams.h"
+
+#include <korvel/platform/hls/AccessUnit.h>
+#include <korvel/platform/hls/AudioFrames.h>
+#include <korvel/platform/hls/ContainerReader.h>
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <random>
+
+namespace korvel::tests {
+
+using namespace platform;
+using namespace platform::hls;
+using namespace streams;
+using namespace std::chrono_literals;
+
+namespace {
+
+struct Listener final : ContainerListener {
+    std::array<std::vector<Sample>, 2> samples;
+    std::vector<std::string> formats;
+    int completions = 0;
+
+    void format(std::shared_ptr<const Format> format) override { formats.push_back(format->caps); }
+    void formatsAreComplete() override { ++completions; }
+    void sample(Kind kind, Sample sample) override {
+        EXPECT_EQ(completions, 1) << "no sample before it is known which kinds there are";
+        samples.at(static_cast<std::size_t>(kind)).push_back(std::move(sample));
+    }
+    const std::vector<Sample>& pictures() const { return samples[0]; }
+    const std::vector<Sample>& sounds() const { return samples[1]; }
+};
+
+Listener read(const Data& bytes, const Data& map = {}, std::size_t piece = 1000) {
+    Listener listener;
+    const auto container = recognised(bytes, true);
+    const auto reader = makeContainerReader(container.value_or(Container::unknown), map, listener);
+    if (!reader) return listener;
+    for (std::size_t at = 0; at < bytes.size(); at += piece) {
+        reader->push(ContainerReader::Bytes(bytes).subspan(at, std::min(piece, bytes.size() - at)));
+    }
+    reader->finish();
+    return listener;
+}
+
+}  // namespace
+
+TEST(ContainerTest, ContentIsRecognisedByItsFirstBytesOnceThereAreEnough) {
+    const Data stream = transportSegment({});
+    Data shifted(100, 0x11);
+    append(shifted, stream);
+    const std::tuple<const char*, Data, Container> rows[] = {
+        {"transport stream", stream, Container::transportStream},
+        {"with junk in front", shifted, Container::transportStream},
+        {"fragments", fragment(0, 2, 1), Container::fragments},
+        {"AAC", joined({adtsFrame(1), adtsFrame(2)}), Container::packedAudio},
+        {"AAC with a time", joined({timeTag(5), adtsFrame(2)}), Container::packedAudio},
+        {"playlist", bytesOf("#EXTM3U\n#EXTINF:1,\na"), Container::playlist},
+        {"playlist with a mark", bytesOf("\xEF\xBB\xBF#EXTM3U\n"), Container::playlist},
+        {"subtitles", bytesOf("WEBVTT\n\n"), Container::text},
+        {"page", bytesOf("<!DOCTYPE html><html></html>"), Container::unknown},
+        {"nothing", {}, Container::unknown},
+    };
+    for (const auto& [what, bytes, container] : rows) {
+        EXPECT_EQ(recognised(bytes, true), container) << what;
+        // Never anything else while it comes byte by byte.
+        for (std::size_t size = 0; size < std::min<std::size_t>(bytes.size(), 600); ++size) {
+            const auto early = recognised(ContainerReader::Bytes(bytes).first(size), false);
+            EXPECT_TRUE(!early || *early == container) << what << ' ' << size;
+        }
+    }
+}
+
+TEST(ContainerTest, TransportStreamGivesPicturesAndFramesWithTheirTimesAcrossTheWrap) {
+    constexpr double wrapSeconds = 8589934592. / 90'000;
+    const Data bytes = transportSegment({.start = wrapSeconds - 1, .mark = 9});
+    for (const std::size_t piece : {1u, 187u, 100'000u}) {
+        const auto found = read(bytes, {}, piece);
+        ASSERT_EQ(found.pictures().size(), 50u);
+        ASSERT_EQ(found.sounds().size(), 94u);
+        EXPECT_TRUE(found.pictures()[0].isKey);
+        EXPECT_FALSE(found.pictures()[1].isKey);
+        EXPECT_EQ(found.pictures()[7].bytes.back(), 9);
+        for (std::size_t i = 1; i < 50; ++i) {
+            const auto step = *found.pictures()[i].pts - *found.pictures()[i - 1].pts;
+            EXPECT_NEAR(static_cast<double>(step.count()), 40e6, 2e4);
+        }
+        EXPECT_NEAR(static_cast<double>(found.pictures()[49].duration->count()), 40e6, 2e4);
+        const auto sound = *found.sounds().back().pts - *found.sounds().front().pts;
+        EXPECT_NEAR(static_cast<double>(sound.count()) / 1e9, 93 * 1024. / 48'000, 1e-4);
+    }
+}
+
+TEST(ContainerTest, TransportStreamStandsHolesRepetitionsAndLateTables) {
+    const Data whole = transportSegment({});
+    const auto packet = [&](std::size_t i) {
+        const auto begin = whole.begin() + static_cast<std::ptrdiff_t>(188 * i);
+        return Data(begin, begin + 188);
+    };
+    Data repeated;
+    for (std::size_t i = 0; i < whole.size() / 188; ++i) append(repeated, packet(i));
+    for (int i = 0; i < 2; ++i) append(repeated, packet(whole.size() / 188 - 1));
+    EXPECT_EQ(read(repeated).sounds().size(), read(whole).sounds().size());
+
+    Data late = joined({packet(2), packet(3), packet(4)});
+    append(late, joined({packet(0), packet(1)}));
+    late.insert(late.end(), whole.begin() + 188 * 5, whole.end());
+    EXPECT_EQ(read(late).pictures().size(), 50u) << "what comes before the tables is kept";
+
+    Data holed = whole;
+    holed.erase(holed.begin() + 188 * 20 + 50, holed.begin() + 188 * 24 + 70);
+    EXPECT_GE(read(holed).pictures().size(), 45u);
+
+    TransportStream tables;
+    tables.tables();
+    const Data rest(whole.begin() + 2 * 188, whole.end());
+    EXPECT_EQ(read(rest, tables.bytes).pictures().size(), 50u) << "tables in the map";
+}
+
+TEST(ContainerTest, FragmentsGiveSamplesWithTimesThatHonourTheEditList) {
+    const Data bytes = joined({box("styp", {0, 0, 0, 0}), box("sidx", Data(20, 0)),
+                               fragment(10'000, 3, 1), fragment(10'120, 2, 2)});
+    for (const std::size_t piece : {1u, 7u, 10'000u}) {
+        const auto found = read(bytes, initialization(), piece);
+        ASSERT_EQ(found.pictures().size(), 5u);
+        EXPECT_EQ(found.formats.at(0),
+                  "video/x-h264, stream-format=(string)avc, alignment=(string)au, "
+                  "width=(int)64, height=(int)36");
+        for (std::size_t i = 0; i < 5; ++i) {
+            const Sample& sample = found.pictures()[i];
+            EXPECT_EQ(sample.pts, 10s + 40ms * i) << "shown 80 later, 80 left out";
+            EXPECT_EQ(sample.dts, *sample.pts - 80ms);
+            EXPECT_EQ(sample.duration, 40ms);
+            EXPECT_EQ(sample.isKey, i == 0 || i == 3);
+            EXPECT_EQ(sample.bytes, Data(3 + i % 3, i < 3 ? 1 : 2));
+        }
+    }
+    EXPECT_EQ(read(joined({initialization(), fragment(0, 2, 1)})).pictures().size(), 2u)
+        << "a segment may bring its description along";
+    EXPECT_TRUE(read(fragment(0, 2, 1)).pictures().empty()) << "without any there is nothing";
+}
+
+TEST(ContainerTest, PackedAudioTakesItsTimeFromTheTag) {
+    Data frames;
+    for (int i = 0; i < 10; ++i) append(frames, adtsFrame(1));
+    const auto timed = read(joined({timeTag(90'000 * 5), frames}));
+    ASSERT_EQ(timed.sounds().size(), 10u);
+    EXPECT_EQ(timed.sounds()[0].pts, 5s);
+    EXPECT_EQ(read(frames).sounds()[0].pts, 0s);
+    Data cover = {'I', 'D', '3', 4, 0, 0, 0, 0x20, 0, 0};  // half a megabyte of a picture
+    cover.resize(10 + (0x20 << 14), 0xFF);
+    EXPECT_EQ(read(joined({cover, frames})).sounds().size(), 10u);
+    EXPECT_EQ(read(joined({timeTag(0), Data(20, 7), frames})).sounds().size(), 10u) << "junk";
+}
+
+TEST(ContainerTest, FramesOfEveryCodecHaveTheirSizeAndLength) {
+    const auto lengthOf = [](const Data& head, std::size_t size) {
+        Data two = head;
+        two.resize(size);
+        append(two, head);
+        two.resize(2 * size);
+        std::vector<Sample> found;
+        AudioFrames frames(*audioCodecOf(two), [&](Sample s) { found.push_back(std::move(s)); });
+        frames.push(two, 1s);
+        frames.finish();
+        EXPECT_EQ(found.size(), 2u);
+        return found.empty() ? 0ns : *found[0].duration;
+    };
+    EXPECT_EQ(lengthOf({0xFF, 0xFB, 0x90, 0x00}, 417).count() / 1000, 26122) << "MP3";
+    EXPECT_EQ(lengthOf({0xFF, 0xF3, 0x80, 0x00}, 208).count() / 1000, 26122) << "MPEG-2, 64 kbit/s";
+    EXPECT_EQ(lengthOf({0x0B, 0x77, 0, 0, 0x14, 0x40}, 768), 32ms) << "AC-3, 192 kbit/s";
+    EXPECT_EQ(lengthOf({0x0B, 0x77, 0x01, 0x7F, 0x34, 0x80}, 768), 32ms) << "E-AC-3";
+}
+
+TEST(ContainerTest, PicturesTellWhetherADecoderCanBeginWithThem) {
+    const auto isKey = [](VideoCodec codec, Data unit) {
+        unit.insert(unit.begin(), {0, 0, 1});
+        return inspected(codec, unit).isKey;
+    };
+    EXPECT_TRUE(isKey(VideoCodec::h264, {0x65, 0x88}));
+    EXPECT_TRUE(isKey(VideoCodec::h264, {0x41, 0x88})) << "only intra slices";
+    EXPECT_FALSE(isKey(VideoCodec::h264, {0x41, 0xC0}));
+    EXPECT_TRUE(isKey(VideoCodec::h265, {19 << 1, 1, 0}));
+    EXPECT_TRUE(isKey(VideoCodec::h265, {21 << 1, 1, 0}));
+    EXPECT_FALSE(isKey(VideoCodec::h265, {1 << 1, 1, 0}));
+    EXPECT_TRUE(isKey(VideoCodec::mpeg2, {0, 0, 0x08}));
+    EXPECT_FALSE(isKey(VideoCodec::mpeg2, {0, 0, 0x10}));
+    EXPECT_EQ(parametersIn(VideoCodec::h264, picture(true, 1)),
+              (Data{0, 0, 0, 1, 0x67, 0x42, 0x11, 0, 0, 0, 1, 0x68, 0x22}));
+    EXPECT_TRUE(parametersIn(VideoCodec::h264, picture(true, 1, false)).empty());
+}
+
+TEST(ContainerTest, DamagedAndInventedBytesDoNoHarm) {
+    std::mt19937 random(7);
+    const Data sound = joined({timeTag(1), adtsFrame(1), adtsFrame(2), adtsFrame(3)});
+    for (const Data& whole : {transportSegment({.length = 0.4}),
+                              joined({initialization(), fragment(0, 20, 1)}), sound}) {
+        const auto good = read(whole);
+        for (int round = 0; round < 300; ++round) {
+            Data bytes = whole;
+            for (int i = 0; i < 4; ++i)
+                bytes[random() % bytes.size()] = static_cast<std::uint8_t>(random());
+            bytes.resize(bytes.size() - random() % 50);
+            const auto found = read(bytes, {}, 1 + random() % 500);
+            EXPECT_LE(found.pictures().size(), good.pictures().size() + 2);
+        }
+    }
+    // As many samples as a number can say, of no size and of a size that nobody has.
+    for (const std::uint32_t size : {0u, 1u, 0xFFFFFFFFu}) {
+        const Data lie =
+            box("moof", box("traf", joined({box("tfhd", numbers({0x20010, 7, size})),
+                                            box("trun", numbers({1, 0xFFFFFFFF, 0}))})));
+        EXPECT_LT(read(joined({initialization(), lie})).pictures().size(), 2000u);
+    }
+}
+
+}  // namespace korvel::tests

@@ -1,0 +1,233 @@
+#include "platform/hls/Fixture.h"
+
+#include <korvel/platform/hls/Cipher.h>
+#include <korvel/platform/hls/Fetcher.h>
+#include <korvel/platform/hls/Ladder.h>
+#include <korvel/platform/hls/Levels.h>
+#include <korvel/platform/hls/SegmentSource.h>
+#include <korvel/platform/hls/Timeline.h>
+
+#include <gtest/gtest.h>
+
+#include <numeric>
+
+namespace korvel::tests {
+
+using namespace platform;
+using namespace platform::hls;
+
+namespace {
+
+class FetcherTest : public testing::Test {
+protected:
+    /// Fetches on a thread of its own and lets the time go by as fast as it is waited for.
+    Fetcher::Body fetch(FetchRequest request) {
+        std::optional<Fetcher::Body> body;
+        std::atomic<bool> done = false;
+        std::thread thread([&] {
+            body = Fetcher(server, *attention).whole(request, attention->current());
+            done = true;
+        });
+        while (!done) {
+            if (timers.pending() > 0) timers.advance(250ms);
+            std::this_thread::yield();
+        }
+        thread.join();
+        return *std::move(body);
+    }
+    static Data counting(std::size_t size) {
+        Data bytes(size);
+        std::iota(bytes.begin(), bytes.end(), std::uint8_t{0});
+        return bytes;
+    }
+
+    Timers timers;
+    const std::shared_ptr<FakeServer> server = std::make_shared<FakeServer>(timers.clock);
+    const std::shared_ptr<Attention> attention =
+        std::make_shared<Attention>(timers.clock, timers.after());
+    const URL url = *URL::parse("https://h/s");
+    const Data whole = counting(50'000);
+};
+
+}  // namespace
+
+TEST_F(FetcherTest, GoesOnWhereTheLineWasCutWhetherRangesAreObeyedOrNot) {
+    for (const bool obeys : {true, false}) {
+        for (const auto& range :
+             {std::optional<ByteRange>(), std::optional(ByteRange{100, 30'000})}) {
+            server->put("https://h/s",
+                        {.body = whole, .obeysRanges = obeys, .cutAfter = 20'000, .piece = 3000});
+            const auto got = fetch({.url = url, .range = range});
+            EXPECT_EQ(got.result.end, FetchResult::End::done) << got.result.error.description();
+            EXPECT_EQ(got.bytes, range ? Data(whole.begin() + 100, whole.begin() + 30'100) : whole);
+        }
+    }
+}
+
+TEST_F(FetcherTest, AsksAgainForWhatMayComeAndNotForWhatWillNot) {
+    struct Row {
+        const char* what;
+        FakeServer::Answer answer;
+        FetchResult::End end;
+        std::size_t requests;
+    };
+    const Row rows[] = {
+        {"published late", {.body = whole, .refusals = 2}, FetchResult::End::done, 3},
+        {"not there", {.status = 404}, FetchResult::End::failed, 3},
+        {"forbidden", {.status = 403}, FetchResult::End::failed, 1},
+        {"server at fault", {.status = 503}, FetchResult::End::failed, 5},
+        {"leads down to http",
+         {.body = whole, .redirect = "http://h/s"},
+         FetchResult::End::failed,
+         1},
+        {"leads to a file", {.body = whole, .redirect = "file:///s"}, FetchResult::End::failed, 1},
+        {"too long", {.body = counting(70'000)}, FetchResult::End::failed, 1},
+    };
+    for (const Row& row : rows) {
+        const auto before = server->count("https://h/s");
+        server->put("https://h/s", row.answer);
+        const auto got = fetch({.url = url, .limit = 60'000});
+        EXPECT_EQ(got.result.end, row.end) << row.what;
+        EXPECT_EQ(server->count("https://h/s") - before, row.requests) << row.what;
+        const auto* reason = got.result.error.text("NSLocalizedFailureReason");
+        if (row.end == FetchResult::End::failed) {
+            ASSERT_TRUE(reason) << row.what;
+            EXPECT_NE(reason->find("/s"), reason->npos) << "says which address: " << *reason;
+        }
+    }
+    server->put("https://h/s", {.body = whole, .cutAfter = 0});
+    server->change("https://h/s", [](auto& answer) { answer.cutAfter = 0; });
+    EXPECT_EQ(fetch({.url = url}).result.end, FetchResult::End::done) << "a line that was down";
+}
+
+TEST_F(FetcherTest, WhatIsOvertakenEndsAtOnce) {
+    server->put("https://h/s", {.isHeld = true});
+    const auto generation = attention->current();
+    std::thread thread([&] {
+        EXPECT_EQ(Fetcher(server, *attention).whole({.url = url}, generation).result.end,
+                  FetchResult::End::stale);
+    });
+    while (server->count("https://h/s") == 0) std::this_thread::yield();
+    attention->raise();
+    thread.join();
+    EXPECT_EQ(Fetcher(server, *attention).whole({.url = url}, generation).result.end,
+              FetchResult::End::stale)
+        << "also what begins too late";
+}
+
+TEST(CipherTest, DecryptsPieceByPieceAndNoticesWhatIsNotWhole) {
+    // The first block of SP 800-38A, F.2.1, and a block of padding.
+    const ContentKey key{0x2b, 0x7e, 0x15, 0x16, 0x28, 0xae, 0xd2, 0xa6,
+                         0xab, 0xf7, 0x15, 0x88, 0x09, 0xcf, 0x4f, 0x3c};
+    const Data coded{0x76, 0x49, 0xab, 0xac, 0x81, 0x19, 0xb2, 0x46,
+                     0xce, 0xe9, 0x8e, 0x9b, 0x12, 0xe9, 0x19, 0x7d};
+    const Data plain{0x6b, 0xc1, 0xbe, 0xe2, 0x2e, 0x40, 0x9f, 0x96,
+                     0xe9, 0x3d, 0x7e, 0x11, 0x73, 0x93, 0x17, 0x2a};
+    const auto vector = vectorOf(
+        {.iv = InitializationVector{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15}}, 5);
+    const auto cipher = makeCipher(key, vector);
+    Data found;
+    for (const std::uint8_t byte : coded) {
+        for (const auto each : cipher->update(Data{byte})) found.push_back(each);
+    }
+    for (const auto each : cipher->update(coded)) found.push_back(each);
+    EXPECT_EQ(Data(found.begin(), found.begin() + 16), plain);
+    EXPECT_FALSE(cipher->finish()) << "no padding";
+    EXPECT_EQ(vectorOf({}, 0x0102)[14], 1) << "without one, the segment's number";
+    EXPECT_EQ(vectorOf({}, 0x0102)[15], 2);
+}
+
+TEST(TimelineTest, ContainersTimesBecomeThePresentations) {
+    Timeline timeline;
+    const auto begin = [&](std::int64_t discontinuity, std::chrono::nanoseconds container,
+                           std::chrono::nanoseconds playlist,
+                           std::optional<std::chrono::nanoseconds> goesOn = {},
+                           std::optional<std::chrono::nanoseconds> wrap = {}) {
+        return container + timeline.shift({discontinuity, container, wrap, playlist, 2s, goesOn});
+    };
+    EXPECT_EQ(begin(0, 100s, 0s), 0s);
+    EXPECT_EQ(begin(0, 102100ms, 2s, 2s), 2100ms) << "inside, the container tells, not the list";
+    EXPECT_EQ(begin(1, 7s, 4s), 4s) << "an anchor for each discontinuity";
+    EXPECT_EQ(begin(0, 103s, 3s), 3s) << "and back again";
+    EXPECT_EQ(begin(2, 95'440s, 6s, {}, 95'443s), 6s);
+    EXPECT_EQ(begin(2, 1s, 10s, 10s, 95'443s), 10s) << "wrapped";
+    EXPECT_EQ(begin(3, 0s, 20s), 20s);
+    EXPECT_EQ(begin(3, 0s, 22s, 22s), 22s) << "begins anew in silence";
+    EXPECT_EQ(begin(3, 0s, 24s, 24s), 24s);
+    EXPECT_EQ(begin(3, 0s, 22s), 22s) << "sought again";
+}
+
+TEST(LevelsTest, EnoughIsSaidAtOneSecondAndTakenBackOnlyWhenNothingIsLeft) {
+    Levels levels;
+    const auto add = [&](Kind kind, std::chrono::nanoseconds at) {
+        levels.added(kind, {.bytes = Data(10), .pts = at, .duration = 500ms});
+    };
+    add(Kind::picture, 0s);
+    EXPECT_FALSE(levels.judge(0s).isEnough) << "nobody knows yet what there is";
+    levels.setTracks({.picture = true, .sound = true});
+    add(Kind::picture, 500ms);
+    EXPECT_FALSE(levels.judge(0s).isEnough) << "the least of both counts";
+    add(Kind::sound, 500ms);
+    EXPECT_TRUE(levels.judge(0s).isEnough);
+    for (const Kind kind : {Kind::picture, Kind::sound}) {
+        levels.taken(kind, 100);
+        levels.starved(kind);
+    }
+    const auto early = levels.judge(500ms);
+    EXPECT_TRUE(early.isEnough) << "what was taken still plays";
+    EXPECT_EQ(early.again, 400ms);
+    EXPECT_FALSE(levels.judge(950ms).isEnough);
+    EXPECT_EQ(levels.stalls(), 1);
+    add(Kind::picture, 1500ms);
+    add(Kind::sound, 1500ms);
+    EXPECT_FALSE(levels.judge(950ms).isEnough) << "after a stall more is wanted";
+    add(Kind::picture, 2500ms);
+    levels.ended(Kind::sound);
+    EXPECT_TRUE(levels.judge(950ms).isEnough) << "what has ended does not count";
+    levels.restart(10s);
+    EXPECT_FALSE(levels.judge(10s).isEnough);
+}
+
+TEST(LadderTest, ChoosesBySpeedStoreAndBounds) {
+    const std::vector<Variant> variants{{500'000, 640, 360, 0, {}, {}},
+                                        {6'000'000, 1920, 1080, 0, {}, {}},
+                                        {2'000'000, 1280, 720, 0, {}, {}}};
+    const Clock::Instant now{};
+    const auto measuredAt = [&](Ladder& ladder, double bitsPerSecond, int times = 8) {
+        for (int i = 0; i < times; ++i)
+            ladder.measured(static_cast<std::uint64_t>(bitsPerSecond / 8), 1s);
+    };
+    Ladder ladder(variants);
+    EXPECT_EQ(ladder.choice({}, 0s, now), 1u) << "until measured, that of a usual line";
+    measuredAt(ladder, 1e6);
+    EXPECT_EQ(ladder.choice(1, 1s, now), 0u);
+    measuredAt(ladder, 8e6, 3);
+    EXPECT_EQ(ladder.choice(0, 5s, now), 1u) << "best again within three segments";
+    EXPECT_EQ(ladder.choice(0, 1s, now), 0u) << "but not with nothing in store";
+    ladder.setBounds({.width = 1280, .height = 720});
+    EXPECT_EQ(ladder.choice(1, 9s, now), 2u) << "no more pictures than the view has pixels";
+    ladder.setBounds({.bitRate = 1'000'000});
+    EXPECT_EQ(ladder.choice(1, 9s, now), 0u);
+    ladder.setBounds({});
+    ladder.failed(1, now);
+    EXPECT_EQ(ladder.choice(1, 9s, now), 2u);
+    EXPECT_EQ(ladder.choice(2, 9s, now + 6s), 1u) << "tried again later";
+    ladder.failed(1, now);
+    EXPECT_EQ(ladder.choice(2, 9s, now + 6s), 2u) << "and later still";
+}
+
+TEST(LadderTest, ADownloadThatWouldEndAfterTheStoreIsGivenUpForALesserOneOnly) {
+    Ladder ladder({{500'000, 0, 0, 0, {}, {}}, {6'000'000, 0, 0, 0, {}, {}}});
+    const Ladder::Progress slow{
+        .bytes = 60'000, .total = 1'500'000, .busy = 500ms, .duration = 2s, .level = 4s};
+    auto rich = slow;
+    rich.level = 20s;
+    auto early = slow;
+    early.busy = 100ms;
+    EXPECT_TRUE(ladder.isHopeless(1, slow, {}));
+    EXPECT_FALSE(ladder.isHopeless(1, rich, {}));
+    EXPECT_FALSE(ladder.isHopeless(1, early, {})) << "too early to tell";
+    EXPECT_FALSE(ladder.isHopeless(0, slow, {})) << "there is nothing less";
+}
+
+}  // namespace korvel::tests

@@ -1,0 +1,366 @@
+#include "platform/hls/Rig.h"
+
+#include <korvel/platform/avfoundation/AVError.h>
+
+#include <openssl/evp.h>
+
+namespace korvel::tests {
+
+using namespace platform;
+using namespace platform::hls;
+
+namespace {
+
+Data encrypted(const Data& plain, const Data& key, const Data& vector) {
+    Data coded(plain.size() + 16);
+    int size = 0;
+    int last = 0;
+    EVP_CIPHER_CTX* context = EVP_CIPHER_CTX_new();
+    EVP_EncryptInit_ex(context, EVP_aes_128_cbc(), nullptr, key.data(), vector.data());
+    EVP_EncryptUpdate(context, coded.data(), &size, plain.data(), static_cast<int>(plain.size()));
+    EVP_EncryptFinal_ex(context, coded.data() + size, &last);
+    EVP_CIPHER_CTX_free(context);
+    coded.resize(static_cast<std::size_t>(size + last));
+    return coded;
+}
+
+std::string variantLine(const std::string& uri, int bandwidth, const std::string& more = "") {
+    return "#EXT-X-STREAM-INF:BANDWIDTH=" + std::to_string(bandwidth) + more + "\n" + uri + "\n";
+}
+
+}  // namespace
+
+TEST_F(PresentationTest, GivesEverySampleOnceAndThenTheEnd) {
+    putList("https://h/", segments(4));
+    open("https://h/list.m3u8");
+    ASSERT_TRUE(ends()) << reason();
+    expectPictures(0, 8);
+    expectSound(0, 8);
+    EXPECT_EQ(output->log(), (std::vector<std::string>{
+                                 "tracks ps", "begin s 0", "format s audio/mpeg", "begin p 0",
+                                 "format p video/x-h264", "end p", "end s", "enough"}));
+    EXPECT_EQ(presentation->duration(), 8s);
+    EXPECT_EQ(server->asked().size(), 5u) << "nothing is asked for twice";
+    EXPECT_EQ(presentation->accessLog().back().segments, 4);
+}
+
+TEST_F(PresentationTest, SeeksBeginAtThePictureBeforeTheTarget) {
+    auto list = segments(5);
+    list[3].beginsWithKey = false;  // its pictures hang on those of the segment before
+    putList("https://h/", list);
+    open("https://h/list.m3u8");
+    ASSERT_TRUE(ends());
+    const std::tuple<double, double, double> rows[] = {// target, first picture, told beginning
+                                                       {5.5, 4, 5.5},
+                                                       {6.5, 4, 6.5},
+                                                       {0, 0, 0},
+                                                       {9.99, 8, 9.99},
+                                                       {99, 8, 9.96}};
+    for (const auto& [target, first, begin] : rows) {
+        output->forgetLog();
+        presentation->seek(std::chrono::nanoseconds(static_cast<std::int64_t>(target * 1e9)));
+        ASSERT_TRUE(ends());
+        expectPictures(first, 10);
+        std::ostringstream line;
+        line << "begin p " << begin;
+        EXPECT_TRUE(output->hasSaid(line.str())) << target;
+    }
+}
+
+TEST_F(PresentationTest, ManySeeksEndAtTheLast) {
+    putList("https://h/", segments(20));
+    open("https://h/list.m3u8");
+    for (int i = 0; i < 200; ++i) presentation->seek(std::chrono::milliseconds(i * 7919 % 40'000));
+    presentation->seek(33s);
+    ASSERT_TRUE(ends());
+    expectPictures(32, 40);
+    expectSound(32, 40);
+}
+
+TEST_F(PresentationTest, LoadsNoMoreThanItsStoreAndGoesOnWhenThatIsTaken) {
+    start = 0s;
+    lets = false;
+    putList("https://h/", segments(30));
+    open("https://h/list.m3u8");
+    ASSERT_TRUE(until([&] { return output->lane(Kind::picture).samples.size() >= 250; }));
+    std::this_thread::sleep_for(50ms);
+    const auto store = output->lane(Kind::picture).samples.size();
+    EXPECT_LT(store, 400u) << "ten seconds, and the rest of a segment";
+    EXPECT_TRUE(output->hasSaid("enough"));
+    output->at = 10s;
+    for (int i = 0; i < 8; ++i) presentation->taken(Kind::picture, 10);
+    ASSERT_TRUE(until([&] { return output->lane(Kind::picture).samples.size() > store + 100; }));
+}
+
+TEST_F(PresentationTest, KeysOpenSegmentsAndMapsAndAreAskedForOnce) {
+    answerKeys();
+    const Data vector(16, 3);
+    Data second(16, 0);
+    second[15] = 2;  // without a vector, the number of the segment
+    server->put("https://h/init", {.body = encrypted(streams::initialization(), key, vector)});
+    for (std::uint8_t i = 0; i < 3; ++i) {
+        server->put(
+            "https://h/" + std::to_string(i),
+            {.body = encrypted(streams::fragment(2000U * i, 50, i), key, i < 2 ? vector : second)});
+    }
+    const auto tag = [](const std::string& uri,
+                        const char* iv = ",IV=0x03030303030303030303030303030303") {
+        return "#EXT-X-KEY:METHOD=AES-128,URI=\"" + uri + "\"" + iv + "\n";
+    };
+    const auto list = [&](const std::string& uri) {
+        return "#EXTM3U\n" + tag(uri) + "#EXT-X-MAP:URI=\"init\"\n#EXTINF:2,\n0\n#EXTINF:2,\n1\n" +
+               tag(uri, "") + "#EXTINF:2,\n2\n#EXT-X-ENDLIST\n";
+    };
+    server->put("https://h/key", {.body = key});
+    for (const char* uri : {"skd://host/k?kid=1", "key", "data:;base64,BwcHBwcHBwcHBwcHBwcHBw=="}) {
+        server->put("https://h/list.m3u8", list(uri));
+        open("https://h/list.m3u8");
+        ASSERT_TRUE(until([&] { return output->lane(Kind::picture).ended || output->error(); }));
+        EXPECT_EQ(reason(), "none") << uri;
+        expectPictures(0, 6);
+        presentation->seek(3s);
+        ASSERT_TRUE(until([&] { return output->lane(Kind::picture).ended; }));
+    }
+    EXPECT_EQ(keyRequests.size(), 1u);
+    EXPECT_EQ(server->count("https://h/key"), 1u);
+}
+
+TEST_F(PresentationTest, KeysThatDoNotComeOrDoNotOpenEndItWithTheirCause) {
+    answerKeys();
+    for (int i = 0; i < 3; ++i) {
+        server->put(
+            "https://h/" + std::to_string(i),
+            {.body = encrypted(streams::transportSegment({.length = 2}), key, Data(16, 0))});
+    }
+    const auto fail = [&](const std::string& tag) {
+        server->put("https://h/list.m3u8", "#EXTM3U\n" + tag +
+                                               "\n#EXTINF:2,\n0\n#EXTINF:2,\n1\n#EXTINF:2,\n2\n"
+                                               "#EXT-X-ENDLIST\n");
+        open("https://h/list.m3u8");
+        EXPECT_TRUE(fails()) << tag;
+        return output->error() ? static_cast<AVError>(output->error()->code) : AVError::unknown;
+    };
+    const std::string good = "#EXT-X-KEY:METHOD=AES-128,IV=0x00,URI=\"skd://k\"";
+    key[0] = 8;
+    EXPECT_EQ(fail(good), AVError::contentIsNotAuthorized) << "another key";
+    key.pop_back();
+    EXPECT_EQ(fail(good), AVError::contentIsNotAuthorized) << "a short one";
+    EXPECT_EQ(fail("#EXT-X-KEY:METHOD=AES-128,URI=\"gone\""), AVError::contentIsNotAuthorized);
+    EXPECT_NE(reason().find("404"), std::string::npos) << reason();
+    EXPECT_EQ(fail("#EXT-X-KEY:METHOD=SAMPLE-AES,URI=\"skd://k\""), AVError::contentIsProtected);
+    EXPECT_NE(reason().find("SAMPLE-AES"), std::string::npos);
+    EXPECT_EQ(fail("#EXT-X-KEY:METHOD=AES-128,URI=\"http://h/k\""),
+              AVError::serverIncorrectlyConfigured);
+}
+
+TEST_F(PresentationTest, ClosesAtOnceWhateverIsHeldAndThenAllIsQuiet) {
+    answerKeys();
+    answersKeys = false;
+    putList("https://h/", segments(3), "#EXT-X-KEY:METHOD=AES-128,URI=\"skd://k\"\n");
+    putList("https://s/", segments(3));
+    server->change("https://s/0.ts", [](auto& answer) { answer.isHeld = true; });
+    server->put("https://l/list.m3u8", {.isHeld = true});
+    const std::pair<const char*, std::function<bool()>> rows[] = {
+        {"https://h/",
+         [&] {
+             const std::lock_guard lock(keyMutex);
+             return !keyRequests.empty();
+         }},
+        {"https://s/", [&] { return server->count("https://s/0.ts") > 0; }},
+        {"https://l/", [&] { return server->count("https://l/list.m3u8") > 0; }}};
+    for (const auto& [base, isHeld] : rows) {
+        open(std::string(base) + "list.m3u8");
+        ASSERT_TRUE(until(isHeld)) << base;
+        presentation->seek(1s);  // nor does it hold up a seek
+        const auto before = std::chrono::steady_clock::now();
+        presentation->close();
+        EXPECT_LT(std::chrono::steady_clock::now() - before, 20ms) << base;
+        const auto said = output->log().size();
+        for (const auto& request : keyRequests) {
+            EXPECT_TRUE(request->isCancelled());
+            request->finishLoading();
+        }
+        std::this_thread::sleep_for(5ms);
+        EXPECT_EQ(output->log().size(), said);
+    }
+}
+
+TEST_F(PresentationTest, SoundOfItsOwnKeepsToThePicturesTimes) {
+    // Its segments are cut elsewhere, and its container begins 40 ms before that of the pictures.
+    putList("https://h/v/", segments(4, 50, {.hasSound = false}));
+    auto sound = segments(4, 49.96, {.hasPicture = false});
+    putList("https://h/a/", sound);
+    server->put(
+        "https://h/m.m3u8",
+        "#EXTM3U\n#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID=\"g\",NAME=\"1\",URI=\"none/list.m3u8\"\n"
+        "#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID=\"g\",NAME=\"2\",DEFAULT=YES,URI=\"a/list.m3u8\"\n" +
+            variantLine("v/list.m3u8", 100'000, ",AUDIO=\"g\""));
+    open("https://h/m.m3u8");
+    ASSERT_TRUE(ends());
+    EXPECT_EQ(reason(), "none");
+    expectPictures(0, 8);
+    expectSound(-0.04, 7.96);
+    presentation->seek(5s);
+    ASSERT_TRUE(ends());
+    expectPictures(4, 8);
+    expectSound(3.96, 7.96);
+    EXPECT_EQ(server->count("https://h/none/list.m3u8"), 0u) << "the default is the second";
+}
+
+TEST_F(PresentationTest, DiscontinuitiesAndTimesThatBeginAnewGoOnWithoutAGap) {
+    auto list = segments(2);
+    for (auto& each : segments(2, 7)) list.push_back(each);
+    list.push_back({.start = 1});
+    list.push_back({.start = 1});
+    putList("https://h/", list, "",
+            {"", "", "#EXT-X-DISCONTINUITY\n", "", "#EXT-X-DISCONTINUITY\n"});
+    open("https://h/list.m3u8");
+    ASSERT_TRUE(ends());
+    expectPictures(0, 12);
+    const auto log = output->log();
+    EXPECT_EQ(std::count(log.begin(), log.end(), "discontinuity p"), 2);
+    EXPECT_EQ(std::count(log.begin(), log.end(), "discontinuity s"), 2);
+    presentation->seek(5s);
+    ASSERT_TRUE(ends());
+    expectPictures(4, 12);
+}
+
+TEST_F(PresentationTest, ParametersAtTheBeginningAloneReachADecoderThatBeginsLater) {
+    auto list = segments(6);
+    for (std::size_t i = 1; i < list.size(); ++i) list[i].hasParameters = false;
+    putList("https://h/", list);
+    open("https://h/list.m3u8");
+    presentation->seek(9s);
+    ASSERT_TRUE(ends());
+    expectPictures(8, 12);
+    const auto first = output->lane(Kind::picture).samples.front().bytes;
+    EXPECT_EQ(Data(first.begin(), first.begin() + 5), (Data{0, 0, 0, 1, 0x67}));
+}
+
+TEST_F(PresentationTest, ADeadVariantIsLeftAndAMissingSegmentOrAGapIsPassedOver) {
+    putList("https://h/1/", segments(4));
+    putList("https://h/2/", segments(4));
+    server->change("https://h/2/1.ts", [](auto& answer) { answer.status = 404; });
+    server->put("https://h/m.m3u8", "#EXTM3U\n" + variantLine("gone/list.m3u8", 900'000) +
+                                        variantLine("2/list.m3u8", 800'000) +
+                                        variantLine("1/list.m3u8", 100'000));
+    open("https://h/m.m3u8");
+    ASSERT_TRUE(ends());
+    EXPECT_EQ(reason(), "none");
+    expectPictures(0, 8);
+    EXPECT_EQ(presentation->accessLog().size(), 2u);
+
+    putList("https://g/", segments(5), "", {"", "#EXT-X-GAP\n"});
+    server->change("https://g/3.ts", [](auto& answer) { answer.status = 404; });
+    open("https://g/list.m3u8");
+    ASSERT_TRUE(ends());
+    EXPECT_EQ(reason(), "none");
+    EXPECT_EQ(output->lane(Kind::picture).samples.size(), 150u);
+    EXPECT_EQ(server->count("https://g/1.ts"), 0u) << "what is said not to be there";
+
+    putList("https://f/", segments(6));
+    for (int i = 0; i < 6; ++i) {
+        server->change("https://f/" + std::to_string(i) + ".ts",
+                       [](auto& answer) { answer.status = 410; });
+    }
+    open("https://f/list.m3u8");
+    ASSERT_TRUE(fails());
+    EXPECT_NE(reason().find("410 for https://f/"), std::string::npos) << reason();
+}
+
+TEST_F(PresentationTest, AVariantChangesBetweenSegmentsWithEveryPictureOnce) {
+    start = 0s;
+    lets = false;
+    for (const char* base : {"https://h/1/", "https://h/2/"}) putList(base, segments(30));
+    server->put("https://h/m.m3u8", "#EXTM3U\n" + variantLine("1/list.m3u8", 60'000) +
+                                        variantLine("2/list.m3u8", 120'000));
+    server->speed = 80'000;
+    open("https://h/m.m3u8");
+    ASSERT_TRUE(until([&] { return server->count("https://h/1/list.m3u8") > 0; }))
+        << "too slow for the better one";
+    server->speed = 8e6;
+    output->at = 1h;
+    presentation->starved(Kind::picture);
+    output->at = 0s;
+    ASSERT_TRUE(until([&] { return presentation->accessLog().size() >= 2; }));
+    output->at = 1h;
+    presentation->starved(Kind::picture);
+    ASSERT_TRUE(ends());
+    // What two variants hold both is told from where it is new.
+    const auto samples = output->lane(Kind::picture).samples;
+    std::vector<std::int64_t> numbers;
+    for (const auto& each : samples)
+        numbers.push_back(std::llround(static_cast<double>(each.pts->count()) / 40e6));
+    std::sort(numbers.begin(), numbers.end());
+    numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
+    EXPECT_EQ(numbers.size(), 1500u);
+    EXPECT_EQ(numbers.back(), 1499);
+    expectSound(0, 60);
+}
+
+TEST_F(PresentationTest, LiveStreamsBeginNearTheirEndAndGoOnUntilItIsTold) {
+    const auto list = [&](int first, bool isEnded) {
+        std::string text =
+            "#EXTM3U\n#EXT-X-TARGETDURATION:2\n#EXT-X-MEDIA-SEQUENCE:" + std::to_string(first) +
+            "\n";
+        for (int i = first; i < first + 6; ++i) {
+            text += "#EXTINF:2,\n" + std::to_string(i) + ".ts\n";
+            server->put("https://h/" + std::to_string(i) + ".ts",
+                        {.body = streams::transportSegment({.start = 2. * i})});
+        }
+        server->put("https://h/list.m3u8", text + (isEnded ? "#EXT-X-ENDLIST\n" : ""));
+    };
+    list(10, false);
+    open("https://h/list.m3u8");
+    ASSERT_TRUE(until([&] { return output->lane(Kind::picture).samples.size() == 150; }));
+    EXPECT_TRUE(output->hasSaid("begin p 6")) << "three target durations before the end";
+    EXPECT_FALSE(presentation->duration());
+    list(12, false);
+    ASSERT_TRUE(until([&] { return output->lane(Kind::picture).samples.size() == 250; }));
+    list(13, true);
+    ASSERT_TRUE(ends());
+    expectPictures(6, 18);
+    EXPECT_EQ(presentation->duration(), 18s);
+}
+
+TEST_F(PresentationTest, NothingThatTheNetworkSendsLeadsElsewhere) {
+    putList("https://h/good/", segments(1));
+    const auto with = [](const std::string& uri, const std::string& tags = "") {
+        return "#EXTM3U\n" + tags + "#EXTINF:2,\n" + uri + "\n#EXT-X-ENDLIST\n";
+    };
+    const std::string master = "#EXTM3U\n";
+    const std::pair<const char*, std::string> rows[] = {
+        {"names itself", with("x.m3u8")},
+        {"a file", with("file:///etc/passwd")},
+        {"a descriptor", with("fd://0")},
+        {"a datagram", with("udp://127.0.0.1:9")},
+        {"down to http", with("http://h/good/0.ts")},
+        {"a map in a file", with("good/0.ts", "#EXT-X-MAP:URI=\"file:///dev/zero\"\n")},
+        {"a master in a master", master + variantLine("x.m3u8", 1)},
+        {"a master of files", master + variantLine("file:///x", 1)},
+        {"a page", "<html></html>"},
+        {"another manifest", "<?xml version=\"1.0\"?><MPD></MPD>"},
+        {"a description", "v=0\no=- 0 0 IN IP4 127.0.0.1\n"},
+        {"segments of nothing", with("https://h/empty")},
+    };
+    server->put("https://h/empty", std::string());
+    for (const auto& [what, text] : rows) {
+        server->put("https://h/x.m3u8", text);
+        open("https://h/x.m3u8");
+        ASSERT_TRUE(fails()) << what;
+        EXPECT_TRUE(output->lane(Kind::picture).samples.empty()) << what;
+    }
+    for (const std::string& address : server->asked())
+        EXPECT_TRUE(address.starts_with("https://h/")) << address;
+    for (const char* address : {"file:///etc/passwd", "rtsp://h/x", "data:,%23EXTM3U"}) {
+        const auto before = server->asked().size();
+        open(address);
+        ASSERT_TRUE(fails()) << address;
+        EXPECT_EQ(server->asked().size(), before);
+    }
+    server->put("https://h/x.m3u8", with("<html>"));
+    open("https://h/x.m3u8");
+    EXPECT_TRUE(fails());
+}
+
+}  // namespace korvel::tests
