@@ -82,6 +82,7 @@ enum class URLErrorCode : std::int64_t {
     redirectToNonExistentLocation = -1010,
     badServerResponse = -1011,
     cannotDecodeContentData = -1016,
+    appTransportSecurityRequiresSecureConnection = -1022,  ///< a redirect from https to http
     dataLengthExceedsMaximum = -1103,
     secureConnectionFailed = -1200,
     serverCertificateUntrusted = -1202,

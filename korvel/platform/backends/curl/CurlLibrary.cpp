@@ -56,6 +56,46 @@ private:
     std::vector<std::weak_ptr<CurlUser>> users_;
 };
 
+URLErrorCode errorCode(CURLcode result) {
+    switch (result) {
+        case CURLE_OPERATION_TIMEDOUT:
+            return URLErrorCode::timedOut;
+        case CURLE_URL_MALFORMAT:
+            return URLErrorCode::unsupportedURL;
+        case CURLE_COULDNT_RESOLVE_HOST:
+        case CURLE_COULDNT_RESOLVE_PROXY:
+            return URLErrorCode::cannotFindHost;
+        case CURLE_PROXY:
+        case CURLE_COULDNT_CONNECT:
+            return URLErrorCode::cannotConnectToHost;
+        case CURLE_SEND_ERROR:
+        case CURLE_RECV_ERROR:
+        case CURLE_GOT_NOTHING:
+        case CURLE_PARTIAL_FILE:
+        case CURLE_HTTP2:
+        case CURLE_HTTP2_STREAM:
+            return URLErrorCode::networkConnectionLost;
+        case CURLE_UNSUPPORTED_PROTOCOL:  // the address was checked: the answer is not HTTP
+        case CURLE_WEIRD_SERVER_REPLY:
+        case CURLE_OUT_OF_MEMORY:
+            return URLErrorCode::badServerResponse;
+        case CURLE_WRITE_ERROR:
+            return URLErrorCode::dataLengthExceedsMaximum;
+        case CURLE_BAD_CONTENT_ENCODING:
+            return URLErrorCode::cannotDecodeContentData;
+        case CURLE_PEER_FAILED_VERIFICATION:
+        case CURLE_SSL_ISSUER_ERROR:
+        case CURLE_SSL_PINNEDPUBKEYNOTMATCH:
+            return URLErrorCode::serverCertificateUntrusted;
+        case CURLE_SSL_CONNECT_ERROR:
+        case CURLE_SSL_CIPHER:
+        case CURLE_SSL_CACERT_BADFILE:
+            return URLErrorCode::secureConnectionFailed;
+        default:
+            return URLErrorCode::unknown;
+    }
+}
+
 }  // namespace
 
 CurlUser::~CurlUser() = default;
@@ -89,44 +129,10 @@ void setConnectionOptions(CURL* easy, const CurlSettings& settings,
     }
 }
 
-URLErrorCode errorCode(CURLcode result) {
-    switch (result) {
-        case CURLE_OPERATION_TIMEDOUT:
-            return URLErrorCode::timedOut;
-        case CURLE_URL_MALFORMAT:
-            return URLErrorCode::unsupportedURL;
-        case CURLE_COULDNT_RESOLVE_HOST:
-        case CURLE_COULDNT_RESOLVE_PROXY:
-            return URLErrorCode::cannotFindHost;
-        case CURLE_PROXY:
-        case CURLE_COULDNT_CONNECT:
-            return URLErrorCode::cannotConnectToHost;
-        case CURLE_SEND_ERROR:
-        case CURLE_RECV_ERROR:
-        case CURLE_GOT_NOTHING:
-        case CURLE_PARTIAL_FILE:
-        case CURLE_HTTP2:
-        case CURLE_HTTP2_STREAM:
-            return URLErrorCode::networkConnectionLost;
-        case CURLE_UNSUPPORTED_PROTOCOL:  // the address was checked: the answer is not HTTP
-        case CURLE_WEIRD_SERVER_REPLY:
-        case CURLE_OUT_OF_MEMORY:
-            return URLErrorCode::badServerResponse;  // its head is too long
-        case CURLE_WRITE_ERROR:
-            return URLErrorCode::dataLengthExceedsMaximum;
-        case CURLE_BAD_CONTENT_ENCODING:
-            return URLErrorCode::cannotDecodeContentData;
-        case CURLE_PEER_FAILED_VERIFICATION:
-        case CURLE_SSL_ISSUER_ERROR:
-        case CURLE_SSL_PINNEDPUBKEYNOTMATCH:
-            return URLErrorCode::serverCertificateUntrusted;
-        case CURLE_SSL_CONNECT_ERROR:
-        case CURLE_SSL_CIPHER:
-        case CURLE_SSL_CACERT_BADFILE:
-            return URLErrorCode::secureConnectionFailed;
-        default:
-            return URLErrorCode::unknown;
-    }
+NSError transferError(CURLcode result, const char* text) {
+    // What the library calls so is a line of a head that is longer than it takes.
+    if (result == CURLE_OUT_OF_MEMORY) text = "The answer's head is too long";
+    return makeURLError(errorCode(result), *text ? text : curl_easy_strerror(result));
 }
 
 NSError makeURLError(URLErrorCode code, std::string description) {

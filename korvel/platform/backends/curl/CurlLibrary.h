@@ -41,7 +41,9 @@ std::string systemAuthorities();
 void setConnectionOptions(CURL* easy, const CurlSettings& settings,
                           std::chrono::milliseconds timeout);
 
-URLErrorCode errorCode(CURLcode result);
+/// What a transfer that ended with `result` failed of; `text` is the library's own, which may be
+/// empty.
+NSError transferError(CURLcode result, const char* text);
 NSError makeURLError(URLErrorCode code, std::string description);
 
 }  // namespace korvel::platform

@@ -194,7 +194,7 @@ void CurlLoop::add(Transfer transfer) {
         inFlight_.emplace(easy, std::move(transfer));
         return;
     }
-    if (easy) transfer->fail(URLErrorCode::unknown, "Out of memory");
+    if (easy) transfer->fail(makeURLError(URLErrorCode::unknown, "Out of memory"));
     done_.push_back(std::move(transfer));
 }
 
@@ -215,14 +215,14 @@ void CurlLoop::endStalled() {
     const auto now = Clock::now();
     if (inFlight_.empty() || now < nextWatch_) return;
     nextWatch_ = Clock::time_point::max();
-    std::vector<CURL*> stalled;
+    std::vector<std::pair<CURL*, NSError>> objections;
     for (const auto& [easy, transfer] : inFlight_) {
         nextWatch_ = std::min(nextWatch_, now + transfer->watchPeriod());
-        if (transfer->hasStalled(now)) stalled.push_back(easy);
+        if (auto error = transfer->objection(now)) objections.emplace_back(easy, std::move(*error));
     }
-    for (CURL* const easy : stalled) {
+    for (auto& [easy, error] : objections) {
         done_.push_back(remove(easy));
-        done_.back()->finish(CURLE_OPERATION_TIMEDOUT);
+        done_.back()->giveUp(std::move(error));
     }
 }
 

@@ -50,16 +50,16 @@ CurlTransfer::CurlTransfer(URLRequest request, URLSession::CompletionHandler com
 
 CURL* CurlTransfer::start(const CurlSettings& settings, Clock::time_point now) {
     if (!isWebAddress(request_.url)) {
-        fail(URLErrorCode::unsupportedURL, "Not an http or https address");
+        fail(makeURLError(URLErrorCode::unsupportedURL, "Not an http or https address"));
         return nullptr;
     }
     if (!isToken(request_.method)) {
-        fail(URLErrorCode::unknown, "Not a method: " + request_.method);
+        fail(makeURLError(URLErrorCode::unknown, "Not a method: " + request_.method));
         return nullptr;
     }
     easy_.reset(curl_easy_init());
     if (!easy_) {
-        fail(URLErrorCode::unknown, "Out of memory");
+        fail(makeURLError(URLErrorCode::unknown, "Out of memory"));
         return nullptr;
     }
     largestBody_ = settings.largestBody;
@@ -67,6 +67,7 @@ CURL* CurlTransfer::start(const CurlSettings& settings, Clock::time_point now) {
     lastMoved_ = now;
     errorText_[0] = '\0';
     body_.clear();
+    bodyTooLong_ = false;
     curl_easy_setopt(easy_.get(), CURLOPT_PRIVATE, this);
     setConnectionOptions(easy_.get(), settings, request_.timeoutInterval);
     // On a reused connection that the service closed meanwhile the library sends once more, not
@@ -84,7 +85,7 @@ void CurlTransfer::setRequestOptions() {
     curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, errorText_.data());
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &CurlTransfer::receive);
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
-    curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "");
+    head_.listen(easy);
     const bool hasBody = request_.body || wantsBody(request_.method);
     if (request_.method == "HEAD") {
         curl_easy_setopt(easy, CURLOPT_NOBODY, 1L);
@@ -122,7 +123,9 @@ void CurlTransfer::addHeader(const char* line) {
 }
 
 std::size_t CurlTransfer::receive(char* bytes, std::size_t, std::size_t count, void* self) {
-    return static_cast<CurlTransfer*>(self)->append(bytes, count) ? count : CURL_WRITEFUNC_ERROR;
+    auto& transfer = *static_cast<CurlTransfer*>(self);
+    transfer.bodyTooLong_ = !transfer.append(bytes, count);
+    return transfer.bodyTooLong_ ? CURL_WRITEFUNC_ERROR : count;
 }
 
 bool CurlTransfer::append(const char* bytes, std::size_t count) try {
@@ -144,8 +147,8 @@ bool CurlTransfer::append(const char* bytes, std::size_t count) try {
 bool CurlTransfer::finish(CURLcode result) {
     measure();
     if (result != CURLE_OK) {
-        const char* text = errorText_[0] ? errorText_.data() : curl_easy_strerror(result);
-        fail(errorCode(result), text);
+        const bool refused = head_.tooLong() || bodyTooLong_;
+        fail(refused ? tooLong() : transferError(result, errorText_.data()));
         return false;
     }
     const int statusCode = static_cast<int>(number(CURLINFO_RESPONSE_CODE));
@@ -161,24 +164,30 @@ bool CurlTransfer::finish(CURLcode result) {
 }
 
 bool CurlTransfer::follow(const std::string& location, int statusCode) {
-    const auto target = request_.url.resolving(location);
-    if (!target) {
-        fail(URLErrorCode::redirectToNonExistentLocation, "Redirected to no address: " + location);
-    } else if (!isWebAddress(*target)) {
-        fail(URLErrorCode::unsupportedURL, "Redirected to " + target->absoluteString());
-    } else if (++exchange_.metrics.redirects > mostRedirects) {
-        fail(URLErrorCode::httpTooManyRedirects, "Too many redirects");
-    } else {
-        easy_.reset();
-        request_ = redirected(request_, statusCode, *target);
-        return true;
+    auto next = redirection(request_, statusCode, location, exchange_.metrics.redirects++);
+    if (auto* refusal = std::get_if<NSError>(&next)) {
+        fail(std::move(*refusal));
+        return false;
     }
-    return false;
+    easy_.reset();
+    request_ = std::move(std::get<URLRequest>(next));
+    return true;
 }
 
-void CurlTransfer::fail(URLErrorCode code, std::string description) {
+void CurlTransfer::fail(NSError error) {
     easy_.reset();
-    exchange_.error = makeURLError(code, std::move(description));
+    exchange_.error = std::move(error);
+}
+
+void CurlTransfer::giveUp(NSError error) {
+    measure();
+    fail(std::move(error));
+}
+
+NSError CurlTransfer::tooLong() const {
+    if (head_.tooLong())
+        return makeURLError(URLErrorCode::badServerResponse, "The answer's head is too long");
+    return makeURLError(URLErrorCode::dataLengthExceedsMaximum, "The answer is too long");
 }
 
 void CurlTransfer::measure() {
@@ -202,10 +211,12 @@ void CurlTransfer::measure() {
     metrics.bytesReceived += number(CURLINFO_SIZE_DOWNLOAD_T);
 }
 
-bool CurlTransfer::hasStalled(Clock::time_point now) {
+std::optional<NSError> CurlTransfer::objection(Clock::time_point now) {
     const auto reached = progress();
     if (std::exchange(lastProgress_, reached) != reached) lastMoved_ = now;
-    return now - lastMoved_ >= request_.timeoutInterval;
+    if (std::cmp_greater(number(CURLINFO_SIZE_DOWNLOAD_T), largestBody_)) return tooLong();
+    if (now - lastMoved_ < request_.timeoutInterval) return std::nullopt;
+    return makeURLError(URLErrorCode::timedOut, "Nothing moved for too long");
 }
 
 CurlTransfer::Clock::duration CurlTransfer::watchPeriod() const {
@@ -215,7 +226,7 @@ CurlTransfer::Clock::duration CurlTransfer::watchPeriod() const {
 
 curl_off_t CurlTransfer::progress() const {
     return number(CURLINFO_SIZE_UPLOAD_T) + number(CURLINFO_SIZE_DOWNLOAD_T) +
-           number(CURLINFO_HEADER_SIZE) + number(CURLINFO_REQUEST_SIZE) +
+           static_cast<curl_off_t>(head_.bytes()) + number(CURLINFO_REQUEST_SIZE) +
            (number(CURLINFO_CONNECT_TIME_T) > 0) + (number(CURLINFO_APPCONNECT_TIME_T) > 0);
 }
 

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <korvel/platform/backends/curl/AnswerHead.h>
 #include <korvel/platform/backends/curl/CurlLibrary.h>
 #include <korvel/platform/foundation/URLSession.h>
 
 #include <array>
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace korvel::platform {
@@ -32,11 +34,14 @@ public:
     bool finish(CURLcode result);
 
     /// Ends an exchange that got no further.
-    void fail(URLErrorCode code, std::string description);
+    void fail(NSError error);
+    /// The same for one under way, whose handle is in no multi handle any more.
+    void giveUp(NSError error);
 
-    /// True if it moved nothing for the request's time-out. To be asked every `watchPeriod()`: the
+    /// Why it must not go on: it moved nothing for the request's time-out, or more came than a body
+    /// may have, be it that nothing came out of it. To be asked every `watchPeriod()`: the
     /// library's own low-speed limit takes one byte in two seconds for a standstill.
-    bool hasStalled(Clock::time_point now);
+    std::optional<NSError> objection(Clock::time_point now);
     Clock::duration watchPeriod() const;
 
     /// Calls the handler with the exchange and destroys it. Once.
@@ -51,6 +56,7 @@ private:
     };
 
     static std::size_t receive(char* bytes, std::size_t one, std::size_t count, void* self);
+    NSError tooLong() const;
     bool append(const char* bytes, std::size_t count);
     void setRequestOptions();
     void setHeaders();
@@ -64,8 +70,10 @@ private:
     URLSession::CompletionHandler completionHandler_;
     std::unique_ptr<CURL, EasyCleanup> easy_;
     std::unique_ptr<curl_slist, ListCleanup> headers_;
+    AnswerHead head_;
     Exchange exchange_;
     Data body_;
+    bool bodyTooLong_ = false;
     std::size_t largestBody_ = 0;
     curl_off_t lastProgress_ = 0;
     Clock::time_point lastMoved_;

@@ -1,3 +1,4 @@
+#include <korvel/platform/backends/curl/CurlLibrary.h>
 #include <korvel/platform/backends/curl/Redirection.h>
 
 #include <strings.h>
@@ -18,12 +19,16 @@ std::string lowerCase(std::string text) {
 
 std::string lowerScheme(const URL& url) { return lowerCase(url.scheme().value_or("")); }
 
-bool sameService(const URL& left, const URL& right) {
+bool isEncrypted(const URL& url) { return lowerScheme(url) == "https"; }
+
+/// Whether what was meant for `from` may go to `to`. Encryption may be taken up on the way, at
+/// whatever port: who could lead that astray has read the first request already.
+bool sameService(const URL& from, const URL& to) {
     const auto port = [](const URL& url) {
-        return url.port().value_or(lowerScheme(url) == "https" ? 443 : 80);
+        return url.port().value_or(isEncrypted(url) ? 443 : 80);
     };
-    return lowerScheme(left) == lowerScheme(right) && port(left) == port(right) &&
-           lowerCase(left.host().value_or("")) == lowerCase(right.host().value_or(""));
+    if (lowerCase(from.host().value_or("")) != lowerCase(to.host().value_or(""))) return false;
+    return isEncrypted(from) == isEncrypted(to) ? port(from) == port(to) : isEncrypted(to);
 }
 
 /// Says what the client can read; the rest may be meant for the first service's eyes only.
@@ -36,6 +41,22 @@ bool isHarmless(const std::string& lowerName) {
 bool becomesGet(const std::string& method, int statusCode) {
     if (statusCode == 303) return method != "HEAD";
     return (statusCode == 301 || statusCode == 302) && method == "POST";
+}
+
+URLRequest redirected(const URLRequest& request, int statusCode, const URL& target) {
+    URLRequest next(target);
+    next.timeoutInterval = request.timeoutInterval;
+    const bool asGet = becomesGet(request.method, statusCode);
+    next.method = asGet ? "GET" : request.method;
+    if (!asGet) next.body = request.body;
+    const bool keepsAll = sameService(request.url, target);
+    for (const auto& [name, value] : request.headers()) {
+        const std::string lowerName = lowerCase(name);
+        if (!keepsAll && !isHarmless(lowerName)) continue;
+        if (!next.body && lowerName == "content-type") continue;
+        next.setValue(value, name);
+    }
+    return next;
 }
 
 }  // namespace
@@ -54,18 +75,27 @@ bool isWebAddress(const URL& url) {
     return false;
 }
 
-URLRequest redirected(const URLRequest& request, int statusCode, const URL& target) {
-    URLRequest next(target);
-    next.timeoutInterval = request.timeoutInterval;
-    const bool asGet = becomesGet(request.method, statusCode);
-    next.method = asGet ? "GET" : request.method;
-    if (!asGet) next.body = request.body;
-    const bool keepsAll = sameService(request.url, target);
-    for (const auto& [name, value] : request.headers()) {
-        const std::string lowerName = lowerCase(name);
-        if (!keepsAll && !isHarmless(lowerName)) continue;
-        if (!next.body && lowerName == "content-type") continue;
-        next.setValue(value, name);
+std::variant<URLRequest, NSError> redirection(const URLRequest& request, int statusCode,
+                                              const std::string& location, int followed) {
+    const auto target = request.url.resolving(location);
+    if (!target) {
+        return makeURLError(URLErrorCode::redirectToNonExistentLocation,
+                            "Redirected to no address: " + location);
+    }
+    if (!isWebAddress(*target)) {
+        return makeURLError(URLErrorCode::unsupportedURL, "Redirected to " + location);
+    }
+    if (isEncrypted(request.url) && !isEncrypted(*target)) {
+        return makeURLError(URLErrorCode::appTransportSecurityRequiresSecureConnection,
+                            "Redirected from https to " + location);
+    }
+    if (followed >= mostRedirects) {
+        return makeURLError(URLErrorCode::httpTooManyRedirects, "Too many redirects");
+    }
+    URLRequest next = redirected(request, statusCode, *target);
+    if (next.body && !sameService(request.url, *target)) {
+        return makeURLError(URLErrorCode::badServerResponse,
+                            "The request's body was redirected to another service: " + location);
     }
     return next;
 }

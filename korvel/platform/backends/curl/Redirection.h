@@ -1,8 +1,10 @@
 #pragma once
 
+#include <korvel/platform/foundation/NSError.h>
 #include <korvel/platform/foundation/URLRequest.h>
 
-#include <optional>
+#include <string>
+#include <variant>
 
 namespace korvel::platform {
 
@@ -15,9 +17,14 @@ bool isRedirect(int statusCode);
 /// Whether the address is one that requests go to: http or https, with a host.
 bool isWebAddress(const URL& url);
 
-/// The request that follows a redirect to `target`. A method that asked for a change becomes a GET
-/// where browsers have made it one; what the host set for the old service stays there when the new
-/// address has another scheme, host or port.
-URLRequest redirected(const URLRequest& request, int statusCode, const URL& target);
+/// The request that follows a redirect to `location`, `followed` redirects having been followed
+/// before; or why it is refused, as a transport failure.
+///
+/// A method that asked for a change becomes a GET where browsers have made it one; what the host
+/// set for the old service stays there when the new address is another service. Nobody is sent from
+/// https to http, where anyone on the way reads along, and no body to another service: it may hold
+/// a password.
+std::variant<URLRequest, NSError> redirection(const URLRequest& request, int statusCode,
+                                              const std::string& location, int followed);
 
 }  // namespace korvel::platform

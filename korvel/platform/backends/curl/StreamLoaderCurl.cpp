@@ -1,3 +1,4 @@
+#include <korvel/platform/backends/curl/AnswerHead.h>
 #include <korvel/platform/backends/curl/CurlLibrary.h>
 #include <korvel/platform/backends/curl/Redirection.h>
 #include <korvel/platform/backends/curl/StreamLoaderCurl.h>
@@ -18,6 +19,10 @@ using Clock = std::chrono::steady_clock;
 /// More than that is not fetched before somebody wants it.
 constexpr std::size_t largestChunk = 256 << 10;
 constexpr std::size_t mostIdle = 6;
+constexpr std::size_t largestSkipped = 256 << 10;
+/// Taken from the network at once. What a packed body holds may be a thousand times that, all of
+/// which is kept when it is not wanted yet.
+constexpr long largestRead = 32 << 10;
 
 struct CleanUp {
     void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
@@ -115,6 +120,10 @@ private:
     }
 
     std::size_t append(const char* bytes, std::size_t count) {
+        if (!headIsThere_ && leadsElsewhere()) {
+            skipped_ += count;  // nobody reads what it says
+            return skipped_ <= largestSkipped ? count : CURL_WRITEFUNC_ERROR;
+        }
         takeHead();
         if (chunk_.size() >= largestChunk) {
             paused_ = true;
@@ -130,7 +139,7 @@ private:
         if (!isWebAddress(request_.url)) {
             return end(makeURLError(URLErrorCode::unsupportedURL, "Not an http or https address"));
         }
-        {
+        if (!multi_) {
             const std::lock_guard lock(handle_);
             multi_ = connections_->take();
         }
@@ -144,22 +153,26 @@ private:
         CURL* const easy = easy_.get();
         curl_easy_setopt(easy, CURLOPT_URL, request_.url.absoluteString().c_str());
         curl_easy_setopt(easy, CURLOPT_PATH_AS_IS, 1L);
-        curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
-        curl_easy_setopt(easy, CURLOPT_MAXREDIRS, static_cast<long>(mostRedirects));
-        curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
-        curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, 128L << 10);
+        curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, largestRead);
         curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, errorText_.data());
         curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &StreamCurl::receive);
         curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
+        head_.listen(easy);
+        headers_.reset();
+        if (!request_.value("Accept-Encoding")) addHeader("Accept-Encoding:");  // media is packed
         for (const auto& [name, value] : request_.headers()) {
             std::string line = name;
             line.append(": ").append(value);
-            curl_slist* longer = curl_slist_append(headers_.get(), line.c_str());
-            if (!longer) continue;
-            (void)headers_.release();
-            headers_.reset(longer);
+            addHeader(line.c_str());
         }
         curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers_.get());
+    }
+
+    void addHeader(const char* line) {
+        curl_slist* longer = curl_slist_append(headers_.get(), line);
+        if (!longer) return;
+        (void)headers_.release();
+        headers_.reset(longer);
     }
 
     /// Lets the library work, or waits until it can.
@@ -173,6 +186,7 @@ private:
         if (const CURLMsg* message = curl_multi_info_read(multi_.get(), &left))
             return finish(message->data.result);
         if (!chunk_.empty()) return;
+        if (std::exchange(headBytes_, head_.bytes()) != head_.bytes()) lastMoved_ = Clock::now();
         const auto idle = Clock::now() - lastMoved_;
         if (idle >= request_.timeoutInterval)
             return end(makeURLError(URLErrorCode::timedOut, "Nothing came for too long"));
@@ -182,25 +196,58 @@ private:
     }
 
     void finish(CURLcode result) {
-        if (result != CURLE_OK) {
-            const char* text = errorText_[0] ? errorText_.data() : curl_easy_strerror(result);
-            return end(makeURLError(errorCode(result), text));
+        if (head_.tooLong()) {
+            end(makeURLError(URLErrorCode::badServerResponse, "The answer's head is too long"));
+        } else if (const auto location = headIsThere_ ? std::nullopt : redirectedTo()) {
+            follow(*location);
+        } else if (skipped_ > largestSkipped) {
+            end(makeURLError(URLErrorCode::dataLengthExceedsMaximum, "The redirect is too long"));
+        } else if (result != CURLE_OK) {
+            end(transferError(result, errorText_.data()));
+        } else {
+            takeHead();
+            ended_ = true;
         }
-        takeHead();
-        ended_ = true;
+    }
+
+    /// Asked before the library has made an address of it.
+    bool leadsElsewhere() const {
+        curl_header* location = nullptr;
+        return isRedirect(statusCode()) &&
+               curl_easy_header(easy_.get(), "Location", 0, CURLH_HEADER, -1, &location) ==
+                   CURLHE_OK &&
+               *location->value;
+    }
+
+    std::optional<std::string> redirectedTo() const {
+        char* location = nullptr;
+        curl_easy_getinfo(easy_.get(), CURLINFO_REDIRECT_URL, &location);
+        if (!location || !isRedirect(statusCode())) return std::nullopt;
+        return location;
+    }
+
+    int statusCode() const {
+        long status = 0;
+        curl_easy_getinfo(easy_.get(), CURLINFO_RESPONSE_CODE, &status);
+        return static_cast<int>(status);
+    }
+
+    void follow(const std::string& location) {
+        auto next = redirection(request_, statusCode(), location, followed_++);
+        if (auto* refusal = std::get_if<NSError>(&next)) return end(std::move(*refusal));
+        curl_multi_remove_handle(multi_.get(), easy_.get());
+        request_ = std::move(std::get<URLRequest>(next));
+        errorText_[0] = '\0';
+        skipped_ = 0;
+        start();
     }
 
     void takeHead() {
         if (std::exchange(headIsThere_, true)) return;
-        char* address = nullptr;
-        long status = 0;
+        response_ = HTTPURLResponse{request_.url, statusCode()};
         curl_off_t length = -1;
-        curl_easy_getinfo(easy_.get(), CURLINFO_EFFECTIVE_URL, &address);
-        curl_easy_getinfo(easy_.get(), CURLINFO_RESPONSE_CODE, &status);
         curl_easy_getinfo(easy_.get(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
-        const auto url = address ? URL::parse(address) : std::nullopt;
-        response_ = HTTPURLResponse{url.value_or(request_.url), static_cast<int>(status)};
-        if (length >= 0) length_ = static_cast<std::uint64_t>(length);
+        if (length >= 0 && !head_.unpacks()) length_ = static_cast<std::uint64_t>(length);
     }
 
     void end(NSError error) {
@@ -208,12 +255,16 @@ private:
     }
 
     const std::shared_ptr<Connections> connections_;
-    const URLRequest request_;
     std::atomic<bool> cancelled_ = false;
     std::mutex handle_;  ///< guards the pointer `multi_` for those who cancel
     Multi multi_;
 
-    std::mutex use_;  ///< of the library and of what follows
+    std::mutex use_;      ///< of the library and of what follows
+    URLRequest request_;  ///< of the present hop
+    int followed_ = 0;
+    AnswerHead head_;
+    std::size_t headBytes_ = 0;
+    std::size_t skipped_ = 0;
     std::unique_ptr<CURL, CleanUp> easy_;
     std::unique_ptr<curl_slist, CleanUp> headers_;
     std::array<char, CURL_ERROR_SIZE> errorText_{};

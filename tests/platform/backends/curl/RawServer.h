@@ -1,0 +1,101 @@
+#pragma once
+
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <functional>
+#include <list>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+namespace korvel::platform {
+
+/// A server on loopback that says whatever a test wants, HTTP or not. Every connection has a thread
+/// of its own; all end with this object.
+class RawServer {
+public:
+    class Connection {
+    public:
+        explicit Connection(int socket) : socket_(socket) {}
+
+        /// What has come up to the end of a head; empty if the client left.
+        std::string readHead() const {
+            std::string head;
+            char byte = 0;
+            while (!head.ends_with("\r\n\r\n")) {
+                if (recv(socket_, &byte, 1, 0) != 1) return {};
+                head += byte;
+            }
+            return head;
+        }
+        /// False if the client left.
+        bool send(std::string_view bytes) const {
+            while (!bytes.empty()) {
+                const auto sent = ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+                if (sent <= 0) return false;
+                bytes.remove_prefix(static_cast<std::size_t>(sent));
+            }
+            return true;
+        }
+
+    private:
+        int socket_;
+    };
+    using Behaviour = std::function<void(const Connection&)>;
+
+    explicit RawServer(Behaviour behaviour) : behaviour_(std::move(behaviour)) {
+        sockaddr_in place{};
+        place.sin_family = AF_INET;
+        place.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof place;
+        auto* const where = reinterpret_cast<sockaddr*>(&place);
+        if (bind(listener_, where, size) || listen(listener_, 512) ||
+            getsockname(listener_, where, &size)) {
+            throw std::system_error(errno, std::generic_category(), "no port");
+        }
+        port_ = ntohs(place.sin_port);
+        acceptor_ = std::thread([this] { acceptAll(); });
+    }
+    RawServer(const RawServer&) = delete;
+    RawServer& operator=(const RawServer&) = delete;
+    ~RawServer() {
+        shutdown(listener_, SHUT_RDWR);
+        acceptor_.join();
+        for (const auto& [socket, thread] : connections_) shutdown(socket, SHUT_RDWR);
+        for (auto& [socket, thread] : connections_) {
+            thread.join();
+            close(socket);
+        }
+        close(listener_);
+    }
+
+    std::uint16_t port() const { return port_; }
+    std::string url() const { return "http://127.0.0.1:" + std::to_string(port_) + "/"; }
+    std::size_t accepted() const { return accepted_; }
+
+private:
+    void acceptAll() {
+        for (int socket = 0; (socket = accept(listener_, nullptr, nullptr)) >= 0;) {
+            ++accepted_;
+            connections_.emplace_back(socket, std::thread([this, socket] {
+                                          behaviour_(Connection(socket));
+                                          shutdown(socket, SHUT_RDWR);
+                                      }));
+        }
+    }
+
+    const Behaviour behaviour_;
+    const int listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    std::uint16_t port_ = 0;
+    std::atomic<std::size_t> accepted_ = 0;
+    std::list<std::pair<int, std::thread>> connections_;  // the acceptor's until it has ended
+    std::thread acceptor_;
+};
+
+}  // namespace korvel::platform
