@@ -36,6 +36,12 @@ struct DeviceOptions {
     std::filesystem::path certificateAuthorityFile = {};
     /// "sha256//" and base64 of a public key that the service's certificate must carry; empty: any.
     std::string pinnedPublicKey = {};
+    /// Address of the proxy that all requests and streams go through ("http://proxy.example:3128",
+    /// also https, socks4a and socks5h); empty: none.
+    std::string proxy = {};
+    /// Without a `proxy`: go through the one that the environment names ("https_proxy" and its
+    /// like), if any. Otherwise the environment has no say.
+    bool proxyFromEnvironment = false;
     /// Keep secrets in the desktop's Secret Service where there is one, else in the device's own
     /// store.
     bool preferSecretService = false;
@@ -77,7 +83,7 @@ struct KORVEL_API Device {
 };
 
 /// How the standard device loads media, for media engines that bring no loader of their own. Of the
-/// options, those on trust count. Any thread.
+/// options, those on trust and proxies count. Any thread.
 KORVEL_API std::shared_ptr<StreamLoader> makeStreamLoader(const DeviceOptions& options = {});
 
 }  // namespace korvel::platform

@@ -44,9 +44,11 @@ std::shared_ptr<Keychain> standardKeychain(const DeviceOptions& options) {
     return makeKeychainSQLite(dataFolder(options));
 }
 
-URLSessionCurlOptions trustOf(const DeviceOptions& options) {
+URLSessionCurlOptions transportOf(const DeviceOptions& options) {
     return {.certificateAuthorityFile = options.certificateAuthorityFile,
-            .pinnedPublicKey = options.pinnedPublicKey};
+            .pinnedPublicKey = options.pinnedPublicKey,
+            .proxy = options.proxy,
+            .proxyFromEnvironment = options.proxyFromEnvironment};
 }
 
 template <class Part, class Make> void fill(std::shared_ptr<Part>& part, Make make) {
@@ -62,7 +64,7 @@ void complete(Device& device, const DeviceOptions& options) {
     fill(device.mainQueue,
          [&] { return std::make_shared<MainQueue>(device.clock, MainQueue::Driver::ownThread); });
     fill(device.urlSession, [&] {
-        return makeURLSessionCurl(trustOf(options), [](DispatchQueue::Task task) {
+        return makeURLSessionCurl(transportOf(options), [](DispatchQueue::Task task) {
             DispatchQueue::global().async(std::move(task));
         });
     });
@@ -81,7 +83,7 @@ void complete(Device& device, const DeviceOptions& options) {
 }
 
 std::shared_ptr<StreamLoader> makeStreamLoader(const DeviceOptions& options) {
-    return makeStreamLoaderCurl(trustOf(options));
+    return makeStreamLoaderCurl(transportOf(options));
 }
 
 }  // namespace korvel::platform

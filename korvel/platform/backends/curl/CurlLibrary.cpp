@@ -1,4 +1,6 @@
+#include <korvel/platform/backends/curl/CurlEvents.h>
 #include <korvel/platform/backends/curl/CurlLibrary.h>
+#include <korvel/platform/backends/curl/URLSessionCurl.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -42,6 +44,7 @@ private:
     }
 
     void stopAll() {
+        if (!process_.isThis()) return;
         std::vector<std::weak_ptr<CurlUser>> users;
         {
             const std::lock_guard lock(mutex_);
@@ -52,6 +55,7 @@ private:
         }
     }
 
+    const OwnProcess process_;
     std::mutex mutex_;
     std::vector<std::weak_ptr<CurlUser>> users_;
 };
@@ -109,6 +113,14 @@ std::string systemAuthorities() {
     return std::filesystem::exists(info->cainfo, error) ? info->cainfo : "";
 }
 
+CurlSettings settingsFrom(const URLSessionCurlOptions& options) {
+    return {.authorities = options.certificateAuthorityFile.string(),
+            .pinnedPublicKey = options.pinnedPublicKey,
+            .proxy = options.proxy,
+            .proxyFromEnvironment = options.proxyFromEnvironment,
+            .largestBody = options.largestBody};
+}
+
 void setConnectionOptions(CURL* easy, const CurlSettings& settings,
                           std::chrono::milliseconds timeout) {
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
@@ -119,10 +131,16 @@ void setConnectionOptions(CURL* easy, const CurlSettings& settings,
     curl_easy_setopt(easy, CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_NONE));
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(timeout.count()));
     curl_easy_setopt(easy, CURLOPT_SHARE, settings.tlsSessions);
+    if (settings.events) settings.events->listen(easy);
     if (!settings.authorities.empty()) {
         curl_easy_setopt(easy, CURLOPT_CAINFO, settings.authorities.c_str());
         // With a folder besides the file the library reads the file for every connection.
         curl_easy_setopt(easy, CURLOPT_CAPATH, nullptr);
+    }
+    if (!settings.proxy.empty() || !settings.proxyFromEnvironment) {
+        // Empty texts keep the library from looking into the environment.
+        curl_easy_setopt(easy, CURLOPT_PROXY, settings.proxy.c_str());
+        curl_easy_setopt(easy, CURLOPT_NOPROXY, "");
     }
     if (!settings.pinnedPublicKey.empty()) {
         curl_easy_setopt(easy, CURLOPT_PINNEDPUBLICKEY, settings.pinnedPublicKey.c_str());

@@ -3,6 +3,7 @@
 #include <korvel/platform/foundation/URLSession.h>
 
 #include <curl/curl.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <cstddef>
@@ -11,13 +12,22 @@
 
 namespace korvel::platform {
 
+class CurlEvents;
+struct URLSessionCurlOptions;
+
 /// What all transfers of one owner have in common.
 struct CurlSettings {
     std::string authorities;  ///< PEM file; empty: wherever the library looks by itself
     std::string pinnedPublicKey;
+    std::string proxy;
+    bool proxyFromEnvironment = false;
     std::size_t largestBody = 0;
     CURLSH* tlsSessions = nullptr;  ///< borrowed
+    CurlEvents* events = nullptr;   ///< borrowed; null where the library waits by itself
 };
+
+/// What the owner chose; the rest it adds itself.
+CurlSettings settingsFrom(const URLSessionCurlOptions& options);
 
 /// Has connections. At the end of the process they stop before the TLS library, whose memory these
 /// use, takes itself down.
@@ -30,6 +40,17 @@ public:
 
     /// Returns when the library is no longer used, now and later. Any thread.
     virtual void stop() = 0;
+};
+
+/// Notes which process uses the library.
+class OwnProcess {
+public:
+    /// False in a forked child. What it inherited it must leave alone, locks included: the threads
+    /// that would let go of them are not there, and the connections are the parent's.
+    bool isThis() const { return process_ == getpid(); }
+
+private:
+    const pid_t process_ = getpid();
 };
 
 /// To be called before the first use of the library. Any thread.

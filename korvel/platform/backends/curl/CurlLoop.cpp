@@ -7,11 +7,9 @@
 namespace korvel::platform {
 
 CurlLoop::CurlLoop(const URLSessionCurlOptions& options, BackgroundExecutor background)
-    : background_(std::move(background)) {
-    settings_.authorities = options.certificateAuthorityFile.string();
-    settings_.pinnedPublicKey = options.pinnedPublicKey;
-    settings_.largestBody = options.largestBody;
-}
+    : background_(std::move(background)),
+      idleConnections_(options.idleConnections),
+      settings_(settingsFrom(options)) {}
 
 void CurlLoop::submit(Transfer transfer) {
     Lock lock(mutex_);
@@ -23,6 +21,13 @@ void CurlLoop::submit(Transfer transfer) {
         const bool here = lastCompleting_ == std::this_thread::get_id();
         here ? startHere(lock) : callLeader(lock);
     }
+}
+
+void CurlLoop::cancel(Transfer transfer) {
+    const Lock lock(mutex_);
+    if (stopped_ || lead_ == Lead::vacant) return;  // then nothing is under way
+    cancelled_.push_back(std::move(transfer));
+    if (lead_ == Lead::taken) wake();
 }
 
 void CurlLoop::callLeader(Lock& lock) {
@@ -67,6 +72,8 @@ void CurlLoop::watchKeptLead() {
 }
 
 void CurlLoop::stop() {
+    if (!process_.isThis()) return;
+    stopping_ = true;
     Lock lock(mutex_);
     stopped_ = true;
     if (lead_ == Lead::taken && leader_ == std::this_thread::get_id()) return;
@@ -78,7 +85,7 @@ void CurlLoop::stop() {
 }
 
 void CurlLoop::wake() {
-    if (std::exchange(waiting_, false)) curl_multi_wakeup(multi_);
+    if (std::exchange(waiting_, false)) events_->wake();
 }
 
 bool CurlLoop::takeLead() {
@@ -91,7 +98,7 @@ bool CurlLoop::takeLead() {
 
 void CurlLoop::lead() {
     if (!takeLead()) return;
-    if (!multi_) open();
+    closeIdle();
     while (takeSubmitted()) {
         work();
         auto last = completeAllButLast();
@@ -111,15 +118,20 @@ bool CurlLoop::takeSubmitted() {
     const std::lock_guard lock(mutex_);
     waiting_ = false;
     taken_.swap(submitted_);
+    dropped_.swap(cancelled_);
     return !stopped_;
 }
 
 bool CurlLoop::giveLeadBack() {
     const std::lock_guard lock(mutex_);
-    if (stopped_ || !inFlight_.empty() || !submitted_.empty()) return false;
+    if (stopped_ || !inFlight_.empty() || !turns_.nobodyWaits() || !submitted_.empty())
+        return false;
     lead_ = Lead::vacant;
     lastCompleting_ = leader_;
     leadIsFree_.notify_all();
+    ++timesGivenBack_;
+    if (events_ && events_->sockets() > 0 && !std::exchange(idleWatched_, true))
+        watchIdleConnections();
     return true;
 }
 
@@ -135,39 +147,78 @@ bool CurlLoop::takeKeptLead() {
 void CurlLoop::waitForWork() {
     {
         const std::lock_guard lock(mutex_);
-        if (stopped_ || !submitted_.empty()) return;
+        if (stopped_ || !submitted_.empty() || !cancelled_.empty()) return;
         waiting_ = true;
     }
     using std::chrono::milliseconds;
     auto timeout = milliseconds(std::chrono::minutes(1));
     if (!inFlight_.empty()) timeout = std::chrono::ceil<milliseconds>(nextWatch_ - Clock::now());
-    const auto bounded = std::max(timeout, milliseconds(0)).count();
-    curl_multi_poll(multi_, nullptr, 0, static_cast<int>(bounded), nullptr);
+    events_->wait(timeout);
+}
+
+/// Whoever has asked for nothing for so long will hardly need the connections, which the service
+/// may have closed by then. One timer for all that happens within its time.
+void CurlLoop::watchIdleConnections() {
+    runAfter(idleConnections_, [weak = weak_from_this(), given = timesGivenBack_] {
+        const auto self = weak.lock();
+        if (!self) return;
+        Lock lock(self->mutex_);
+        self->idleWatched_ = false;
+        if (self->stopped_ || self->lead_ != Lead::vacant) return;
+        if (given != self->timesGivenBack_) {
+            self->idleWatched_ = true;
+            return self->watchIdleConnections();
+        }
+        self->closesIdle_ = true;
+        self->callLeader(lock);
+    });
 }
 
 void CurlLoop::open() {
-    stopAtExit(shared_from_this());
-    if (settings_.authorities.empty()) settings_.authorities = systemAuthorities();
-    // A TLS session stays with the handle that made it unless it is shared. The leader alone uses
-    // the share, so it needs no locks.
-    settings_.tlsSessions = curl_share_init();
-    curl_share_setopt(settings_.tlsSessions, CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
-    CURLM* const multi = curl_multi_init();
+    if (!settings_.tlsSessions) {
+        stopAtExit(shared_from_this());
+        if (settings_.authorities.empty()) settings_.authorities = systemAuthorities();
+        // A TLS session stays with the handle that made it unless it is shared. The leader alone
+        // uses the share, so it needs no locks.
+        settings_.tlsSessions = curl_share_init();
+        curl_share_setopt(settings_.tlsSessions, CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
+    }
+    CURLM* const multi = multi_ ? multi_ : curl_multi_init();
     curl_multi_setopt(multi, CURLMOPT_PIPELINING, CURLPIPE_MULTIPLEX);
-    curl_multi_setopt(multi, CURLMOPT_MAXCONNECTS, 64L);
+    curl_multi_setopt(multi, CURLMOPT_MAXCONNECTS, static_cast<long>(CurlTurns::mostPerService));
+    auto events = std::make_unique<CurlEvents>(multi);
+    settings_.events = events.get();
     const std::lock_guard lock(mutex_);
     multi_ = multi;
+    events_ = std::move(events);
+}
+
+void CurlLoop::closeIdle() {
+    std::unique_ptr<CurlEvents> events;
+    CURLM* multi = nullptr;
+    {
+        const std::lock_guard lock(mutex_);
+        if (!std::exchange(closesIdle_, false) || !inFlight_.empty()) return;
+        events = std::exchange(events_, nullptr);
+        multi = std::exchange(multi_, nullptr);
+    }
+    settings_.events = nullptr;
+    curl_multi_cleanup(multi);
 }
 
 void CurlLoop::close(Lock& lock) {
     CURLM* const multi = std::exchange(multi_, nullptr);
+    const auto events = std::exchange(events_, nullptr);
     lock.unlock();
     // Destroying a handler runs the host's code, which may come back here.
     for (auto& [easy, transfer] : inFlight_) curl_multi_remove_handle(multi, easy);
     std::exchange(inFlight_, {}).clear();
+    turns_.clear();
     std::exchange(taken_, {}).clear();
     std::exchange(done_, {}).clear();
     std::exchange(submitted_, {}).clear();
+    std::exchange(dropped_, {}).clear();
+    std::exchange(cancelled_, {}).clear();
     curl_multi_cleanup(multi);
     curl_share_cleanup(std::exchange(settings_.tlsSessions, nullptr));
     lock.lock();
@@ -177,24 +228,51 @@ void CurlLoop::close(Lock& lock) {
 }
 
 void CurlLoop::work() {
-    for (auto& transfer : taken_) add(std::move(transfer));
+    if (!taken_.empty() && !(events_ && events_->isOpen())) open();
+    for (auto& transfer : taken_) turns_.enter(std::move(transfer));
     taken_.clear();
-    int running = 0;
-    curl_multi_perform(multi_, &running);
+    for (const auto& transfer : std::exchange(dropped_, {})) drop(transfer);
+    if (!events_) return;
+    startNext();
+    events_->act(stopping_);
     finishDone();
     endStalled();
+    startNext();
+}
+
+/// One that is nowhere here is on its way to its completion.
+void CurlLoop::drop(const Transfer& transfer) {
+    if (turns_.withdraw(transfer)) return done_.push_back(transfer);
+    const auto found = std::find_if(inFlight_.begin(), inFlight_.end(),
+                                    [&](const auto& each) { return each.second == transfer; });
+    if (found == inFlight_.end()) return;
+    done_.push_back(remove(found->first));
+    done_.back()->giveUp(makeURLError(URLErrorCode::unknown, "Cancelled"));
+}
+
+void CurlLoop::startNext() {
+    while (!stopping_) {
+        auto transfer = turns_.next();
+        if (!transfer) return;
+        add(std::move(transfer));
+    }
 }
 
 void CurlLoop::add(Transfer transfer) {
     const auto now = Clock::now();
     CURL* const easy = transfer->start(settings_, now);
-    if (easy && curl_multi_add_handle(multi_, easy) == CURLM_OK) {
+    const bool canStart = easy && events_->isOpen();
+    if (canStart && curl_multi_add_handle(multi_, easy) == CURLM_OK) {
         const auto watch = now + transfer->watchPeriod();
         nextWatch_ = inFlight_.empty() ? watch : std::min(nextWatch_, watch);
         inFlight_.emplace(easy, std::move(transfer));
         return;
     }
-    if (easy) transfer->fail(makeURLError(URLErrorCode::unknown, "Out of memory"));
+    if (easy) {
+        transfer->fail(
+            makeURLError(URLErrorCode::unknown, canStart ? "Out of memory" : "Out of descriptors"));
+    }
+    turns_.leave(*transfer);
     done_.push_back(std::move(transfer));
 }
 
@@ -204,7 +282,7 @@ void CurlLoop::finishDone() {
         const CURLcode result = message->data.result;
         auto transfer = remove(message->easy_handle);
         if (transfer->finish(result)) {
-            add(std::move(transfer));
+            turns_.enter(std::move(transfer));
         } else {
             done_.push_back(std::move(transfer));
         }
@@ -228,7 +306,9 @@ void CurlLoop::endStalled() {
 
 CurlLoop::Transfer CurlLoop::remove(CURL* easy) {
     curl_multi_remove_handle(multi_, easy);
-    return std::move(inFlight_.extract(easy).mapped());
+    auto transfer = std::move(inFlight_.extract(easy).mapped());
+    turns_.leave(*transfer);
+    return transfer;
 }
 
 /// The last one that is done, if any; the others go to the background.

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <korvel/platform/backends/curl/CurlEvents.h>
 #include <korvel/platform/backends/curl/CurlTransfer.h>
+#include <korvel/platform/backends/curl/CurlTurns.h>
 #include <korvel/platform/backends/curl/URLSessionCurl.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <memory>
@@ -31,6 +34,8 @@ public:
 
     /// Any thread. After `stop` the transfer is dropped.
     void submit(Transfer transfer);
+    /// Any thread. Ends the exchange of a transfer that was cancelled; it is completed as all are.
+    void cancel(Transfer transfer);
     /// Any thread. Drops all transfers and returns when the library is done with them, at once on
     /// the leader's own thread.
     void stop() override;
@@ -56,10 +61,14 @@ private:
     void callLeader(Lock& lock);
     void startHere(Lock& lock);
     void watchKeptLead();
+    void watchIdleConnections();
 
     void open();
+    void closeIdle();
     void close(Lock& lock);
     void work();
+    void startNext();
+    void drop(const Transfer& transfer);
     void add(Transfer transfer);
     void finishDone();
     void endStalled();
@@ -68,24 +77,34 @@ private:
     void complete(Transfer transfer);
 
     const BackgroundExecutor background_;
+    const std::chrono::milliseconds idleConnections_;
+    const OwnProcess process_;
+    std::atomic<bool> stopping_ = false;  // asked within a round
 
     // The leader's own.
     CurlSettings settings_;
     std::unordered_map<CURL*, Transfer> inFlight_;
+    CurlTurns turns_;
     std::vector<Transfer> taken_;
+    std::vector<Transfer> dropped_;
     std::vector<Transfer> done_;
     Clock::time_point nextWatch_;
 
     std::mutex mutex_;        // guards what follows
-    CURLM* multi_ = nullptr;  // made and destroyed by leaders, who use it unguarded
+    CURLM* multi_ = nullptr;  // made and destroyed by leaders, who use both unguarded
+    std::unique_ptr<CurlEvents> events_;
     Lead lead_ = Lead::vacant;
     std::thread::id leader_;
     std::thread::id lastCompleting_;  // runs the completion after which the lead became vacant
     std::uint64_t timesKept_ = 0;
     std::uint64_t timesKeptSeen_ = 0;  // by the watch
     bool watched_ = false;
+    std::uint64_t timesGivenBack_ = 0;
+    bool idleWatched_ = false;
+    bool closesIdle_ = false;  // the next leader does
     std::condition_variable leadIsFree_;
     std::vector<Transfer> submitted_;
+    std::vector<Transfer> cancelled_;
     bool waiting_ = false;  // the leader polls, or is about to
     bool stopped_ = false;
 };

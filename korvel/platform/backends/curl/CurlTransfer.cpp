@@ -1,3 +1,4 @@
+#include <korvel/platform/backends/curl/CurlEvents.h>
 #include <korvel/platform/backends/curl/CurlTransfer.h>
 #include <korvel/platform/backends/curl/Redirection.h>
 
@@ -46,7 +47,9 @@ bool wantsBody(const std::string& method) {
 }  // namespace
 
 CurlTransfer::CurlTransfer(URLRequest request, URLSession::CompletionHandler completionHandler)
-    : request_(std::move(request)), completionHandler_(std::move(completionHandler)) {}
+    : request_(std::move(request)),
+      service_(serviceOf(request_.url)),
+      completionHandler_(std::move(completionHandler)) {}
 
 CURL* CurlTransfer::start(const CurlSettings& settings, Clock::time_point now) {
     if (!isWebAddress(request_.url)) {
@@ -70,12 +73,19 @@ CURL* CurlTransfer::start(const CurlSettings& settings, Clock::time_point now) {
     bodyTooLong_ = false;
     curl_easy_setopt(easy_.get(), CURLOPT_PRIVATE, this);
     setConnectionOptions(easy_.get(), settings, request_.timeoutInterval);
-    // On a reused connection that the service closed meanwhile the library sends once more, not
-    // knowing whether the service had read the first one.
-    if (!mayRepeat(request_.method)) curl_easy_setopt(easy_.get(), CURLOPT_FRESH_CONNECT, 1L);
+    if (!mayRepeat(request_.method)) takeOwnConnection(settings);
     setRequestOptions();
     setHeaders();
     return easy_.get();
+}
+
+/// On a reused connection that the service closed meanwhile the library sends once more, not
+/// knowing whether the service had read the first one. Where there are connections already nobody
+/// waits for this one: it is closed behind the answer.
+void CurlTransfer::takeOwnConnection(const CurlSettings& settings) {
+    curl_easy_setopt(easy_.get(), CURLOPT_FRESH_CONNECT, 1L);
+    const bool isOnlyOne = settings.events && settings.events->sockets() == 0;
+    curl_easy_setopt(easy_.get(), CURLOPT_FORBID_REUSE, isOnlyOne ? 0L : 1L);
 }
 
 void CurlTransfer::setRequestOptions() {
@@ -158,7 +168,7 @@ bool CurlTransfer::finish(CURLcode result) {
         if (location) return follow(location, statusCode);
     }
     easy_.reset();
-    exchange_.response = HTTPURLResponse{std::move(request_.url), statusCode};
+    exchange_.response = HTTPURLResponse{request_.url, statusCode};
     exchange_.body = std::move(body_);
     return false;
 }
@@ -171,6 +181,7 @@ bool CurlTransfer::follow(const std::string& location, int statusCode) {
     }
     easy_.reset();
     request_ = std::move(std::get<URLRequest>(next));
+    service_ = serviceOf(request_.url);
     return true;
 }
 
@@ -243,7 +254,13 @@ curl_off_t CurlTransfer::number(CURLINFO info) const {
 
 void CurlTransfer::complete() {
     const auto completionHandler = std::exchange(completionHandler_, nullptr);
-    if (completionHandler) completionHandler(std::move(exchange_));
+    const bool isWanted = fate_.exchange(Fate::completed) == Fate::open;
+    if (isWanted && completionHandler) completionHandler(std::move(exchange_));
+}
+
+bool CurlTransfer::cancel() {
+    Fate expected = Fate::open;
+    return fate_.compare_exchange_strong(expected, Fate::cancelled);
 }
 
 }  // namespace korvel::platform

@@ -5,6 +5,7 @@
 #include <korvel/platform/foundation/URLSession.h>
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <memory>
 #include <optional>
@@ -25,6 +26,9 @@ public:
     CurlTransfer(const CurlTransfer&) = delete;
     CurlTransfer& operator=(const CurlTransfer&) = delete;
 
+    /// Whom the next hop, or the present one, asks.
+    const std::string& service() const { return service_; }
+
     /// The handle of the next hop, owned by this transfer. Null if there is nothing to send: then
     /// the exchange has failed.
     CURL* start(const CurlSettings& settings, Clock::time_point now);
@@ -44,8 +48,13 @@ public:
     std::optional<NSError> objection(Clock::time_point now);
     Clock::duration watchPeriod() const;
 
-    /// Calls the handler with the exchange and destroys it. Once.
+    /// Calls the handler with the exchange, unless the transfer was cancelled, and destroys it.
+    /// Once.
     void complete();
+
+    /// From now on the handler is not called. False if it has been, or is being, or will not be
+    /// anyway. Any thread.
+    bool cancel();
 
 private:
     struct EasyCleanup {
@@ -55,6 +64,7 @@ private:
         void operator()(curl_slist* list) const { curl_slist_free_all(list); }
     };
 
+    void takeOwnConnection(const CurlSettings& settings);
     static std::size_t receive(char* bytes, std::size_t one, std::size_t count, void* self);
     NSError tooLong() const;
     bool append(const char* bytes, std::size_t count);
@@ -66,7 +76,11 @@ private:
     bool follow(const std::string& location, int statusCode);
     curl_off_t number(CURLINFO info) const;
 
+    enum class Fate { open, cancelled, completed };
+
+    std::atomic<Fate> fate_ = Fate::open;
     URLRequest request_;
+    std::string service_;
     URLSession::CompletionHandler completionHandler_;
     std::unique_ptr<CURL, EasyCleanup> easy_;
     std::unique_ptr<curl_slist, ListCleanup> headers_;

@@ -75,6 +75,13 @@ bool isWebAddress(const URL& url) {
     return false;
 }
 
+std::string serviceOf(const URL& url) {
+    const std::string& text = url.absoluteString();
+    const auto host = text.find("://");
+    const auto end = host == text.npos ? text.npos : text.find_first_of("/?#", host + 3);
+    return lowerCase(text.substr(0, end));
+}
+
 std::variant<URLRequest, NSError> redirection(const URLRequest& request, int statusCode,
                                               const std::string& location, int followed) {
     const auto target = request.url.resolving(location);

@@ -17,6 +17,10 @@ bool isRedirect(int statusCode);
 /// Whether the address is one that requests go to: http or https, with a host.
 bool isWebAddress(const URL& url);
 
+/// Scheme, host and port of such an address, as written but in lower case: requests with the same
+/// text may share connections.
+std::string serviceOf(const URL& url);
+
 /// The request that follows a redirect to `location`, `followed` redirects having been followed
 /// before; or why it is refused, as a transport failure.
 ///

@@ -38,6 +38,12 @@ using Multi = std::unique_ptr<CURLM, MultiCleanUp>;
 class Connections {
 public:
     explicit Connections(CurlSettings common) : settings(std::move(common)) {}
+    ~Connections() {
+        if (process_.isThis()) return;
+        for (Multi& multi : idle_) (void)multi.release();
+    }
+    Connections(const Connections&) = delete;
+    Connections& operator=(const Connections&) = delete;
 
     Multi take() {
         {
@@ -60,6 +66,7 @@ public:
     const CurlSettings settings;
 
 private:
+    const OwnProcess process_;
     std::mutex mutex_;
     std::vector<Multi> idle_;
 };
@@ -70,6 +77,10 @@ public:
         : connections_(std::move(connections)), request_(std::move(request)) {}
 
     ~StreamCurl() override {
+        if (!process_.isThis()) {
+            (void)easy_.release();
+            (void)multi_.release();
+        }
         if (!easy_) return;
         curl_multi_remove_handle(multi_.get(), easy_.get());
         easy_.reset();
@@ -104,6 +115,7 @@ public:
     }
 
     void stop() override {
+        if (!process_.isThis()) return;
         cancel();
         const std::lock_guard lock(use_);
         end(makeURLError(URLErrorCode::unknown, "Cancelled"));
@@ -255,6 +267,7 @@ private:
     }
 
     const std::shared_ptr<Connections> connections_;
+    const OwnProcess process_;
     std::atomic<bool> cancelled_ = false;
     std::mutex handle_;  ///< guards the pointer `multi_` for those who cancel
     Multi multi_;
@@ -296,10 +309,9 @@ private:
 }  // namespace
 
 std::shared_ptr<StreamLoader> makeStreamLoaderCurl(const URLSessionCurlOptions& options) {
-    const std::string& file = options.certificateAuthorityFile.native();
-    return std::make_shared<StreamLoaderCurl>(
-        CurlSettings{.authorities = file.empty() ? systemAuthorities() : file,
-                     .pinnedPublicKey = options.pinnedPublicKey});
+    CurlSettings settings = settingsFrom(options);
+    if (settings.authorities.empty()) settings.authorities = systemAuthorities();
+    return std::make_shared<StreamLoaderCurl>(std::move(settings));
 }
 
 }  // namespace korvel::platform

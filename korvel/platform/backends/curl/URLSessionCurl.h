@@ -2,6 +2,7 @@
 
 #include <korvel/platform/foundation/URLSession.h>
 
+#include <chrono>
 #include <cstddef>
 #include <filesystem>
 #include <functional>
@@ -15,8 +16,14 @@ struct URLSessionCurlOptions {
     std::filesystem::path certificateAuthorityFile = {};
     /// "sha256//" and base64 of a public key that the service's certificate must carry; empty: any.
     std::string pinnedPublicKey = {};
+    /// Address of the proxy that everything goes through; empty: none.
+    std::string proxy = {};
+    /// Without a proxy of its own: go through the one that the environment names, if any.
+    bool proxyFromEnvironment = false;
     /// A longer body, counted after decompression, ends the exchange with an error.
     std::size_t largestBody = std::size_t{256} << 20;
+    /// Connections that nobody has used for so long are closed.
+    std::chrono::milliseconds idleConnections = std::chrono::seconds(60);
 };
 
 /// Runs a task on a background thread, at once even if all earlier ones block. Must not run it

@@ -67,6 +67,48 @@ TEST_F(URLSessionTest, ACompletionMayWaitForARequestOfItsOwn) {
     EXPECT_EQ(wait(inner.get_future()), "ok");
 }
 
+TEST_F(URLSessionTest, ACancelledRequestEndsUncalledWhereverItStands) {
+    constexpr std::size_t turns = 128;
+    service.script("/x", "", {.hold = true}, turns);
+    std::vector<std::unique_ptr<Witness>> witnesses;
+    std::vector<std::shared_ptr<URLSessionTask>> tasks;
+    for (std::size_t number = 0; number < turns + 2; ++number) {  // two have to wait
+        auto& witness = witnesses.emplace_back(std::make_unique<Witness>());
+        tasks.push_back(session->dataTask(
+            request(), [token = witness->token()](const Exchange&) { ADD_FAILURE() << "called"; }));
+    }
+    ASSERT_TRUE(service.waitForHeld(turns));
+    for (const std::size_t number : {turns + 1, turns, std::size_t{5}, std::size_t{5}}) {
+        tasks[number]->cancel();
+        EXPECT_TRUE(witnesses[number]->released());
+    }
+    // Its turn is somebody else's now, and a late cancel is none.
+    service.script("/x", "", {.status = 200, .body = "ok"}, 2);
+    std::promise<std::string> answer;
+    const auto answered = session->dataTask(
+        request(), [&](const Exchange& exchange) { answer.set_value(bodyOf(exchange)); });
+    EXPECT_EQ(wait(answer.get_future()), "ok");
+    answered->cancel();
+    for (const auto& task : tasks) task->cancel();
+    for (const auto& witness : witnesses) EXPECT_TRUE(witness->released());
+    EXPECT_EQ(bodyOf(send(request())), "ok");
+    session.reset();
+    answered->cancel();
+    service.release();
+}
+
+TEST_F(URLSessionTest, ACancelMayMeetTheAnswer) {
+    service.script("/x", "", {.status = 200, .body = "ok"}, 400);
+    for (int round = 0; round < 400; ++round) {
+        Witness witness;
+        const auto task =
+            session->dataTask(request(), [token = witness.token()](const Exchange&) {});
+        std::this_thread::sleep_for(std::chrono::microseconds(round));
+        task->cancel();
+        EXPECT_TRUE(witness.released());
+    }
+}
+
 TEST_F(URLSessionTest, ASessionEndsAtOnceAndItsHandlersUncalled) {
     for (const bool onACompletionsThread : {false, true}) {
         service.script("/held", "", {.hold = true}, 8);

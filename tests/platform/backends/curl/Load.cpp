@@ -1,0 +1,183 @@
+// More requests than descriptors, connections nobody needs any more, and ends in the middle of it.
+
+#include "Client.h"
+#include "RawServer.h"
+#include "support/ChildProcess.h"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <cstdlib>
+#include <filesystem>
+
+namespace korvel::platform {
+namespace {
+
+std::size_t openDescriptors() {
+    const std::filesystem::directory_iterator files("/proc/self/fd");
+    return static_cast<std::size_t>(std::distance(begin(files), end(files)));
+}
+
+/// Calls back for a number of requests.
+class Countdown {
+public:
+    explicit Countdown(std::size_t count) : left_(count) {}
+    URLSession::CompletionHandler handler(int expected) {
+        return [this, expected](const Exchange& exchange) {
+            if (!exchange.response || exchange.response->statusCode != expected) ++failed_;
+            if (--left_ == 0) done_.set_value();
+        };
+    }
+    bool wait() { return future_.wait_for(60s) == std::future_status::ready; }
+    std::size_t failed() const { return failed_; }
+
+private:
+    std::atomic<std::size_t> left_;
+    std::atomic<std::size_t> failed_ = 0;
+    std::promise<void> done_;
+    std::future<void> future_ = done_.get_future();
+};
+
+TEST_F(URLSessionTest, ThousandsOfRequestsTakeTurnsAndAHungServiceHoldsUpNoOther) {
+    rlimit before{};
+    getrlimit(RLIMIT_NOFILE, &before);
+    rlimit few = before;
+    few.rlim_cur = 1024;
+    setrlimit(RLIMIT_NOFILE, &few);
+    const RawServer hung([](const auto& connection) {
+        while (!connection.readHead().empty()) continue;
+    });
+    // In another process: it takes a descriptor for each connection, too.
+    std::array<int, 2> pipe{};
+    ASSERT_EQ(::pipe(pipe.data()), 0);
+    const tests::ChildProcess process([&] {
+        ContentService other({.tls = false});
+        other.script("", "", {.status = 601, .body = "ok"}, 2000);
+        const auto url = other.baseURL();
+        if (write(pipe[1], url.data(), url.size()) > 0) pause();
+    });
+    char text[100];
+    const auto size = read(pipe[0], text, sizeof text);
+    ASSERT_GT(size, 0);
+    const std::string url(text, static_cast<std::size_t>(size));
+
+    constexpr std::size_t count = 2000;
+    for (std::size_t number = 0; number < 200; ++number) {
+        session->dataTask(URLRequest(*URL::parse(hung.url())), [](const Exchange&) {});
+    }
+    Countdown all(count);
+    for (std::size_t number = 0; number < count; ++number) {
+        session->dataTask(URLRequest(*URL::parse(url)), all.handler(601));
+    }
+    EXPECT_TRUE(all.wait());
+    EXPECT_EQ(all.failed(), 0u);
+    EXPECT_LE(hung.accepted(), 128u);
+    session.reset();
+    setrlimit(RLIMIT_NOFILE, &before);
+}
+
+TEST_F(URLSessionTest, AWaitingRequestDoesNotTimeOutBeforeItsTurn) {
+    constexpr std::size_t turns = 128;
+    service.script("/x", "", {.status = 200, .hold = true}, turns);
+    service.script("/x", "", {.status = 200});
+    std::vector<std::future<Exchange>> held;
+    for (std::size_t number = 0; number < turns; ++number)
+        held.push_back(start(*session, request()));
+    ASSERT_TRUE(service.waitForHeld(turns));
+    auto impatient = request();
+    impatient.timeoutInterval = 200ms;
+    auto last = start(*session, impatient);
+    EXPECT_EQ(last.wait_for(600ms), std::future_status::timeout);
+    service.release();
+    for (auto& each : held) EXPECT_EQ(statusOf(wait(std::move(each))), 200);
+    EXPECT_EQ(statusOf(wait(std::move(last))), 200);
+}
+
+TEST_F(URLSessionTest, NoConnectionStaysThatNobodyUses) {
+    service.script("/x", "", {.status = 200, .body = "ok"}, 100);
+    const auto before = openDescriptors();
+    send(request("POST", "first"));
+    const auto reused = send(request());
+    EXPECT_TRUE(reused.metrics.reusedConnection) << "the log-in's connection serves the catalogue";
+    for (int number = 0; number < 20; ++number) send(request("POST", "{}"));
+    // This process is the service, too: two for each connection.
+    EXPECT_TRUE(tests::eventually([&] { return openDescriptors() <= before + 6; }))
+        << openDescriptors() << " after " << before;
+
+    auto options = trusting(service);
+    options.idleConnections = 50ms;
+    session = makeSession(options);
+    const auto closed = openDescriptors();
+    for (int round = 0; round < 2; ++round) {
+        std::vector<std::future<Exchange>> some;
+        for (int number = 0; number < 20; ++number) some.push_back(start(*session, request()));
+        for (auto& each : some) EXPECT_EQ(statusOf(wait(std::move(each))), 200);
+        EXPECT_TRUE(tests::eventually([&] { return openDescriptors() <= closed; }));
+    }
+}
+
+TEST_F(URLSessionTest, WithoutDescriptorsARequestFailsAndTheNextOneMayNot) {
+    service.script("/x", "", {.status = 200, .body = "ok"}, 3);
+    send(request());  // the pool's threads and the service are there
+    session = makeSession(trusting(service));
+    std::vector<int> taken;
+    for (int file = 0; (file = open("/dev/null", O_RDONLY | O_CLOEXEC)) >= 0;)
+        taken.push_back(file);
+    EXPECT_NE(errorOf(send(request())), 0);
+    for (const int file : taken) close(file);
+    EXPECT_EQ(statusOf(send(request())), 200);
+}
+
+TEST_F(URLSessionTest, AForkedChildMayExit) {
+    service.script("/x", "", {.status = 200, .hold = true}, 1);
+    static auto busy = makeSession(trusting(service));
+    static auto idle = makeSession(trusting(service));
+    auto held = start(*busy, request());
+    ASSERT_TRUE(service.waitForHeld(1));
+    {
+        tests::ChildProcess child([] {
+            alarm(20);  // one that hangs
+            std::exit(0);
+        });
+        EXPECT_TRUE(child.wait());
+    }
+    service.release();
+    EXPECT_EQ(statusOf(wait(std::move(held))), 200) << "the parent's connection is its own";
+    busy.reset();
+    idle.reset();
+}
+
+TEST(URLSessionExitTest, HandshakesUnderWayDoNotHoldUpTheEnd) {
+    const auto end = tests::shared<std::atomic<std::int64_t>>();
+    const auto now = [] { return std::chrono::steady_clock::now().time_since_epoch() / 1us; };
+    const auto endAmidHandshakes = [&] {
+        std::array<int, 2> pipe{};
+        if (::pipe(pipe.data()) != 0) std::abort();
+        const tests::ChildProcess process([&] {
+            const ContentService service;
+            const auto port = service.port();
+            if (write(pipe[1], &port, sizeof port) > 0) pause();
+        });
+        std::uint16_t port = 0;
+        if (read(pipe[0], &port, sizeof port) != sizeof port) std::abort();
+        static const auto session = makeSession({});
+        for (int number = 0; number < 2000; ++number) {
+            const std::string host = number % 2 == 0 ? "127.0.0.1:" : "localhost:";
+            session->dataTask(URLRequest(*URL::parse("https://" + host + std::to_string(port))),
+                              [](const Exchange&) {});
+        }
+        std::this_thread::sleep_for(30ms);  // the first handshakes are under way
+        *end = now();
+        std::exit(7);
+    };
+    const char* wanted = std::getenv("KORVEL_EXIT_RUNS");
+    const int runs = wanted ? std::atoi(wanted) : 1;
+    for (int run = 0; run < runs; ++run) {
+        EXPECT_EXIT(endAmidHandshakes(), testing::ExitedWithCode(7), "");
+        const auto took = now() - *end;
+        if (wanted) std::printf("exit took %.1f ms\n", static_cast<double>(took) / 1000);
+        EXPECT_LT(took, tests::sanitized ? 5'000'000 : 1'000'000) << "us, on a busy machine";
+    }
+}
+
+}  // namespace
+}  // namespace korvel::platform
