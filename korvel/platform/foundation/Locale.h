@@ -19,7 +19,8 @@ public:
     virtual std::optional<std::string> regionCode() const = 0;
     /// Language codes such as "de-AT", most wanted first; at least one.
     virtual std::vector<std::string> preferredLanguages() const = 0;
-    /// Olson name such as "Europe/Vienna".
+    /// Olson name such as "Europe/Vienna"; empty: the zone that the C library keeps, which has a
+    /// name only by chance.
     virtual std::string timeZone() const = 0;
 };
 

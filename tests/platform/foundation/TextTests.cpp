@@ -63,14 +63,34 @@ TEST(LocaleOfTheEnvironment, FollowsTheVariablesInTheirOrder) {
         {{"", "", "", "sr_RS.UTF-8@latin", ""}, "sr_Latn_RS", "RS", {"sr-Latn-RS"}},
         {{"", "", "", "ar_EG@calendar=islamic", ""}, "ar_EG@calendar=islamic", "EG", {"ar-EG"}},
     };
-    setenv("TZ", "Europe/Vienna", 1);
     for (const auto& [values, identifier, region, languages] : rows) {
         for (std::size_t i = 0; i < names.size(); ++i) setenv(names.at(i), values.at(i), 1);
         const auto locale = makeLocaleICU();
         EXPECT_EQ(locale->identifier(), identifier);
         EXPECT_EQ(locale->regionCode(), region) << identifier;
         EXPECT_EQ(locale->preferredLanguages(), languages) << identifier;
-        EXPECT_EQ(locale->timeZone(), "Europe/Vienna");
+        EXPECT_EQ(locale->timeZone(), "") << "the C library's";
+    }
+}
+
+TEST(LocaleICU, WritesDatesInTheZoneThatTheCLibrarySees) {
+    const Date winter{std::chrono::seconds(1'704'110'400)}, summer = winter + 4'392h;  // 12 o'clock
+    const std::tuple<const char*, const char*, const char*> zones[] = {
+        {"Europe/Vienna", "13 +0100", "14 +0200"},
+        {"CET-1CEST", "13 +0100", "14 +0200"},
+        {"<-03>3", "09 -0300", "09 -0300"},
+        {"JST-9", "21 +0900", "21 +0900"},
+        {":/usr/share/zoneinfo/Asia/Kathmandu", "17 +0545", "17 +0545"},
+        {"GMT+3", "09 -0300", "09 -0300"},
+        {"Nowhere/Land", "12 +0000", "12 +0000"},
+        {"", "12 +0000", "12 +0000"}};
+    setenv("LC_ALL", "C", 1);
+    for (const auto& [zone, atWinter, atSummer] : zones) {
+        setenv("TZ", zone, 1);
+        DateFormatter formatter(*makeLocaleICU());
+        formatter.dateFormat = "HH Z";
+        EXPECT_EQ(formatter.string(winter), atWinter) << zone;
+        EXPECT_EQ(formatter.string(summer), atSummer) << zone;
     }
 }
 

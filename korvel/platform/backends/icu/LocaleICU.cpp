@@ -1,10 +1,9 @@
 #include <korvel/platform/backends/icu/LocaleICU.h>
 
 #include <unicode/locid.h>
-#include <unicode/timezone.h>
-#include <unicode/ucal.h>
 #include <algorithm>
 #include <cstdlib>
+#include <ctime>
 #include <initializer_list>
 #include <string_view>
 #include <utility>
@@ -19,12 +18,11 @@ struct Fixed final : Locale {
     std::string identifierValue;
     std::optional<std::string> region;
     std::vector<std::string> languages;
-    std::string zone;
 
     std::string identifier() const override { return identifierValue; }
     std::optional<std::string> regionCode() const override { return region; }
     std::vector<std::string> preferredLanguages() const override { return languages; }
-    std::string timeZone() const override { return zone; }
+    std::string timeZone() const override { return {}; }
 };
 
 /// The first of the variables that is set and not empty.
@@ -92,14 +90,6 @@ std::vector<std::string> languages() {
     return tags;
 }
 
-std::string timeZone() {
-    const std::unique_ptr<icu::TimeZone> zone(icu::TimeZone::detectHostTimeZone());
-    icu::UnicodeString id;
-    std::string text;
-    zone->getID(id).toUTF8String(text);
-    return text == UCAL_UNKNOWN_ZONE_ID ? "Etc/UTC" : text;
-}
-
 }  // namespace
 
 std::shared_ptr<Locale> makeLocaleICU() {
@@ -108,7 +98,7 @@ std::shared_ptr<Locale> makeLocaleICU() {
     const std::string region = icu::Locale(locale->identifierValue.c_str()).getCountry();
     if (locale->identifierValue != withoutRegion && region.size() == 2) locale->region = region;
     locale->languages = languages();
-    locale->zone = timeZone();
+    tzset();  // the moment at which the zone is chosen: dates that are written later keep to it
     return locale;
 }
 
