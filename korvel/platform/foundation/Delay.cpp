@@ -1,5 +1,4 @@
 #include <korvel/platform/foundation/Delay.h>
-#include <korvel/platform/foundation/FatalError.h>
 #include <korvel/platform/foundation/Thread.h>
 
 #include <algorithm>
@@ -21,9 +20,7 @@ public:
         const bool earliest = actions_.empty() || at < actions_.begin()->first;
         actions_.emplace(at, std::move(action));
         if (!std::exchange(hasThread_, true)) {
-            if (!startThread("korvel delays", [this] { run(); })) {
-                fatalError("The system has no thread left for delayed tasks.");
-            }
+            startThreadOrWait("korvel delays", [this] { run(); });
         } else if (earliest) {
             lock.unlock();
             changed_.notify_one();

@@ -1,5 +1,4 @@
 #include <korvel/platform/foundation/Delay.h>
-#include <korvel/platform/foundation/FatalError.h>
 #include <korvel/platform/foundation/MainQueue.h>
 #include <korvel/platform/foundation/Thread.h>
 
@@ -124,10 +123,7 @@ void MainQueue::State::wake(Lock lock, Clock::Instant at) {
     if (at >= armed) return;
     armed = at;
     if (mayOwnThread && !handedOver && !std::exchange(ownThreadStarted, true)) {
-        if (!startThread("korvel main",
-                         [self = shared_from_this()] { self->driveOnOwnThread(); })) {
-            fatalError("The system has no thread left for the main queue.");
-        }
+        startThreadOrWait("korvel main", [self = shared_from_this()] { self->driveOnOwnThread(); });
     }
     const auto target = pump;
     lock.unlock();
@@ -238,6 +234,7 @@ std::optional<Clock::Instant> MainQueue::State::runPresent(Lock& lock) {
     runner = self;
     ++depth;
     armed = Clock::Instant::max();
+    startWaitingThreads();
     const auto retires = [&] { return self == ownThread && handedOver && depth == 1; };
     while (!retires() && runTask(lock, bound)) continue;
     while (!retires() && runDeadline(lock, now, bound)) continue;

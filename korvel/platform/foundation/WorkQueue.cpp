@@ -1,5 +1,4 @@
 #include <korvel/platform/foundation/Delay.h>
-#include <korvel/platform/foundation/FatalError.h>
 #include <korvel/platform/foundation/Thread.h>
 #include <korvel/platform/foundation/WorkQueue.h>
 
@@ -82,10 +81,12 @@ void WorkQueue::State::add(Task task) {
         worker->woken = true;
         lock.unlock();
         worker->wake.notify_one();
+    } else if (workers.empty()) {
+        const auto worker = workers.emplace_back(std::make_shared<Worker>());
+        startThreadOrWait(options.label,
+                          [self = shared_from_this(), worker] { self->work(*worker); });
     } else if (workers.size() < options.width) {
-        if (!startWorker() && workers.empty()) {
-            fatalError("The system has no thread left for the queue " + options.label + ".");
-        }
+        startWorker();
     } else if (options.grows && !watching) {
         keepWatch();
     }

@@ -65,6 +65,65 @@ TEST(SerialQueues, DelaysAreKeptInTheirOrder) {
     EXPECT_EQ(order, (std::vector{-1, 5, 15, 30}));
 }
 
+/// While it lives the system refuses every new thread.
+class NoThreads {
+public:
+    NoThreads() {
+        pthread_attr_init(&before_);
+        pthread_getattr_default_np(&before_);
+        pthread_attr_t huge;
+        pthread_attr_init(&huge);
+        pthread_attr_setstacksize(&huge, std::size_t{1} << 46);
+        pthread_setattr_default_np(&huge);
+        pthread_attr_destroy(&huge);
+    }
+    NoThreads(const NoThreads&) = delete;
+    NoThreads& operator=(const NoThreads&) = delete;
+    ~NoThreads() {
+        pthread_setattr_default_np(&before_);
+        pthread_attr_destroy(&before_);
+    }
+
+private:
+    pthread_attr_t before_;
+};
+
+TEST(Threads, WhatFindsNoneWaitsForOneThatEndsForTheNextAskedForOrForTheMainQueuesTurn) {
+    const auto clock = std::make_shared<SystemClock>();
+    const auto mainQueue = std::make_shared<MainQueue>(clock, MainQueue::Driver::manual);
+    WorkQueue working(shortLived(1));
+    Semaphore ran(0), began(0), mayEnd(0);
+    const auto task = [&] { ran.signal(); };
+    working.async([&] {
+        began.signal();
+        mayEnd.wait();
+    });
+    began.wait();
+    const auto first = DispatchQueue::serial("first");
+    {
+        const NoThreads none;
+        first->async(task);
+        first->async(task);
+        mayEnd.signal();
+        ran.wait();  // on the thread that comes to its end
+        ran.wait();
+    }
+    const auto queues = {DispatchQueue::serial("second"), DispatchQueue::serial("third")};
+    {
+        const NoThreads none;
+        for (const auto& queue : queues) queue->async(task);
+        mainQueue->drain();
+    }
+    DispatchQueue::serial("fourth")->async(task);
+    for (int i = 0; i < 3; ++i) ran.wait();
+    {
+        const NoThreads none;
+        DispatchQueue::serial("fifth")->async(task);
+    }
+    mainQueue->drain();
+    ran.wait();
+}
+
 TEST(SerialQueues, MayGoFromWithinTheirTasksWhichAllRun) {
     Semaphore done(0);
     std::vector<int> order;
@@ -124,8 +183,8 @@ TEST(ProcessEnd, IsNeitherHeldUpNorUpsetByTasks) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto leave = [] {
         static const auto serial = DispatchQueue::serial("blocked");
-        static const auto main = std::make_shared<MainQueue>(std::make_shared<SystemClock>(),
-                                                             MainQueue::Driver::ownThread);
+        static const auto main =
+            std::make_shared<MainQueue>(std::make_shared<SystemClock>(), MainQueue::Driver::ownThread);
         Semaphore started(0);
         const auto block = [&] {
             started.signal();
