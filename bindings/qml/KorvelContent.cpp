@@ -33,11 +33,6 @@ constexpr const char* settingNames[] = {
     "baseURL", "apiKey",     "secretKey",       "tenantId",  "localyticsKey",
     "quiet",   "dataFolder", "applicationName", "audioSink", "certificateAuthorityFile"};
 
-class Silence final : public platform::Console {
-public:
-    void print(std::string_view) override {}
-};
-
 std::string setting(const QVariantMap& settings, const char* name) {
     return settings.value(QLatin1String(name)).toString().toStdString();
 }
@@ -98,10 +93,8 @@ bool KorvelContent::installDevice(const QVariantMap& settings) {
     device.clock = std::make_shared<platform::SystemClock>();
     device.mainQueue = std::make_shared<MainQueue>(device.clock, MainQueue::Driver::manual);
     device.diagnostics = watch_ = std::make_shared<RequestWatch>(device.mainQueue);
-    if (settings.value(QStringLiteral("quiet")).toBool()) {
-        device.console = std::make_shared<Silence>();
-    }
     platform::DeviceOptions options;
+    if (settings.value(QStringLiteral("quiet")).toBool()) options.console = [](std::string_view) {};
     options.applicationName = setting(settings, "applicationName");
     options.dataFolder = setting(settings, "dataFolder");
     options.certificateAuthorityFile = setting(settings, "certificateAuthorityFile");

@@ -46,7 +46,7 @@ void RequestWatch::requestEnded(RequestId id, const platform::Exchange& exchange
     }
     const auto ticket = ticketOf(id);
     if (!ticket) return;
-    if (exchange.error) {
+    if (exchange.error && !exchange.isTooLong()) {
         queue_->async([ticket, why = reasonOfLoss(*exchange.error)] {
             if (ticket->asker) ticket->asker->fail(why);
         });

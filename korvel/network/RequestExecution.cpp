@@ -13,7 +13,9 @@ RequestExecution::RequestExecution(const platform::Device& device)
     : session_(device.urlSession),
       locale_(device.locale),
       console_(device.console),
-      diagnostics_(device.diagnostics) {}
+      diagnostics_(device.diagnostics),
+      largestAnswer_(device.largestAnswer != 0 ? device.largestAnswer
+                                               : platform::DeviceOptions().largestAnswer) {}
 
 void RequestExecution::performDataTask(const APIEndpoint& endpoint, VerdictHandler handler,
                                        const Conducting& conduct) const {
@@ -77,6 +79,7 @@ struct RequestExecution::Sending : std::enable_shared_from_this<Sending> {
     void end(platform::Diagnostics::RequestId id, Exchange exchange) {
         if (diagnostics) diagnostics->requestEnded(id, exchange);
         const int status = exchange.response ? exchange.response->statusCode : 0;
+        const bool isTooLong = exchange.isTooLong();
         auto verdict = judgement(std::move(exchange), *console);
         if (!verdict && repeated &&
             conduct->triesAgain(verdict.failure(), [self = shared_from_this()] {
@@ -84,7 +87,7 @@ struct RequestExecution::Sending : std::enable_shared_from_this<Sending> {
             })) {
             return;
         }
-        if (handler) handler(std::move(verdict), {id, status});
+        if (handler) handler(std::move(verdict), {id, status, isTooLong});
     }
 };
 
@@ -100,6 +103,13 @@ void RequestExecution::send(URLRequest request, Judge judgement, VerdictHandler 
     sending->conduct = conduct;
     if (conduct && request.method == "GET") sending->repeated = request;
     sending->begin(std::move(request));
+}
+
+bool RequestExecution::fits(const platform::Data& body, Ended ended, std::size_t largest,
+                            platform::DecodingError& error) {
+    if (!ended.isTooLong && body.size() <= largest) return true;
+    error.reason = "is too long";
+    return false;
 }
 
 Failure RequestExecution::notUnderstood(Ended ended, std::string record,

@@ -22,10 +22,12 @@ class KCSDKUser;
 /// parts they need alive, not this object.
 class RequestExecution {
 public:
-    /// Of which exchange: its identifier for the diagnostics, and the answer's status, or 0.
+    /// Of which exchange: its identifier for the diagnostics, the answer's status, or 0, and
+    /// whether its bytes were too many to take.
     struct Ended {
         platform::Diagnostics::RequestId id;
         int status;
+        bool isTooLong;
     };
     using VerdictHandler = std::function<void(Verdict, Ended)>;
     using Conducting = std::shared_ptr<Conduct>;
@@ -41,12 +43,16 @@ public:
                        VerdictHandler handler, const Conducting& conduct) const;
 
     /// A handler that decodes the payload and calls `done(Outcome<Result>)` once. What is no
-    /// `Result` is told to the diagnostics, too.
+    /// `Result`, or longer than the device takes, is told to the diagnostics, too.
     template <class Result, class Handler> VerdictHandler decoding(Handler done) const {
-        return [diagnostics = diagnostics_, done = std::move(done)](Verdict verdict, Ended ended) {
+        return [diagnostics = diagnostics_, largest = largestAnswer_, done = std::move(done)](
+                   Verdict verdict, Ended ended) {
             if (!verdict) return done(Outcome<Result>(std::move(verdict.failure())));
             platform::DecodingError error;
-            auto result = platform::decodeJSON<Result>(std::move(*verdict), &error);
+            std::optional<Result> result;
+            if (fits(*verdict, ended, largest, error)) {
+                result = platform::decodeJSON<Result>(std::move(*verdict), &error);
+            }
             if (result) return done(Outcome<Result>(std::move(*result)));
             done(Outcome<Result>(
                 notUnderstood(ended, recordName<Result>(), std::move(error), diagnostics.get())));
@@ -57,12 +63,15 @@ public:
     /// the failure that the status says.
     template <class Handler> VerdictHandler decodingUser(Handler done) const {
         using User = std::shared_ptr<KCSDKUser>;
-        return [diagnostics = diagnostics_, done = std::move(done)](Verdict verdict, Ended ended) {
+        return [diagnostics = diagnostics_, largest = largestAnswer_, done = std::move(done)](
+                   Verdict verdict, Ended ended) {
             if (!verdict) return done(Outcome<User>(std::move(verdict.failure())));
             platform::DecodingError error;
-            if (auto user = platform::decodeJSON<User>(*verdict, &error)) {
-                return done(Outcome<User>(std::move(*user)));
+            std::optional<User> user;
+            if (fits(*verdict, ended, largest, error)) {
+                user = platform::decodeJSON<User>(*verdict, &error);
             }
+            if (user) return done(Outcome<User>(std::move(*user)));
             auto failure =
                 notUnderstood(ended, recordName<User>(), std::move(error), diagnostics.get());
             done(Outcome<User>(refusalOfLogIn(std::move(failure), std::move(*verdict))));
@@ -72,6 +81,8 @@ public:
 private:
     using Judge = Verdict (*)(platform::Exchange, platform::Console&);
     struct Sending;
+    static bool fits(const platform::Data& body, Ended ended, std::size_t largest,
+                     platform::DecodingError& error);
     static Failure notUnderstood(Ended ended, std::string record, platform::DecodingError error,
                                  platform::Diagnostics* diagnostics);
     static Failure refusalOfLogIn(Failure undecoded, platform::Data body);
@@ -83,6 +94,7 @@ private:
     std::shared_ptr<platform::Locale> locale_;
     std::shared_ptr<platform::Console> console_;
     std::shared_ptr<platform::Diagnostics> diagnostics_;
+    std::size_t largestAnswer_;
 };
 
 }  // namespace korvel

@@ -95,7 +95,7 @@ KCSDKLoginRequest loginRequest(const std::string& userName, const KCSDKConfig& c
 struct ServiceOperations::Parts {
     Parts(const Device& device, std::shared_ptr<const JSONEncoder> jsonEncoder)
         : execution(device),
-          keychain(device.keychain),
+          keychain(device.keychain, device.diagnostics),
           endpoints(keychain),
           analytics(device.localytics),
           localytics(device.localytics),

@@ -23,7 +23,11 @@ Failure noAnswer(const platform::Exchange& exchange) {
 }  // namespace
 
 Verdict judge(platform::Exchange exchange, platform::Console& console) {
-    if (exchange.error) return lost(std::move(*exchange.error), console);
+    if (exchange.isTooLong()) {
+        exchange.body.emplace();
+    } else if (exchange.error) {
+        return lost(std::move(*exchange.error), console);
+    }
     if (!exchange.response) return noAnswer(exchange);
     const auto status = exchange.response->statusCode;
     printStatus(status, console);
@@ -34,7 +38,11 @@ Verdict judge(platform::Exchange exchange, platform::Console& console) {
 }
 
 Verdict judgeLogin(platform::Exchange exchange, platform::Console& console) {
-    if (exchange.error) return lost(std::move(*exchange.error), console);
+    if (exchange.isTooLong()) {
+        exchange.body.emplace();
+    } else if (exchange.error) {
+        return lost(std::move(*exchange.error), console);
+    }
     if (!exchange.body) return noAnswer(exchange);
     if (exchange.response) printStatus(exchange.response->statusCode, console);
     return std::move(*exchange.body);

@@ -10,7 +10,8 @@ namespace korvel {
 using Verdict = Outcome<platform::Data>;
 
 /// Any thread. Writes the exchange's console line ("error", or "statusCode: " and the status) and
-/// does nothing else. 200 and 201 carry a payload; any other status is a failure.
+/// does nothing else. 200 and 201 carry a payload; any other status is a failure. Of an answer that
+/// was too long to take the status counts, and its bytes are none.
 Verdict judge(platform::Exchange exchange, platform::Console& console);
 
 /// The same for the log-in, whose status the service does not mean: any body is a payload, none is

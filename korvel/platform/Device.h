@@ -11,9 +11,12 @@
 #include <korvel/platform/localytics/Localytics.h>
 #include <korvel/platform/security/Keychain.h>
 
+#include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace korvel::platform {
@@ -29,8 +32,8 @@ struct DeviceOptions {
     /// Names the folder of the keychain and the event journal; the program's file name if empty.
     std::string applicationName = {};
     /// Where that folder lies; `$XDG_DATA_HOME`, else `~/.local/share`, if empty. Not tried before
-    /// it is needed: where nothing can be written nothing is remembered, and the service refuses
-    /// (401) what needs a log-in.
+    /// it is needed: where nothing can be written, or others than the user can write, nothing is
+    /// remembered, the diagnostics are told, and the service refuses (401) what needs a log-in.
     std::filesystem::path dataFolder = {};
     /// PEM file trusted instead of the system's authorities, for development services.
     std::filesystem::path certificateAuthorityFile = {};
@@ -47,6 +50,14 @@ struct DeviceOptions {
     bool preferSecretService = false;
     /// Address that batches of analytics events are sent to; empty: they are kept for inspection.
     std::string analyticsCollector = {};
+    /// Bytes that an answer of the service may have, after decompression; a longer one counts as
+    /// not understood. While it is decoded an answer takes up to fifteen times as much memory. A
+    /// page of 1,000 classes has about one megabyte.
+    std::size_t largestAnswer = std::size_t{2} << 20;
+    /// Takes each of the SDK's lines, without its end, on any thread; empty: standard output. One
+    /// that does nothing, `[](std::string_view) {}`, silences them; there are records with the
+    /// user's identifier among them.
+    std::function<void(std::string_view line)> console = {};
 };
 
 /// Everything that the SDK needs of the machine it runs on. The SDK reads it at its first use and
@@ -66,6 +77,7 @@ struct KORVEL_API Device {
     std::shared_ptr<ContentKeySystem> contentKeySystem;
     std::shared_ptr<Screen> screen;
     std::vector<Bundle> bundles;
+    std::size_t largestAnswer = 0;  ///< 0: that of the options
 
     /// A complete device made of this machine's own parts. Any thread.
     static Device standard(const DeviceOptions& options = {});

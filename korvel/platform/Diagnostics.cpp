@@ -15,5 +15,6 @@ void Diagnostics::requestStarted(RequestId, const URLRequest&) {}
 void Diagnostics::requestEnded(RequestId, const Exchange&) {}
 void Diagnostics::decodingFailed(RequestId, const std::string&, const std::string&,
                                  const std::string&) {}
+void Diagnostics::keychainFailed(const std::string&, OSStatus) {}
 
 }  // namespace korvel::platform

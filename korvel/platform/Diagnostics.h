@@ -2,6 +2,7 @@
 
 #include <korvel/platform/foundation/Export.h>
 #include <korvel/platform/foundation/URLSession.h>
+#include <korvel/platform/security/Keychain.h>
 
 #include <cstdint>
 #include <string>
@@ -28,6 +29,9 @@ public:
     /// "items[3].durationSecond".
     virtual void decodingFailed(RequestId id, const std::string& record, const std::string& path,
                                 const std::string& reason);
+    /// The keychain refused, with the status given, to forget or to store a secret: `account`, or
+    /// all of them if that is empty. What was stored before may still count.
+    virtual void keychainFailed(const std::string& account, OSStatus status);
 };
 
 }  // namespace korvel::platform

@@ -52,6 +52,7 @@ KCSDKPlayerView::KCSDKPlayerView(const platform::Device& device,
 
 KCSDKPlayerView::~KCSDKPlayerView() {
     if (timer) timer->invalidate();
+    if (keyWaiting_) keyWaiting_->close();
 }
 
 std::shared_ptr<platform::CALayer> KCSDKPlayerView::makeLayer() const {
@@ -86,7 +87,8 @@ void KCSDKPlayerView::loadVideo(const URL& url) {
 
 void KCSDKPlayerView::loadProtectedVideo(const URL& url) {
     const auto asset = std::make_shared<AVURLAsset>(withManifestSuffix(url));
-    keyLoading_ = std::make_shared<KeyLoading>(*device_, manager_, presence_);
+    if (!keyWaiting_) keyWaiting_ = std::make_shared<KeyWaiting>();
+    keyLoading_ = std::make_shared<KeyLoading>(*device_, manager_, presence_, keyWaiting_);
     asset->resourceLoader()->setDelegate(keyLoading_,
                                          platform::DispatchQueue::serial("Some queue"));
     attachPlayerItem(std::make_shared<AVPlayerItem>(asset));
@@ -232,26 +234,26 @@ void KCSDKPlayerView::changePlayerState() {
 }
 
 void KCSDKPlayerView::sliderValueChanged() {
+    isProgressUpdating = true;
     auto* overlay = controls();
     if (!overlay) return;
     overlay->viewLoader->setHidden(false);
     overlay->btnPlay->setHidden(true);
-    isProgressUpdating = true;
     overlay->slider->setUserInteractionEnabled(false);
 }
 
 void KCSDKPlayerView::sliderMoved() {
     auto* overlay = controls();
-    if (!overlay) return;
     const auto current = player();
-    if (current && current->status() == AVPlayer::Status::readyToPlay && isProgressUpdating) {
+    if (overlay && current && current->status() == AVPlayer::Status::readyToPlay &&
+        isProgressUpdating) {
         const auto timescale = current->currentItem()->asset()->duration().timescale;
         current->seek(platform::CMTimeMakeWithSeconds(overlay->slider->value(), timescale),
                       platform::kCMTimeZero, platform::kCMTimeZero);
         updateProgress(current->currentTime());
     }
     isProgressUpdating = false;
-    overlay->slider->setUserInteractionEnabled(true);
+    if (overlay) overlay->slider->setUserInteractionEnabled(true);
 }
 
 bool KCSDKPlayerView::accessibilityPerformEscape() {
@@ -300,6 +302,7 @@ void KCSDKPlayerView::releasePlayerResources() {
 void KCSDKPlayerView::finishClosing() {
     if (const auto current = player()) current->pause();
     playerLayer()->setPlayer(nullptr);
+    if (const auto waiting = std::exchange(keyWaiting_, nullptr)) waiting->close();
     overlayController = nullptr;
     removeFromSuperview();
     if (!closePlayerCallback) platform::fatalError("a player closed without a close callback");

@@ -27,6 +27,7 @@ class KCSDKPlayerEventsListner;
 class KCSDKPlayerOverlay;
 class KCSDKPlayerViewController;
 class KCSDKPlayerViewModel;
+class KeyWaiting;
 struct PlayerPresence;
 
 /// Shows a class: loads the stream, drives the overlay's controls, counts the seconds performed,
@@ -107,6 +108,7 @@ private:
     const std::shared_ptr<KCSDKNetworkManager> manager_;
     std::shared_ptr<KCSDKPlayerViewModel> viewModel_;
     const std::shared_ptr<PlayerPresence> presence_;
+    std::shared_ptr<KeyWaiting> keyWaiting_;  ///< of the player that is open
     std::shared_ptr<platform::AVAssetResourceLoaderDelegate> keyLoading_;
     bool tellsClose_ = false;
 };

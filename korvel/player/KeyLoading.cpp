@@ -2,7 +2,6 @@
 #include <korvel/network/KCSDKNetworkManager.h>
 #include <korvel/platform/foundation/Base64.h>
 #include <korvel/platform/foundation/FatalError.h>
-#include <korvel/platform/foundation/Semaphore.h>
 #include <korvel/platform/foundation/UTF8.h>
 #include <korvel/player/KeyLoading.h>
 #include <korvel/sdk/SDKResources.h>
@@ -32,10 +31,14 @@ bool hasViewModel(const std::weak_ptr<PlayerPresence>& player) {
     return present && present->hasViewModel;
 }
 
-void removeAll(std::string& text, std::string_view part) {
-    for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at)) {
-        text.erase(at, part.size());
+std::string without(std::string_view text, std::string_view part) {
+    std::string rest;
+    rest.reserve(text.size());
+    for (auto at = text.find(part); at != std::string_view::npos; at = text.find(part)) {
+        rest.append(text.substr(0, at));
+        text.remove_prefix(at + part.size());
     }
+    return rest.append(text);
 }
 
 }  // namespace
@@ -48,27 +51,38 @@ std::string contentIdentifier(const URL& keyURL) {
 }
 
 std::optional<Data> contentKeyContext(const Data& body) {
-    std::string text(platform::viewOf(body));
-    if (!platform::isValidUTF8(text)) return std::nullopt;
-    removeAll(text, "<ckc>");
-    removeAll(text, "</ckc>");
-    return platform::base64Decoded(text);
+    const auto text = platform::viewOf(body);
+    if (text.size() > largestKeyAnswer || !platform::isValidUTF8(text)) return std::nullopt;
+    return platform::base64Decoded(without(without(text, "<ckc>"), "</ckc>"));
+}
+
+void KeyWaiting::close() {
+    const std::lock_guard lock(mutex_);
+    closed_ = true;
+    changed_.notify_all();
+}
+
+void KeyWaiting::wake() {
+    const std::lock_guard lock(mutex_);  // so that none sleeps in between asking and waiting
+    changed_.notify_all();
 }
 
 /// One key request on its way. Kept by the completions that continue it.
 struct KeyLoading::Exchange {
     Exchange(std::shared_ptr<AVAssetResourceLoadingRequest> loading, std::string kid, Data made,
-             URL server)
-        : loadingRequest(std::move(loading)),
+             URL server, std::shared_ptr<KeyWaiting> room)
+        : waiting(std::move(room)),
+          loadingRequest(std::move(loading)),
           identifier(std::move(kid)),
           spc(std::move(made)),
           keyServer(std::move(server)) {}
 
+    const std::shared_ptr<KeyWaiting> waiting;
     std::shared_ptr<AVAssetResourceLoadingRequest> loadingRequest;
     std::string identifier;
     Data spc;
     URL keyServer;
-    platform::Semaphore delivered{0};
+    std::atomic<bool> delivered = false;
 
     /// What the key server reads: nothing in it is percent-encoded, "+" and "/" included.
     Data body() const {
@@ -82,19 +96,29 @@ struct KeyLoading::Exchange {
         request.setValue(std::to_string(request.body->size()), "Content-Length");
         request.setValue("application/x-www-form-urlencoded", "Content-Type");
         request.setValue("Bearer " + token, "Authorization");
+        request.largestBody = largestKeyAnswer;
         return request;
     }
     /// Main queue. A request without a key is a success to the platform, which then finds none.
     void deliver(std::optional<Data> ckc) {
         loadingRequest->dataRequest()->respond(ckc.value_or(Data()));
         loadingRequest->finishLoading();
-        delivered.signal();
+        delivered = true;
+        waiting->wake();
+    }
+    void wait() const {
+        loadingRequest->observeCancel([room = waiting] { room->wake(); });
+        waiting->wait(
+            [this](bool closed) { return delivered || (closed && loadingRequest->isCancelled()); });
     }
 };
 
 KeyLoading::KeyLoading(const platform::Device& device, std::shared_ptr<KCSDKNetworkManager> manager,
-                       std::weak_ptr<PlayerPresence> player)
-    : device_(device), manager_(std::move(manager)), player_(std::move(player)) {}
+                       std::weak_ptr<PlayerPresence> player, std::shared_ptr<KeyWaiting> waiting)
+    : device_(device),
+      manager_(std::move(manager)),
+      player_(std::move(player)),
+      waiting_(std::move(waiting)) {}
 
 void KeyLoading::log(std::string_view item) const {
     device_.console->print(
@@ -108,7 +132,7 @@ bool KeyLoading::shouldWaitForLoadingOfRequestedResource(
     const auto exchange = begin(loadingRequest);
     if (!exchange) return false;
     if (hasViewModel(player_)) requestToken(exchange);
-    exchange->delivered.wait();
+    exchange->wait();
     return true;
 }
 
@@ -144,7 +168,7 @@ std::shared_ptr<KeyLoading::Exchange> KeyLoading::begin(
         return nullptr;
     }
     return std::make_shared<Exchange>(loadingRequest, std::move(identifier), std::move(*spc),
-                                      keyURL.withScheme("https"));
+                                      keyURL.withScheme("https"), waiting_);
 }
 
 void KeyLoading::requestToken(const std::shared_ptr<Exchange>& exchange) const {
@@ -166,7 +190,7 @@ void KeyLoading::requestKey(const std::shared_ptr<Exchange>& exchange, const std
             if (diagnostics) diagnostics->requestEnded(id, answer);
             auto ckc = answer.body ? contentKeyContext(*answer.body) : std::nullopt;
             mainQueue->async([exchange, mainQueue, ckc = std::move(ckc),
-                              failed = answer.error.has_value()]() mutable {
+                              failed = answer.error && !answer.isTooLong()]() mutable {
                 if (failed) return;
                 // Behind what the main queue holds by now, as hosts' own work is, too.
                 mainQueue->async([exchange, ckc = std::move(ckc)] { exchange->deliver(ckc); });

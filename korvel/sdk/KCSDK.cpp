@@ -36,7 +36,7 @@ void KCSDK::initialize(std::shared_ptr<KCSDKConfig> config) {
     device.localytics->setLoggingEnabled(false);
     device.localytics->openSession();
 
-    KCSDKKeyChain(device.keychain).clear();
+    KCSDKKeyChain(device.keychain, device.diagnostics).clear();
 
     if (auto region = device.locale->regionCode()) config->countryCode = std::move(*region);
 

@@ -9,14 +9,21 @@ using platform::Data;
 using platform::OSStatus;
 using platform::SecItemQuery;
 
-KCSDKKeyChain::KCSDKKeyChain(std::shared_ptr<platform::Keychain> keychain)
-    : keychain_(std::move(keychain)) {}
+KCSDKKeyChain::KCSDKKeyChain(std::shared_ptr<platform::Keychain> keychain,
+                             std::shared_ptr<platform::Diagnostics> diagnostics)
+    : keychain_(std::move(keychain)), diagnostics_(std::move(diagnostics)) {}
+
+OSStatus KCSDKKeyChain::told(std::string_view key, OSStatus status) const {
+    const bool failed = status != platform::errSecSuccess && status != platform::errSecItemNotFound;
+    if (failed && diagnostics_) diagnostics_->keychainFailed(std::string(key), status);
+    return status;
+}
 
 OSStatus KCSDKKeyChain::save(std::string_view key, std::optional<Data> bytes) const {
     if (!bytes) return platform::errSecSuccess;
     const SecItemQuery query{.account = std::string(key), .valueData = std::move(bytes)};
     keychain_->SecItemDelete(query);
-    return keychain_->SecItemAdd(query);
+    return told(key, keychain_->SecItemAdd(query));
 }
 
 std::optional<Data> KCSDKKeyChain::load(std::string_view key) const {
@@ -33,6 +40,6 @@ std::optional<std::string> KCSDKKeyChain::loadText(std::string_view key) const {
     return platform::isValidUTF8(text) ? std::string(text) : std::string();
 }
 
-void KCSDKKeyChain::clear() const { keychain_->SecItemDelete({}); }
+void KCSDKKeyChain::clear() const { told({}, keychain_->SecItemDelete({})); }
 
 }  // namespace korvel

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <korvel/platform/Diagnostics.h>
 #include <korvel/platform/security/Keychain.h>
 
 #include <memory>
@@ -12,7 +13,9 @@ namespace korvel {
 /// The SDK's view of the device's keychain: one item per key. Any thread.
 class KCSDKKeyChain {
 public:
-    explicit KCSDKKeyChain(std::shared_ptr<platform::Keychain> keychain);
+    /// `diagnostics`, told of what is not forgotten or not stored, may be null.
+    explicit KCSDKKeyChain(std::shared_ptr<platform::Keychain> keychain,
+                           std::shared_ptr<platform::Diagnostics> diagnostics = nullptr);
 
     /// Replaces the key's item; the status is that of the add. Absent bytes: 0, and nothing is
     /// touched.
@@ -25,7 +28,10 @@ public:
     void clear() const;
 
 private:
+    platform::OSStatus told(std::string_view key, platform::OSStatus status) const;
+
     std::shared_ptr<platform::Keychain> keychain_;
+    std::shared_ptr<platform::Diagnostics> diagnostics_;
 };
 
 }  // namespace korvel

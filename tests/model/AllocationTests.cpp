@@ -1,4 +1,5 @@
 #include <korvel/model/KCSDKOndemandClassResponse.h>
+#include <korvel/model/KCSDKOndemandMetaData.h>
 #include <korvel/platform/foundation/JSONDecoder.h>
 
 #include "support/Samples.h"
@@ -11,10 +12,14 @@
 
 namespace {
 std::atomic<std::size_t> allocations = 0;
-}
+std::atomic<std::size_t> allocated = 0;  // bytes, freed or not
+std::atomic<std::size_t> failing = 0;    // which allocation from now on finds no memory; 0: none
+}  // namespace
 
 [[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     ++allocations;
+    allocated += size;
+    if (failing != 0 && --failing == 0) return nullptr;
     return std::malloc(size);
 }
 [[gnu::noinline]] void* operator new(std::size_t size) {
@@ -54,6 +59,65 @@ TEST(Decoding, AllocatesOncePerRecordListAndLongText) {
         const std::size_t made = allocations - before;
         ASSERT_TRUE(page);
         EXPECT_TRUE(!counts || made == 1 + 1 + 100 * perClass) << made;
+    }
+}
+
+template <class Record> bool decodes(const std::string& json, platform::DecodingError& error) {
+    return platform::decodeJSON<std::shared_ptr<Record>>(roomyBody(json), &error).has_value();
+}
+
+TEST(Decoding, AListOfWhatAreNoElementsTakesNoMoreThanItsParsing) {
+    std::string zeros = "0";
+    while (zeros.size() < (1U << 20)) zeros += ",0";
+    const std::string page = R"({"totalItems":1,"itemsRemaining":0,"items":[)" + zeros + "]}";
+    const std::string values = R"({"classTypes":[],"equipments":[)" + zeros + "]}";
+    platform::DecodingError error;
+    std::size_t before = allocated;
+    EXPECT_FALSE(decodes<KCSDKOndemandClassResponse>(page, error));
+    EXPECT_EQ(error.path, "items[0]");
+    EXPECT_LT(allocated - before, 16 * page.size());
+    before = allocated;
+    EXPECT_FALSE(decodes<KCSDKOndemandMetaData>(values, error));
+    EXPECT_EQ(error.path, "equipments[0]");
+    EXPECT_LT(allocated - before, 16 * values.size());
+}
+
+TEST(Decoding, LongListsGrowWithWhatWasRead) {
+    std::string items = tests::classJSON("0");
+    for (int index = 1; index < 5000; ++index) {
+        items += "," + tests::classJSON(std::to_string(index));
+    }
+    const auto page = platform::decodeJSON<std::shared_ptr<KCSDKOndemandClassResponse>>(
+        roomyBody(tests::pageJSON(items)));
+    ASSERT_TRUE(page);
+    ASSERT_EQ((*page)->items.size(), 5000u);
+    EXPECT_EQ((*page)->items.capacity(), 5000u);
+    for (std::size_t index = 0; index < 5000; ++index) {
+        ASSERT_EQ((*page)->items[index]->tag, std::to_string(index));
+    }
+}
+
+TEST(Decoding, RunningOutOfMemoryAnywhereIsNotUnderstanding) {
+    std::string items = tests::classJSON(std::string(100, 't'), R"(,"equipmentNames":["a","b"])");
+    const std::string small = tests::pageJSON(items);
+    platform::DecodingError none;
+    ASSERT_TRUE(decodes<KCSDKOndemandClassResponse>(small, none));  // what the parser makes but once
+    while (items.size() < (300U << 10)) items += "," + tests::classJSON(std::string(100, 't'));
+    for (const auto& json : {small, tests::pageJSON(items)}) {  // with a kept parser, and a new one
+        bool understood = false;
+        for (std::size_t nth = 1; !understood && nth < 100; ++nth) {
+            platform::DecodingError error;
+            platform::Data body = roomyBody(json);
+            failing = nth;
+            understood = platform::decodeJSON<std::shared_ptr<KCSDKOndemandClassResponse>>(
+                             std::move(body), &error)
+                             .has_value();
+            const bool failed = failing == 0;
+            failing = 0;
+            EXPECT_EQ(understood, !failed) << nth;
+            EXPECT_EQ(error.reason.empty(), understood) << nth;
+        }
+        EXPECT_TRUE(understood || json.size() > small.size());
     }
 }
 

@@ -173,6 +173,30 @@ TEST_F(Endpoints, AbsentBodyObjectsAndAnswersAreSilenceOrNothing) {
     EXPECT_EQ(fake.diagnostics->ended, 4u);
 }
 
+TEST_F(Endpoints, AnAnswerLongerThanTheDeviceTakesIsNotUnderstoodWhoeverLetItThrough) {
+    const std::string page = pageJSON(classJSON("a"));
+    auto device = fake.device();
+    device.largestAnswer = page.size();
+    manager = std::make_shared<KCSDKNetworkManager>(device);
+    manager->setSdkConfig(config);
+    Told<std::shared_ptr<KCSDKOndemandClassResponse>> host;
+    const auto ask = [&] { manager->getOndemandClasses(9, 1, {}, {}, host.completion()); };
+    ask();
+    fake.session->answer(200, page);
+    ask();
+    fake.session->answer(200, page + " ");
+    ask();
+    fake.session->refuseLength(200);
+    ask();
+    fake.session->refuseLength(404);
+    ASSERT_EQ(host.calls.size(), 4u);
+    EXPECT_TRUE(host.calls[0].value);
+    for (const auto call : {1, 2}) EXPECT_FALSE(host.calls[call].value || host.calls[call].error);
+    EXPECT_EQ(fake.diagnostics->undecodable,
+              std::vector<std::string>(2, "KCSDKOndemandClassResponse : is too long"));
+    EXPECT_EQ(host.calls[3].error.value().code, 404);
+}
+
 TEST_F(Endpoints, EmptyCompletionsAndAVanishedManagerHarmNothing) {
     manager->getOndemandClasses(1, 1, {}, {}, {});
     manager->getConsent({});

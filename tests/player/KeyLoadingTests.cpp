@@ -39,6 +39,7 @@ class KeyLoadingTest : public PlayerTest {
 protected:
     const std::shared_ptr<FakeKeySystem> keySystem = std::make_shared<FakeKeySystem>();
     std::shared_ptr<PlayerPresence> presence = std::make_shared<PlayerPresence>();
+    std::shared_ptr<KeyWaiting> waiting = std::make_shared<KeyWaiting>();
     std::shared_ptr<platform::AVAssetResourceLoader> loader =
         std::make_shared<platform::AVAssetResourceLoader>();
     std::shared_ptr<KeyLoading> delegate;
@@ -47,7 +48,7 @@ protected:
         PlayerTest::install(bundle);
         presence->hasViewModel = true;
         delegate = std::make_shared<KeyLoading>(platform::Device::current(),
-                                                KCSDKNetworkManager::shared(), presence);
+                                                KCSDKNetworkManager::shared(), presence, waiting);
         fake.console->takeLines();
     }
 
@@ -92,6 +93,12 @@ TEST_F(KeyLoadingTest, IdentifierIsTheFirstKidOfTheQuery) {
     EXPECT_EQ(platform::lossyASCII("a\u00C1\u00DF\u65E5z\U0001F511"), "aA??z?");
 }
 
+std::string megabytesOf(std::string_view part) {
+    std::string text;
+    while (text.size() < (2U << 20)) text += part;
+    return text;
+}
+
 TEST_F(KeyLoadingTest, ContextIsTheBase64BetweenTheTags) {
     const auto abc = platform::bytesOf("ABC");
     for (const auto& [body, context] : std::vector<std::pair<std::string, std::optional<Data>>>{
@@ -99,6 +106,8 @@ TEST_F(KeyLoadingTest, ContextIsTheBase64BetweenTheTags) {
              {"QUJD", abc},
              {"</ckc>QU<ckc>JD", abc},
              {"", Data()},
+             {"<<ckc>ckc>QUJD", std::nullopt},
+             {megabytesOf("<ckc>") + "QUJD", std::nullopt},
              {"<CKC>QUJD</CKC>", std::nullopt},
              {"QUJD\n", std::nullopt},
              {"<ckc> QUJD</ckc>", std::nullopt},
@@ -189,6 +198,42 @@ TEST_F(KeyLoadingTest, ExchangesThatBreakOffNeverReturnAndHoldNobodyUp) {
         EXPECT_EQ(*asked.result, -1);
         EXPECT_FALSE(asked.request->isFinished());
     }
+}
+
+TEST_F(KeyLoadingTest, AnAnswerLongerThanAnyKeyIsAnAnswerWithoutOne) {
+    const auto asked = ask("skd://h/");
+    ASSERT_TRUE(fake.session->waitForRequests(1));
+    fake.session->answer(200, R"({"token":"T"})");
+    ASSERT_TRUE(fake.session->waitForRequests(2));
+    EXPECT_EQ(fake.session->requests[1].largestBody, largestKeyAnswer);
+    fake.session->refuseLength(200);
+    run();
+    EXPECT_TRUE(returned(asked));
+    EXPECT_TRUE(asked.request->isFinished());
+}
+
+TEST_F(KeyLoadingTest, AThreadIsLetGoOnceThePlayerHasClosedAndTheEngineWaitsNoMore) {
+    const auto begin = [&](const std::shared_ptr<KeyWaiting>& room) {
+        delegate = std::make_shared<KeyLoading>(platform::Device::current(),
+                                                KCSDKNetworkManager::shared(), presence, room);
+        const auto before = fake.session->requests.size();
+        const auto asked = ask("skd://h/");
+        EXPECT_TRUE(fake.session->waitForRequests(before + 1));
+        return asked;
+    };
+    const auto cancelled = begin(waiting), asked = begin(waiting);
+    cancelled.request->cancel();
+    const auto other = std::make_shared<KeyWaiting>();
+    const auto otherPlayers = begin(other);
+    otherPlayers.request->cancel();
+    waiting->close();
+    EXPECT_TRUE(returned(cancelled));
+    EXPECT_EQ(*asked.result, -1) << "its engine still waits";
+    EXPECT_EQ(*otherPlayers.result, -1) << "its player is open";
+    asked.request->cancel();
+    EXPECT_TRUE(returned(asked));
+    other->close();
+    EXPECT_TRUE(returned(otherPlayers));
 }
 
 class CertificateTest : public KeyLoadingTest {

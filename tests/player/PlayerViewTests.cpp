@@ -163,6 +163,36 @@ TEST_F(PlayerView, DraggingTheSliderSeeksOnReleaseAndSilencesProgress) {
     EXPECT_EQ(stream().seeks.size(), 1u) << "a touch that moves nothing seeks nowhere";
 }
 
+TEST_F(PlayerView, ADragEndsWithoutTheSDKsSliderToo) {
+    load();
+    for (const bool custom : {false, true}) {
+        if (custom) view->addOverlay(std::make_shared<UIView>());
+        view->sliderValueChanged();
+        EXPECT_TRUE(view->isProgressUpdating);
+        view->sliderMoved();
+        EXPECT_FALSE(view->isProgressUpdating);
+    }
+    becomeReady();
+    pass(1s);
+    EXPECT_FALSE(listener->progress.empty());
+}
+
+TEST_F(PlayerView, TheLoaderStaysWhereASeekEndsInAnEmptyBuffer) {
+    load();
+    const auto overlay = view->addOverlay(nullptr);
+    overlay->toggleControls();
+    becomeReady();
+    view->player()->seek(platform::CMTimeMakeWithSeconds(9, 600), {}, {});
+    stream().events->buffered(false);
+    run();
+    EXPECT_FALSE(overlay->viewLoader->isHidden());
+    EXPECT_TRUE(overlay->btnPlay->isHidden());
+    EXPECT_EQ(listener->told.back(), "empty");
+    buffered(true);
+    EXPECT_TRUE(overlay->viewLoader->isHidden());
+    EXPECT_FALSE(overlay->btnPlay->isHidden());
+}
+
 TEST_F(PlayerView, ClosingTellsTheExitAtOnceAndTakesDownWithTheNextTurn) {
     load();
     const auto overlay = view->addOverlay(nullptr);

@@ -64,6 +64,12 @@ TEST_F(Facade, InitializeRunsItsStepsInOrderAndPublishesTheManagerLast) {
     KCSDK::initialize(config);
     EXPECT_EQ(fake.journal->takeLines(), steps);
     EXPECT_EQ(config->countryCode, "AT") << "kept when the device has no region";
+    EXPECT_TRUE(fake.diagnostics->keychain.empty());
+    fake.keychain->fail(platform::errSecIO);
+    KCSDK::initialize(config);
+    EXPECT_EQ(fake.diagnostics->keychain, std::vector<std::string>{" -36"}) << "nothing was wiped";
+    fake.keychain->fail(platform::errSecSuccess);
+    KCSDK::initialize(config);
     EXPECT_TRUE(fake.keychain->items().empty());
     EXPECT_TRUE(KCSDK::shared().enablefullscreenVideo);
 }
@@ -80,8 +86,16 @@ TEST_F(Facade, MissingRecordsAreAnErrorAtOnceAndTheDeviceStaysAsItIs) {
     EXPECT_EQ(platform::Device::current().urlSession, fake.session);
 }
 
+TEST(DeviceOptions, TakeTheConsolesLinesInOneLine) {
+    std::vector<std::string> lines;
+    platform::DeviceOptions options;
+    options.console = [&](std::string_view line) { lines.emplace_back(line); };
+    platform::Device::standard(options).console->print("statusCode: 200");
+    EXPECT_EQ(lines, std::vector<std::string>{"statusCode: 200"});
+}
+
 TEST_F(Facade, KeychainSaveReplacesTheItemAndIgnoresAbsentBytes) {
-    const KCSDKKeyChain keychain(fake.keychain);
+    const KCSDKKeyChain keychain(fake.keychain, fake.diagnostics);
     EXPECT_EQ(keychain.save("k", std::nullopt), platform::errSecSuccess);
     EXPECT_TRUE(fake.journal->lines().empty());
     EXPECT_EQ(keychain.save("k", platform::bytesOf("1")), platform::errSecSuccess);
@@ -92,6 +106,7 @@ TEST_F(Facade, KeychainSaveReplacesTheItemAndIgnoresAbsentBytes) {
     fake.keychain->fail(platform::errSecIO);
     EXPECT_EQ(keychain.save("k", platform::bytesOf("3")), platform::errSecIO);
     EXPECT_EQ(keychain.load("k"), std::nullopt);
+    EXPECT_EQ(fake.diagnostics->keychain, std::vector<std::string>{"k -36"});
 }
 
 }  // namespace

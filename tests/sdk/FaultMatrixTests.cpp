@@ -72,6 +72,8 @@ constexpr Endings undecodable{neither, completed, completed, silence};
 constexpr Endings refused{rejection, rejection, completed, silence};
 constexpr Endings whole{completed, completed, completed, silence};
 
+const std::string tooLong((2 << 20) + 1, '[');
+
 const struct Fault {
     std::string name;
     Answer answer;
@@ -90,6 +92,8 @@ const struct Fault {
     {"404", {.status = 404, .body = ""}, refused},
     {"500", {.status = 500, .body = "\xff\xfe junk"}, refused},
     {"601", {.status = 601, .body = "{}"}, refused},
+    {"too long", {.status = 200, .body = tooLong}, undecodable},
+    {"too long a refusal", {.status = 404, .body = tooLong}, refused},
     {"slow drip", {.drip = Answer::Drip{700, 1ms}}, whole},
 };
 
@@ -182,7 +186,7 @@ protected:
     }
 
     static NSError rejectionBy(const Answer& answer, const Endpoint& endpoint) {
-        const auto& body = answer.body.value();
+        const auto body = answer.body == tooLong ? "" : answer.body.value();
         if (answer.status == 601 && endpoint.name == "perform") {
             return {"SDK", 601, {{"consent", "na"}}};
         }

@@ -30,6 +30,13 @@ public:
         std::shared_ptr<const platform::VideoFrame> frame{};
         bool closed = false;
         bool endsSeeksAtOnce = true;  ///< else `endSeek` does
+        std::vector<std::shared_ptr<platform::AVAssetResourceLoadingRequest>> keyRequests{};
+
+        /// As for an encrypted segment; cancelled when the player closes.
+        void askForKey(const std::string& address) {
+            keyRequests.push_back(
+                keys->load(platform::URLRequest(*platform::URL::parse(address)), [] {}));
+        }
 
         /// Loaded: the length is known, the first picture is there, the buffer is full.
         void becomeReady(std::chrono::duration<double> duration) {
@@ -92,6 +99,7 @@ private:
         ~Handle() override {
             stream_->setRate(0);
             stream_->closed = true;
+            for (const auto& request : stream_->keyRequests) request->cancel();
             stream_->calls.emplace_back("close");
         }
         void setRate(double rate) override {

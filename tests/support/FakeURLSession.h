@@ -51,6 +51,15 @@ public:
                 .metrics = {}};
     }
     void answer(int status, std::optional<std::string_view> body) { end(answered(status, body)); }
+    /// Answered, by more bytes than are taken.
+    void refuseLength(int status) {
+        auto exchange = answered(status, std::nullopt);
+        exchange.error =
+            NSError{platform::urlErrorDomain,
+                    static_cast<std::int64_t>(platform::URLErrorCode::dataLengthExceedsMaximum),
+                    {}};
+        end(std::move(exchange));
+    }
     void failTransport() {
         end({.body = std::nullopt,
              .response = std::nullopt,

@@ -53,12 +53,14 @@ void AVAssetResourceLoadingRequest::finishLoading(NSError error) {
 void AVAssetResourceLoadingRequest::cancel() { end(State::cancelled, std::nullopt); }
 
 void AVAssetResourceLoadingRequest::end(State state, std::optional<NSError> error) {
-    Finished finished;  // called and destroyed after the lock: it may own the request
+    Finished finished;  // called and destroyed after the lock: either may own the request
+    std::function<void()> cancelled;
     {
         const std::lock_guard lock(mutex_);
         if (state_ != State::pending) return;
         state_ = state;
         finished = std::exchange(finished_, nullptr);
+        cancelled = std::exchange(cancelled_, nullptr);
         Data data = dataRequest_ ? dataRequest_->close() : Data();
         if (error) {
             answer_ = *std::move(error);
@@ -67,6 +69,19 @@ void AVAssetResourceLoadingRequest::end(State state, std::optional<NSError> erro
         }
     }
     if (finished && state == State::finished) finished();
+    if (cancelled && state == State::cancelled) cancelled();
+}
+
+void AVAssetResourceLoadingRequest::observeCancel(std::function<void()> block) {
+    {
+        const std::lock_guard lock(mutex_);
+        if (state_ == State::finished) return;
+        if (state_ == State::pending) {
+            cancelled_.swap(block);
+            return;
+        }
+    }
+    block();
 }
 
 bool AVAssetResourceLoadingRequest::isFinished() const {

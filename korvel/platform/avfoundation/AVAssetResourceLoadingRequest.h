@@ -43,6 +43,9 @@ public:
     }
     void finishLoading();
     void finishLoading(NSError error);
+    /// `block` runs once the engine has cancelled, on its thread, or here and now if it has
+    /// already; it is destroyed with any ending. For delegates that block: one at a time.
+    void observeCancel(std::function<void()> block);
     bool isFinished() const;
     bool isCancelled() const;
 
@@ -64,6 +67,7 @@ private:
     mutable std::mutex mutex_;
     State state_ = State::pending;
     Finished finished_;
+    std::function<void()> cancelled_;
     std::shared_ptr<const ContentKeyExchange> exchange_;
     Answer answer_;
 };

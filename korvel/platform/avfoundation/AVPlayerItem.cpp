@@ -153,7 +153,9 @@ void AVPlayerItem::didEndSeek() {
 void AVPlayerItem::reportSeekEnd() {
     const auto current = events_;
     change(likelyToKeepUp_, false, "playbackLikelyToKeepUp");
-    if (current == events_) reportBuffering();
+    if (current != events_ || seeking_ || status_ != Status::readyToPlay) return;
+    if (enough_) return reportBuffering();
+    change(bufferEmpty_, true, "playbackBufferEmpty");
 }
 
 void AVPlayerItem::didChangeDuration() {

@@ -19,8 +19,8 @@ class AVPlayer;
 ///
 /// Observable: "status", "playbackLikelyToKeepUp", "playbackBufferEmpty". Observers hear of real
 /// changes alone. Where both buffering values change, the one that becomes true is told last. A
-/// seek ends as not likely to keep up, and as likely again once enough is loaded, maybe in the same
-/// moment; it never makes the buffer empty.
+/// seek ends as not likely to keep up, and, if enough is loaded there, as likely again in the same
+/// moment; if too little is, with an empty buffer, as playing ends that runs dry.
 class KORVEL_API AVPlayerItem final : public Object,
                                       public std::enable_shared_from_this<AVPlayerItem> {
 public:
@@ -36,7 +36,7 @@ public:
     CMTime duration() const { return asset_->duration(); }
     CMTime currentTime() const;
     bool isPlaybackLikelyToKeepUp() const { return likelyToKeepUp_; }
-    /// It ran dry while playing and waits.
+    /// It ran dry while playing, or a seek led to where too little is loaded, and waits.
     bool isPlaybackBufferEmpty() const { return bufferEmpty_; }
 
     void addObserver(std::weak_ptr<KeyValueObserver> observer, std::string keyPath);

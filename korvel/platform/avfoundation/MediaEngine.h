@@ -17,7 +17,8 @@ namespace korvel::platform {
 /// asked of it only once it has reported to be ready, and one seek at a time.
 class KORVEL_API MediaPlayback {
 public:
-    /// Stops and releases everything at once: a key request that nobody answers holds nothing up.
+    /// Stops and releases everything at once: a key request that nobody answers holds nothing up,
+    /// and is cancelled, by which whoever blocks for it learns that nobody waits any more.
     virtual ~MediaPlayback();
 
     /// 0 stops the picture where it is. Negative rates are never asked.

@@ -9,6 +9,10 @@
 #include <korvel/platform/foundation/SDKBundle.h>
 #include <korvel/platform/uikit/Screen.h>
 
+#include <pwd.h>
+#include <unistd.h>
+
+#include <array>
 #include <cstdlib>
 #include <utility>
 
@@ -28,11 +32,23 @@ std::string applicationName(const DeviceOptions& options) {
     return program.empty() ? "korvel" : program.string();
 }
 
+/// `$HOME`, or what the system knows; without either a place below which nothing can be made. Never
+/// relative: that would be wherever the process happens to stand.
+std::filesystem::path homeFolder() {
+    if (auto home = environmentPath("HOME"); home.is_absolute()) return home;
+    passwd entry{};
+    passwd* found = nullptr;
+    std::array<char, 4096> texts{};
+    getpwuid_r(geteuid(), &entry, texts.data(), texts.size(), &found);
+    const std::filesystem::path home = found && found->pw_dir ? found->pw_dir : "";
+    return home.is_absolute() ? home : "/dev/null";
+}
+
 std::filesystem::path dataFolder(const DeviceOptions& options) {
     auto base = options.dataFolder;
     if (base.empty()) base = environmentPath("XDG_DATA_HOME");
     if (!base.is_absolute() && options.dataFolder.empty()) {
-        base = environmentPath("HOME") / ".local" / "share";
+        base = homeFolder() / ".local" / "share";
     }
     return base / applicationName(options) / "korvel";
 }
@@ -48,7 +64,8 @@ URLSessionCurlOptions transportOf(const DeviceOptions& options) {
     return {.certificateAuthorityFile = options.certificateAuthorityFile,
             .pinnedPublicKey = options.pinnedPublicKey,
             .proxy = options.proxy,
-            .proxyFromEnvironment = options.proxyFromEnvironment};
+            .proxyFromEnvironment = options.proxyFromEnvironment,
+            .largestBody = options.largestAnswer};
 }
 
 template <class Part, class Make> void fill(std::shared_ptr<Part>& part, Make make) {
@@ -58,8 +75,12 @@ template <class Part, class Make> void fill(std::shared_ptr<Part>& part, Make ma
 }  // namespace
 
 void complete(Device& device, const DeviceOptions& options) {
+    if (device.largestAnswer == 0) device.largestAnswer = options.largestAnswer;
     fill(device.clock, [] { return std::make_shared<SystemClock>(); });
-    fill(device.console, [] { return std::make_shared<StandardOutput>(); });
+    fill(device.console, [&]() -> std::shared_ptr<Console> {
+        if (options.console) return std::make_shared<ConsoleFunction>(options.console);
+        return std::make_shared<StandardOutput>();
+    });
     fill(device.locale, [] { return makeLocaleICU(); });
     fill(device.mainQueue,
          [&] { return std::make_shared<MainQueue>(device.clock, MainQueue::Driver::ownThread); });

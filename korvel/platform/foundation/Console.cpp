@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <string>
+#include <utility>
 
 namespace korvel::platform {
 
@@ -13,5 +14,9 @@ void StandardOutput::print(std::string_view line) {
                 stdout);  // one call: stdio locks the stream around it
     std::fflush(stdout);
 }
+
+ConsoleFunction::ConsoleFunction(Line take) : take_(std::move(take)) {}
+
+void ConsoleFunction::print(std::string_view line) { take_(line); }
 
 }  // namespace korvel::platform

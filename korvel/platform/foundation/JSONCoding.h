@@ -4,6 +4,7 @@
 #include <korvel/platform/foundation/Export.h>
 #include <korvel/platform/foundation/JSONRecord.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -35,7 +36,8 @@ public:
     using Reader = bool (*)(JSONValue, void* into, DecodingError&);
     using Writer = bool (*)(Data&, const void* value);  ///< false: holds nothing, nothing written
 
-    /// Parses `body` and has `reader` fill `into`. False: `into` is to be thrown away.
+    /// Parses `body` and has `reader` fill `into`. False, for want of memory, too: `into` is to be
+    /// thrown away.
     KORVEL_API static bool decode(Data body, Reader reader, void* into, DecodingError* error);
 
     template <class T> static bool readInto(JSONValue value, void* into, DecodingError& error) {
@@ -57,13 +59,20 @@ private:
     };
 
     struct ListTable {
-        void* (*renew)(void* list, std::size_t count);  ///< its first element
+        /// Empties the list.
+        void (*clear)(void* list);
+        /// A new last element, with room for `expected` of them if they are not many.
+        void* (*append)(void* list, std::size_t expected);
         std::size_t (*count)(const void* list, const void** first);
         Reader read;
         Writer write;
         std::size_t stride;
     };
+    /// Elements that a list has room for before the first is read; beyond, its room follows what
+    /// was read, so that a list of what are no elements takes next to nothing.
+    static constexpr std::size_t firstRoom = 1024;
 
+    static bool parse(Data body, Reader reader, void* into, DecodingError& failure);
     KORVEL_API static bool isNull(JSONValue value);
     KORVEL_API static bool read(JSONValue, std::string& text, DecodingError&);
     KORVEL_API static bool read(JSONValue, std::optional<std::string>& text, DecodingError&);
@@ -147,10 +156,16 @@ private:
     static constexpr RecordTable recordTable{Table<R, typename R::JSON>::members,
                                              Table<R, typename R::JSON>::required};
 
-    template <class T> static void* renewList(void* list, std::size_t count) {
+    template <class T> static void clearList(void* list) {
+        static_cast<std::vector<T>*>(list)->clear();
+    }
+    template <class T> static void* appendTo(void* list, std::size_t expected) {
         auto& elements = *static_cast<std::vector<T>*>(list);
-        elements = std::vector<T>(count);
-        return elements.data();
+        const std::size_t room = elements.capacity();
+        if (elements.size() == room) {
+            elements.reserve(std::min(expected, std::max(firstRoom, 2 * room)));
+        }
+        return &elements.emplace_back();
     }
     template <class T> static std::size_t countList(const void* list, const void** first) {
         const auto& elements = *static_cast<const std::vector<T>*>(list);
@@ -158,8 +173,8 @@ private:
         return elements.size();
     }
     template <class T>
-    static constexpr ListTable listTable{&renewList<T>, &countList<T>, &readInto<T>, &writeFrom<T>,
-                                         sizeof(T)};
+    static constexpr ListTable listTable{&clearList<T>, &appendTo<T>,  &countList<T>,
+                                         &readInto<T>,  &writeFrom<T>, sizeof(T)};
 };
 
 }  // namespace korvel::platform

@@ -23,6 +23,9 @@ public:
     std::optional<Data> body;
     /// The exchange ends with an error after this long without progress (not in total).
     std::chrono::milliseconds timeoutInterval{std::chrono::seconds(60)};
+    /// Bytes that the answer's body may have, after decompression, where that is fewer than the
+    /// session takes of any.
+    std::optional<std::size_t> largestBody;
 
     /// Sets a header, replacing one of the same name whatever its case; nothing removes it. An
     /// empty value is sent as an empty header.

@@ -8,6 +8,11 @@ URLSessionTask::~URLSessionTask() = default;
 ResponseStream::~ResponseStream() = default;
 StreamLoader::~StreamLoader() = default;
 
+bool Exchange::isTooLong() const {
+    return error && response && error->domain == urlErrorDomain &&
+           error->code == static_cast<std::int64_t>(URLErrorCode::dataLengthExceedsMaximum);
+}
+
 std::shared_ptr<URLSessionTask> URLSession::uploadTask(URLRequest request,
                                                        std::optional<Data> bodyData,
                                                        CompletionHandler completionHandler) {

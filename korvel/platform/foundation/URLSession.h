@@ -31,11 +31,15 @@ struct HTTPURLResponse {
 
 /// What came of a request. Either `error` is set, or `response` is; `body` is set whenever there
 /// was a response, empty if it had no bytes (the absent case exists for transports that know it).
-struct Exchange {
+/// Both are set, and no body, where the service answered with more than is taken.
+struct KORVEL_API Exchange {
     std::optional<Data> body;
     std::optional<HTTPURLResponse> response;
     std::optional<NSError> error;
     TransferMetrics metrics;
+
+    /// Answered, but with more bytes than the request or the session takes.
+    bool isTooLong() const;
 };
 
 /// One request under way. Letting go of it changes nothing.

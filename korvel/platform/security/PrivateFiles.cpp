@@ -10,6 +10,18 @@
 
 namespace korvel::platform {
 
+namespace {
+
+/// Root may use what it was given, such as a volume that belongs to a user.
+bool isPrivate(const std::filesystem::path& folder) {
+    struct stat found {};
+    if (stat(folder.c_str(), &found) != 0 || !S_ISDIR(found.st_mode)) return false;
+    const bool ours = found.st_uid == geteuid() || geteuid() == 0;
+    return ours && (found.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
+
+}  // namespace
+
 bool makePrivateFolder(const std::filesystem::path& folder) {
     if (mkdir(folder.c_str(), 0700) == 0) return true;
     std::error_code error;
@@ -17,15 +29,18 @@ bool makePrivateFolder(const std::filesystem::path& folder) {
         std::filesystem::create_directories(folder.parent_path(), error);
         if (mkdir(folder.c_str(), 0700) == 0) return true;
     }
-    return std::filesystem::is_directory(folder, error);
+    return isPrivate(folder);
 }
 
 bool makePrivateFile(const std::filesystem::path& file) {
-    return mknod(file.c_str(), S_IFREG | 0600, 0) == 0 || errno == EEXIST;
+    if (mknod(file.c_str(), S_IFREG | 0600, 0) == 0) return true;
+    struct stat found {};
+    return errno == EEXIST && lstat(file.c_str(), &found) == 0 && S_ISREG(found.st_mode);
 }
 
 FileLock::FileLock(const std::filesystem::path& file, std::chrono::milliseconds limit)
-    : descriptor_(open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
+    : descriptor_(
+          open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600)) {
     if (descriptor_ < 0) return;
     const auto deadline = std::chrono::steady_clock::now() + limit;
     while (true) {

@@ -2,10 +2,14 @@
 // files.
 #include "platform/security/KeychainStores.h"
 
+#include <korvel/platform/Device.h>
 #include <korvel/platform/backends/sqlite/Database.h>
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+#include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -122,6 +126,93 @@ TEST_F(KeychainSQLite, AnUnusableFolderFailsEachCallAndIsTriedAgain) {
     fs::remove_all(folder);
     EXPECT_EQ(copy("token"), "-25300") << "what was removed is gone";
     EXPECT_EQ(save("token", "def"), errSecSuccess);
+}
+
+TEST_F(KeychainSQLite, AnotherProcesssLockHoldsALogInUpOnceAndForLessThanASecond) {
+    ASSERT_EQ(save("token", "old"), errSecSuccess);
+    const auto release = shared<std::atomic<bool>>();
+    const auto held = shared<std::atomic<bool>>();
+    keychain.reset();  // a process that holds a store open must not fork
+    ChildProcess other([&] {
+        sqlite::Database database(file, "", std::chrono::seconds(1));
+        database.write([&](auto&) {
+            *held = true;
+            eventually([&] { return release->load(); });
+            return sqlite::Outcome::done;
+        });
+    });
+    ASSERT_TRUE(eventually([&] { return held->load(); }));
+    keychain = store.open();
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(keychain->SecItemDelete({}), errSecIO);
+    for (const auto* account : {"token", "userId", "userName", "expiryTime"}) {
+        EXPECT_EQ(keychain->SecItemDelete({.account = account}), errSecIO);
+        EXPECT_EQ(add(account, "new"), errSecIO);
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));
+    *release = true;
+    EXPECT_TRUE(other.wait());
+    EXPECT_EQ(keychain->SecItemDelete({}), errSecSuccess);
+    EXPECT_EQ(save("token", "new"), errSecSuccess);
+}
+
+TEST_F(KeychainSQLite, WhatWasPutInAFilesPlaceIsNotFollowedNotWaitedForAndNotTouched) {
+    const auto target = store.folder / "target";
+    for (const auto* name : {"keychain.key", "keychain.sqlite", "keychain.lock"}) {
+        for (const bool fifo : {false, true}) {
+            SCOPED_TRACE(std::string(name) + (fifo ? ", a fifo" : ", a link"));
+            keychain.reset();
+            fs::remove_all(folder);
+            fs::create_directory(folder);
+            fs::permissions(folder, fs::perms::owner_all);
+            replace(target, std::string(32, 'k'));
+            fs::permissions(target, fs::perms(0644));
+            if (fifo) {
+                ASSERT_EQ(mkfifo((folder / name).c_str(), 0600), 0);
+            } else {
+                fs::create_symlink(target, folder / name);
+            }
+            keychain = store.open();
+            // A fifo makes a lock as good as a file does.
+            const bool locks = fifo && name == std::string("keychain.lock");
+            EXPECT_EQ(add("token", "abc"), locks ? errSecSuccess : errSecNotAvailable);
+            EXPECT_EQ(fs::status(target).permissions(), fs::perms(0644));
+            EXPECT_EQ(fs::file_size(target), 32u);
+        }
+    }
+}
+
+TEST_F(KeychainSQLite, AFolderThatOthersCanWriteInIsNotUsed) {
+    fs::create_directory(folder);
+    for (const auto permissions : {fs::perms(0770), fs::perms(0707)}) {
+        fs::permissions(folder, permissions);
+        EXPECT_EQ(save("token", "abc"), errSecNotAvailable);
+        EXPECT_TRUE(fs::is_empty(folder));
+    }
+    fs::permissions(folder, fs::perms(0755));
+    EXPECT_EQ(save("token", "abc"), errSecSuccess);
+}
+
+TEST(DataFolder, WithoutAHomeNothingIsWrittenWhereTheProcessStands) {
+    if (geteuid() != 0) GTEST_SKIP() << "only root can become a user whom the system does not know";
+    const TemporaryFolder place;
+    const auto current = place / "current";
+    fs::create_directory(current);
+    fs::permissions(current, fs::perms::all);
+    fs::permissions(current.parent_path(), fs::perms::all);
+    for (const char* home : {static_cast<const char*>(nullptr), "", "relative"}) {
+        ChildProcess homeless([&] {
+            unsetenv("XDG_DATA_HOME");
+            home ? setenv("HOME", home, 1) : unsetenv("HOME");
+            fs::current_path(current);
+            if (setresuid(54321, 54321, 54321) != 0) _exit(1);
+            const auto device = Device::standard();
+            device.localytics->integrate("key");
+            if (tests::save(*device.keychain, "token", "abc") != errSecNotAvailable) _exit(2);
+        });
+        EXPECT_TRUE(homeless.wait());
+        EXPECT_TRUE(fs::is_empty(current));
+    }
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdint>
 #include <new>
 #include <utility>
 
@@ -65,7 +66,7 @@ CURL* CurlTransfer::start(const CurlSettings& settings, Clock::time_point now) {
         fail(makeURLError(URLErrorCode::unknown, "Out of memory"));
         return nullptr;
     }
-    largestBody_ = settings.largestBody;
+    largestBody_ = std::min(settings.largestBody, request_.largestBody.value_or(SIZE_MAX));
     lastProgress_ = 0;
     lastMoved_ = now;
     errorText_[0] = '\0';
@@ -186,6 +187,12 @@ bool CurlTransfer::follow(const std::string& location, int statusCode) {
 }
 
 void CurlTransfer::fail(NSError error) {
+    constexpr auto tooMany = static_cast<std::int64_t>(URLErrorCode::dataLengthExceedsMaximum);
+    if (easy_ && error.code == tooMany) {  // the service has answered all the same
+        const int statusCode = static_cast<int>(number(CURLINFO_RESPONSE_CODE));
+        exchange_.response = HTTPURLResponse{request_.url, statusCode};
+        body_ = {};
+    }
     easy_.reset();
     exchange_.error = std::move(error);
 }

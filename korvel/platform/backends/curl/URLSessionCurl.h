@@ -20,8 +20,8 @@ struct URLSessionCurlOptions {
     std::string proxy = {};
     /// Without a proxy of its own: go through the one that the environment names, if any.
     bool proxyFromEnvironment = false;
-    /// A longer body, counted after decompression, ends the exchange with an error.
-    std::size_t largestBody = std::size_t{256} << 20;
+    /// A longer body, counted after decompression, is refused: its exchange tells status and error.
+    std::size_t largestBody = std::size_t{2} << 20;
     /// Connections that nobody has used for so long are closed.
     std::chrono::milliseconds idleConnections = std::chrono::seconds(60);
 };

@@ -7,6 +7,8 @@
 #include <bit>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
+#include <new>
 #include <shared_mutex>
 
 namespace korvel::platform {
@@ -20,10 +22,13 @@ dom::element elementOf(JSONValue value) { return std::bit_cast<dom::element>(val
 JSONValue valueOf(dom::element element) { return std::bit_cast<JSONValue>(element); }
 
 /// A parser borrowed from the process. One is kept for whoever comes next, unless a large document
-/// has swollen it: its buffers take fifteen times the largest document it has seen.
+/// has swollen it: its buffers take fifteen times the largest document it has seen, which is why
+/// large documents take turns, too.
 class Parser {
 public:
-    Parser() : parser_(spare_.exchange(nullptr)) {
+    explicit Parser(std::size_t size) : turn_(largeDocuments, std::defer_lock) {
+        if (size > keptCapacity) turn_.lock();
+        parser_ = spare_.exchange(nullptr);
         if (!parser_) parser_ = std::make_unique<dom::parser>().release();
     }
     Parser(const Parser&) = delete;
@@ -49,7 +54,9 @@ private:
     static constexpr std::size_t keptCapacity = 4 * granularity;
 
     static inline std::atomic<dom::parser*> spare_ = nullptr;
-    dom::parser* parser_;
+    static inline std::mutex& largeDocuments = *new std::mutex;  // threads may wait when it ends
+    std::unique_lock<std::mutex> turn_;
+    dom::parser* parser_ = nullptr;
 };
 
 /// The library destroys its implementations at exit, which waits for no thread of the pool: those
@@ -184,16 +191,13 @@ bool JSONCoding::readList(JSONValue value, const ListTable& table, void* list,
                           DecodingError& error) {
     dom::array array;
     if (elementOf(value).get(array)) return mismatch(value, "a list", error);
-    // The document's own count saturates at 24 bits.
-    std::size_t count = array.size();
-    if (count >= 0xFFFFFF)
-        count = static_cast<std::size_t>(std::distance(array.begin(), array.end()));
-
-    auto* into = static_cast<std::byte*>(table.renew(list, count));
+    const std::size_t expected = array.size();  // saturates at 24 bits, and then is only a start
     std::size_t index = 0;
+    table.clear(list);
     for (const dom::element element : array) {
-        if (!table.read(valueOf(element), into, error)) return failedAt(index, error);
-        into += table.stride;
+        if (!table.read(valueOf(element), table.append(list, expected), error)) {
+            return failedAt(index, error);
+        }
         ++index;
     }
     return true;
@@ -227,6 +231,16 @@ bool JSONCoding::readRecord(JSONValue value, const RecordTable& table, void* rec
 bool JSONCoding::decode(Data body, Reader reader, void* into, DecodingError* error) {
     DecodingError ignored;
     DecodingError& failure = error ? *error : ignored;
+    try {
+        return parse(std::move(body), reader, into, failure);
+    } catch (const std::bad_alloc&) {
+        failure.path.clear();
+        failure.reason = "out of memory";  // short enough to need none
+        return false;
+    }
+}
+
+bool JSONCoding::parse(Data body, Reader reader, void* into, DecodingError& failure) {
     constexpr std::array<std::uint8_t, 3> byteOrderMark{0xEF, 0xBB, 0xBF};
     const std::size_t start =
         std::ranges::equal(std::span(body).first(std::min<std::size_t>(3, body.size())),
@@ -237,7 +251,7 @@ bool JSONCoding::decode(Data body, Reader reader, void* into, DecodingError* err
     body.reserve(body.size() + simdjson::SIMDJSON_PADDING);
     const std::span text(body.data() + start, size);
 
-    Parser parser;
+    Parser parser(size);
     dom::element root;
     auto running = untilExit();
     auto status = parser.parse(text, root);

@@ -43,7 +43,14 @@ Outcome Database::perform(const Work& work, bool inTransaction) {
         return Outcome::unavailable;
     }
     const std::lock_guard lock(mutex_);
-    deadline_ = std::chrono::steady_clock::now() + patience_;
+    deadline_ = std::chrono::steady_clock::now();
+    if (!waitedInVain_) deadline_ += patience_;
+    const Outcome outcome = persist(work, inTransaction);
+    waitedInVain_ = outcome == Outcome::busy;
+    return outcome;
+}
+
+Outcome Database::persist(const Work& work, bool inTransaction) {
     bool repaired = false;
     while (true) {
         const Outcome outcome = attempt(work, inTransaction);

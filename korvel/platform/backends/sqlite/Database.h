@@ -30,7 +30,8 @@ public:
 
     /// `schema` is run at each opening: it makes what is missing, leaves alone what exists and
     /// fails where that is of another kind. An empty path is a database in memory. Nothing waits
-    /// longer than `patience` for other processes.
+    /// longer than `patience` for other processes, nor at all after a wait in vain until an access
+    /// has succeeded: what makes several is held up once.
     Database(std::filesystem::path file, const char* schema, std::chrono::milliseconds patience);
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
@@ -49,6 +50,7 @@ public:
 
 private:
     Outcome perform(const Work& work, bool inTransaction);
+    Outcome persist(const Work& work, bool inTransaction);
     Outcome attempt(const Work& work, bool inTransaction);
     Outcome open();
     Outcome connect();
@@ -68,6 +70,7 @@ private:
     std::mutex mutex_;
     std::chrono::steady_clock::time_point deadline_;  ///< of the access under way
     sqlite3* connection_ = nullptr;
+    bool waitedInVain_ = false;
     std::map<const char*, sqlite3_stmt*> statements_;
 };
 

@@ -15,8 +15,6 @@ namespace korvel::platform {
 
 namespace {
 
-constexpr std::chrono::seconds patience{5};
-
 class Descriptor {
 public:
     explicit Descriptor(int number) : number_(number) {}
@@ -42,7 +40,8 @@ void syncFolder(const std::filesystem::path& folder) {
 
 }  // namespace
 
-KeyFile::KeyFile(std::filesystem::path file) : file_(std::move(file)) {}
+KeyFile::KeyFile(std::filesystem::path file, std::chrono::milliseconds patience)
+    : file_(std::move(file)), patience_(patience) {}
 
 OSStatus KeyFile::read(std::shared_ptr<const SealingKey>& key) {
     const std::lock_guard lock(mutex_);
@@ -56,8 +55,10 @@ OSStatus KeyFile::readOrMake(std::shared_ptr<const SealingKey>& key) {
     OSStatus status = load();
     if (status == errSecItemNotFound) {
         if (!makePrivateFolder(file_.parent_path())) return errSecNotAvailable;
-        const FileLock files(beside(file_, ".lock"), patience);
-        if (!files.held()) return errSecNotAvailable;
+        const auto none = std::chrono::milliseconds::zero();
+        const FileLock files(beside(file_, ".lock"), waitedInVain_ ? none : patience_);
+        waitedInVain_ = !files.held();
+        if (waitedInVain_) return errSecNotAvailable;
         status = load();  // another process may have made it meanwhile
         if (status == errSecItemNotFound) status = make() ? load() : errSecNotAvailable;
     }
@@ -65,25 +66,31 @@ OSStatus KeyFile::readOrMake(std::shared_ptr<const SealingKey>& key) {
     return status;
 }
 
+KeyFile::Identity KeyFile::identityOf(const struct stat& file) {
+    return {file.st_dev, file.st_ino, file.st_mtim.tv_sec, file.st_mtim.tv_nsec};
+}
+
 OSStatus KeyFile::load() {
     struct stat found {};
-    if (stat(file_.c_str(), &found) != 0) {
+    if (lstat(file_.c_str(), &found) != 0) {
         key_.reset();
         return errno == ENOENT ? errSecItemNotFound : errSecNotAvailable;
     }
-    const Identity identity{found.st_dev, found.st_ino, found.st_mtim.tv_sec,
-                            found.st_mtim.tv_nsec};
-    if (key_ && identity == identity_) return errSecSuccess;
+    if (key_ && identityOf(found) == identity_) return errSecSuccess;
     key_.reset();
-    const Descriptor opened(open(file_.c_str(), O_RDONLY | O_CLOEXEC));
-    if (opened.get() < 0) return errSecNotAvailable;
+    // Whatever was put in the key's place is not followed, not waited for and not touched.
+    const Descriptor opened(open(file_.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    if (opened.get() < 0 || fstat(opened.get(), &found) != 0 || !S_ISREG(found.st_mode) ||
+        (found.st_uid != geteuid() && geteuid() != 0)) {
+        return errSecNotAvailable;
+    }
     std::array<std::uint8_t, SealingKey::size + 1> bytes{};
     const auto size = ::read(opened.get(), bytes.data(), bytes.size());
     if (size < 0) return errSecIO;
     if (size != SealingKey::size) return errSecItemNotFound;
     if ((found.st_mode & 077) != 0) fchmod(opened.get(), 0600);
     key_ = std::make_shared<SealingKey>(std::span(bytes).first<SealingKey::size>());
-    identity_ = identity;
+    identity_ = identityOf(found);
     return errSecSuccess;
 }
 

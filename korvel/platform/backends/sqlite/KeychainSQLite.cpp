@@ -17,7 +17,8 @@ using sqlite::Statement;
 constexpr const char* schema =
     "CREATE TABLE IF NOT EXISTS item (account BLOB PRIMARY KEY, value BLOB NOT NULL) WITHOUT ROWID;"
     "SELECT account, value FROM item LIMIT 0;";
-constexpr std::chrono::seconds patience{5};
+/// For other processes. A log-in makes nine calls; only the first of them waits in vain.
+constexpr std::chrono::milliseconds patience{450};
 
 OSStatus failureStatus(Outcome outcome) {
     return outcome == Outcome::unavailable ? errSecNotAvailable : errSecIO;
@@ -33,7 +34,7 @@ public:
     explicit KeychainSQLite(const std::filesystem::path& folder)
         : file_(folder / "keychain.sqlite"),
           database_(file_, schema, patience),
-          keyFile_(folder / "keychain.key") {}
+          keyFile_(folder / "keychain.key", patience) {}
 
     OSStatus SecItemAdd(const SecItemQuery& query) override;
     OSStatus SecItemCopyMatching(const SecItemQuery& query, std::optional<Data>& result) override;

@@ -71,7 +71,8 @@ protected:
 };
 
 inline std::int64_t errorOf(const Exchange& exchange) {
-    EXPECT_TRUE(exchange.error.has_value() != exchange.response.has_value());
+    EXPECT_TRUE(exchange.error.has_value() != exchange.response.has_value() ||
+                exchange.isTooLong());
     if (!exchange.error) return 0;
     EXPECT_EQ(exchange.error->domain, urlErrorDomain);
     const auto* text = exchange.error->text("NSLocalizedDescription");

@@ -81,9 +81,17 @@ TEST_F(URLSessionTest, CompressedBodiesAreUnpackedWhateverTheRequestAccepts) {
     EXPECT_EQ(exchange.metrics.bytesReceived, static_cast<std::int64_t>(packed.body->size()));
 
     auto options = trusting(service);
-    options.largestBody = text.size() - 1;
-    session = makeSession(options);
-    EXPECT_EQ(errorOf(send(packed, request())), code(URLErrorCode::dataLengthExceedsMaximum));
+    auto bounded = request();
+    bounded.largestBody = text.size() - 1;
+    for (const bool bySession : {false, true}) {
+        if (bySession) options.largestBody = *std::exchange(bounded.largestBody, text.size());
+        session = makeSession(options);
+        const auto refused = send(packed, bounded);
+        EXPECT_EQ(errorOf(refused), code(URLErrorCode::dataLengthExceedsMaximum));
+        EXPECT_TRUE(refused.isTooLong());
+        EXPECT_EQ(refused.response->statusCode, 200);
+        EXPECT_FALSE(refused.body);
+    }
 }
 
 TEST_F(URLSessionTest, RedirectsChangeTheMethodAsBrowsersDo) {
