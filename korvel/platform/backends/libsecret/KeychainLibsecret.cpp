@@ -1,14 +1,14 @@
 #include <korvel/platform/backends/libsecret/KeychainLibsecret.h>
 #include <korvel/platform/backends/libsecret/LibSecret.h>
+#include <korvel/platform/foundation/Delay.h>
 #include <korvel/platform/security/PrivateFiles.h>
 
+#include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdlib>
 #include <functional>
 #include <mutex>
 #include <optional>
-#include <thread>
 #include <utility>
 
 namespace korvel::platform {
@@ -16,6 +16,7 @@ namespace korvel::platform {
 namespace {
 
 constexpr std::chrono::seconds patience{10};
+constexpr std::chrono::milliseconds lockPatience{450};
 constexpr std::chrono::milliseconds startPatience{500};
 
 const SecretSchema schema = {"org.korvel.ContentSDK.Keychain",
@@ -40,26 +41,29 @@ template <class T> using Owned = std::unique_ptr<T, std::function<void(T*)>>;
 class Deadline {
 public:
     Deadline(const LibSecret& lib, std::chrono::milliseconds limit)
-        : lib_(lib), cancellable_(lib.g_cancellable_new()), watcher_([this, limit](auto stopped) {
-              std::unique_lock lock(mutex_);
-              wake_.wait_for(lock, stopped, limit, [] { return false; });
-              if (!stopped.stop_requested()) lib_.g_cancellable_cancel(cancellable_);
-          }) {}
+        : lib_(lib), cancellable_(lib.g_cancellable_new()) {
+        runAfter(limit, [&lib, cancellable = cancellable_, call = call_] {
+            const std::lock_guard lock(call->mutex);
+            if (!call->over) lib.g_cancellable_cancel(cancellable);
+        });
+    }
     Deadline(const Deadline&) = delete;
     Deadline& operator=(const Deadline&) = delete;
     ~Deadline() {
-        watcher_.request_stop();
-        watcher_.join();
+        const std::lock_guard lock(call_->mutex);
+        call_->over = true;
         lib_.g_object_unref(cancellable_);
     }
     GCancellable* get() const { return cancellable_; }
 
 private:
+    struct Call {
+        std::mutex mutex;
+        bool over = false;
+    };
     const LibSecret& lib_;
     GCancellable* const cancellable_;
-    std::mutex mutex_;
-    std::condition_variable_any wake_;
-    std::jthread watcher_;
+    const std::shared_ptr<Call> call_ = std::make_shared<Call>();
 };
 
 /// Receives the error of one call.
@@ -138,6 +142,7 @@ private:
     const LibSecret& lib_;
     const std::string application_;
     std::mutex mutex_;
+    std::atomic<bool> waitedInVain_ = false;  ///< for other processes, the last time
 };
 
 struct KeychainLibsecret::Call {
@@ -200,7 +205,11 @@ OSStatus KeychainLibsecret::SecItemAdd(const SecItemQuery& query) {
     if (!query.account) return errSecParam;
     std::optional<FileLock> otherProcesses;
     if (const auto folder = environment("XDG_RUNTIME_DIR"); !folder.empty()) {
-        otherProcesses.emplace(folder + "/korvel-keychain.lock", patience);
+        // Without the lock two processes may add the same item at once; a log-in that waits is
+        // worse.
+        const auto limit = waitedInVain_ ? std::chrono::milliseconds::zero() : lockPatience;
+        otherProcesses.emplace(folder + "/korvel-keychain.lock", limit);
+        waitedInVain_ = !otherProcesses->held();
     }
     return perform([&](const Call& call) {
         Items present;
