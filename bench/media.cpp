@@ -115,7 +115,7 @@ private:
 const Device& makeDevice(const std::filesystem::path& data) {
     Device device;
     device.clock = std::make_shared<SystemClock>();
-    device.mainQueue = std::make_shared<MainQueue>(device.clock, MainQueue::Driver::manual);
+    device.mainQueue = make<MainQueue>(device.clock, MainQueue::Driver::manual);
     device.mediaEngine = makeMediaEngineGStreamer({.audioSink = "fakesink"});
     device.bundles.emplace_back(std::string(sdkBundleIdentifier), KORVEL_BUNDLE);
     DeviceOptions options;
@@ -145,7 +145,7 @@ struct Show {
     Show(const Device& device, const std::string& address) {
         auto asset = std::make_shared<AVURLAsset>(*URL::parse(address));
         asset->resourceLoader()->setDelegate(keys, DispatchQueue::serial("keys"));
-        player = std::make_shared<AVPlayer>(std::make_shared<AVPlayerItem>(asset), device);
+        player = make<AVPlayer>(make<AVPlayerItem>(asset), device);
         player->play();
     }
     bool showsPicture() const { return player->newestFrame() != nullptr; }
@@ -249,10 +249,9 @@ double threadSeconds() {
 /// times a second to a listener and to the overlay with its controls shown, and the news of each
 /// picture.
 void measureReports(const ServiceProcess& service, const Device& device) {
-    const auto window = std::make_shared<UIWindow>(device.screen, CGRect{{0, 0}, {1280, 720}});
-    window->setRootViewController(std::make_shared<UIViewController>());
-    const auto view =
-        std::make_shared<KCSDKPlayerView>(device, std::make_shared<KCSDKNetworkManager>(device));
+    const auto window = make<UIWindow>(device.screen, CGRect{{0, 0}, {1280, 720}});
+    window->setRootViewController(make<UIViewController>());
+    const auto view = make<KCSDKPlayerView>(device, std::make_shared<KCSDKNetworkManager>(device));
     const auto listener = std::make_shared<Listener>();
     view->closePlayerCallback = [](std::int64_t) {};
     view->delegate = listener;

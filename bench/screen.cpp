@@ -76,7 +76,7 @@ struct Machine {
 
     Machine() {
         device.clock = std::make_shared<SystemClock>();
-        device.mainQueue = std::make_shared<MainQueue>(device.clock, MainQueue::Driver::manual);
+        device.mainQueue = make<MainQueue>(device.clock, MainQueue::Driver::manual);
         device.mediaEngine = makeMediaEngineGStreamer({.audioSink = "fakesink"});
         device.bundles.emplace_back(std::string(sdkBundleIdentifier), KORVEL_BUNDLE);
         screen = std::make_shared<Screen>(device.mainQueue, device.clock);
@@ -89,7 +89,7 @@ struct Show {
 
     Show(const Machine& machine, const std::string& address, const std::shared_ptr<UIView>& place,
          bool controls) {
-        view = std::make_shared<KCSDKPlayerView>(machine.device, nullptr);
+        view = make<KCSDKPlayerView>(machine.device, nullptr);
         view->setBackgroundColor(UIColor::black());
         view->closePlayerCallback = [](auto) {};
         view->loadVideo(*URL::parse(address));
@@ -152,8 +152,8 @@ struct Stage {
 };
 
 void measureFrames(const Machine& machine, Stage& stage, const std::string& address) {
-    const auto unseen = std::make_shared<UIWindow>(
-        machine.screen, CGRect{0, 0, double{size.width()}, double{size.height()}});
+    const auto unseen =
+        make<UIWindow>(machine.screen, CGRect{0, 0, double{size.width()}, double{size.height()}});
     const auto place = stage.host.view(&stage.item);
     for (const bool controls : {true, false}) {
         std::vector<double> shares;
@@ -188,8 +188,7 @@ void measureFrames(const Machine& machine, Stage& stage, const std::string& addr
 /// How far a fade of a second is from half its way after half a second, in percent.
 void measureFade(const Machine& machine, Stage& stage) {
     const auto place = stage.host.view(&stage.item);
-    const auto veil =
-        std::make_shared<UIView>(CGRect{0, 0, double{size.width()}, double{size.height()}});
+    const auto veil = make<UIView>(CGRect{0, 0, double{size.width()}, double{size.height()}});
     veil->setBackgroundColor(UIColor::white());
     veil->setAlpha(0);
     place->addSubview(veil);

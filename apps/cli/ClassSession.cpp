@@ -71,9 +71,10 @@ public:
 ClassSession::ClassSession(Host& host, PlayArguments arguments)
     : host_(host),
       arguments_(std::move(arguments)),
-      window_(std::make_shared<korvel::platform::UIWindow>(Device::current().screen, windowFrame)),
+      window_(korvel::platform::make<korvel::platform::UIWindow>(Device::current().screen,
+                                                                 windowFrame)),
       watch_(std::make_shared<Watch>()) {
-    window_->setRootViewController(std::make_shared<korvel::platform::UIViewController>());
+    window_->setRootViewController(korvel::platform::make<korvel::platform::UIViewController>());
     window_->makeKeyAndVisible();
 }
 
@@ -88,7 +89,7 @@ void ClassSession::play() {
     const auto record = host_.fetch<korvel::KCSDKOndemandClass>(
         [&](auto done) { korvel::KCSDK::getOndemandClassDetails(tag, std::move(done)); });
     if (!record) throw Failure(ExitCode::notFound, "there is no class '" + tag + "'");
-    const auto builder = std::make_shared<korvel::KCSDKVideoViewBuilder>(record);
+    const auto builder = korvel::KCSDKVideoViewBuilder::create(record);
     builder->setEventReceiver(watch_);
     builder->setAutoPlay(!arguments_.paused);
     events_ = start(builder);
@@ -114,7 +115,7 @@ std::shared_ptr<KCSDKPlayerEvents> ClassSession::start(
     const std::shared_ptr<korvel::KCSDKVideoViewBuilder>& builder) {
     std::shared_ptr<UIView> place;
     if (!arguments_.fullScreen) {
-        place = std::make_shared<UIView>(window_->bounds());
+        place = korvel::platform::make<UIView>(window_->bounds());
         window_->rootViewController()->view()->addSubview(place);
     }
     try {

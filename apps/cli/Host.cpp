@@ -32,7 +32,7 @@ Host::Host(const Options& options, std::shared_ptr<Messages> messages, Interrupt
     Device device;
     device.clock = std::make_shared<korvel::platform::SystemClock>();
     device.mainQueue = queue_ =
-        std::make_shared<MainQueue>(device.clock, MainQueue::Driver::manual);
+        korvel::platform::make<MainQueue>(device.clock, MainQueue::Driver::manual);
     device.console = std::make_shared<MessageConsole>(options.verbose ? messages_ : nullptr);
     device.diagnostics = observer_;
     wake_ = [queue = queue_] { queue->async([] {}); };

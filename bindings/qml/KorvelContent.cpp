@@ -91,7 +91,7 @@ bool KorvelContent::configure(const QVariantMap& settings) {
 bool KorvelContent::installDevice(const QVariantMap& settings) {
     Device device;
     device.clock = std::make_shared<platform::SystemClock>();
-    device.mainQueue = std::make_shared<MainQueue>(device.clock, MainQueue::Driver::manual);
+    device.mainQueue = platform::make<MainQueue>(device.clock, MainQueue::Driver::manual);
     device.diagnostics = watch_ = std::make_shared<RequestWatch>(device.mainQueue);
     platform::DeviceOptions options;
     if (settings.value(QStringLiteral("quiet")).toBool()) options.console = [](std::string_view) {};

@@ -96,7 +96,7 @@ void PlayerItem::send() {
     auto& screen = KorvelContent::instance().screenOn(*window());
     if (listener_) listener_->leave();
     listener_ = std::make_shared<PlayerListener>(*this);
-    const auto builder = std::make_shared<KCSDKVideoViewBuilder>(class_.record());
+    const auto builder = KCSDKVideoViewBuilder::create(class_.record());
     look_.apply(*builder);
     builder->setAutoPlay(autoPlay_);
     builder->setEventReceiver(listener_);

@@ -18,7 +18,7 @@ KCSDKPlayerOverlay::~KCSDKPlayerOverlay() = default;
 void KCSDKPlayerOverlay::viewDidLoad() {
     UIViewController::viewDidLoad();
     const auto self = std::static_pointer_cast<KCSDKPlayerOverlay>(shared_from_this());
-    view()->addGestureRecognizer(std::make_shared<platform::UITapGestureRecognizer>(
+    view()->addGestureRecognizer(platform::make<platform::UITapGestureRecognizer>(
         self, [this](auto& sender) { didTapWithSender(&sender); }));
     viewLoader->setHidden(true);
 }

@@ -56,7 +56,7 @@ KCSDKPlayerView::~KCSDKPlayerView() {
 }
 
 std::shared_ptr<platform::CALayer> KCSDKPlayerView::makeLayer() const {
-    return std::make_shared<platform::AVPlayerLayer>();
+    return platform::make<platform::AVPlayerLayer>();
 }
 
 std::shared_ptr<platform::AVPlayerLayer> KCSDKPlayerView::playerLayer() {
@@ -82,7 +82,7 @@ void KCSDKPlayerView::setViewModel(std::shared_ptr<KCSDKPlayerViewModel> viewMod
 // loading
 
 void KCSDKPlayerView::loadVideo(const URL& url) {
-    attachPlayerItem(std::make_shared<AVPlayerItem>(url));
+    attachPlayerItem(platform::make<AVPlayerItem>(url));
 }
 
 void KCSDKPlayerView::loadProtectedVideo(const URL& url) {
@@ -91,7 +91,7 @@ void KCSDKPlayerView::loadProtectedVideo(const URL& url) {
     keyLoading_ = std::make_shared<KeyLoading>(*device_, manager_, presence_, keyWaiting_);
     asset->resourceLoader()->setDelegate(keyLoading_,
                                          platform::DispatchQueue::serial("Some queue"));
-    attachPlayerItem(std::make_shared<AVPlayerItem>(asset));
+    attachPlayerItem(platform::make<AVPlayerItem>(asset));
 }
 
 void KCSDKPlayerView::attachPlayerItem(const std::shared_ptr<AVPlayerItem>& item) {
@@ -100,7 +100,7 @@ void KCSDKPlayerView::attachPlayerItem(const std::shared_ptr<AVPlayerItem>& item
     if (const auto current = player()) {
         current->replaceCurrentItem(item);
     } else {
-        const auto created = std::make_shared<AVPlayer>(item, *device_);
+        const auto created = platform::make<AVPlayer>(item, *device_);
         playerLayer()->setPlayer(created);
         created->allowsExternalPlayback = true;
         created->usesExternalPlaybackWhileExternalScreenIsActive = true;

@@ -17,7 +17,7 @@ std::shared_ptr<KCSDKPlayerViewController> KCSDKPlayerViewController::instantiat
     std::shared_ptr<KCSDKPlayerViewModel> viewModel) {
     auto controller = std::dynamic_pointer_cast<KCSDKPlayerViewController>(
         playerScene(device, "KCSDKPlayerViewController"));
-    if (!controller) controller = std::make_shared<KCSDKPlayerViewController>();
+    if (!controller) controller = platform::make<KCSDKPlayerViewController>();
     controller->view()->setBackgroundColor(platform::UIColor::black());
     controller->playerConfig = std::move(playerConfig);
     controller->viewModel = std::move(viewModel);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <korvel/platform/foundation/Object.h>
+#include <korvel/platform/foundation/SharedObject.h>
 #include <korvel/platform/uikit/CGRect.h>
 
 #include <memory>
@@ -23,7 +24,7 @@ class KCSDKPlayerViewController;
 /// `exitFullScreen` reports an exit and puts a black view into the parent. The others do nothing
 /// then.
 class KORVEL_API KCSDKPlayerEvents : public platform::Object,
-                                     public std::enable_shared_from_this<KCSDKPlayerEvents> {
+                                     public platform::SharedObject<KCSDKPlayerEvents> {
 public:
     /// Made by the builder. `parent`: null for a player started full screen.
     KCSDKPlayerEvents(std::shared_ptr<KCSDKPlayerViewController> controller,

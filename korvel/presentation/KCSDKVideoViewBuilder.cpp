@@ -89,6 +89,11 @@ KCSDKVideoViewBuilder::KCSDKVideoViewBuilder(std::shared_ptr<KCSDKOndemandClass>
       closeImage(sdkImage(Device::current(), "close")),
       ondemandClass(std::move(ondemandClassInfo)) {}
 
+std::shared_ptr<KCSDKVideoViewBuilder> KCSDKVideoViewBuilder::create(
+    std::shared_ptr<KCSDKOndemandClass> ondemandClassInfo) {
+    return platform::make<KCSDKVideoViewBuilder>(std::move(ondemandClassInfo));
+}
+
 KCSDKVideoViewBuilder::~KCSDKVideoViewBuilder() = default;
 
 void KCSDKVideoViewBuilder::setProgressSliderTintColor(std::optional<UIColor> mincolor,
@@ -141,7 +146,7 @@ void KCSDKVideoViewBuilder::show(Start& start, std::shared_ptr<KCSDKOndemandClas
     classTitle = performed->className;
     isFullScreenEnabled = fullScreen;
 
-    const auto view = std::make_shared<KCSDKPlayerView>(Device::current(), start.manager);
+    const auto view = platform::make<KCSDKPlayerView>(Device::current(), start.manager);
     view->setBackgroundColor(UIColor::black());
     view->setViewModel(start.viewModel);
     view->classTag = performed->tag;
@@ -167,7 +172,7 @@ void KCSDKVideoViewBuilder::show(Start& start, std::shared_ptr<KCSDKOndemandClas
         pin(controller->view(), start.parentView);
         start.parentView->keep(controller);
     }
-    start.complete(std::make_shared<KCSDKPlayerEvents>(controller, start.parentView), std::nullopt);
+    start.complete(platform::make<KCSDKPlayerEvents>(controller, start.parentView), std::nullopt);
 }
 
 std::shared_ptr<KCSDKPlayerViewController> KCSDKVideoViewBuilder::makeController(

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <korvel/platform/foundation/NSError.h>
+#include <korvel/platform/foundation/SharedObject.h>
 #include <korvel/platform/uikit/UIColor.h>
 #include <korvel/platform/uikit/UIFont.h>
 #include <korvel/platform/uikit/UIImage.h>
@@ -28,14 +29,16 @@ class KCSDKPlayerViewController;
 class KCSDKPlayerViewModel;
 
 /// Describes a player's look and starts one class. May start again when no player came of it: after
-/// the consent was given, say. Always in a `std::shared_ptr`. Main queue.
-class KORVEL_API KCSDKVideoViewBuilder
-    : public platform::Object,
-      public std::enable_shared_from_this<KCSDKVideoViewBuilder> {
+/// the consent was given, say. Main queue.
+class KORVEL_API KCSDKVideoViewBuilder : public platform::Object,
+                                         public platform::SharedObject<KCSDKVideoViewBuilder> {
 public:
     using StartCompletion =
         std::function<void(std::shared_ptr<KCSDKPlayerEvents>, std::optional<NSError>)>;
 
+    /// A builder of that class; the only way to one.
+    static std::shared_ptr<KCSDKVideoViewBuilder> create(
+        std::shared_ptr<KCSDKOndemandClass> ondemandClassInfo);
     explicit KCSDKVideoViewBuilder(std::shared_ptr<KCSDKOndemandClass> ondemandClassInfo);
     ~KCSDKVideoViewBuilder() override;
 

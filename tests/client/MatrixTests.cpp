@@ -112,7 +112,7 @@ protected:
     service::ContentService service;
     TestDevice fake;
     std::shared_ptr<platform::MainQueue> timers =
-        std::make_shared<platform::MainQueue>(fake.clock, platform::MainQueue::Driver::manual);
+        platform::make<platform::MainQueue>(fake.clock, platform::MainQueue::Driver::manual);
     std::shared_ptr<KCSDKConfig> config = std::make_shared<KCSDKConfig>(
         service.baseURL(), service.options().secretKey, service.options().apiKey,
         service.options().tenant, "analytics");

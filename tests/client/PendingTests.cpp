@@ -38,9 +38,9 @@ class PendingTest : public testing::Test {
 protected:
     TestDevice fake;
     std::shared_ptr<platform::MainQueue> timers =
-        std::make_shared<platform::MainQueue>(fake.clock, platform::MainQueue::Driver::manual);
+        platform::make<platform::MainQueue>(fake.clock, platform::MainQueue::Driver::manual);
     std::shared_ptr<platform::MainQueue> queue =
-        std::make_shared<platform::MainQueue>(fake.clock, platform::MainQueue::Driver::manual);
+        platform::make<platform::MainQueue>(fake.clock, platform::MainQueue::Driver::manual);
     const std::shared_ptr<KCSDKConfig> config =
         std::make_shared<KCSDKConfig>("https://service.test/", "secret", "key", "tenant", "a");
     ContentClient client{fake.device(), config, {.deadline = 30s, .timers = timers}};

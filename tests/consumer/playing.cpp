@@ -15,9 +15,9 @@ int main() {
         return EXIT_FAILURE;
     }
     if (!korvel::platform::Device::install(device)) return EXIT_FAILURE;
-    const auto window =
-        std::make_shared<korvel::platform::UIWindow>(korvel::platform::Device::current().screen);
-    const auto builder = std::make_shared<korvel::KCSDKVideoViewBuilder>(nullptr);
+    const auto window = korvel::platform::make<korvel::platform::UIWindow>(
+        korvel::platform::Device::current().screen);
+    const auto builder = korvel::KCSDKVideoViewBuilder::create(nullptr);
     builder->startVideoIn(window, nullptr, {});
     std::puts("playing: linked and ran");
 }

@@ -43,8 +43,8 @@ protected:
         device.localytics = std::make_shared<FakeLocalytics>();
         device.console = console;
         device.clock = std::make_shared<platform::SystemClock>();
-        device.mainQueue = mainQueue = std::make_shared<platform::MainQueue>(
-            device.clock, platform::MainQueue::Driver::manual);
+        device.mainQueue = mainQueue =
+            platform::make<platform::MainQueue>(device.clock, platform::MainQueue::Driver::manual);
         device.bundles.emplace_back(std::string(platform::sdkBundleIdentifier), KORVEL_BUNDLE);
         ASSERT_TRUE(platform::installDeviceGStreamer(
             device, {.certificateAuthorityFile = service.caFile()}, {.audioSink = "fakesink"}));
@@ -57,11 +57,11 @@ protected:
         service.accounts().acceptConsent("anna", "privacy-2024");
         service.accounts().setSubscription("anna", service::Subscription{"now", "monthly"});
 
-        window = std::make_shared<platform::UIWindow>(platform::Device::current().screen,
-                                                      platform::CGRect{{0, 0}, {640, 360}});
-        window->setRootViewController(std::make_shared<platform::UIViewController>());
+        window = platform::make<platform::UIWindow>(platform::Device::current().screen,
+                                                    platform::CGRect{{0, 0}, {640, 360}});
+        window->setRootViewController(platform::make<platform::UIViewController>());
         window->makeKeyAndVisible();
-        place = std::make_shared<platform::UIView>(window->bounds());
+        place = platform::make<platform::UIView>(window->bounds());
         window->rootViewController()->view()->addSubview(place);
     }
 
@@ -86,7 +86,7 @@ protected:
             came = true;
         });
         ASSERT_TRUE(until([&] { return came.load(); }) && record);
-        const auto builder = std::make_shared<KCSDKVideoViewBuilder>(record);
+        const auto builder = KCSDKVideoViewBuilder::create(record);
         builder->setEventReceiver(listener = std::make_shared<Listener>());
         builder->startVideoIn(place, nullptr, [this](auto started, auto error) {
             events = started;

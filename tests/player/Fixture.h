@@ -33,10 +33,8 @@ protected:
     std::shared_ptr<KCSDKConfig> config =
         std::make_shared<KCSDKConfig>("https://service.test/", "secret", "key", "tenant", "a");
     std::shared_ptr<platform::UIWindow> window;
-    std::shared_ptr<platform::UIViewController> root =
-        std::make_shared<platform::UIViewController>();
-    std::shared_ptr<UIView> place =
-        std::make_shared<UIView>(platform::CGRect{{20, 10}, {640, 360}});
+    std::shared_ptr<platform::UIViewController> root = platform::make<platform::UIViewController>();
+    std::shared_ptr<UIView> place = platform::make<UIView>(platform::CGRect{{20, 10}, {640, 360}});
     std::shared_ptr<Listener> listener = std::make_shared<Listener>();
 
     void SetUp() override { install(KORVEL_BUNDLE); }
@@ -45,8 +43,8 @@ protected:
         device.bundles.emplace_back(std::string(platform::sdkBundleIdentifier), bundle);
         ASSERT_TRUE(platform::Device::install(device));
         KCSDK::initialize(config);
-        window = std::make_shared<platform::UIWindow>(platform::Device::current().screen,
-                                                      platform::CGRect{{0, 0}, {800, 600}});
+        window = platform::make<platform::UIWindow>(platform::Device::current().screen,
+                                                    platform::CGRect{{0, 0}, {800, 600}});
         window->setRootViewController(root);
         window->makeKeyAndVisible();
         root->view()->addSubview(place);
@@ -67,8 +65,8 @@ protected:
     }
 
     std::shared_ptr<KCSDKPlayerView> makeView() {
-        auto view = std::make_shared<KCSDKPlayerView>(platform::Device::current(),
-                                                      KCSDKNetworkManager::shared());
+        auto view = platform::make<KCSDKPlayerView>(platform::Device::current(),
+                                                    KCSDKNetworkManager::shared());
         view->delegate = listener;
         place->addSubview(view);
         view->setFrame(place->bounds());
@@ -93,8 +91,7 @@ protected:
     int completions = 0;
 
     static std::shared_ptr<KCSDKVideoViewBuilder> makeBuilder() {
-        return std::make_shared<KCSDKVideoViewBuilder>(
-            decoded<KCSDKOndemandClass>(classJSON("asked")));
+        return KCSDKVideoViewBuilder::create(decoded<KCSDKOndemandClass>(classJSON("asked")));
     }
     /// Starts a class; the service answers the perform request so.
     void start(const std::shared_ptr<UIView>& parent, int status = 200,

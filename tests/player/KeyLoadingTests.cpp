@@ -41,7 +41,7 @@ protected:
     std::shared_ptr<PlayerPresence> presence = std::make_shared<PlayerPresence>();
     std::shared_ptr<KeyWaiting> waiting = std::make_shared<KeyWaiting>();
     std::shared_ptr<platform::AVAssetResourceLoader> loader =
-        std::make_shared<platform::AVAssetResourceLoader>();
+        platform::make<platform::AVAssetResourceLoader>();
     std::shared_ptr<KeyLoading> delegate;
 
     void install(const std::filesystem::path& bundle) override {

@@ -166,7 +166,7 @@ TEST_F(PlayerView, DraggingTheSliderSeeksOnReleaseAndSilencesProgress) {
 TEST_F(PlayerView, ADragEndsWithoutTheSDKsSliderToo) {
     load();
     for (const bool custom : {false, true}) {
-        if (custom) view->addOverlay(std::make_shared<UIView>());
+        if (custom) view->addOverlay(platform::make<UIView>());
         view->sliderValueChanged();
         EXPECT_TRUE(view->isProgressUpdating);
         view->sliderMoved();

@@ -36,7 +36,7 @@ protected:
         builder.reset();
         events.reset();
         place->removeFromSuperview();
-        place = std::make_shared<UIView>(platform::CGRect{{20, 10}, {640, 360}});
+        place = platform::make<UIView>(platform::CGRect{{20, 10}, {640, 360}});
         root->view()->addSubview(place);
     }
     void expectARecordAndNothingLeft() {

@@ -26,6 +26,15 @@ protected:
     }
 };
 
+// What hands out pointers to itself cannot stand on a stack, nor can what hosts derive from it.
+static_assert(!std::is_constructible_v<KCSDKVideoViewBuilder, std::shared_ptr<KCSDKOndemandClass>>);
+struct OwnView : UIView {
+    using UIView::UIView;
+};
+static_assert(std::is_abstract_v<OwnView> && std::is_abstract_v<platform::UIViewController> &&
+              std::is_abstract_v<platform::AVPlayerItem> &&
+              std::is_abstract_v<platform::MainQueue>);
+
 TEST_F(Builder, EmbeddedPlayerFillsItsPlaceAndStartsByItself) {
     start(place);
     ASSERT_NE(events, nullptr);
@@ -206,7 +215,7 @@ TEST_F(Builder, AParentViewTakesItsPlayerWithIt) {
 }
 
 TEST_F(Builder, AHostsOverlayIsShownAndOtherwiseLeftAlone) {
-    const auto host = std::make_shared<platform::UISlider>();
+    const auto host = platform::make<platform::UISlider>();
     start(place, 200, std::nullopt, host);
     EXPECT_TRUE(player().isCustomOverlayAdded);
     EXPECT_EQ(overlay().view(), host);
@@ -225,9 +234,9 @@ TEST_F(Builder, AHostsOverlayIsShownAndOtherwiseLeftAlone) {
 
 TEST_F(Builder, TheTopControllerIsFoundThroughStacksTabsAndPresentations) {
     using platform::UIViewController;
-    const auto stack = std::make_shared<platform::UINavigationController>();
-    const auto tabs = std::make_shared<platform::UITabBarController>();
-    const auto inner = std::make_shared<UIViewController>();
+    const auto stack = platform::make<platform::UINavigationController>();
+    const auto tabs = platform::make<platform::UITabBarController>();
+    const auto inner = platform::make<UIViewController>();
     EXPECT_EQ(topViewController(nullptr), nullptr);
     EXPECT_EQ(topViewController(inner), inner);
     EXPECT_EQ(topViewController(stack), nullptr) << "shows nothing";
@@ -235,7 +244,7 @@ TEST_F(Builder, TheTopControllerIsFoundThroughStacksTabsAndPresentations) {
     stack->pushViewController(inner);
     tabs->setViewControllers({stack});
     EXPECT_EQ(topViewController(tabs), inner);
-    const auto over = std::make_shared<UIViewController>();
+    const auto over = platform::make<UIViewController>();
     root->present(over, false);
     run();
     EXPECT_EQ(topViewController(root), over);

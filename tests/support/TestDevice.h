@@ -26,7 +26,7 @@ struct TestDevice {
     std::shared_ptr<FakeURLSession> session = std::make_shared<FakeURLSession>();
     std::shared_ptr<FakeMediaEngine> media = std::make_shared<FakeMediaEngine>(clock);
     std::shared_ptr<platform::MainQueue> mainQueue =
-        std::make_shared<platform::MainQueue>(clock, platform::MainQueue::Driver::manual);
+        platform::make<platform::MainQueue>(clock, platform::MainQueue::Driver::manual);
 
     platform::Device device() const {
         platform::Device device;

@@ -52,7 +52,7 @@ KC_MEMBER(UIColor*, buttonColor, setButtonColor)
 #define Core korvel::KCSDKPlayerView
 - (instancetype)initWithFrame:(NSRect)frame {
     const auto view =
-        std::make_shared<Core>(p::Device::current(), korvel::KCSDKNetworkManager::shared());
+        p::make<Core>(p::Device::current(), korvel::KCSDKNetworkManager::shared());
     view->setFrame(kc::rect(frame));
     return [self initWithCore:view];
 }

@@ -150,7 +150,7 @@ void take(UIImage* from, p::UIImage& to) { to = readImage(from); }
 // Each class of views makes a view of its own kind.
 #define KC_VIEW                                                             \
     -(instancetype)initWithFrame : (NSRect)frame {                          \
-        return [self initWithCore:std::make_shared<Core>(kc::rect(frame))]; \
+        return [self initWithCore:p::make<Core>(kc::rect(frame))];          \
     }
 
 @implementation UIView

@@ -7,7 +7,7 @@ namespace p = korvel::platform;
 @implementation KCSDKVideoViewBuilder
 #define Core korvel::KCSDKVideoViewBuilder
 - (instancetype)initWithOndemandClassInfo:(KCSDKOndemandClass*)info {
-    return [self initWithCore:std::make_shared<Core>(kc::record<korvel::KCSDKOndemandClass>(info))];
+    return [self initWithCore:Core::create(kc::record<korvel::KCSDKOndemandClass>(info))];
 }
 
 // What these set are properties, too, so that a host's observers hear of them.

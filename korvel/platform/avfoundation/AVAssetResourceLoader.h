@@ -2,6 +2,7 @@
 
 #include <korvel/platform/avfoundation/AVAssetResourceLoadingRequest.h>
 #include <korvel/platform/foundation/DispatchQueue.h>
+#include <korvel/platform/foundation/SharedObject.h>
 
 #include <memory>
 #include <mutex>
@@ -21,10 +22,8 @@ public:
         std::shared_ptr<AVAssetResourceLoadingRequest> loadingRequest) = 0;
 };
 
-/// Carries an asset's key requests to its delegate. Any thread; lives in a `std::shared_ptr`.
-class KORVEL_API AVAssetResourceLoader final
-    : public Object,
-      public std::enable_shared_from_this<AVAssetResourceLoader> {
+/// Carries an asset's key requests to its delegate. Any thread; made by `make`.
+class KORVEL_API AVAssetResourceLoader : public Object, public SharedObject<AVAssetResourceLoader> {
 public:
     /// The delegate is held weakly. A null delegate or queue: requests fail.
     void setDelegate(std::weak_ptr<AVAssetResourceLoaderDelegate> delegate,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <korvel/platform/avfoundation/AVPlayerItem.h>
+#include <korvel/platform/foundation/SharedObject.h>
 
 #include <functional>
 #include <map>
@@ -11,9 +12,9 @@ namespace korvel::platform {
 
 struct Device;
 
-/// Plays one item at a time. Main queue; lives in a `std::shared_ptr`. With it goes the playback,
+/// Plays one item at a time. Main queue; made by `make`. With it goes the playback,
 /// at once, whatever it is waiting for.
-class KORVEL_API AVPlayer final : public Object, public std::enable_shared_from_this<AVPlayer> {
+class KORVEL_API AVPlayer : public Object, public SharedObject<AVPlayer> {
 public:
     using Status = AVPlayerItem::Status;
 

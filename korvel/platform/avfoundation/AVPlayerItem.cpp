@@ -62,7 +62,7 @@ void AVPlayerItem::open(AVPlayer& player, MediaEngine* engine,
     player_ = &player;
     error_.reset();
     status_ = Status::unknown;
-    events_ = std::make_shared<MediaEvents>(weak_from_this(), std::move(mainQueue));
+    events_ = make<MediaEvents>(weak_from_this(), std::move(mainQueue));
     if (engine) {
         playback_ = engine->open(asset_->url(), asset_->resourceLoader(), events_);
     } else {

@@ -3,6 +3,7 @@
 #include <korvel/platform/avfoundation/AVURLAsset.h>
 #include <korvel/platform/avfoundation/MediaEngine.h>
 #include <korvel/platform/foundation/KeyValueObserving.h>
+#include <korvel/platform/foundation/SharedObject.h>
 
 #include <functional>
 #include <memory>
@@ -15,14 +16,13 @@ namespace korvel::platform {
 class AVPlayer;
 
 /// A stream on its way through a player. It loads while it is a player's current item. Main queue;
-/// lives in a `std::shared_ptr`.
+/// made by `make`.
 ///
 /// Observable: "status", "playbackLikelyToKeepUp", "playbackBufferEmpty". Observers hear of real
 /// changes alone. Where both buffering values change, the one that becomes true is told last. A
 /// seek ends as not likely to keep up, and, if enough is loaded there, as likely again in the same
 /// moment; if too little is, with an empty buffer, as playing ends that runs dry.
-class KORVEL_API AVPlayerItem final : public Object,
-                                      public std::enable_shared_from_this<AVPlayerItem> {
+class KORVEL_API AVPlayerItem : public Object, public SharedObject<AVPlayerItem> {
 public:
     enum class Status { unknown, readyToPlay, failed };
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <korvel/platform/avfoundation/AVPlayer.h>
+#include <korvel/platform/foundation/SharedObject.h>
 #include <korvel/platform/uikit/CALayer.h>
 
 #include <memory>
@@ -18,8 +19,7 @@ inline constexpr auto AVLayerVideoGravityResizeAspectFill = AVLayerVideoGravity:
 inline constexpr auto AVLayerVideoGravityResize = AVLayerVideoGravity::resize;
 
 /// Shows a player's pictures. Main queue.
-class KORVEL_API AVPlayerLayer final : public CALayer,
-                                       public std::enable_shared_from_this<AVPlayerLayer> {
+class KORVEL_API AVPlayerLayer : public CALayer, public SharedObject<AVPlayerLayer> {
 public:
     AVPlayerLayer();
     ~AVPlayerLayer() override;

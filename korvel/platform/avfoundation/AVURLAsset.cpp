@@ -4,8 +4,7 @@
 
 namespace korvel::platform {
 
-AVURLAsset::AVURLAsset(URL url)
-    : url_(std::move(url)), loader_(std::make_shared<AVAssetResourceLoader>()) {}
+AVURLAsset::AVURLAsset(URL url) : url_(std::move(url)), loader_(make<AVAssetResourceLoader>()) {}
 
 AVURLAsset::~AVURLAsset() = default;
 

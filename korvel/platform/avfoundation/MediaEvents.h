@@ -3,6 +3,7 @@
 #include <korvel/platform/foundation/Export.h>
 #include <korvel/platform/foundation/MainQueue.h>
 #include <korvel/platform/foundation/NSError.h>
+#include <korvel/platform/foundation/SharedObject.h>
 
 #include <atomic>
 #include <functional>
@@ -14,7 +15,7 @@ class AVPlayerItem;
 
 /// What a playback reports of itself: any thread, any number of times, at once and never waiting.
 /// Each report is carried to the main queue in order; what changes nothing is dropped there.
-class KORVEL_API MediaEvents final : public std::enable_shared_from_this<MediaEvents> {
+class KORVEL_API MediaEvents : public SharedObject<MediaEvents> {
 public:
     MediaEvents(std::weak_ptr<AVPlayerItem> item, std::weak_ptr<MainQueue> mainQueue);
 

@@ -83,7 +83,7 @@ void complete(Device& device, const DeviceOptions& options) {
     });
     fill(device.locale, [] { return makeLocaleICU(); });
     fill(device.mainQueue,
-         [&] { return std::make_shared<MainQueue>(device.clock, MainQueue::Driver::ownThread); });
+         [&] { return make<MainQueue>(device.clock, MainQueue::Driver::ownThread); });
     fill(device.urlSession, [&] {
         return makeURLSessionCurl(transportOf(options), [](DispatchQueue::Task task) {
             DispatchQueue::global().async(std::move(task));
@@ -91,7 +91,7 @@ void complete(Device& device, const DeviceOptions& options) {
     });
     fill(device.keychain, [&] { return standardKeychain(options); });
     fill(device.localytics, [&] {
-        return std::make_shared<LocalyticsJournal>(
+        return make<LocalyticsJournal>(
             LocalyticsJournalOptions{.folder = dataFolder(options),
                                      .collectorURL = options.analyticsCollector},
             device.urlSession, DispatchQueue::serial("korvel.analytics"), device.clock);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <korvel/platform/foundation/DispatchQueue.h>
+#include <korvel/platform/foundation/SharedObject.h>
 
 #include <memory>
 #include <optional>
@@ -21,14 +22,13 @@ public:
 /// The queue of everything that touches views, timers and listeners. It owns its tasks and
 /// deadlines and is driven by exactly one of: a `Pump`, a `RunLoop`, or, when `Driver::ownThread`
 /// was chosen and neither of them came, a thread of its own. That thread ends for good once one of
-/// them comes, after its task in progress, so that views change threads at most once. Lives in a
-/// `std::shared_ptr`.
+/// them comes, after its task in progress, so that views change threads at most once. Made by
+/// `make`.
 ///
 /// Thread safety: any thread; tasks run one at a time, on the driving thread. A task may drain or
 /// run a nested loop; a repeating task does not run again inside its own run. Tasks are destroyed
 /// without a lock held, so their destructors may call the queue.
-class KORVEL_API MainQueue final : public DispatchQueue,
-                                   public std::enable_shared_from_this<MainQueue> {
+class KORVEL_API MainQueue : public DispatchQueue, public SharedObject<MainQueue> {
 public:
     enum class Driver {
         ownThread,  ///< starts a thread at the first task unless a pump or a run loop drives the

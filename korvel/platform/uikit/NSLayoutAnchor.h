@@ -18,13 +18,12 @@ public:
     /// This one shall be the other one plus `constant` points. Not active yet.
     std::shared_ptr<NSLayoutConstraint> constraintEqualTo(const NSLayoutAnchor& other,
                                                           double constant = 0) const {
-        return std::make_shared<NSLayoutConstraint>(item_, attribute_, other.item_,
-                                                    other.attribute_, constant);
+        return make<NSLayoutConstraint>(item_, attribute_, other.item_, other.attribute_, constant);
     }
     std::shared_ptr<NSLayoutConstraint> constraintEqualToConstant(double constant) const
         requires(Axis == NSLayoutAxis::size) {
-        return std::make_shared<NSLayoutConstraint>(item_, attribute_, std::weak_ptr<UIView>(),
-                                                    attribute_, constant);
+        return make<NSLayoutConstraint>(item_, attribute_, std::weak_ptr<UIView>(), attribute_,
+                                        constant);
     }
 
 private:

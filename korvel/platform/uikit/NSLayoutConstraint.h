@@ -1,6 +1,7 @@
 #pragma once
 
 #include <korvel/platform/foundation/Object.h>
+#include <korvel/platform/foundation/SharedObject.h>
 #include <korvel/platform/uikit/NSLayoutAttribute.h>
 
 #include <cstdint>
@@ -14,11 +15,9 @@ class UIView;
 
 /// first.firstAttribute = second.secondAttribute + constant; without a second view, = constant.
 /// Once active it is kept by the views' nearest common ancestor, which may be one of them, until it
-/// is deactivated or one of its views leaves that ancestor. Lives in a `std::shared_ptr`. Main
+/// is deactivated or one of its views leaves that ancestor. Made by `make`. Main
 /// queue.
-class KORVEL_API NSLayoutConstraint final
-    : public Object,
-      public std::enable_shared_from_this<NSLayoutConstraint> {
+class KORVEL_API NSLayoutConstraint : public Object, public SharedObject<NSLayoutConstraint> {
 public:
     NSLayoutConstraint(std::weak_ptr<UIView> first, NSLayoutAttribute firstAttribute,
                        std::weak_ptr<UIView> second, NSLayoutAttribute secondAttribute,

@@ -11,7 +11,7 @@ void UIClassRegistry::add(std::string name, Factory factory) {
 std::shared_ptr<UIViewController> UIClassRegistry::make(const std::string& name) const {
     const auto found = factories_.find(name);
     auto controller = found == factories_.end() ? nullptr : found->second();
-    return controller ? controller : std::make_shared<UIViewController>();
+    return controller ? controller : platform::make<UIViewController>();
 }
 
 }  // namespace korvel::platform

@@ -13,7 +13,7 @@ public:
 
     void add(std::string name, Factory factory);
     template <class Controller> void add(std::string name) {
-        add(std::move(name), [] { return std::make_shared<Controller>(); });
+        add(std::move(name), [] { return platform::make<Controller>(); });
     }
     /// A plain `UIViewController` if no class has that name.
     std::shared_ptr<UIViewController> make(const std::string& name) const;

@@ -53,25 +53,25 @@ void fill(UILabel& label, const ViewRecord& record) {
 
 std::shared_ptr<UIView> makeView(const ViewRecord& record, const Bundle& bundle) {
     if (record.viewClass == "UIButton") {
-        auto button = std::make_shared<UIButton>();
+        auto button = make<UIButton>();
         if (record.image) {
             button->setBackgroundImage(UIImage::named(*record.image, bundle),
                                        UIControlState::normal);
         }
         return button;
     }
-    if (record.viewClass == "UISlider") return std::make_shared<UISlider>();
+    if (record.viewClass == "UISlider") return make<UISlider>();
     if (record.viewClass == "UILabel") {
-        auto label = std::make_shared<UILabel>();
+        auto label = make<UILabel>();
         fill(*label, record);
         return label;
     }
     if (record.viewClass == "UIActivityIndicatorView") {
-        auto indicator = std::make_shared<UIActivityIndicatorView>();
+        auto indicator = make<UIActivityIndicatorView>();
         if (record.animating.value_or(false)) indicator->startAnimating();
         return indicator;
     }
-    return std::make_shared<UIView>();
+    return make<UIView>();
 }
 
 void fill(UIView& view, const ViewRecord& record) {
@@ -115,8 +115,8 @@ std::shared_ptr<NSLayoutConstraint> makeConstraint(const ConstraintRecord& recor
         if (found == outlets.end()) return nullptr;
         other = found->second;
     }
-    return std::make_shared<NSLayoutConstraint>(view, *first, other, *second,
-                                                static_cast<double>(record.constant.value_or(0)));
+    return make<NSLayoutConstraint>(view, *first, other, *second,
+                                    static_cast<double>(record.constant.value_or(0)));
 }
 
 void constrain(const std::shared_ptr<UIView>& view, const ViewRecord& record,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <korvel/platform/foundation/Object.h>
+#include <korvel/platform/foundation/SharedObject.h>
 
 #include <functional>
 #include <memory>
@@ -8,11 +9,10 @@
 namespace korvel::platform {
 
 /// Fires when a touch on its view, or on something in it that is no control, goes up again soon and
-/// where it went down; the touch is then cancelled for the view. Lives in a `std::shared_ptr`. Main
+/// where it went down; the touch is then cancelled for the view. Made by `make`. Main
 /// queue.
-class KORVEL_API UITapGestureRecognizer final
-    : public Object,
-      public std::enable_shared_from_this<UITapGestureRecognizer> {
+class KORVEL_API UITapGestureRecognizer : public Object,
+                                          public SharedObject<UITapGestureRecognizer> {
 public:
     using Action = std::function<void(UITapGestureRecognizer& sender)>;
 
@@ -20,7 +20,7 @@ public:
     UITapGestureRecognizer(std::weak_ptr<void> target, Action action);
     ~UITapGestureRecognizer() override;
 
-    /// `std::make_shared<UITapGestureRecognizer>(overlay, &Overlay::didTap)`; weak.
+    /// `make<UITapGestureRecognizer>(overlay, &Overlay::didTap)`; weak.
     template <class Target, class Owner>
     UITapGestureRecognizer(const std::shared_ptr<Target>& target,
                            void (Owner::*action)(UITapGestureRecognizer&))

@@ -2,6 +2,7 @@
 
 #include <korvel/platform/foundation/Clock.h>
 #include <korvel/platform/foundation/Object.h>
+#include <korvel/platform/foundation/SharedObject.h>
 #include <korvel/platform/uikit/CALayer.h>
 #include <korvel/platform/uikit/CGAffineTransform.h>
 #include <korvel/platform/uikit/CGRect.h>
@@ -25,9 +26,9 @@ class UITapGestureRecognizer;
 class UIViewController;
 class UIWindow;
 
-/// A rectangle of the screen with pixels, touches and subviews. Lives in a `std::shared_ptr`; a
+/// A rectangle of the screen with pixels, touches and subviews. Made by `make`; a
 /// superview owns its subviews. Main queue.
-class KORVEL_API UIView : public Object, public std::enable_shared_from_this<UIView> {
+class KORVEL_API UIView : public Object, public SharedObject<UIView> {
 public:
     explicit UIView(const CGRect& frame = {});
     ~UIView() override;

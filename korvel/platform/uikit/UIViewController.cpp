@@ -45,7 +45,7 @@ void UIViewController::loadView() {
     if (nib_) {
         nib_(*this);
     } else {
-        setView(std::make_shared<UIView>());
+        setView(make<UIView>());
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <korvel/platform/foundation/SharedObject.h>
 #include <korvel/platform/uikit/UIInterfaceOrientationMask.h>
 #include <korvel/platform/uikit/UIView.h>
 
@@ -10,9 +11,8 @@ namespace korvel::platform {
 class Screen;
 
 /// Owns a view and decides what is shown over it. A controller owns the one that it presents and
-/// its children; the way back is weak. Lives in a `std::shared_ptr`. Main queue.
-class KORVEL_API UIViewController : public Object,
-                                    public std::enable_shared_from_this<UIViewController> {
+/// its children; the way back is weak. Made by `make`. Main queue.
+class KORVEL_API UIViewController : public Object, public SharedObject<UIViewController> {
 public:
     UIViewController();
     ~UIViewController() override;

@@ -90,7 +90,7 @@ void coreObjects(const Service*) {
     CHECK([((KCSDKUser*)KCSDKObjectOf(user)).username length] == 2);
     CHECK(!KCSDKObjectOf(nullptr) && !KCSDKCore<korvel::KCSDKUser>(nil));
     const auto window =
-        std::make_shared<korvel::platform::UIWindow>(korvel::platform::Device::current().screen);
+        korvel::platform::make<korvel::platform::UIWindow>(korvel::platform::Device::current().screen);
     CHECK([KCSDKObjectOf(window) class] == [UIView class]);
 }
 

@@ -55,9 +55,8 @@ protected:
 
     TestDevice fake;
     std::shared_ptr<Listener> listener = std::make_shared<Listener>();
-    std::shared_ptr<AVPlayerItem> item =
-        std::make_shared<AVPlayerItem>(*URL::parse("https://h/v.m3u8"));
-    std::shared_ptr<AVPlayer> player = std::make_shared<AVPlayer>(item, fake.device());
+    std::shared_ptr<AVPlayerItem> item = make<AVPlayerItem>(*URL::parse("https://h/v.m3u8"));
+    std::shared_ptr<AVPlayer> player = make<AVPlayer>(item, fake.device());
 };
 
 }  // namespace
@@ -276,9 +275,9 @@ TEST_F(Player, FailureIsFinalAndStopsThePlayer) {
 
     Device bare = fake.device();
     bare.mediaEngine = nullptr;
-    AVPlayer without(std::make_shared<AVPlayerItem>(item->asset()), bare);
+    const auto without = make<AVPlayer>(make<AVPlayerItem>(item->asset()), bare);
     settle();
-    EXPECT_EQ(without.currentItem()->error()->code,
+    EXPECT_EQ(without->currentItem()->error()->code,
               static_cast<std::int64_t>(AVError::noMediaEngine));
 }
 
@@ -287,7 +286,7 @@ TEST_F(Player, FormerItemIsClosedAndHeardNoMore) {
     becomeReady();
     listener->take();
     const auto first = fake.media->streams.front();
-    const auto second = std::make_shared<AVPlayerItem>(*URL::parse("https://h/2.m3u8"));
+    const auto second = make<AVPlayerItem>(*URL::parse("https://h/2.m3u8"));
     first->events->buffered(false);
     player->replaceCurrentItem(second);
     EXPECT_TRUE(first->closed);
@@ -305,9 +304,9 @@ TEST_F(Player, FormerItemIsClosedAndHeardNoMore) {
 TEST_F(Player, ClosingFromWithinAnyCallIsSafe) {
     for (const std::string during :
          {"status", "playbackLikelyToKeepUp", "playbackBufferEmpty", "end", "tick"}) {
-        item = std::make_shared<AVPlayerItem>(*URL::parse("https://h/v.m3u8"));
+        item = make<AVPlayerItem>(*URL::parse("https://h/v.m3u8"));
         observe(*item);
-        player = std::make_shared<AVPlayer>(item, fake.device());
+        player = make<AVPlayer>(item, fake.device());
         int closed = 0;
         const auto close = [&](const std::string& what) {
             if (what != during) return;

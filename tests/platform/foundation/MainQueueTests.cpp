@@ -33,8 +33,7 @@ std::shared_ptr<void> onRelease(std::function<void()> action) {
 
 struct MainQueueOnAVirtualClock : testing::Test {
     std::shared_ptr<VirtualClock> clock = std::make_shared<VirtualClock>();
-    std::shared_ptr<MainQueue> queue =
-        std::make_shared<MainQueue>(clock, MainQueue::Driver::manual);
+    std::shared_ptr<MainQueue> queue = make<MainQueue>(clock, MainQueue::Driver::manual);
     const Clock::Instant start = clock->now();
     Names log;
 
@@ -46,7 +45,7 @@ struct MainQueueOnAVirtualClock : testing::Test {
 
 struct MainQueueOnItsOwnThread : testing::Test {
     std::shared_ptr<MainQueue> queue =
-        std::make_shared<MainQueue>(std::make_shared<SystemClock>(), MainQueue::Driver::ownThread);
+        make<MainQueue>(std::make_shared<SystemClock>(), MainQueue::Driver::ownThread);
     Semaphore reached{0};
     Semaphore release{0};
     std::atomic<bool> over = false;
@@ -249,8 +248,7 @@ TEST_F(MainQueueOnItsOwnThread, NeverRunsTwoTasksAtOnceWhileDriversCompete) {
 }
 
 TEST(RunLoops, EndByStopByLimitOrWhenDone) {
-    const auto queue =
-        std::make_shared<MainQueue>(std::make_shared<SystemClock>(), MainQueue::Driver::manual);
+    const auto queue = make<MainQueue>(std::make_shared<SystemClock>(), MainQueue::Driver::manual);
     RunLoop loop(queue);
     loop.stop();
     loop.run();  // a stop that came first is not lost

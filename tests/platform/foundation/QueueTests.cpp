@@ -90,7 +90,7 @@ private:
 
 TEST(Threads, WhatFindsNoneWaitsForOneThatEndsForTheNextAskedForOrForTheMainQueuesTurn) {
     const auto clock = std::make_shared<SystemClock>();
-    const auto mainQueue = std::make_shared<MainQueue>(clock, MainQueue::Driver::manual);
+    const auto mainQueue = make<MainQueue>(clock, MainQueue::Driver::manual);
     WorkQueue working(shortLived(1));
     Semaphore ran(0), began(0), mayEnd(0);
     const auto task = [&] { ran.signal(); };
@@ -184,7 +184,7 @@ TEST(ProcessEnd, IsNeitherHeldUpNorUpsetByTasks) {
     const auto leave = [] {
         static const auto serial = DispatchQueue::serial("blocked");
         static const auto main =
-            std::make_shared<MainQueue>(std::make_shared<SystemClock>(), MainQueue::Driver::ownThread);
+            make<MainQueue>(std::make_shared<SystemClock>(), MainQueue::Driver::ownThread);
         Semaphore started(0);
         const auto block = [&] {
             started.signal();

@@ -207,7 +207,7 @@ protected:
     std::chrono::nanoseconds start = 1h;
     const std::shared_ptr<FakeServer> server = std::make_shared<FakeServer>(timers.clock);
     const std::shared_ptr<platform::AVAssetResourceLoader> keys =
-        std::make_shared<platform::AVAssetResourceLoader>();
+        platform::make<platform::AVAssetResourceLoader>();
     std::shared_ptr<PresentationTest> delegate;
     std::mutex keyMutex;
     std::vector<std::shared_ptr<platform::AVAssetResourceLoadingRequest>> keyRequests;

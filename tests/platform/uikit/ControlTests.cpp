@@ -18,7 +18,7 @@ struct Controls : OnScreen {
 
     Controls() {
         slider->setMaximumValue(400);
-        root->addGestureRecognizer(std::make_shared<UITapGestureRecognizer>(
+        root->addGestureRecognizer(platform::make<UITapGestureRecognizer>(
             target, [this](UITapGestureRecognizer&) { log.push_back("tap"); }));
         noteEvents(*button);
         noteEvents(*slider);

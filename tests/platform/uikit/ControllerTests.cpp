@@ -16,7 +16,7 @@ struct Controllers : OnScreen {
         observer->take();
     }
     static std::shared_ptr<UIViewController> named(const std::string& name) {
-        auto controller = std::make_shared<UIViewController>();
+        auto controller = platform::make<UIViewController>();
         controller->view()->setAccessibilityLabel(name);
         return controller;
     }
@@ -94,7 +94,7 @@ TEST_F(Controllers, ImpossiblePresentationsAreRefusedQuietly) {
 }
 
 TEST_F(Controllers, ContainersShowTheirChosenOne) {
-    const auto stack = std::make_shared<UINavigationController>();
+    const auto stack = platform::make<UINavigationController>();
     stack->pushViewController(a);
     window->setRootViewController(stack);
     stack->pushViewController(b);
@@ -105,7 +105,7 @@ TEST_F(Controllers, ContainersShowTheirChosenOne) {
     EXPECT_EQ(stack->visibleViewController(), a);
     EXPECT_EQ(a->view()->window(), window);
 
-    const auto tabs = std::make_shared<UITabBarController>();
+    const auto tabs = platform::make<UITabBarController>();
     tabs->setViewControllers({b, c});
     window->setRootViewController(tabs);
     EXPECT_EQ(tabs->selectedViewController(), b);
@@ -132,7 +132,7 @@ TEST_F(Controllers, EverythingGoesInAnyOrder) {
     window.reset();
     for (const auto& one : all) EXPECT_TRUE(one.expired());
 
-    window = std::make_shared<UIWindow>(screen);
+    window = platform::make<UIWindow>(screen);
     window->setRootViewController(named("root"));
     window->rootViewController()->present(c, false);
     window.reset();  // with a presentation under way

@@ -75,7 +75,7 @@ TEST_F(Layout, ConstraintsVanishWithAViewThatLeaves) {
     EXPECT_TRUE(box->constraints().empty());
     EXPECT_FALSE(outer.front()->isActive());
     EXPECT_TRUE(own->isActive()) << "they left together";
-    const auto stranger = std::make_shared<UIView>();
+    const auto stranger = platform::make<UIView>();
     const auto impossible = view->topAnchor().constraintEqualTo(stranger->topAnchor());
     impossible->setActive(true);
     EXPECT_FALSE(impossible->isActive());

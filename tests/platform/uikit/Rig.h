@@ -56,11 +56,10 @@ struct FakeObserver final : UIViewTreeObserver {
 /// A window of 400 by 300 points on a clock that a test moves.
 struct OnScreen : testing::Test {
     std::shared_ptr<VirtualClock> clock = std::make_shared<VirtualClock>();
-    std::shared_ptr<MainQueue> queue =
-        std::make_shared<MainQueue>(clock, MainQueue::Driver::manual);
+    std::shared_ptr<MainQueue> queue = make<MainQueue>(clock, MainQueue::Driver::manual);
     std::shared_ptr<Screen> screen = std::make_shared<Screen>(queue, clock);
     std::shared_ptr<FakeObserver> observer = std::make_shared<FakeObserver>();
-    std::shared_ptr<UIWindow> window = std::make_shared<UIWindow>(screen, CGRect(0, 0, 400, 300));
+    std::shared_ptr<UIWindow> window = make<UIWindow>(screen, CGRect(0, 0, 400, 300));
     Names log;
 
     OnScreen() {
@@ -71,7 +70,7 @@ struct OnScreen : testing::Test {
     template <class View = UIView>
     std::shared_ptr<View> add(const std::string& name, const CGRect& frame,
                               const std::shared_ptr<UIView>& superview = nullptr) {
-        auto view = std::make_shared<View>(frame);
+        auto view = make<View>(frame);
         view->setAccessibilityLabel(name);
         (superview ? superview : window)->addSubview(view);
         return view;

@@ -8,7 +8,7 @@
 namespace korvel::tests {
 namespace {
 
-struct Overlay final : UIViewController {
+struct Overlay : UIViewController {
     std::map<std::string, std::shared_ptr<UIView>, std::less<>> outlets;
     void setOutlet(std::string_view name, const std::shared_ptr<UIView>& view) override {
         outlets.emplace(name, view);

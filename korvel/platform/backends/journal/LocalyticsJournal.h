@@ -4,6 +4,7 @@
 #include <korvel/platform/backends/journal/JournalEvent.h>
 #include <korvel/platform/foundation/Clock.h>
 #include <korvel/platform/foundation/DispatchQueue.h>
+#include <korvel/platform/foundation/SharedObject.h>
 #include <korvel/platform/foundation/URLSession.h>
 #include <korvel/platform/localytics/Localytics.h>
 
@@ -42,8 +43,7 @@ struct LocalyticsJournalOptions {
 ///                  "customerId": "", "time": 0}], "dropped": 0}
 ///
 /// Thread safety: any thread, any number of processes.
-class LocalyticsJournal final : public Localytics,
-                                public std::enable_shared_from_this<LocalyticsJournal> {
+class LocalyticsJournal : public Localytics, public SharedObject<LocalyticsJournal> {
 public:
     /// `queue` runs nothing but the delayed retries.
     LocalyticsJournal(LocalyticsJournalOptions options, std::shared_ptr<URLSession> session,

@@ -9,7 +9,7 @@ namespace korvel::platform::qtquick {
 
 /// Stands for a host's own item: as a player's parent while it is in its own window, as an overlay
 /// anywhere else.
-class HostItemView final : public UIView {
+class HostItemView : public UIView {
 public:
     HostItemView(QQuickItem& item, std::weak_ptr<UIWindow> home);
     ~HostItemView() override;

@@ -61,7 +61,7 @@ void ScreenHostQtQuick::attach(QQuickWindow* window) {
                                 private_->mirror);
     private_->windows[window] = surface;
     surface->onShownChanged = [this] { updatePresenting(); };
-    surface->shown()->setRootViewController(std::make_shared<UIViewController>());
+    surface->shown()->setRootViewController(make<UIViewController>());
     surface->shown()->makeKeyAndVisible();
     QObject::connect(window, &QWindow::activeChanged, surface, [window, surface] {
         if (window->isActive() && surface->shown()) surface->shown()->makeKeyAndVisible();
@@ -92,7 +92,7 @@ std::shared_ptr<UIView> ScreenHostQtQuick::view(QQuickItem* item) {
                          [this, item] { private_->places.remove(item); });
     }
     if (!view) {
-        view = std::make_shared<HostItemView>(*item, place.surface->shown());
+        view = make<HostItemView>(*item, place.surface->shown());
         place.view = view;
     }
     view->goHome();

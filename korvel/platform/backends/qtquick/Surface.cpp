@@ -48,7 +48,7 @@ Surface::Surface(QQuickItem& place, Kind kind, std::shared_ptr<Screen> screen,
       kind_(kind),
       screen_(std::move(screen)),
       mirror_(std::move(mirror)),
-      shown_(std::make_shared<UIWindow>(screen_)) {
+      shown_(make<UIWindow>(screen_)) {
     setZ(aboveHost);
     setVisible(false);
     setAcceptedMouseButtons(Qt::LeftButton);

@@ -71,11 +71,11 @@ struct Show {
         keys->answer = std::move(answer);
         auto asset = std::make_shared<platform::AVURLAsset>(*platform::URL::parse(address));
         asset->resourceLoader()->setDelegate(keys, platform::DispatchQueue::serial("keys"));
-        item = std::make_shared<platform::AVPlayerItem>(asset);
+        item = platform::make<platform::AVPlayerItem>(asset);
         for (const auto* path : {"status", "playbackLikelyToKeepUp", "playbackBufferEmpty"})
             item->addObserver(listener, path);
         item->observeDidPlayToEndTime(owner, [this] { ++ends; });
-        player = std::make_shared<platform::AVPlayer>(item, device);
+        player = platform::make<platform::AVPlayer>(item, device);
     }
 
     bool isReady() const { return item->status() == platform::AVPlayerItem::Status::readyToPlay; }
@@ -112,7 +112,7 @@ protected:
         platform::Device made;
         made.clock = std::make_shared<platform::SystemClock>();
         made.mainQueue =
-            std::make_shared<platform::MainQueue>(made.clock, platform::MainQueue::Driver::manual);
+            platform::make<platform::MainQueue>(made.clock, platform::MainQueue::Driver::manual);
         NSError error;
         made.mediaEngine = platform::makeMediaEngineGStreamer({.audioSink = "fakesink"}, &error);
         EXPECT_TRUE(made.mediaEngine) << error.description();

@@ -22,7 +22,7 @@ class Journal : public ::testing::Test {
 protected:
     std::shared_ptr<LocalyticsJournal> open(LocalyticsJournalOptions options = {}) {
         if (options.folder.empty()) options.folder = folder / "journal";
-        return std::make_shared<LocalyticsJournal>(options, collector, queue, clock);
+        return make<LocalyticsJournal>(options, collector, queue, clock);
     }
     std::shared_ptr<LocalyticsJournal> openWithCollector(LocalyticsJournalOptions options = {}) {
         options.collectorURL = "https://collector.test/events";
@@ -47,8 +47,7 @@ protected:
     TemporaryFolder folder;
     std::shared_ptr<FakeURLSession> collector = std::make_shared<FakeURLSession>();
     std::shared_ptr<VirtualClock> clock = std::make_shared<VirtualClock>();
-    std::shared_ptr<MainQueue> queue =
-        std::make_shared<MainQueue>(clock, MainQueue::Driver::manual);
+    std::shared_ptr<MainQueue> queue = make<MainQueue>(clock, MainQueue::Driver::manual);
 };
 
 TEST_F(Journal, KeepsWholeEventsInOrderForOtherProcesses) {

@@ -72,8 +72,7 @@ TEST_F(QtQuickTest, ATapFadesTheControlsInWithinASecondAndTheNextFadesThemOut) {
 }
 
 TEST_F(QtQuickTest, EveryControlIsWhereTheTreeSaysInItsOwnColour) {
-    builder =
-        std::make_shared<KCSDKVideoViewBuilder>(decoded<KCSDKOndemandClass>(classJSON("asked")));
+    builder = KCSDKVideoViewBuilder::create(decoded<KCSDKOndemandClass>(classJSON("asked")));
     const UIColor play{1, 0.4F, 0, 1};
     const UIColor close{0, 1, 0.4F, 1};
     const UIColor title{1, 1, 0, 1};

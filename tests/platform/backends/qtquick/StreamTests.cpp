@@ -19,7 +19,7 @@ protected:
         auto made = fake.device();
         made.clock = std::make_shared<platform::SystemClock>();
         made.mainQueue =
-            std::make_shared<platform::MainQueue>(made.clock, platform::MainQueue::Driver::manual);
+            platform::make<platform::MainQueue>(made.clock, platform::MainQueue::Driver::manual);
         NSError reason;
         made.mediaEngine = platform::makeMediaEngineGStreamer({.audioSink = "fakesink"}, &reason);
         EXPECT_TRUE(made.mediaEngine) << reason.description();
