@@ -185,7 +185,9 @@ void CurlLoop::open() {
     }
     CURLM* const multi = multi_ ? multi_ : curl_multi_init();
     curl_multi_setopt(multi, CURLMOPT_PIPELINING, CURLPIPE_MULTIPLEX);
-    curl_multi_setopt(multi, CURLMOPT_MAXCONNECTS, static_cast<long>(CurlTurns::mostPerService));
+    constexpr long most = CurlTurns::mostPerService;
+    curl_multi_setopt(multi, CURLMOPT_MAXCONNECTS, most);
+    curl_multi_setopt(multi, CURLMOPT_MAX_CONCURRENT_STREAMS, most);  // by itself 100
     auto events = std::make_unique<CurlEvents>(multi);
     settings_.events = events.get();
     const std::lock_guard lock(mutex_);

@@ -1,0 +1,159 @@
+// The service behind a real HTTP/2 server, as it is deployed: nginx in front of the development
+// service.
+
+#include "support/ServerProgram.h"
+#include "support/TemporaryFolder.h"
+#include "support/TestDevice.h"
+
+#include <korvel/KorvelContentSDK.h>
+#include <korvel/client/ContentClient.h>
+#include <korvel/model/KCSDKOndemandContentToken.h>
+#include <korvel/model/KCSDKUser.h>
+#include <korvel/platform/backends/curl/URLSessionCurl.h>
+#include <service/ContentService.h>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <set>
+#include <sstream>
+
+namespace korvel::tests {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr const char* nginx = "/usr/sbin/nginx";
+constexpr const char* openssl = "/usr/bin/openssl";
+
+class HTTP2 : public testing::Test {
+protected:
+    void SetUp() override {
+        for (const char* program : {nginx, openssl}) {
+            if (access(program, X_OK) != 0) GTEST_SKIP() << program << " is not installed";
+        }
+        const std::string certificate = file("certificate.pem");
+        const std::string make =
+            std::string(openssl) +
+            " req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 2 -subj "
+            "/CN=localhost -addext subjectAltName=DNS:localhost -keyout " +
+            file("key.pem") + " -out " + certificate + " 2>/dev/null";
+        ASSERT_EQ(std::system(make.c_str()), 0);  // NOLINT: no other thread uses it
+        writeFile(file("configuration"), configuration());
+        server = std::make_unique<ServerProgram>(
+            std::vector<std::string>{nginx, "-p", file(""), "-c", file("configuration"), "-e",
+                                     file("errors")},
+            port);
+        ASSERT_TRUE(server->isReady()) << readFile(file("errors"));
+        client = makeClient();
+    }
+
+    std::string file(const char* name) const { return (folder / name).string(); }
+
+    std::string configuration() const {
+        std::ostringstream text;
+        text << "daemon off; master_process off; pid " << file("pid")
+             << "; worker_rlimit_nofile 4096; events { worker_connections 1024; } http {"
+             << "log_format line '$connection $server_protocol $status'; access_log "
+             << file("access") << " line;";
+        for (const char* kind : {"client_body", "proxy", "fastcgi", "uwsgi", "scgi"}) {
+            text << kind << "_temp_path " << file(kind) << ";";
+        }
+        text << "server { listen 127.0.0.1:" << port << " ssl http2; server_name localhost;"
+             << "ssl_certificate " << file("certificate.pem") << "; ssl_certificate_key "
+             << file("key.pem") << "; location / { proxy_pass http://127.0.0.1:" << service.port()
+             << "; proxy_http_version 1.1; } } }\n";
+        return text.str();
+    }
+
+    /// On a session, and so with connections, of its own.
+    std::unique_ptr<ContentClient> makeClient() const {
+        auto device = fake.device();
+        device.clock = std::make_shared<platform::SystemClock>();
+        device.mainQueue = std::make_shared<platform::MainQueue>(
+            device.clock, platform::MainQueue::Driver::ownThread);
+        device.urlSession = platform::makeURLSessionCurl(
+            {.certificateAuthorityFile = file("certificate.pem")},
+            [](auto task) { platform::DispatchQueue::global().async(std::move(task)); });
+        const auto config = std::make_shared<KCSDKConfig>(
+            "https://localhost:" + std::to_string(port) + "/", service.options().secretKey,
+            service.options().apiKey, service.options().tenant, "analytics");
+        return std::make_unique<ContentClient>(device, config,
+                                               ClientOptions{.deadline = 30s, .readRetries = 0});
+    }
+
+    struct Line {
+        std::string connection, protocol;
+        int status = 0;
+    };
+    /// What the server has answered, once it is so much.
+    std::vector<Line> answered(std::size_t count) const {
+        std::vector<Line> lines;
+        EXPECT_TRUE(eventually([&] {
+            lines.clear();
+            std::istringstream text(readFile(file("access")));
+            for (Line line; text >> line.connection >> line.protocol >> line.status;) {
+                lines.push_back(line);
+            }
+            return lines.size() >= count;
+        }));
+        return lines;
+    }
+
+    TemporaryFolder folder;
+    service::ContentService service{{.tls = false}};
+    std::uint16_t port = freePort();
+    TestDevice fake;
+    std::unique_ptr<ServerProgram> server;
+    std::unique_ptr<ContentClient> client;
+};
+
+TEST_F(HTTP2, EveryEndpointWorksAndConsentIsAskedFor) {
+    const std::string tag = "50102";
+    EXPECT_TRUE(client->logIn("anna").get());
+    EXPECT_TRUE(client->consents().get());
+    EXPECT_TRUE(client->collections().get());
+    EXPECT_TRUE(client->classes().get());
+    EXPECT_TRUE(client->classDetails(tag).get());
+    EXPECT_TRUE(client->metaData().get());
+    EXPECT_TRUE(client->search({}).get());
+    EXPECT_TRUE(client->activateSubscription({std::chrono::system_clock::now(), "gold"}).get());
+
+    const auto refused = client->perform(tag).get();
+    ASSERT_FALSE(refused);
+    EXPECT_EQ(refused.failure().reason, Failure::Reason::consentRequired);
+    EXPECT_TRUE(client->acceptConsent("privacy-2024").get());
+    const auto performed = client->perform(tag).get();
+    ASSERT_TRUE(performed);
+    EXPECT_TRUE(client->recordPerformance(**performed, 17).get());
+    EXPECT_EQ(service.accounts().performances().size(), 1u);
+    EXPECT_TRUE(client->contentToken(tag).get());
+    EXPECT_TRUE(client->cancelSubscription().get());
+
+    std::multiset<int> statuses;
+    for (const auto& line : answered(14)) {
+        EXPECT_EQ(line.protocol, "HTTP/2.0");
+        statuses.insert(line.status);
+    }
+    EXPECT_EQ(statuses.count(200) + statuses.count(201), 13u);
+    EXPECT_EQ(statuses.count(601), 1u);
+}
+
+TEST_F(HTTP2, ManyRequestsAtOnceTakeOneConnection) {
+    constexpr std::size_t count = 120;
+    service.script("/", "GET", {.hold = true}, count);
+    std::vector<ContentClient::PendingList<KCSDKOndemandCollection>> all;
+    for (std::size_t number = 0; number < count; ++number) all.push_back(client->collections());
+    EXPECT_TRUE(service.waitForHeld(count)) << "all are on their way at once";
+    service.release();
+    for (auto& each : all) EXPECT_TRUE(std::move(each).get());
+    std::set<std::string> connections;
+    for (const auto& line : answered(count)) {
+        EXPECT_EQ(line.protocol, "HTTP/2.0");
+        connections.insert(line.connection);
+    }
+    EXPECT_EQ(connections.size(), 1u);
+}
+
+}  // namespace
+}  // namespace korvel::tests
