@@ -29,9 +29,7 @@ void unusableBaseURL(const struct Service* service) {
     installDevice(service, NO);
     [KCSDK initializeWithConfig:makeConfig(@"no address")];
     Answer* consent = [Answer answer];
-    [KCSDK getConsentWithCompletionBlock:^(NSArray* list, NSError* error) {
-      [consent record:list error:error];
-    }];
+    [KCSDK getConsentWithCompletionBlock:[consent block]];
     CHECK(isUnusable(consent));
 
     // An argument that is not there is told in the same way, whatever the address.
@@ -41,14 +39,8 @@ void unusableBaseURL(const struct Service* service) {
     Answer* active = [Answer answer];
     KCSDKOndemandFilterRequest* noFilter = nil;
     KCSDKUserSubscriptionRequest* noSubscription = nil;
-    [KCSDK getOndemandClassesForCriteriaWith:noFilter
-                             completionBlock:^(KCSDKOndemandSearchResult* found, NSError* error) {
-                               [search record:found error:error];
-                             }];
-    [KCSDK activateSubscriptionWithSubscription:noSubscription
-                                completionBlock:^(NSError* error) {
-                                  [active record:nil error:error];
-                                }];
+    [KCSDK getOndemandClassesForCriteriaWith:noFilter completionBlock:[search block]];
+    [KCSDK activateSubscriptionWithSubscription:noSubscription completionBlock:[active errorBlock]];
     CHECK(isUnusable(search) && isUnusable(active));
 }
 
@@ -68,73 +60,52 @@ void everyOperation(const struct Service* service) {
     logIn();
 
     NSMutableArray* answers = [NSMutableArray array];
-    void (^next)(void) = ^{
+    Answer* (^next)(void) = ^{
+      [answers addObject:[Answer answer]];
+      return (Answer*)[answers lastObject];
+    };
+    id (^last)(void) = ^{
       CHECK([(Answer*)[answers lastObject] wait]);
+      return ((Answer*)[answers lastObject])->record;
     };
-    KCSDKListBlock list = ^(NSArray* records, NSError* error) {
-      [[answers lastObject] record:records error:error];
-    };
-    KCSDKErrorBlock plain = ^(NSError* error) {
-      [[answers lastObject] record:nil error:error];
-    };
-    [answers addObject:[Answer answer]];
-    [KCSDK getConsentWithCompletionBlock:list];
-    next();
-    KCSDKConsent* consent = [((Answer*)[answers lastObject])->record objectAtIndex:0];
+    [KCSDK getConsentWithCompletionBlock:[next() block]];
+    KCSDKConsent* consent = [last() objectAtIndex:0];
     CHECK([[consent.urls objectAtIndex:0] isKindOfClass:[LinkDetail class]]);
-    [answers addObject:[Answer answer]];
-    [KCSDK acceptConsentWithTag:consent.consentTag completionBlock:plain];
-    next();
-    [answers addObject:[Answer answer]];
-    [KCSDK getOndemandCollectionsWithCollectionId:nil maxResults:0 completionBlock:list];
-    next();
-    KCSDKOndemandCollection* collection = [((Answer*)[answers lastObject])->record objectAtIndex:0];
-    [answers addObject:[Answer answer]];
+    [KCSDK acceptConsentWithTag:consent.consentTag completionBlock:[next() errorBlock]];
+    last();
+    [KCSDK getOndemandCollectionsWithCollectionId:nil maxResults:0 completionBlock:[next() block]];
+    KCSDKOndemandCollection* collection = [last() objectAtIndex:0];
     [KCSDK getOndemandCollectionsWithCollectionId:collection.collectionTag
                                        maxResults:5
-                                  completionBlock:list];
-    next();
+                                  completionBlock:[next() block]];
+    last();
     classesPage();
     CHECK(!classDetails(@"99999"));  // neither record nor error
-    [answers addObject:[Answer answer]];
     [KCSDK getOndemandClassesWithPage:2
                              pageSize:3
                                  sort:@""
                                 order:@"desc"
-                      completionBlock:^(KCSDKOndemandClassResponse* page, NSError* error) {
-                        [[answers lastObject] record:page error:error];
-                      }];
-    next();
-    [answers addObject:[Answer answer]];
-    [KCSDK getOndemandMetaDataWithCompletionBlock:^(KCSDKOndemandMetaData* data, NSError* error) {
-      [[answers lastObject] record:data error:error];
-    }];
-    next();
-    KCSDKOndemandMetaData* data = ((Answer*)[answers lastObject])->record;
+                      completionBlock:[next() block]];
+    last();
+    [KCSDK getOndemandMetaDataWithCompletionBlock:[next() block]];
+    KCSDKOndemandMetaData* data = last();
     CHECK([[[data.language objectAtIndex:0] text] length] > 0);
     CHECK(data.duration.max > data.duration.min);
     KCSDKOndemandFilterRequest* filter = [[[KCSDKOndemandFilterRequest alloc] init] autorelease];
     CHECK(filter.skip == 0 && filter.take == 100 && !filter.query);
     filter.take = 5;
     filter.keywords = @"";
-    [answers addObject:[Answer answer]];
-    [KCSDK getOndemandClassesForCriteriaWith:filter
-                             completionBlock:^(KCSDKOndemandSearchResult* found, NSError* error) {
-                               [[answers lastObject] record:found error:error];
-                             }];
-    next();
-    KCSDKSearchItem* item = [[((Answer*)[answers lastObject])->record items] objectAtIndex:0];
+    [KCSDK getOndemandClassesForCriteriaWith:filter completionBlock:[next() block]];
+    KCSDKSearchItem* item = [[(KCSDKOndemandSearchResult*)last() items] objectAtIndex:0];
     CHECK(item.virtualClass && item.virtualClass == item.virtualClass);
     KCSDKUserSubscriptionRequest* subscription = [[[KCSDKUserSubscriptionRequest alloc]
         initWithStartDate:[NSDate dateWithTimeIntervalSince1970:1711843200.123]
            subscriptionId:@"gold"] autorelease];
     CHECK([subscription.start rangeOfString:@":00.123"].length == 7);
-    [answers addObject:[Answer answer]];
-    [KCSDK activateSubscriptionWithSubscription:subscription completionBlock:plain];
-    next();
-    [answers addObject:[Answer answer]];
-    [KCSDK cancelSubscriptionWithCompletionBlock:plain];
-    next();
+    [KCSDK activateSubscriptionWithSubscription:subscription completionBlock:[next() errorBlock]];
+    last();
+    [KCSDK cancelSubscriptionWithCompletionBlock:[next() errorBlock]];
+    last();
     for (Answer* answer in answers) CHECK(!answer->error && !answer->onMain);
     [KCSDK getConsentWithCompletionBlock:nil];
 }
@@ -143,10 +114,7 @@ void refusedTwice(const struct Service* service) {
     setUp(service);
     for (int i = 0; i < 2; ++i) {
         Answer* answer = [Answer answer];
-        [KCSDK
-            getOndemandMetaDataWithCompletionBlock:^(KCSDKOndemandMetaData* data, NSError* error) {
-              [answer record:data error:error];
-            }];
+        [KCSDK getOndemandMetaDataWithCompletionBlock:[answer block]];
         CHECK([answer wait] && !answer->record);
         CHECK_TEXT([answer->error domain], @"SDK");
         CHECK([answer->error code] == 401);

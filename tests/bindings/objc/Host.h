@@ -19,12 +19,17 @@
 }
 + (Answer*)answer;
 - (void)record:(id)record error:(NSError*)error;
-- (BOOL)wait;  ///< without turning the run loop
+- (KCSDKErrorBlock)errorBlock;           ///< records what it is called with
+- (void (^)(id record, NSError*))block;  ///< the same
+- (BOOL)wait;                            ///< without turning the run loop
 - (BOOL)waitSeconds:(double)seconds;
 - (BOOL)turn;  ///< in the run loop
 @end
 
 BOOL turnUntil(BOOL (^done)(void), double seconds);
+// clang-format off
+#define CHECK_TURN(condition) CHECK(turnUntil(^BOOL { return (condition); }, 20))
+// clang-format on
 
 /// Counts itself.
 @interface Probe : NSObject

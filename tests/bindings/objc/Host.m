@@ -6,6 +6,24 @@ void runHost(void (*scenario)(const struct Service*), const struct Service* serv
     [pool release];
 }
 
+/// Blocks are no objects of this runtime: one keeps a copy until the pool goes.
+@interface BlockOwner : NSObject {
+@public
+    void* block;
+}
+@end
+@implementation BlockOwner
+- (void)dealloc {
+    Block_release(block);
+    [super dealloc];
+}
+@end
+static id owned(id block) {
+    BlockOwner* owner = [[[BlockOwner alloc] init] autorelease];
+    owner->block = Block_copy((void*)block);
+    return owner->block;
+}
+
 @implementation Answer
 + (Answer*)answer {
     return [[[Answer alloc] init] autorelease];
@@ -28,6 +46,16 @@ void runHost(void (*scenario)(const struct Service*), const struct Service* serv
     error = [anError retain];
     onMain = [NSThread isMainThread];
     [lock unlockWithCondition:1];
+}
+- (KCSDKErrorBlock)errorBlock {
+    return owned(^(NSError* anError) {
+      [self record:nil error:anError];
+    });
+}
+- (void (^)(id, NSError*))block {
+    return owned(^(id aRecord, NSError* anError) {
+      [self record:aRecord error:anError];
+    });
 }
 - (BOOL)waitSeconds:(double)seconds {
     NSDate* end = [NSDate dateWithTimeIntervalSinceNow:seconds];
@@ -127,19 +155,13 @@ void setUp(const struct Service* service) {
 
 void logIn(void) {
     Answer* answer = [Answer answer];
-    [KCSDK startSessionWithUserName:@"anna"
-                    completionBlock:^(NSError* error) {
-                      [answer record:nil error:error];
-                    }];
+    [KCSDK startSessionWithUserName:@"anna" completionBlock:[answer errorBlock]];
     CHECK([answer wait] && !answer->error);
 }
 
 KCSDKOndemandClass* classDetails(NSString* tag) {
     Answer* answer = [Answer answer];
-    [KCSDK getOndemandClassDetailsFor:tag
-                      completionBlock:^(KCSDKOndemandClass* record, NSError* error) {
-                        [answer record:record error:error];
-                      }];
+    [KCSDK getOndemandClassDetailsFor:tag completionBlock:[answer block]];
     CHECK([answer wait] && !answer->error);
     return [[answer->record retain] autorelease];
 }
@@ -150,9 +172,7 @@ KCSDKOndemandClassResponse* classesPage(void) {
                              pageSize:20
                                  sort:nil
                                 order:nil
-                      completionBlock:^(KCSDKOndemandClassResponse* page, NSError* error) {
-                        [answer record:page error:error];
-                      }];
+                      completionBlock:[answer block]];
     CHECK([answer wait] && answer->record);
     return [[answer->record retain] autorelease];
 }

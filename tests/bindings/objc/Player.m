@@ -16,21 +16,14 @@ static KCSDKVideoViewBuilder* builderFor(NSString* tag) {
 
 static Answer* start(KCSDKVideoViewBuilder* builder, UIView* parent, UIView* overlay) {
     Answer* answer = [Answer answer];
-    [builder startVideoInParentView:parent
-                        overlayView:overlay
-                    completionBlock:^(KCSDKPlayerEvents* events, NSError* error) {
-                      [answer record:events error:error];
-                    }];
+    [builder startVideoInParentView:parent overlayView:overlay completionBlock:[answer block]];
     CHECK([answer turn] && answer->onMain);
     return answer;
 }
 
 static void acceptConsent(NSString* tag) {
     Answer* answer = [Answer answer];
-    [KCSDK acceptConsentWithTag:tag
-                completionBlock:^(NSError* error) {
-                  [answer record:nil error:error];
-                }];
+    [KCSDK acceptConsentWithTag:tag completionBlock:[answer errorBlock]];
     CHECK([answer wait] && !answer->error);
 }
 
@@ -39,10 +32,7 @@ static void subscribe(void) {
         [[[KCSDKUserSubscriptionRequest alloc] initWithStartDate:[NSDate date]
                                                   subscriptionId:@"gold"] autorelease];
     Answer* answer = [Answer answer];
-    [KCSDK activateSubscriptionWithSubscription:gold
-                                completionBlock:^(NSError* error) {
-                                  [answer record:nil error:error];
-                                }];
+    [KCSDK activateSubscriptionWithSubscription:gold completionBlock:[answer errorBlock]];
     CHECK([answer wait] && !answer->error);
 }
 
@@ -55,9 +45,20 @@ static void setUpPlayer(const struct Service* service) {
     CHECK([KCSDKDevice attachMainQueueToRunLoop]);
 }
 
+@interface OwnBuilder : KCSDKVideoViewBuilder {
+@public
+    int added;
+}
+@end
+@implementation OwnBuilder
+@end
+
 void look(const struct Service* service) {
     setUp(service);
-    KCSDKVideoViewBuilder* builder = builderFor(@"50102");
+    OwnBuilder* builder =
+        [[[OwnBuilder alloc] initWithOndemandClassInfo:classDetails(@"50102")] autorelease];
+    builder->added = 7;
+    CHECK_TEXT(builder.ondemandClass.tag, @"50102");
     UIColor* white = [UIColor whiteColor];
     UIColor* red = [UIColor colorWithRed:1 green:0 blue:0 alpha:1];
     UIColor* black = [UIColor blackColor];
@@ -146,17 +147,9 @@ static void command(KCSDKPlayerEvents* events, Listener* listener) {
     overlay.slider.value = 8;
     [view sliderMoved];
     CHECK(!view.isProgressUpdating);
-    CHECK(turnUntil(
-        ^BOOL {
-          return listener->position >= 8;
-        },
-        20));
+    CHECK_TURN(listener->position >= 8);
     [events seekToTimeValue:16];
-    CHECK(turnUntil(
-        ^BOOL {
-          return listener->position >= 16;
-        },
-        20));
+    CHECK_TURN(listener->position >= 16);
 }
 
 /// A user's first evening: everything that wants a permission, then a protected class.
@@ -187,11 +180,7 @@ void consentSubscriptionAndPlay(const struct Service* service) {
     CHECK(events.playerVC.playerConfig == builder);
     CHECK_TEXT(events.playerVC.viewModel.ondemandContent.className, builder.classTitle);
 
-    CHECK(turnUntil(
-        ^BOOL {
-          return listener->position > 1;
-        },
-        30));
+    CHECK_TURN(listener->position > 1);
     CHECK(listener->positions > 50 && listener->total > 10 && listener->likelies > 0);
     command(events, listener);
     [events exitFullScreen];
@@ -201,15 +190,9 @@ void consentSubscriptionAndPlay(const struct Service* service) {
     [events stopVideo];
     CHECK(listener->exits == 2 && listener->performed == view.totalPerformedTime);
     CHECK(listener->totals >= listener->positions && !listener->offMain);
-    CHECK(turnUntil(
-        ^BOOL {
-          return !view.overlayController && [parent.subviews count] == 0;
-        },
-        10));
+    CHECK_TURN(!view.overlayController && [parent.subviews count] == 0);
     Answer* cancelled = [Answer answer];
-    [KCSDK cancelSubscriptionWithCompletionBlock:^(NSError* error) {
-      [cancelled record:nil error:error];
-    }];
+    [KCSDK cancelSubscriptionWithCompletionBlock:[cancelled errorBlock]];
     CHECK([cancelled wait] && !cancelled->error);
 }
 
@@ -217,9 +200,7 @@ void consentSubscriptionAndPlay(const struct Service* service) {
 void ownOverlay(const struct Service* service) {
     setUpPlayer(service);
     Answer* failure = [Answer answer];
-    [KCSDKDevice setStreamFailureHandler:^(KCSDKPlayerView* player, NSError* error) {
-      [failure record:player error:error];
-    }];
+    [KCSDKDevice setStreamFailureHandler:[failure block]];
     Listener* listener = [[[Listener alloc] init] autorelease];
     KCSDKVideoViewBuilder* builder = builderFor(@"50102");
     [builder setEventReceiverWithReceiver:listener];
@@ -309,21 +290,13 @@ void silentListener(const struct Service* service) {
                       CHECK(!error && captured);
                       events = [started retain];
                     }];
-    CHECK(turnUntil(
-        ^BOOL {
-          return events != nil;
-        },
-        20));
+    CHECK_TURN(events != nil);
     [events pauseVideo];
     [events exitFullScreen];
     [events stopVideo];
     [events release];
     [pool release];
-    CHECK(turnUntil(
-        ^BOOL {
-          return [Probe alive] == 0;
-        },
-        10));
+    CHECK_TURN([Probe alive] == 0);
 }
 
 @interface Thrower : NSObject <KCSDKPlayerEventsListner>

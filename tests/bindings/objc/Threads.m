@@ -36,10 +36,7 @@ void mainQueueThreads(const struct Service* service) {
 
     Answer* after = onMainQueue();
     Answer* login = [Answer answer];
-    [KCSDK startSessionWithUserName:@"anna"
-                    completionBlock:^(NSError* error) {
-                      [login record:nil error:error];
-                    }];
+    [KCSDK startSessionWithUserName:@"anna" completionBlock:[login errorBlock]];
     CHECK(![login waitSeconds:0.8] && !after->came);  // nothing turns
     CHECK([after turn] && after->onMain);
     CHECK([login turn] && !login->onMain && !login->error);
