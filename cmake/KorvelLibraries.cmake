@@ -31,6 +31,8 @@ add_dependencies(korvel_content korvel_bundle)
 add_dependencies(korvel_internal korvel_bundle)
 
 include(CMakePackageConfigHelpers)
+install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" "${PROJECT_SOURCE_DIR}/THIRD-PARTY.md"
+    DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT sdk)
 set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/KorvelContentSDK")
 install(TARGETS korvel_content EXPORT KorvelContentSDKTargets COMPONENT sdk
     LIBRARY COMPONENT sdk NAMELINK_COMPONENT sdk

@@ -19,6 +19,12 @@ target_compile_options(korvel_settings INTERFACE
     $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-restrict>)
 # Headers lie beside their sources: an include is the path from here, in the tree as installed.
 target_include_directories(korvel_settings INTERFACE "${PROJECT_SOURCE_DIR}")
+# As shipped: the same bytes from whichever folder it is built in, and no path of it in what is installed.
+target_compile_options(korvel_settings INTERFACE
+    $<$<CONFIG:Release>:-ffile-prefix-map=${PROJECT_BINARY_DIR}/=>
+    $<$<CONFIG:Release>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=>)
+# Symbols are resolved at the start, and their table is read-only from then on.
+target_link_options(korvel_settings INTERFACE -Wl,-z,relro,-z,now)
 target_link_libraries(korvel_settings INTERFACE Threads::Threads)
 
 define_property(GLOBAL PROPERTY korvel_rooms BRIEF_DOCS "Rooms that make korvel::content")

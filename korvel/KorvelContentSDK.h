@@ -4,6 +4,10 @@
 /// down to its stream, the device and the run loop. Views, windows and controls of the host's own
 /// making are in korvel/platform/uikit/, media engines and screens with their libraries.
 
+#if __cplusplus < 202002L
+#error "KorvelContentSDK needs C++20: compile with -std=c++20, or set CMAKE_CXX_STANDARD to 20"
+#else
+
 #include <korvel/client/ContentClient.h>
 #include <korvel/model/KCSDKConsent.h>
 #include <korvel/model/KCSDKOndemandClass.h>
@@ -28,3 +32,5 @@
 #include <korvel/presentation/KCSDKVideoViewBuilder.h>
 #include <korvel/sdk/KCSDK.h>
 #include <korvel/session/KCSDKConfig.h>
+
+#endif

@@ -26,14 +26,17 @@ namespace korvel::service {
 
 namespace {
 
-std::filesystem::path standardData() {
-    std::filesystem::path inTree = KORVEL_SERVICE_DATA_IN_TREE;
-    return std::filesystem::exists(inTree) ? inTree : KORVEL_SERVICE_DATA_INSTALLED;
-}
-
-std::filesystem::path standardStreams() {
-    std::filesystem::path inTree = KORVEL_SERVICE_STREAMS_IN_TREE;
-    return std::filesystem::exists(inTree) ? inTree : KORVEL_SERVICE_STREAMS_INSTALLED;
+/// Catalogue, keys and streams: in share/korvel-service of a folder above the program, be it an
+/// installation's or the build tree's, so that either may lie anywhere.
+std::filesystem::path dataFolder() {
+    std::error_code failed;
+    const auto program = std::filesystem::canonical("/proc/self/exe", failed);
+    for (auto folder = program.parent_path(); folder.has_relative_path();
+         folder = folder.parent_path()) {
+        auto data = folder / "share" / "korvel-service";
+        if (std::filesystem::is_directory(data, failed)) return data;
+    }
+    return "share/korvel-service";
 }
 
 std::string urlText(bool tls, std::uint16_t port) {
@@ -46,13 +49,14 @@ struct ContentService::Running {
     Running(ContentService& service, Options given)
         : options(std::move(given)),
           listener(options.port),
-          catalogue(options.data.empty() ? standardData() : options.data,
+          catalogue(options.data.empty() ? dataFolder() / "catalogue.json" : options.data,
                     urlText(options.tls, listener.port())),
           log(options.keptRequests),
-          keys(standardData().replace_filename("content-keys.pem")),
+          keys(dataFolder() / "content-keys.pem"),
           endpoints(options, catalogue, accounts, keys) {
         addArtwork(endpoints, catalogue);
-        addStreams(endpoints, options.streams.empty() ? standardStreams() : options.streams, keys);
+        addStreams(endpoints, options.streams.empty() ? dataFolder() / "streams" : options.streams,
+                   keys);
         if (options.tls) tls.emplace();
         if (options.devInterface) addDevInterface(endpoints, service);
         endpoints.prepare();

@@ -15,4 +15,8 @@ KCSDKConfig::KCSDKConfig(std::string address, std::string secret, std::string ke
       tenantID(repairedUTF8(std::move(tenant))),
       localyticsKey(repairedUTF8(std::move(analyticsKey))) {}
 
+KCSDKConfig::KCSDKConfig(Values values)
+    : KCSDKConfig(std::move(values.baseURL), std::move(values.secretKey), std::move(values.apiKey),
+                  std::move(values.tenantId), std::move(values.localyticsKey)) {}
+
 }  // namespace korvel

@@ -12,10 +12,20 @@ namespace korvel {
 /// Texts are UTF-8; what is not is repaired with U+FFFD.
 class KORVEL_API KCSDKConfig : public platform::Object {
 public:
+    /// What a host gives, by name: `KCSDKConfig({.baseURL = "https://...", .apiKey = "..."})`.
+    struct Values {
+        std::string baseURL = {};
+        std::string secretKey = {};
+        std::string apiKey = {};
+        std::string tenantId = {};
+        std::string localyticsKey = {};
+    };
+
     /// `baseURL` is absolute and usually ends in "/": addresses are resolved against it as against
     /// a page's address, so a last path segment without a slash behind it is replaced.
     KCSDKConfig(std::string baseURL, std::string secretKey, std::string apiKey,
                 std::string tenantId, std::string localyticsKey);
+    explicit KCSDKConfig(Values values);
 
     std::string baseURL;
     std::string secretKey;
