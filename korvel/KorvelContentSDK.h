@@ -9,6 +9,7 @@
 #else
 
 #include <korvel/client/ContentClient.h>
+#include <korvel/client/Playback.h>
 #include <korvel/model/KCSDKConsent.h>
 #include <korvel/model/KCSDKOndemandClass.h>
 #include <korvel/model/KCSDKOndemandClassResponse.h>

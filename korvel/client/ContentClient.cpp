@@ -1,6 +1,7 @@
 #include <korvel/client/ContentClient.h>
 #include <korvel/client/MemoryKeychain.h>
 #include <korvel/client/OperationConduct.h>
+#include <korvel/client/PlaybackWatch.h>
 #include <korvel/model/KCSDKConsent.h>
 #include <korvel/model/KCSDKOndemandClass.h>
 #include <korvel/model/KCSDKOndemandClassResponse.h>
@@ -12,6 +13,10 @@
 #include <korvel/network/KCSDKNetworkManager.h>
 #include <korvel/network/ServiceOperations.h>
 #include <korvel/platform/Device.h>
+#include <korvel/player/KCSDKPlayerView.h>
+#include <korvel/player/KCSDKPlayerViewController.h>
+#include <korvel/presentation/KCSDKPlayerEvents.h>
+#include <korvel/presentation/KCSDKVideoViewBuilder.h>
 #include <korvel/sdk/KCSDK.h>
 #include <korvel/session/KCSDKConfig.h>
 
@@ -94,6 +99,52 @@ template <class T, class Begin> Pending<T> ContentClient::begin(Begin operation)
         [manager, tell = telling(state)](Outcome<T> outcome) { tell(std::move(outcome)); },
         conduct);
     return Pending<T>(state);
+}
+
+namespace {
+
+/// On the main queue.
+void startPlaying(const std::shared_ptr<KCSDKOndemandClass>& ondemandClass,
+                  const PlayOptions& options, const std::shared_ptr<KCSDKNetworkManager>& manager,
+                  const std::shared_ptr<Conduct>& conduct,
+                  OutcomeHandler<std::shared_ptr<Playback>> done) {
+    const auto& device = Device::current();
+    const auto builder = KCSDKVideoViewBuilder::create(ondemandClass);
+    if (options.look) options.look(*builder);
+    if (options.listener) builder->setEventReceiver(options.listener);
+    const auto watch = std::make_shared<Playback::Watch>(device, options);
+    KCSDKVideoViewBuilder::Direction direction;
+    direction.manager = manager;
+    direction.conduct = conduct;
+    direction.endsWithoutStream = true;
+    direction.done = [watch, done = std::move(done)](
+                         const Outcome<std::shared_ptr<KCSDKPlayerEvents>>& started) {
+        if (!started) return done(started.failure());
+        watch->follow((*started)->playerVC->viewVideo);
+        done(std::make_shared<Playback>(Device::current(), watch, *started));
+    };
+    direction.record = [manager, watch](const KCSDKOndemandClass& performed, std::int64_t seconds) {
+        const auto record = manager->operations().performance(performed, seconds);
+        if (!record) return watch->recorded(Failure{.reason = Failure::Reason::unusableBaseURL});
+        manager->operations().record(
+            *record, [watch](Outcome<Done> outcome) { watch->recorded(std::move(outcome)); });
+    };
+    builder->start(options.in, options.overlay, std::move(direction));
+}
+
+}  // namespace
+
+ContentClient::PendingRecord<Playback> ContentClient::play(
+    const std::shared_ptr<KCSDKOndemandClass>& ondemandClass, PlayOptions options) const {
+    return begin<std::shared_ptr<Playback>>([&](auto&, auto done, auto& conduct) {
+        if (!ondemandClass) return done(Failure{.reason = Failure::Reason::missingArgument});
+        const auto manager = manager_ ? manager_ : KCSDK::shared().networkManager();
+        surroundings_->mainQueue->async(
+            [ondemandClass, options = std::move(options), manager, conduct, done] {
+                if (conduct->isOver()) return;
+                startPlaying(ondemandClass, options, manager, conduct, done);
+            });
+    });
 }
 
 ContentClient::PendingRecord<KCSDKUser> ContentClient::logIn(const std::string& userName) const {

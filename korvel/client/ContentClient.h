@@ -28,7 +28,9 @@ class KCSDKOndemandMetaData;
 class KCSDKOndemandSearchResult;
 class KCSDKUser;
 class KCSDKUserSubscriptionRequest;
+class Playback;
 struct ClientSurroundings;
+struct PlayOptions;
 
 struct ClientOptions {
     /// By which each operation has ended, one way or the other.
@@ -83,6 +85,12 @@ public:
 
     Pending<Done> activateSubscription(const KCSDKUserSubscriptionRequest& subscription) const;
     Pending<Done> cancelSubscription() const;
+
+    /// Starts the class in a player; Playback.h says how, and what becomes of it. The deadline
+    /// counts until the player is there: one that would come later is not shown. On the process's
+    /// device.
+    PendingRecord<Playback> play(const std::shared_ptr<KCSDKOndemandClass>& ondemandClass,
+                                 PlayOptions options) const;
 
     /// The class's record with its stream's link. Starts no player, but counts as a start.
     PendingRecord<KCSDKOndemandClass> perform(const std::string& classTag) const;

@@ -73,6 +73,8 @@ KCSDKPlayerOverlay* KCSDKPlayerView::controls() const {
     return isCustomOverlayAdded ? nullptr : overlayController.get();
 }
 
+bool KCSDKPlayerView::waitsForKey() const { return presence_->keysUnderWay > 0; }
+
 void KCSDKPlayerView::setViewModel(std::shared_ptr<KCSDKPlayerViewModel> viewModel) {
     viewModel_ = std::move(viewModel);
     presence_->hasViewModel = viewModel_ != nullptr;

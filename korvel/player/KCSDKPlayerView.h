@@ -74,6 +74,9 @@ public:
     std::shared_ptr<platform::AVPlayerLayer> playerLayer();
     std::shared_ptr<platform::AVPlayer> player();  ///< null before a load and after closing
 
+    /// A content key was asked for and has not come. Any thread.
+    bool waitsForKey() const;
+
     // Targets of the controls.
     /// Tells the exit at once; picture, overlay and view go with the next turn of the main queue. A
     /// view without a controller that is gone by then does nothing more. Does nothing within the

@@ -131,8 +131,10 @@ bool KeyLoading::shouldWaitForLoadingOfRequestedResource(
     std::shared_ptr<AVAssetResourceLoadingRequest> loadingRequest) {
     const auto exchange = begin(loadingRequest);
     if (!exchange) return false;
+    if (const auto present = player_.lock()) ++present->keysUnderWay;
     if (hasViewModel(player_)) requestToken(exchange);
     exchange->wait();
+    if (const auto present = player_.lock()) --present->keysUnderWay;
     return true;
 }
 

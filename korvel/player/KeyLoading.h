@@ -20,6 +20,7 @@ class KCSDKNetworkManager;
 /// view owns it, other threads look at it weakly, and so never become the view's last owner.
 struct PlayerPresence {
     std::atomic<bool> hasViewModel = false;
+    std::atomic<int> keysUnderWay = 0;  ///< asked for, and not there yet
 };
 
 /// Where the threads wait that keys of one player's streams are loaded on. They wait for as long as

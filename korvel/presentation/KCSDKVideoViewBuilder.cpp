@@ -1,5 +1,8 @@
 #include <korvel/model/KCSDKOndemandClass.h>
+#include <korvel/network/Conduct.h>
+#include <korvel/network/ContractAnswer.h>
 #include <korvel/network/KCSDKNetworkManager.h>
+#include <korvel/network/ServiceOperations.h>
 #include <korvel/platform/Device.h>
 #include <korvel/platform/avfoundation/AVPlayer.h>
 #include <korvel/platform/foundation/FatalError.h>
@@ -29,14 +32,13 @@ using platform::UIView;
 /// queue, whichever thread the exchange ends on.
 struct KCSDKVideoViewBuilder::Start {
     std::shared_ptr<KCSDKVideoViewBuilder> builder;
-    std::shared_ptr<KCSDKNetworkManager> manager;
+    Direction direction;
     std::shared_ptr<KCSDKPlayerViewModel> viewModel;
     std::shared_ptr<UIView> parentView;
     std::shared_ptr<UIView> overlayView;
-    StartCompletion completion;
 
-    void complete(std::shared_ptr<KCSDKPlayerEvents> events, std::optional<NSError> error) const {
-        if (completion) completion(std::move(events), std::move(error));
+    void complete(Outcome<std::shared_ptr<KCSDKPlayerEvents>> outcome) const {
+        if (direction.done) direction.done(std::move(outcome));
     }
 };
 
@@ -49,36 +51,50 @@ platform::URL streamOf(const KCSDKOndemandClass& record) {
     return *url;
 }
 
+/// What a start that nobody may be stopped by comes to where the record leads nowhere.
+std::optional<Failure> missingStream(const KCSDKOndemandClass& record) {
+    if (platform::URL::parse(record.streamingLink.value_or(""))) return std::nullopt;
+    Failure failure;
+    failure.reason = Failure::Reason::notUnderstood;
+    failure.status = 200;
+    failure.record = "KCSDKOndemandClass";
+    failure.member = "streamingLink";
+    failure.detail = "is no address";
+    return failure;
+}
+
 bool isProtected(const platform::URL& stream) {
     return stream.lastPathComponent().find("manifest") != std::string::npos;
 }
 
+using Record = std::function<void(const KCSDKOndemandClass&, std::int64_t)>;
+
 /// Takes the player down and records the performance.
 std::function<void(std::int64_t)> closeHandler(
     const std::shared_ptr<KCSDKPlayerViewController>& shown,
-    std::shared_ptr<KCSDKPlayerViewModel> viewModel, std::shared_ptr<KCSDKNetworkManager> manager,
+    std::shared_ptr<KCSDKPlayerViewModel> viewModel, Record record,
     const std::shared_ptr<UIView>& parentView) {
-    return [weak = std::weak_ptr(shown), viewModel = std::move(viewModel),
-            manager = std::move(manager),
-            parent = std::weak_ptr(parentView)](std::int64_t performedSeconds) {
-        const auto controller = weak.lock();
-        if (!KCSDK::shared().enablefullscreenVideo) {
-            if (controller) {
-                controller->view()->removeFromSuperview();
-                controller->removeFromParent();
+    return
+        [weak = std::weak_ptr(shown), viewModel = std::move(viewModel), record = std::move(record),
+         parent = std::weak_ptr(parentView)](std::int64_t performedSeconds) {
+            const auto controller = weak.lock();
+            if (!KCSDK::shared().enablefullscreenVideo) {
+                if (controller) {
+                    controller->view()->removeFromSuperview();
+                    controller->removeFromParent();
+                }
+            } else {
+                UIDevice::current().setValue(UIDevice::orientationPortrait, "orientation");
+                if (controller) controller->dismiss(true);
             }
-        } else {
-            UIDevice::current().setValue(UIDevice::orientationPortrait, "orientation");
-            if (controller) controller->dismiss(true);
-        }
-        if (const auto host = parent.lock()) host->letGo(controller);
-        if (controller) controller->setOwnsItself(false);
-        // Taken here: the view model is the main queue's.
-        DispatchQueue::global(DispatchQueue::QualityOfService::background)
-            .async([performed = viewModel->ondemandContent, manager, performedSeconds] {
-                manager->sendClassPerformance(*performed, performedSeconds);
-            });
-    };
+            if (const auto host = parent.lock()) host->letGo(controller);
+            if (controller) controller->setOwnsItself(false);
+            // Taken here: the view model is the main queue's.
+            DispatchQueue::global(DispatchQueue::QualityOfService::background)
+                .async([performed = viewModel->ondemandContent, record, performedSeconds] {
+                    record(*performed, performedSeconds);
+                });
+        };
 }
 
 }  // namespace
@@ -122,22 +138,47 @@ void KCSDKVideoViewBuilder::startVideoIn(std::shared_ptr<UIView> parentView,
                                          StartCompletion completionBlock) {
     const auto manager = KCSDK::shared().networkManager();
     if (!manager) return;
-    const auto mainQueue = Device::current().mainQueue;
     if (!ondemandClass) {
         if (completionBlock) completionBlock(nullptr, NSError{});
         return;
     }
+    Direction direction;
+    direction.manager = manager;
+    direction.done = [completion = std::move(completionBlock)](
+                         const Outcome<std::shared_ptr<KCSDKPlayerEvents>>& outcome) {
+        if (!completion) return;
+        if (outcome) return completion(*outcome, std::nullopt);
+        const auto answer = contractAnswer(outcome.failure(), Contract::perform);
+        if (const auto* told = std::get_if<Answer>(&answer)) completion(nullptr, told->error);
+    };
+    direction.record = [manager](const auto& performed, std::int64_t seconds) {
+        manager->sendClassPerformance(performed, seconds);
+    };
+    start(std::move(parentView), std::move(customOverlay), std::move(direction));
+}
+
+void KCSDKVideoViewBuilder::start(std::shared_ptr<UIView> parentView,
+                                  std::shared_ptr<UIView> customOverlay, Direction direction) {
+    const auto mainQueue = Device::current().mainQueue;
     const std::shared_ptr<Start> start(
-        new Start{shared_from_this(), manager,
+        new Start{shared_from_this(), std::move(direction),
                   std::make_shared<KCSDKPlayerViewModel>(ondemandClass), std::move(parentView),
-                  std::move(customOverlay), std::move(completionBlock)},
+                  std::move(customOverlay)},
         [mainQueue](Start* done) { mainQueue->async([done] { delete done; }); });
-    manager->performClass(ondemandClass->tag, [start, mainQueue](auto performed, auto error) {
-        mainQueue->async([start, performed = std::move(performed), error = std::move(error)] {
-            if (!performed) return start->complete(nullptr, error);
-            start->builder->show(*start, performed);
-        });
-    });
+    start->direction.manager->operations().perform(
+        ondemandClass->tag,
+        [start, mainQueue](Outcome<std::shared_ptr<KCSDKOndemandClass>> outcome) {
+            mainQueue->async([start, outcome = std::move(outcome)] {
+                const auto& to = start->direction;
+                if (to.conduct && to.conduct->isOver()) return;
+                if (!outcome) return start->complete(outcome.failure());
+                if (to.endsWithoutStream) {
+                    if (auto failure = missingStream(**outcome)) return start->complete(*failure);
+                }
+                start->builder->show(*start, *outcome);
+            });
+        },
+        start->direction.conduct);
 }
 
 void KCSDKVideoViewBuilder::show(Start& start, std::shared_ptr<KCSDKOndemandClass> performed) {
@@ -146,7 +187,7 @@ void KCSDKVideoViewBuilder::show(Start& start, std::shared_ptr<KCSDKOndemandClas
     classTitle = performed->className;
     isFullScreenEnabled = fullScreen;
 
-    const auto view = platform::make<KCSDKPlayerView>(Device::current(), start.manager);
+    const auto view = platform::make<KCSDKPlayerView>(Device::current(), start.direction.manager);
     view->setBackgroundColor(UIColor::black());
     view->setViewModel(start.viewModel);
     view->classTag = performed->tag;
@@ -172,7 +213,7 @@ void KCSDKVideoViewBuilder::show(Start& start, std::shared_ptr<KCSDKOndemandClas
         pin(controller->view(), start.parentView);
         start.parentView->keep(controller);
     }
-    start.complete(platform::make<KCSDKPlayerEvents>(controller, start.parentView), std::nullopt);
+    start.complete(platform::make<KCSDKPlayerEvents>(controller, start.parentView));
 }
 
 std::shared_ptr<KCSDKPlayerViewController> KCSDKVideoViewBuilder::makeController(
@@ -185,7 +226,7 @@ std::shared_ptr<KCSDKPlayerViewController> KCSDKVideoViewBuilder::makeController
     view->delegate = eventReceiver;
     pin(view, controller->view());
     view->closePlayerCallback =
-        closeHandler(controller, start.viewModel, start.manager, start.parentView);
+        closeHandler(controller, start.viewModel, start.direction.record, start.parentView);
     return controller;
 }
 

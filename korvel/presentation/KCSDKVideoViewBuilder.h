@@ -1,11 +1,13 @@
 #pragma once
 
+#include <korvel/network/Outcome.h>
 #include <korvel/platform/foundation/NSError.h>
 #include <korvel/platform/foundation/SharedObject.h>
 #include <korvel/platform/uikit/UIColor.h>
 #include <korvel/platform/uikit/UIFont.h>
 #include <korvel/platform/uikit/UIImage.h>
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -20,6 +22,8 @@ using platform::UIColor;
 using platform::UIFont;
 using platform::UIImage;
 
+class Conduct;
+class KCSDKNetworkManager;
 class KCSDKOndemandClass;
 class KCSDKPlayerEvents;
 class KCSDKPlayerEventsListner;
@@ -82,6 +86,20 @@ public:
     void startVideoIn(std::shared_ptr<platform::UIView> parentView,
                       std::shared_ptr<platform::UIView> overlayView,
                       StartCompletion completionBlock);
+
+    /// By whom a start is conducted, and who hears what became of it.
+    struct Direction {
+        std::shared_ptr<KCSDKNetworkManager> manager;
+        std::shared_ptr<Conduct> conduct;  ///< may be null
+        /// Main queue, at most once; destroyed there.
+        OutcomeHandler<std::shared_ptr<KCSDKPlayerEvents>> done;
+        /// Records the performance when the player has closed; on a background thread.
+        std::function<void(const KCSDKOndemandClass&, std::int64_t performedSeconds)> record;
+        bool endsWithoutStream = false;  ///< where the record's stream has no address
+    };
+    /// For rooms of the SDK: the same start, told in full. There must be a class.
+    void start(std::shared_ptr<platform::UIView> parentView,
+               std::shared_ptr<platform::UIView> overlayView, Direction direction);
 
     // The state behind the setters. The default pictures are crossed on purpose: the one shown
     // while a class waits to be played is the bundle's "pause", the one shown when it starts by

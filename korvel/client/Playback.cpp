@@ -1,0 +1,207 @@
+#include <korvel/client/PlaybackWatch.h>
+#include <korvel/platform/avfoundation/AVPlayer.h>
+#include <korvel/platform/avfoundation/AVPlayerItem.h>
+#include <korvel/player/KCSDKPlayerView.h>
+#include <korvel/presentation/KCSDKPlayerEvents.h>
+
+#include <utility>
+
+namespace korvel {
+
+using platform::AVPlayerItem;
+using platform::Clock;
+
+namespace {
+constexpr Clock::Duration lookInterval = std::chrono::milliseconds(100);
+constexpr Clock::Duration stalledAfter = std::chrono::seconds(2);
+
+/// Notes when `holds` began to hold; nothing while it does not.
+void note(std::optional<Clock::Instant>& since, bool holds, Clock::Instant now) {
+    if (!holds) return since.reset();
+    if (!since) since = now;
+}
+}  // namespace
+
+// ------------------------------------------------------------------------------------------
+// watch
+
+Playback::Watch::Watch(const platform::Device& device, const PlayOptions& options)
+    : device_(device), stallLimit_(options.stallLimit), keyDeadline_(options.keyDeadline) {}
+
+void Playback::Watch::follow(const std::shared_ptr<KCSDKPlayerView>& view) {
+    view_ = view;
+    view->closePlayerCallback = [self = shared_from_this(),
+                                 close = view->closePlayerCallback](std::int64_t seconds) {
+        if (self->closed(seconds)) close(seconds);
+    };
+    timer_ = platform::Timer::scheduled(*device_.mainQueue, lookInterval, true,
+                                        [weak = weak_from_this()] {
+                                            if (const auto self = weak.lock()) self->look();
+                                        });
+    look();
+}
+
+Playback::Status Playback::Watch::status() const {
+    const std::lock_guard lock(mutex_);
+    auto status = status_;
+    return status;
+}
+
+bool Playback::Watch::isOver() const {
+    const auto state = status_.state;
+    return state == State::failed || state == State::ended;
+}
+
+void Playback::Watch::observe(Observer observer) {
+    observer_ = std::move(observer);
+    if (const auto told = observer_) told(status());
+}
+
+void Playback::Watch::change(const std::function<void(Status&)>& change) {
+    {
+        const std::lock_guard lock(mutex_);
+        change(status_);
+    }
+    if (const auto told = observer_) told(status());  // it may replace itself
+}
+
+void Playback::Watch::look() {
+    if (isOver()) return;
+    const auto view = view_.lock();
+    if (!view) {
+        closed(std::nullopt);
+        return;
+    }
+    const auto player = view->player();
+    if (!player || !player->currentItem()) return;  // closing
+    const auto item = player->currentItem();
+    if (item->status() == AVPlayerItem::Status::failed) {
+        Failure failure{.reason = Failure::Reason::unplayable};
+        failure.transport = item->error();
+        return fail(std::move(failure));
+    }
+    const auto now = device_.clock->now();
+    const auto state = judge(*view, now);
+    if (auto failure = overdue(now)) return fail(std::move(*failure));
+    {
+        const std::lock_guard lock(mutex_);
+        status_.waiting = waitsSince_ ? now - *waitsSince_ : Clock::Duration::zero();
+        status_.performedSeconds = view->totalPerformedTime;
+    }
+    if (state != status_.state) change([&](Status& status) { status.state = state; });
+}
+
+Playback::State Playback::Watch::judge(KCSDKPlayerView& view, Clock::Instant now) {
+    const auto player = view.player();
+    const auto item = player->currentItem();
+    const bool prepares = item->status() == AVPlayerItem::Status::unknown;
+    const bool plays = player->rate() != 0;
+    const bool waits = prepares || (plays && !item->isPlaybackLikelyToKeepUp());
+    note(waitsSince_, waits, now);
+    note(keySince_, waits && view.waitsForKey(), now);
+    if (prepares) return State::preparing;
+    if (!plays) return State::paused;
+    if (!waits) return State::playing;
+    return now - *waitsSince_ < stalledAfter ? State::buffering : State::stalled;
+}
+
+std::optional<Failure> Playback::Watch::overdue(Clock::Instant now) const {
+    if (keySince_ && now - *keySince_ >= keyDeadline_) {
+        return Failure{.reason = Failure::Reason::keyUnanswered};
+    }
+    if (waitsSince_ && now - *waitsSince_ >= stallLimit_) {
+        return Failure{.reason = Failure::Reason::stalled};
+    }
+    return std::nullopt;
+}
+
+void Playback::Watch::fail(Failure failure) {
+    const auto self = shared_from_this();
+    change([&](Status& status) {
+        status.state = State::failed;
+        status.failure = std::move(failure);
+    });
+    close();
+}
+
+bool Playback::Watch::closed(std::optional<std::int64_t> performedSeconds) {
+    if (std::exchange(closed_, true)) return false;
+    timer_->invalidate();
+    {
+        const std::lock_guard lock(mutex_);
+        status_.waiting = {};
+        if (performedSeconds) status_.performedSeconds = *performedSeconds;
+    }
+    if (!isOver()) change([](Status& status) { status.state = State::ended; });
+    return true;
+}
+
+void Playback::Watch::close() {
+    const auto shown = view_.lock();
+    if (closed_ || closes_ || !shown || !shown->player()) return;
+    closes_ = true;
+    shown->closeBtnTapped();
+}
+
+void Playback::Watch::recorded(Outcome<Done> outcome) {
+    device_.mainQueue->async([self = shared_from_this(), outcome = std::move(outcome)] {
+        self->change([&](Status& status) { status.recorded = outcome; });
+    });
+}
+
+void Playback::Watch::setPlaying(bool plays) {
+    const auto shown = view_.lock();
+    const auto player = shown ? shown->player() : nullptr;
+    if (isOver() || !player || (player->rate() != 0) == plays) return;
+    shown->changePlayerState();
+    look();
+}
+
+void Playback::Watch::seek(double seconds) {
+    const auto shown = view_.lock();
+    const auto player = shown ? shown->player() : nullptr;
+    if (isOver() || !player) return;
+    player->seek(platform::CMTimeMakeWithSeconds(seconds, platform::nanosecondTimescale),
+                 platform::kCMTimeZero, platform::kCMTimeZero);
+}
+
+void Playback::Watch::stop() {
+    if (!isOver()) close();
+}
+
+// ------------------------------------------------------------------------------------------
+// handle
+
+Playback::Playback(const platform::Device& device, std::shared_ptr<Watch> watch,
+                   std::shared_ptr<KCSDKPlayerEvents> events)
+    : device_(std::make_unique<const platform::Device>(device)),
+      watch_(std::move(watch)),
+      events_(std::move(events)) {}
+
+Playback::~Playback() {
+    // Views are let go of on the main queue, whichever thread lets go of this.
+    device_->mainQueue->async([watch = std::move(watch_), events = std::move(events_)] {});
+}
+
+void Playback::onMainQueue(std::function<void(Watch&)> action) const {
+    device_->mainQueue->async([watch = watch_, action = std::move(action)] { action(*watch); });
+}
+
+Playback::Status Playback::status() const { return watch_->status(); }
+void Playback::observe(Observer observer) {
+    onMainQueue([observer = std::move(observer)](Watch& watch) { watch.observe(observer); });
+}
+void Playback::play() {
+    onMainQueue([](Watch& watch) { watch.setPlaying(true); });
+}
+void Playback::pause() {
+    onMainQueue([](Watch& watch) { watch.setPlaying(false); });
+}
+void Playback::seek(double seconds) {
+    onMainQueue([seconds](Watch& watch) { watch.seek(seconds); });
+}
+void Playback::stop() {
+    onMainQueue([](Watch& watch) { watch.stop(); });
+}
+
+}  // namespace korvel

@@ -1,0 +1,90 @@
+#pragma once
+
+#include <korvel/network/Outcome.h>
+#include <korvel/platform/foundation/Clock.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace korvel {
+
+namespace platform {
+class UIView;
+struct Device;
+}  // namespace platform
+
+class KCSDKPlayerEvents;
+class KCSDKPlayerEventsListner;
+class KCSDKVideoViewBuilder;
+
+struct PlayOptions {
+    std::shared_ptr<platform::UIView> in = {};              ///< null: full screen
+    std::shared_ptr<platform::UIView> overlay = {};         ///< null: the SDK's own controls
+    std::function<void(KCSDKVideoViewBuilder&)> look = {};  ///< main queue, before the start
+    std::shared_ptr<KCSDKPlayerEventsListner> listener = {};
+    /// A stream that brings nothing for so long, at the start or while it is to play, has failed.
+    platform::Clock::Duration stallLimit = std::chrono::seconds(30);
+    /// The same for a content key that was asked for.
+    platform::Clock::Duration keyDeadline = std::chrono::seconds(15);
+};
+
+/// One class that plays, and what is to be said of it. A failure ends it as its close button does,
+/// the record of what was performed included; nothing comes after `failed` and `ended` but the
+/// outcome of that record.
+///
+/// Any thread. Letting go of it stops nothing: the player goes on where it is shown, its limits
+/// count, and its performance is recorded.
+class KORVEL_API Playback {
+public:
+    enum class State {
+        preparing,  ///< its length and first picture are not there yet
+        buffering,  ///< waits for more of the stream
+        playing,
+        paused,
+        stalled,  ///< has been waiting for more than two seconds
+        failed,   ///< `failure` says why
+        ended,    ///< closed, came to its end, or its view went
+    };
+    struct Status {
+        State state = State::preparing;
+        platform::Clock::Duration waiting{};  ///< for how long nothing has come
+        std::optional<Failure> failure = {};
+        std::int64_t performedSeconds = 0;
+        /// Of the performance's record, once it is known.
+        std::optional<Outcome<Done>> recorded = {};
+    };
+    using Observer = std::function<void(const Status&)>;
+
+    ~Playback();
+    Playback(const Playback&) = delete;
+    Playback& operator=(const Playback&) = delete;
+
+    Status status() const;
+    /// Called on the main queue with what is now, and whenever `state` changes or `recorded` comes.
+    /// Replaces an earlier one; may be empty.
+    void observe(Observer observer);
+
+    // Taken to the main queue, in order. None does anything once it is over.
+    void play();
+    void pause();
+    void seek(double seconds);
+    void stop();
+
+    /// The contract's own remote control. Main queue.
+    const std::shared_ptr<KCSDKPlayerEvents>& events() const { return events_; }
+
+    class Watch;  ///< internal
+    Playback(const platform::Device& device, std::shared_ptr<Watch> watch,
+             std::shared_ptr<KCSDKPlayerEvents> events);
+
+private:
+    void onMainQueue(std::function<void(Watch&)> action) const;
+
+    const std::unique_ptr<const platform::Device> device_;
+    std::shared_ptr<Watch> watch_;
+    std::shared_ptr<KCSDKPlayerEvents> events_;
+};
+
+}  // namespace korvel

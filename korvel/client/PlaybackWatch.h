@@ -1,0 +1,56 @@
+#pragma once
+
+#include <korvel/client/Playback.h>
+#include <korvel/platform/Device.h>
+#include <korvel/platform/foundation/Timer.h>
+
+#include <mutex>
+
+namespace korvel {
+
+class KCSDKPlayerView;
+
+/// Follows one player from its start to its record. Lives as long as the player's view or whoever
+/// asks about it; holds neither. Main queue, but for what says otherwise.
+class Playback::Watch : public std::enable_shared_from_this<Watch> {
+public:
+    Watch(const platform::Device& device, const PlayOptions& options);
+
+    /// The player is there.
+    void follow(const std::shared_ptr<KCSDKPlayerView>& view);
+    /// Any thread: what became of the performance's record.
+    void recorded(Outcome<Done> outcome);
+
+    Status status() const;  ///< any thread
+    void observe(Observer observer);
+    std::shared_ptr<KCSDKPlayerView> view() const { return view_.lock(); }
+    bool isOver() const;
+    void setPlaying(bool plays);
+    void seek(double seconds);
+    void stop();
+
+private:
+    void look();
+    State judge(KCSDKPlayerView& view, platform::Clock::Instant now);
+    std::optional<Failure> overdue(platform::Clock::Instant now) const;
+    /// False if it had closed before: a performance counts once.
+    bool closed(std::optional<std::int64_t> performedSeconds);
+    void close();
+    void fail(Failure failure);
+    void change(const std::function<void(Status&)>& change);
+
+    const platform::Device device_;
+    const platform::Clock::Duration stallLimit_;
+    const platform::Clock::Duration keyDeadline_;
+    std::weak_ptr<KCSDKPlayerView> view_;
+    std::shared_ptr<platform::Timer> timer_;
+    std::optional<platform::Clock::Instant> waitsSince_;
+    std::optional<platform::Clock::Instant> keySince_;
+    Observer observer_;
+    bool closes_ = false;
+    bool closed_ = false;
+    mutable std::mutex mutex_;  ///< of `status_`, which the main queue alone writes
+    Status status_;
+};
+
+}  // namespace korvel

@@ -1,0 +1,162 @@
+#include "player/Fixture.h"
+
+#include <korvel/client/ContentClient.h>
+#include <korvel/client/Playback.h>
+#include <korvel/platform/avfoundation/AVAssetResourceLoader.h>
+
+#include <thread>
+
+namespace korvel::tests {
+namespace {
+
+using Reason = Failure::Reason;
+using State = Playback::State;
+
+class PlaybackTest : public PlayerTest {
+protected:
+    std::optional<ContentClient> client;
+    std::shared_ptr<Playback> playback;
+    std::optional<Failure> failure;
+    std::vector<std::string> states;
+
+    static std::string text(const Playback::Status& status) {
+        constexpr std::array names{"preparing", "buffering", "playing", "paused",
+                                   "stalled",   "failed",    "ended"};
+        std::string text = names.at(static_cast<std::size_t>(status.state));
+        if (status.failure) text += " " + std::string(nameOf(status.failure->reason));
+        if (status.recorded) text += *status.recorded ? " recorded" : " unrecorded";
+        return text;
+    }
+    std::vector<std::string> seen() {
+        run();
+        return std::exchange(states, {});
+    }
+
+    void ask(PlayOptions options = {}, platform::Clock::Duration deadline = 30s) {
+        client.emplace(ClientOptions{.deadline = deadline, .timers = fake.mainQueue});
+        if (!options.in) options.in = place;
+        options.listener = listener;
+        client->play(decoded<KCSDKOndemandClass>(classJSON("asked")), options)
+            .then(fake.mainQueue, [this](Outcome<std::shared_ptr<Playback>> outcome) {
+                if (!outcome) {
+                    failure = outcome.failure();
+                    return;
+                }
+                playback = *outcome;
+                playback->observe([this](const auto& status) { states.push_back(text(status)); });
+            });
+        run();
+    }
+    void begin(const std::string& link = "https://s/v.m3u8", PlayOptions options = {}) {
+        ask(std::move(options));
+        fake.session->answer(200,
+                             "[" + classJSON("c1", R"(,"streamingLink":")" + link + "\"") + "]");
+        run();
+        ASSERT_NE(playback, nullptr);
+        EXPECT_EQ(seen(), std::vector<std::string>{"preparing"});
+    }
+    using States = std::vector<std::string>;
+};
+
+TEST_F(PlaybackTest, TellsWhatTheStreamDoesUntilThePerformanceIsRecorded) {
+    begin();
+    becomeReady();
+    pass(100ms);
+    EXPECT_EQ(seen(), States{"playing"});
+    playback->pause();
+    playback->pause();
+    EXPECT_EQ(seen(), States{"paused"});
+    pass(10min);  // however long it is paused
+    playback->play();
+    EXPECT_EQ(seen(), States{"playing"});
+    buffered(false);
+    pass(100ms);
+    EXPECT_EQ(seen(), States{"buffering"});
+    pass(2s);
+    EXPECT_EQ(seen(), States{"stalled"});
+    EXPECT_GE(playback->status().waiting, 2s);
+    buffered(true);
+    pass(100ms);
+    EXPECT_EQ(seen(), States{"playing"});
+    playback->stop();
+    playback->stop();
+    EXPECT_EQ(seen(), States{"ended"});
+    ASSERT_TRUE(fake.session->waitForRequests(2));
+    fake.session->answer(201, "");
+    EXPECT_EQ(seen(), States{"ended recorded"});
+    EXPECT_EQ(playback->status().performedSeconds,
+              playback->events()->playerVC->viewVideo->totalPerformedTime);
+    pass(1min);
+    EXPECT_EQ(seen(), States{});
+    EXPECT_EQ(fake.session->requests.size(), 2u) << "one performance";
+}
+
+TEST_F(PlaybackTest, AStreamThatBringsNothingEndsAtItsLimitAndIsRecorded) {
+    begin("https://s/v.m3u8", {.stallLimit = 5s});
+    pass(4900ms);
+    EXPECT_EQ(seen(), States{});
+    pass(200ms);
+    EXPECT_EQ(seen(), States{"failed stalled"});
+    EXPECT_EQ(fake.media->open(), 0u);
+    EXPECT_EQ(listener->told.back(), "exit 0") << "as at any close";
+    ASSERT_TRUE(fake.session->waitForRequests(2));
+    fake.session->failTransport();
+    EXPECT_EQ(seen(), States{"failed stalled unrecorded"});
+}
+
+TEST_F(PlaybackTest, AStreamThatFailsSaysWhy) {
+    begin();
+    stream().events->failed({"media", 7, {}});
+    pass(100ms);
+    EXPECT_EQ(seen().front(), "failed unplayable");
+    EXPECT_EQ(playback->status().failure->transport->code, 7);
+}
+
+TEST_F(PlaybackTest, AStartThatCannotBeNeverShowsAPlayer) {
+    ask();
+    fake.session->answer(403, "subscribe");
+    run();
+    EXPECT_EQ(failure.value().reason, Reason::subscriptionRequired);
+    ask();
+    fake.session->answer(601, consentJSON("c"));
+    run();
+    ASSERT_EQ(failure.value().reason, Reason::consentRequired);
+    EXPECT_EQ(failure->consent->consentTag, "c");
+    ask();
+    fake.session->answer(200, "[" + classJSON("c1", R"(,"streamingLink":"https://s/%zz")") + "]");
+    run();
+    EXPECT_EQ(failure.value().member, "streamingLink");
+    ask({}, 1s);
+    pass(2s);
+    EXPECT_EQ(failure.value().reason, Reason::timedOut);
+    EXPECT_EQ(fake.session->pending(), 0u);
+    EXPECT_TRUE(fake.media->streams.empty());
+    EXPECT_TRUE(place->subviews().empty());
+}
+
+TEST_F(PlaybackTest, LettingGoOfItStopsNothingAndAViewThatGoesEndsIt) {
+    begin("https://s/v.m3u8", {.stallLimit = 5s});
+    auto kept = playback;
+    playback->observe({});
+    run();
+    std::thread([let = std::exchange(kept, nullptr), also = std::exchange(playback, nullptr)] {
+    }).join();
+    run();
+    EXPECT_EQ(fake.media->open(), 1u);
+    pass(6s);
+    EXPECT_EQ(fake.media->open(), 0u) << "its limit counts";
+}
+
+TEST_F(PlaybackTest, AKeyThatNobodyAnswersEndsAtItsDeadline) {
+    begin("https://s/one/manifest", {.stallLimit = 1min, .keyDeadline = 3s});
+    const auto asked =
+        stream().keys->load(platform::URLRequest(url("https://keys.test/key?kid=k1")), [] {});
+    ASSERT_TRUE(fake.session->waitForRequests(2)) << "for the content token";
+    pass(2900ms);
+    EXPECT_EQ(seen(), States{});
+    pass(300ms);
+    EXPECT_EQ(seen(), States{"failed keyUnanswered"});
+}
+
+}  // namespace
+}  // namespace korvel::tests
