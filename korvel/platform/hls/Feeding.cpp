@@ -31,7 +31,7 @@ std::optional<VideoCodec> byteStreamCodec(const Format& format) {
 void Feeding::restart(Stage::Generation generation, Time from) {
     generation_ = generation;
     from_ = from;
-    joined_ = isRejoining_ = isAwaiting_ = isLearning_ = false;
+    joined_ = isRejoining_ = isAwaiting_ = isLearning_ = takesAny_ = false;
     early_.clear();
     earlyBytes_ = 0;
     lanes_ = {};
@@ -81,7 +81,7 @@ Feeding::Answer Feeding::join(Kind kind, const std::shared_ptr<const Format>& fo
     const bool isLate = *sample.pts > from_ + (isRejoining_ ? latenessOfVariants : lateness);
     const bool isBare = sample.isKey && !hasParameters(*format, sample);
     if ((isLate || !sample.isKey) && segment_.mayGoBack) return Answer::back;
-    if (!sample.isKey) return Answer::taken;
+    if (!sample.isKey && !takesAny_) return Answer::taken;
     if (isBare && segment_.mayGoBack) return Answer::parameters;
     joined_ = true;
     isAwaiting_ = segment_.isLast && kind == Kind::picture && !isRejoining_ &&
@@ -162,6 +162,7 @@ Feeding::Answer Feeding::finish() {
         return release();
     }
     if (joined_) return Answer::taken;
+    takesAny_ = !segment_.mayGoBack;
     return segment_.mayGoBack ? Answer::back : Answer::taken;
 }
 

@@ -87,6 +87,7 @@ private:
     bool joined_ = false;
     bool isRejoining_ = false;
     bool isLearning_ = false;
+    bool takesAny_ = false;    ///< pictures without a key among them: there may be none
     bool isAwaiting_ = false;  ///< the picture that is shown at `from_`, of the last segment
     std::vector<Early> early_;
     std::size_t earlyBytes_ = 0;

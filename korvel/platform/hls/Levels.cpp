@@ -9,7 +9,6 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr std::chrono::nanoseconds toBegin = 1s;
-constexpr std::chrono::nanoseconds toGoOn = 2s;
 /// What decoders and sinks hold when a queue is empty is not played by then.
 constexpr std::chrono::nanoseconds dry = 100ms;
 /// Where nothing tells how long a picture lasts.
@@ -83,6 +82,11 @@ std::optional<Levels::Time> Levels::levelOf(const Queue& queue, Time position) c
                      : Time::zero();
 }
 
+bool Levels::isThere(Kind kind) const {
+    const std::lock_guard lock(mutex_);
+    return of(kind).isThere;
+}
+
 std::optional<Levels::Time> Levels::level(Kind kind, Time position) const {
     const std::lock_guard lock(mutex_);
     return levelOf(of(kind), position);
@@ -110,13 +114,16 @@ Levels::Verdict Levels::judge(Time position) {
         return std::chrono::duration_cast<Time>(time * std::max(rate_, 1.0));
     };
     Verdict verdict{.isEnough = isEnough_};
+    std::size_t total = 0;
+    for (const Queue& queue : queues_) total += queue.bytes;
+    // One kind may be queued up to the bound while the other lies far behind in the segment.
+    const bool isBounded = total >= mostBytes;
     bool isFull = true;
     for (const Queue& queue : queues_) {
         const auto level = queue.isThere ? levelOf(queue, position) : std::nullopt;
         if (!level) continue;
-        if (*level < scaled(hasStalled_ ? toGoOn : toBegin) && queue.bytes < mostBytes)
-            isFull = false;
-        if (!isEnough_ || !queue.isStarved) continue;
+        if (*level < scaled(hasStalled_ ? toGoOn : toBegin) && !isBounded) isFull = false;
+        if (!isEnough_ || !queue.isStarved || isBounded) continue;
         if (*level <= scaled(dry)) {
             verdict.isEnough = false;
         } else {

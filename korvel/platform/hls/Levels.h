@@ -18,8 +18,10 @@ class Levels {
 public:
     using Time = std::chrono::nanoseconds;
 
-    /// As many bytes queued count as enough, whatever time they last.
+    /// As many bytes queued of all kinds count as enough, whatever time they last.
     static constexpr std::size_t mostBytes = std::size_t{48} << 20U;
+    /// So much time is wanted before it goes on after a stall.
+    static constexpr Time toGoOn = std::chrono::seconds(2);
 
     void setTracks(Tracks tracks);
     /// Everything is thrown away; `target` is where it goes on.
@@ -33,6 +35,8 @@ public:
 
     /// Where what is queued of that kind ends; nothing before anything was.
     std::optional<Time> end(Kind kind) const;
+    /// Whether the stream holds that kind.
+    bool isThere(Kind kind) const;
     /// How much time what is queued of a kind lasts; nothing once it has ended.
     std::optional<Time> level(Kind kind, Time position) const;
     /// The least of all kinds; nothing once all have ended.

@@ -68,16 +68,18 @@ void Rendition::restart() {
 bool Rendition::needs() const {
     if (!feeding_.hasJoined() || !stage_->hasTracks()) return true;
     if (source_.isMain && stage_->soundWaits()) return true;
+    const Levels& levels = stage_->levels();
     const Time position = stage_->position();
-    std::optional<Time> least;
+    Time least = Time::max();
     std::size_t bytes = 0;
     for (const Kind kind : {Kind::picture, Kind::sound}) {
-        if (!feeding_.owns(kind) || !feeding_.given(kind)) continue;
-        const auto level = stage_->levels().level(kind, position);
-        least = std::min(least.value_or(Time::max()), level.value_or(Time::max()));
-        bytes += stage_->levels().bytes(kind);
+        if (!feeding_.owns(kind) || !levels.isThere(kind)) continue;
+        least = std::min(least, levels.level(kind, position).value_or(Time::max()));
+        bytes += levels.bytes(kind);
     }
-    return !least || (*least < store && bytes < mostBytesInStore);
+    // A fragment may hold all pictures in front of all sound: while one kind is short of samples,
+    // the other is let grow.
+    return least < store && bytes < (least < Levels::toGoOn ? Levels::mostBytes : mostBytesInStore);
 }
 
 void Rendition::step() {
@@ -86,147 +88,6 @@ void Rendition::step() {
     if (list().playlist.isEnded) return finishStream();
     Attention& attention = stage_->attention();
     if (attention.wait(generation_, reloadTime(list()), [] { return false; })) refreshed();
-}
-
-// MARK: playlists and variants
-
-/// Makes sure that there is a playlist to go by.
-bool Rendition::openList() {
-    Attention& attention = stage_->attention();
-    if (!variant_) {
-        const auto first = ladder_->choice(std::nullopt, Time::zero(), attention.clock().now());
-        if (!lists_[first] && !load(first)) return false;
-        adopt(first);
-    }
-    const bool isDue = !list().playlist.isEnded && attention.clock().now() >= reloadTime(list());
-    return !isDue || refreshed();
-}
-
-/// Once in a target duration, and sooner after a time at which there was nothing new.
-Clock::Instant Rendition::reloadTime(const List& list) const {
-    const auto target = list.playlist.targetDuration;
-    return list.loaded + (list.hasChanged ? target : target / 2);
-}
-
-bool Rendition::refreshed() {
-    if (load(*variant_)) {
-        adopt(*variant_);
-        return true;
-    }
-    return false;
-}
-
-bool Rendition::load(std::size_t variant) {
-    const bool hasOther = ladder_->hasOther(variant, stage_->attention().clock().now());
-    auto [result, body] = segments_.fetcher().whole({.url = source_.playlists[variant],
-                                                     .limit = longestPlaylist,
-                                                     .patience = hasOther ? 1 : 2,
-                                                     .endurance = hasOther ? 2s : 20s},
-                                                    generation_);
-    if (result.end == FetchResult::End::stale) return false;
-    if (result.end != FetchResult::End::done) {
-        listFailed(variant, result);
-        return false;
-    }
-    auto playlist = readPlaylist(viewOf(body), result.address, source_.definitions);
-    if (auto* fresh = std::get_if<MediaPlaylist>(&playlist)) {
-        auto& known = lists_[variant];
-        const auto now = stage_->attention().clock().now();
-        if (known && !known->playlist.isEnded) {
-            *fresh = merged(known->playlist, std::move(*fresh));
-        } else if (const auto reference = stage_->reference(); reference && !fresh->isEnded) {
-            *fresh = aligned(*reference, std::move(*fresh));
-        }
-        if (source_.isMain && !fresh->isEnded)
-            stage_->setReference(std::make_shared<const MediaPlaylist>(*fresh));
-        const auto last = [](const MediaPlaylist& each) {
-            return each.segments.empty() ? -1 : each.segments.back().number;
-        };
-        const bool hasChanged = !known || last(known->playlist) != last(*fresh) || fresh->isEnded;
-        known = List{result.address, std::move(*fresh), now, hasChanged};
-        return true;
-    }
-    const auto* broken = std::get_if<NSError>(&playlist);
-    result.error = broken ? *broken
-                          : makeAVError(AVError::fileFormatNotRecognized,
-                                        "A playlist of playlists within another: " +
-                                            result.address.absoluteString());
-    listFailed(variant, result);
-    return false;
-}
-
-/// A live stream goes on with what is known of it, as long as there is something.
-void Rendition::listFailed(std::size_t variant, const FetchResult& result) {
-    const auto now = stage_->attention().clock().now();
-    ladder_->failed(variant, now);
-    if (ladder_->hasOther(variant, now)) {
-        if (variant_ == variant) {
-            lists_[variant].reset();
-            variant_.reset();
-            number_.reset();
-            feeding_.rejoin();
-        }
-        return;
-    }
-    stage_->fail(result.error);
-}
-
-/// From now on segments are those of this variant, by time.
-void Rendition::adopt(std::size_t variant) {
-    if (variant_ != variant) {
-        variant_ = variant;
-        number_.reset();
-        goesOn_.reset();
-        feeding_.setVariant(variant);
-        if (source_.isMain) statistics_->chosen(variant);
-    }
-    if (!source_.isMain) return;
-    const MediaPlaylist& playlist = list().playlist;
-    stage_->setDuration(playlist.isEnded ? std::optional(playlist.end()) : std::nullopt);
-    if (stage_->target()) return;
-    stage_->beginAt(startOf(playlist));
-    restart();
-}
-
-Rendition::Time Rendition::startOf(const MediaPlaylist& playlist) const {
-    const auto& segments = playlist.segments;
-    if (segments.empty()) return {};
-    Time start = segments.front().start;
-    if (playlist.startOffset) {
-        start =
-            *playlist.startOffset + (playlist.startOffset->count() < 0 ? playlist.end() : start);
-    } else if (!playlist.isEnded) {
-        start = playlist.end() - 3 * playlist.targetDuration;
-    }
-    start = std::clamp(start, segments.front().start, playlist.end());
-    if (playlist.isEnded) return start;
-    const auto holds = std::find_if(segments.begin(), segments.end(),
-                                    [&](const Segment& each) { return each.end() > start; });
-    return holds == segments.end() ? segments.back().start : holds->start;
-}
-
-/// Takes another variant where that is better. False if the generation was overtaken or nothing is
-/// left.
-bool Rendition::adapt() {
-    if (lists_.size() < 2 || steps_ > 0) return true;
-    const Clock& clock = stage_->attention().clock();
-    const Time level = feeding_.hasJoined()
-                           ? stage_->levels().level(stage_->position()).value_or(store)
-                           : Time::zero();
-    const auto choice = ladder_->choice(variant_, level, clock.now());
-    if (choice == *variant_) return true;
-    if (!change(choice)) return !isStale() && !stage_->hasFailed() && variant_.has_value();
-    return true;
-}
-
-bool Rendition::change(std::size_t variant) {
-    const auto& known = lists_[variant];
-    const auto now = stage_->attention().clock().now();
-    const bool isFresh = known && (known->playlist.isEnded || now < reloadTime(*known));
-    if (!isFresh && !load(variant)) return false;
-    adopt(variant);
-    feeding_.rejoin();
-    return true;
 }
 
 // MARK: segments

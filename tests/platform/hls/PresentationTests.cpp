@@ -92,6 +92,30 @@ TEST_F(PresentationTest, LoadsNoMoreThanItsStoreAndGoesOnWhenThatIsTaken) {
     ASSERT_TRUE(until([&] { return output->lane(Kind::picture).samples.size() > store + 100; }));
 }
 
+TEST_F(PresentationTest, SoundBehindAllPicturesOfALongSegmentIsReached) {
+    start = 0s;
+    streams::TransportStream stream;
+    stream.tables();
+    for (int i = 0; i < 25 * 30; ++i) {
+        stream.pes(streams::TransportStream::picturePid, i * 3600,
+                   streams::picture(i % 25 == 0, 1));
+    }
+    for (int i = 0; i < 1406; ++i)
+        stream.pes(streams::TransportStream::soundPid, i * 1920, streams::adtsFrame(1));
+    server->put("https://h/0.ts", {.body = stream.bytes});
+    server->put("https://h/list.m3u8", "#EXTM3U\n#EXTINF:30,\n0.ts\n#EXT-X-ENDLIST\n");
+    open("https://h/list.m3u8");
+    EXPECT_TRUE(until([&] { return output->hasSaid("enough"); }));
+    EXPECT_FALSE(output->lane(Kind::sound).ended) << "and then it waits";
+}
+
+TEST_F(PresentationTest, PicturesWithoutAnyKeyAreShownAllTheSame) {
+    putList("https://h/", segments(3, 0, {.beginsWithKey = false}));
+    open("https://h/list.m3u8");
+    ASSERT_TRUE(ends());
+    EXPECT_EQ(output->lane(Kind::picture).samples.size(), 150u);
+}
+
 TEST_F(PresentationTest, KeysOpenSegmentsAndMapsAndAreAskedForOnce) {
     answerKeys();
     const Data vector(16, 3);
