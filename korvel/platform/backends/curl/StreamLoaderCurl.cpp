@@ -28,6 +28,9 @@ struct CleanUp {
     void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
     void operator()(curl_slist* list) const { curl_slist_free_all(list); }
 };
+struct ShareCleanUp {
+    void operator()(CURLSH* share) const { curl_share_cleanup(share); }
+};
 struct MultiCleanUp {
     void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
 };
@@ -37,14 +40,22 @@ using Multi = std::unique_ptr<CURLM, MultiCleanUp>;
 /// by one stream at a time.
 class Connections {
 public:
-    explicit Connections(CurlSettings common) : settings(std::move(common)) {}
+    explicit Connections(CurlSettings common) : settings(std::move(common)) {
+        curl_share_setopt(cookies_.get(), CURLSHOPT_USERDATA, this);
+        curl_share_setopt(cookies_.get(), CURLSHOPT_LOCKFUNC, lockCookies);
+        curl_share_setopt(cookies_.get(), CURLSHOPT_UNLOCKFUNC, unlockCookies);
+        curl_share_setopt(cookies_.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_COOKIE);
+    }
     ~Connections() {
         if (process_.isThis()) return;
         for (Multi& multi : idle_) (void)multi.release();
+        (void)cookies_.release();
     }
     Connections(const Connections&) = delete;
     Connections& operator=(const Connections&) = delete;
 
+    /// What servers set with a playlist they want to see with its segments.
+    CURLSH* cookies() const { return cookies_.get(); }
     Multi take() {
         {
             const std::lock_guard lock(mutex_);
@@ -66,7 +77,16 @@ public:
     const CurlSettings settings;
 
 private:
+    static void lockCookies(CURL*, curl_lock_data, curl_lock_access, void* self) {
+        static_cast<Connections*>(self)->cookiesInUse_.lock();
+    }
+    static void unlockCookies(CURL*, curl_lock_data, void* self) {
+        static_cast<Connections*>(self)->cookiesInUse_.unlock();
+    }
+
     const OwnProcess process_;
+    std::mutex cookiesInUse_;
+    std::unique_ptr<CURLSH, ShareCleanUp> cookies_{curl_share_init()};
     std::mutex mutex_;
     std::vector<Multi> idle_;
 };
@@ -165,6 +185,8 @@ private:
         CURL* const easy = easy_.get();
         curl_easy_setopt(easy, CURLOPT_URL, request_.url.absoluteString().c_str());
         curl_easy_setopt(easy, CURLOPT_PATH_AS_IS, 1L);
+        curl_easy_setopt(easy, CURLOPT_SHARE, connections_->cookies());
+        curl_easy_setopt(easy, CURLOPT_COOKIEFILE, "");
         curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, largestRead);
         curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, errorText_.data());
         curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &StreamCurl::receive);
