@@ -24,7 +24,8 @@ public:
         const std::shared_ptr<platform::MediaEvents> events;
         const std::shared_ptr<const platform::Clock> clock;
 
-        std::vector<std::string> calls{};     ///< "rate 1", "seek 2.5", "close", oldest first
+        std::vector<std::string>
+            calls{};  ///< "rate 1", "seek 2.5", "volume 0", "close", oldest first
         std::vector<Nanoseconds> seeks{};     ///< exactly
         std::optional<Nanoseconds> length{};  ///< reported as the duration
         std::shared_ptr<const platform::VideoFrame> frame{};
@@ -106,6 +107,7 @@ private:
             stream_->setRate(rate);
             note("rate ", rate);
         }
+        void setVolume(double volume) override { note("volume ", volume); }
         void seek(Nanoseconds to) override {
             stream_->moveTo(to);
             stream_->seeks.push_back(to);

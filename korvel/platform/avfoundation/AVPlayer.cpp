@@ -1,5 +1,6 @@
 #include <korvel/platform/avfoundation/AVPlayer.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace korvel::platform {
@@ -22,6 +23,7 @@ void AVPlayer::open(std::shared_ptr<AVPlayerItem> item) {
     if (!item_) return;
     item_->asset()->resourceLoader()->setContentKeySystem(keySystem_);
     item_->open(*this, engine_.get(), mainQueue_);
+    applyVolume();
     item_->setRate(rate_);
 }
 
@@ -45,6 +47,20 @@ void AVPlayer::setRate(float rate) {
     if (!item) return;
     if (item->ended_ || item->status() == Status::failed) rate_ = 0;
     item->setRate(rate_);
+}
+
+void AVPlayer::setVolume(float volume) {
+    volume_ = volume > 0 ? std::min(volume, 1.F) : 0;
+    applyVolume();
+}
+
+void AVPlayer::setMuted(bool muted) {
+    muted_ = muted;
+    applyVolume();
+}
+
+void AVPlayer::applyVolume() {
+    if (item_) item_->setVolume(muted_ ? 0 : volume_);
 }
 
 CMTime AVPlayer::currentTime() const { return item_ ? item_->currentTime() : kCMTimeZero; }

@@ -35,6 +35,13 @@ public:
     /// What is negative or no number counts as 0.
     void setRate(float rate);
 
+    /// Of this player's sound alone, from 0 to 1; what lies outside is led to the nearer end.
+    float volume() const { return volume_; }
+    void setVolume(float volume);
+    /// The volume stays what it is meanwhile.
+    bool isMuted() const { return muted_; }
+    void setMuted(bool muted);
+
     /// Where a seek goes to until it has ended; zero without an item.
     CMTime currentTime() const;
     /// Clamped to the item; kept until the item is ready; the last of several counts. A time that
@@ -64,6 +71,7 @@ private:
     void close();
     void frameChanged();
     void itemStopped();
+    void applyVolume();
 
     struct FrameObserver {
         std::weak_ptr<void> owner;
@@ -74,6 +82,8 @@ private:
     const std::shared_ptr<MainQueue> mainQueue_;
     std::shared_ptr<AVPlayerItem> item_;
     float rate_ = 0;
+    float volume_ = 1;
+    bool muted_ = false;
     std::map<std::shared_ptr<Object>, MainQueue::Token> timeObservers_;
     std::vector<FrameObserver> frameObservers_;
 };

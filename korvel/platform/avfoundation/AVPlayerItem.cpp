@@ -75,6 +75,7 @@ void AVPlayerItem::close() {
     events_.reset();
     playback_.reset();
     rate_ = applied_ = 0;
+    volume_ = 1;
     enough_ = ended_ = seeking_ = likelyToKeepUp_ = bufferEmpty_ = false;
     lastPosition_ = {};
     nextSeek_.reset();
@@ -84,6 +85,10 @@ void AVPlayerItem::close() {
 void AVPlayerItem::setRate(double rate) {
     rate_ = rate;
     applyRate();
+}
+
+void AVPlayerItem::setVolume(double volume) {
+    if (playback_ && std::exchange(volume_, volume) != volume) playback_->setVolume(volume);
 }
 
 void AVPlayerItem::applyRate() {

@@ -56,6 +56,7 @@ private:
     void open(AVPlayer& player, MediaEngine* engine, std::shared_ptr<MainQueue> mainQueue);
     void close();
     void setRate(double rate);
+    void setVolume(double volume);
     void seek(std::chrono::nanoseconds to);
     std::shared_ptr<const VideoFrame> newestFrame() const;
 
@@ -88,6 +89,7 @@ private:
     std::shared_ptr<MediaEvents> events_;
     std::unique_ptr<MediaPlayback> playback_;
     double rate_ = 0;     ///< requested
+    double volume_ = 1;   ///< of the playback
     double applied_ = 0;  ///< what the playback was told: 0 while it waits for the buffer
     bool enough_ = false;
     bool ended_ = false;

@@ -23,6 +23,8 @@ public:
 
     /// 0 stops the picture where it is. Negative rates are never asked.
     virtual void setRate(double rate) = 0;
+    /// From 0, silence, to 1; 1 at first.
+    virtual void setVolume(double volume) = 0;
     /// To exactly this picture, at the rate set; `to` lies within the stream. Reports `seekEnded`.
     virtual void seek(std::chrono::nanoseconds to) = 0;
     /// Nothing while unknown.

@@ -13,6 +13,17 @@ struct Unref {
 /// A GStreamer object of our own reference.
 template <class Object> using Ref = std::unique_ptr<Object, Unref>;
 
+struct UnrefCaps {
+    void operator()(GstCaps* caps) const { gst_caps_unref(caps); }
+};
+using Caps = std::unique_ptr<GstCaps, UnrefCaps>;
+
+/// A new element of that factory, of our own reference; null if there is none.
+inline Ref<GstElement> makeElement(const char* factory) {
+    GstElement* made = gst_element_factory_make(factory, nullptr);
+    return Ref<GstElement>(made ? GST_ELEMENT(gst_object_ref_sink(made)) : nullptr);
+}
+
 /// Frees GLib's text.
 inline std::string taken(gchar* text) {
     std::string copy = text ? text : "";

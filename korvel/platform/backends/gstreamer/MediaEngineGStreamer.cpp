@@ -2,7 +2,6 @@
 #include <korvel/platform/backends/gstreamer/Handles.h>
 #include <korvel/platform/backends/gstreamer/MediaEngineGStreamer.h>
 #include <korvel/platform/backends/gstreamer/PlaybackGStreamer.h>
-#include <korvel/platform/backends/gstreamer/RoutedSource.h>
 
 #include <utility>
 
@@ -19,8 +18,11 @@ public:
 
     std::unique_ptr<MediaPlayback> open(const URL& url, std::shared_ptr<AVAssetResourceLoader> keys,
                                         std::shared_ptr<MediaEvents> events) override {
-        return std::make_unique<gst::PlaybackGStreamer>(url, loader_, std::move(keys),
-                                                        std::move(events), audioSink_);
+        return std::make_unique<gst::PlaybackGStreamer>(
+            url, gst::StreamPlayback::Parts{.loader = loader_,
+                                            .keys = std::move(keys),
+                                            .events = std::move(events),
+                                            .audioSink = audioSink_});
     }
 
 private:
@@ -36,8 +38,10 @@ std::string prepare(const GStreamerOptions& options) {
         g_clear_error(&error);
         return reason;
     }
-    for (const std::string& element : {std::string("playbin"), std::string("appsink"),
-                                       std::string("hlsdemux"), options.audioSink}) {
+    for (const std::string& element :
+         {std::string("appsink"), std::string("videoconvert"), std::string("audioconvert"),
+          std::string("scaletempo"), std::string("audioresample"), std::string("volume"),
+          std::string("multiqueue"), std::string("typefind"), options.audioSink}) {
         if (!Ref<GstElementFactory>(gst_element_factory_find(element.c_str())))
             return "GStreamer's element \"" + element + "\" is not installed.";
     }
@@ -45,7 +49,6 @@ std::string prepare(const GStreamerOptions& options) {
     const auto& authorities = options.certificateAuthorityFile;
     if (!authorities.empty() && !std::filesystem::is_regular_file(authorities, unreadable))
         return "There is no file \"" + authorities.string() + "\".";
-    if (!gst::registerRoutedSource()) return "GStreamer does not take our source.";
     return {};
 }
 

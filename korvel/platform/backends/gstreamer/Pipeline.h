@@ -1,11 +1,12 @@
 #pragma once
 
-#include <korvel/platform/avfoundation/MediaEngine.h>
+#include <korvel/platform/avfoundation/MediaEvents.h>
 #include <korvel/platform/backends/gstreamer/FrameSink.h>
 #include <korvel/platform/backends/gstreamer/Handles.h>
-#include <korvel/platform/backends/gstreamer/Route.h>
+#include <korvel/platform/backends/gstreamer/SoundSink.h>
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -14,94 +15,89 @@
 
 namespace korvel::platform::gst {
 
-/// A playbin and what it tells. Commands come from the main queue; messages from the pipeline's own
-/// threads, on which no state may be changed: such work goes to the pool, whose tasks
-/// keep this object until it is done. `close` ends everything for those who gave commands.
+/// A pipeline's sinks, clock and states, and what it tells; what feeds it is added by its users.
+///
+/// Commands come from any thread, messages from the pipeline's own, on which no state may be
+/// changed: such work goes to the pool, whose tasks keep this object until they are done.
 class Pipeline : public std::enable_shared_from_this<Pipeline> {
 public:
-    static std::shared_ptr<Pipeline> open(const URL& url, std::shared_ptr<StreamLoader> loader,
-                                          std::shared_ptr<AVAssetResourceLoader> keys,
-                                          std::shared_ptr<MediaEvents> events,
+    struct Listener {
+        /// All sinks have what they show at first. `isReady`: for the first time.
+        std::function<void(bool isReady)> prerolled;
+        /// The first error, after which the pipeline is to be stopped. On the pool.
+        std::function<void(const NSError&)> failed;
+        /// How full the pipeline's queues are, if it has such; may stay empty.
+        std::function<void(int percent)> buffering{};
+    };
+    static std::shared_ptr<Pipeline> make(std::shared_ptr<MediaEvents> events,
                                           const std::string& audioSink);
-    explicit Pipeline(std::shared_ptr<MediaEvents> events);
+    Pipeline(std::shared_ptr<MediaEvents> events, std::string audioSink);
     ~Pipeline();
     Pipeline(const Pipeline&) = delete;
     Pipeline& operator=(const Pipeline&) = delete;
 
-    void close();
-    void setRate(double rate);
-    void seek(std::chrono::nanoseconds to);
-    std::optional<std::chrono::nanoseconds> position() const;
-    std::optional<std::chrono::nanoseconds> duration() const;
-    std::shared_ptr<const VideoFrame> newestFrame() const { return frames_->newest(); }
+    /// Before anything is started.
+    void setListener(Listener listener) { listener_ = std::move(listener); }
+    GstBin* bin() const { return GST_BIN(element_.get()); }
+    GstElement* element() const { return element_.get(); }
+    /// The sink of that kind's decoded samples, made when first asked for, and its inlet.
+    Ref<GstPad> pictureInlet();
+    Ref<GstPad> soundInlet();
 
-private:
-    void build(const URL& url, const std::string& audioSink);
-    void lead(std::shared_ptr<StreamLoader> loader, std::shared_ptr<AVAssetResourceLoader> keys);
-    void listen();
+    /// To its first picture.
     void start();
-    std::int64_t within(std::chrono::nanoseconds time) const;
+    /// Ends all its threads. Nothing is told, and no command counts, afterwards.
+    void close();
+    void setPlaying(bool playing);
+    void setVolume(double volume);
+
+    /// Where the first picture is.
+    void startAt(std::chrono::nanoseconds time) { from_ = time.count(); }
+    /// Nothing counts as prerolled or as the position until `flushed`; from then on the position is
+    /// `to` until all have prerolled again.
+    void beginFlush(std::chrono::nanoseconds to);
+    void flushed() { isFlushed_ = true; }
+
+    /// Of what is shown or sounds, or is going to.
+    std::chrono::nanoseconds time() const;
+    /// How long it has played since the last flush, whatever there was to show; nothing while it
+    /// flushes.
+    std::optional<std::chrono::nanoseconds> runningTime() const;
+    std::shared_ptr<const VideoFrame> newestFrame() const;
+    bool isReady() const { return ready_; }
+    bool isClosed() const { return closed_; }
+
+    /// Not after `close`.
     void onHelper(std::function<void(Pipeline&)> work);
 
-    // The pipeline's threads.
+private:
+    void listen();
     void heard(GstMessage* message);
     void prerolled();
-    void buffering(GstMessage* message);
     void stumbled(GstMessage* message);
-    void fail(const NSError& error);
-
-    /// What has come over the line and out of the decoder, and what of it has been played.
-    struct Progress {
-        std::uint64_t portions = 0;
-        std::uint64_t pictures = 0;
-        std::optional<std::chrono::nanoseconds> position;
-        bool operator==(const Progress&) const = default;
-    };
-    Progress progress() const;
-    struct Vigil {
-        Progress last;
-        int idleTicks = 0;
-        int limit = 1;  ///< of these while seeking; thrice as many while playing
-    };
-
-    // Helper threads.
-    void readDuration();  ///< not from a message: the demuxer waits for who heard it
-    bool isDue() const;
-    void watch();
-    void keep(Vigil vigil);
-    void reload();
-    void resume();
-    void go(std::chrono::nanoseconds to);
-    bool jump(std::chrono::nanoseconds to, double rate);
-    void changeRate(double rate);
-    void goOn();
-    void adapt();
     void chooseClock();
+    void apply();
 
     const std::shared_ptr<MediaEvents> events_;
-    std::shared_ptr<Route> route_;
-    std::unique_ptr<FrameSink> frames_;
-    Ref<GstElement> playbin_;
+    const std::string audioSink_;
+    Listener listener_;
+    const Ref<GstElement> element_;
 
-    std::mutex
-        life_;  ///< held while a helper thread sets it going, so that it is not after `close`
+    std::mutex life_;  ///< held while the pipeline's state is changed
     std::atomic<bool> closed_ = false;
     std::atomic<bool> failed_ = false;
-    std::atomic<bool> stopped_ = false;  ///< by the first error
+    bool started_ = false;
+    bool playing_ = false;
 
-    std::atomic<std::int64_t> duration_ = -1;
+    mutable std::mutex sinks_;  ///< guards the following
+    std::unique_ptr<FrameSink> frames_;
+    std::unique_ptr<SoundSink> sound_;
+    double volume_ = 1;
+
     std::atomic<bool> ready_ = false;
-    std::atomic<bool> buffering_ = false;  ///< a message has said so and none has taken it back
-    std::atomic<bool> adapts_ = false;     ///< the demuxer chooses the variant
-    std::atomic<bool> playing_ = false;
-    std::atomic<bool> seeking_ = false;
-    std::atomic<bool> isInstant_ = false;  ///< the rate, changed without a seek
-    std::atomic<bool> reloading_ = false;  ///< until it is where it was
-    std::atomic<bool> ended_ = false;
-    std::atomic<bool> watching_ = false;
-    std::atomic<bool> flushed_ = false;   ///< by the seek in progress
-    std::atomic<std::int64_t> from_ = 0;  ///< where the last seek went: nothing earlier is shown
-    std::atomic<double> rate_ = 1;        ///< of the pipeline's clock, also while paused
+    std::atomic<bool> shows_ = false;  ///< what was last sought
+    std::atomic<bool> isFlushed_ = true;
+    std::atomic<std::int64_t> from_ = 0;
 };
 
 }  // namespace korvel::platform::gst

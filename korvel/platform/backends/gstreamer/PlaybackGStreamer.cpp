@@ -1,33 +1,64 @@
-#include <korvel/platform/backends/gstreamer/Pipeline.h>
+#include <korvel/platform/backends/gstreamer/FilePlayback.h>
 #include <korvel/platform/backends/gstreamer/PlaybackGStreamer.h>
 
 #include <utility>
 
 namespace korvel::platform::gst {
 
-PlaybackGStreamer::PlaybackGStreamer(const URL& url, std::shared_ptr<StreamLoader> loader,
-                                     std::shared_ptr<AVAssetResourceLoader> keys,
-                                     std::shared_ptr<MediaEvents> events,
-                                     const std::string& audioSink)
-    : pipeline_(
-          Pipeline::open(url, std::move(loader), std::move(keys), std::move(events), audioSink)) {}
+struct PlaybackGStreamer::Choice {
+    mutable std::mutex mutex;
+    std::shared_ptr<MediaPlayback> playback;  ///< null once closed
+    double volume = 1;
+    bool closed = false;
+};
 
-PlaybackGStreamer::~PlaybackGStreamer() { pipeline_->close(); }
+PlaybackGStreamer::PlaybackGStreamer(const URL& url, StreamPlayback::Parts parts)
+    : choice_(std::make_shared<Choice>()) {
+    const auto isNoPlaylist = [url, parts, weak = std::weak_ptr(choice_)] {
+        const auto choice = weak.lock();
+        if (!choice) return;
+        std::shared_ptr<MediaPlayback> former;  // ended after the lock
+        const std::lock_guard lock(choice->mutex);
+        if (choice->closed) return;
+        former = std::exchange(choice->playback, std::make_shared<FilePlayback>(url, parts));
+        choice->playback->setVolume(choice->volume);
+    };
+    const std::lock_guard lock(choice_->mutex);
+    choice_->playback = std::make_shared<StreamPlayback>(url, parts, isNoPlaylist);
+}
 
-void PlaybackGStreamer::setRate(double rate) { pipeline_->setRate(rate); }
+PlaybackGStreamer::~PlaybackGStreamer() {
+    std::shared_ptr<MediaPlayback> former;
+    const std::lock_guard lock(choice_->mutex);
+    choice_->closed = true;
+    former = std::exchange(choice_->playback, nullptr);
+}
 
-void PlaybackGStreamer::seek(std::chrono::nanoseconds to) { pipeline_->seek(to); }
+std::shared_ptr<MediaPlayback> PlaybackGStreamer::chosen() const {
+    const std::lock_guard lock(choice_->mutex);
+    return choice_->playback;
+}
+
+void PlaybackGStreamer::setRate(double rate) { chosen()->setRate(rate); }
+
+void PlaybackGStreamer::setVolume(double volume) {
+    const std::lock_guard lock(choice_->mutex);
+    choice_->volume = volume;
+    choice_->playback->setVolume(volume);
+}
+
+void PlaybackGStreamer::seek(std::chrono::nanoseconds to) { chosen()->seek(to); }
 
 std::optional<std::chrono::nanoseconds> PlaybackGStreamer::position() {
-    return pipeline_->position();
+    return chosen()->position();
 }
 
 std::optional<std::chrono::nanoseconds> PlaybackGStreamer::duration() {
-    return pipeline_->duration();
+    return chosen()->duration();
 }
 
 std::shared_ptr<const VideoFrame> PlaybackGStreamer::newestFrame() {
-    return pipeline_->newestFrame();
+    return chosen()->newestFrame();
 }
 
 }  // namespace korvel::platform::gst

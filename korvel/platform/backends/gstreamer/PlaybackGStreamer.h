@@ -1,31 +1,31 @@
 #pragma once
 
-#include <korvel/platform/avfoundation/MediaEngine.h>
-#include <korvel/platform/foundation/ResponseStream.h>
+#include <korvel/platform/backends/gstreamer/StreamPlayback.h>
 
 #include <memory>
-#include <string>
+#include <mutex>
 
 namespace korvel::platform::gst {
 
-class Pipeline;
-
-/// One stream in one playbin.
+/// What an address leads to, a stream or a file. It is taken for a stream until it turns out to be
+/// none, as most are.
 class PlaybackGStreamer final : public MediaPlayback {
 public:
-    PlaybackGStreamer(const URL& url, std::shared_ptr<StreamLoader> loader,
-                      std::shared_ptr<AVAssetResourceLoader> keys,
-                      std::shared_ptr<MediaEvents> events, const std::string& audioSink);
+    PlaybackGStreamer(const URL& url, StreamPlayback::Parts parts);
     ~PlaybackGStreamer() override;
 
     void setRate(double rate) override;
+    void setVolume(double volume) override;
     void seek(std::chrono::nanoseconds to) override;
     std::optional<std::chrono::nanoseconds> position() override;
     std::optional<std::chrono::nanoseconds> duration() override;
     std::shared_ptr<const VideoFrame> newestFrame() override;
 
 private:
-    const std::shared_ptr<Pipeline> pipeline_;
+    struct Choice;
+    std::shared_ptr<MediaPlayback> chosen() const;
+
+    const std::shared_ptr<Choice> choice_;
 };
 
 }  // namespace korvel::platform::gst

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <korvel/platform/avfoundation/MediaEngine.h>
+#include <korvel/platform/backends/gstreamer/StreamOutput.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace korvel::platform::gst {
+
+/// An HLS stream: a presentation loads it, a pipeline shows it.
+class StreamPlayback final : public MediaPlayback {
+public:
+    struct Parts {
+        std::shared_ptr<StreamLoader> loader;
+        std::shared_ptr<AVAssetResourceLoader> keys;
+        std::shared_ptr<MediaEvents> events;
+        std::string audioSink;
+    };
+    /// `isNoPlaylist`: the address leads to something else, and nothing comes of this playback. At
+    /// most once, on the pool.
+    StreamPlayback(const URL& url, const Parts& parts, std::function<void()> isNoPlaylist);
+    ~StreamPlayback() override;
+
+    void setRate(double rate) override;
+    void setVolume(double volume) override;
+    void seek(std::chrono::nanoseconds to) override;
+    std::optional<std::chrono::nanoseconds> position() override;
+    std::optional<std::chrono::nanoseconds> duration() override;
+    std::shared_ptr<const VideoFrame> newestFrame() override;
+
+private:
+    class Course;
+    class Ear;
+    const std::shared_ptr<Course> course_;
+};
+
+}  // namespace korvel::platform::gst

@@ -1,0 +1,190 @@
+#include "platform/backends/gstreamer/Fixture.h"
+#include "platform/backends/gstreamer/FormServer.h"
+#include "platform/backends/gstreamer/SoundRecorder.h"
+
+#include <gst/gst.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace korvel::tests {
+
+using namespace platform;
+
+namespace {
+
+/// Six seconds of one of the folders that "forms/make" makes.
+struct Form {
+    const char* path;
+    int rate = 25;  ///< pictures a second; 0: none
+    bool sounds = true;
+};
+
+/// How often a second the sound swings, half a second into `second`; 0 if it is not all there.
+double tone(const std::vector<SoundPiece>& sound, int second, double rate = 1) {
+    const double from = second + 0.3;
+    const double to = second + 0.7;
+    double swings = 0;
+    double heard = 0;
+    float last = 0;
+    for (const SoundPiece& piece : sound) {
+        for (std::size_t i = 0; i < piece.samples.size(); ++i) {
+            const double at = piece.from + static_cast<double>(i) / piece.perSecond * rate;
+            if (at < from || at >= to) continue;
+            if (last <= 0 && piece.samples[i] > 0) ++swings;
+            last = piece.samples[i];
+            heard += 1. / piece.perSecond;
+        }
+    }
+    return heard < 0.39 / rate ? 0 : swings / heard;
+}
+
+double longestGap(const std::vector<SoundPiece>& sound, double from, double to) {
+    double end = from;
+    double longest = 0;
+    for (const SoundPiece& piece : sound) {
+        longest = std::max(longest, piece.from - end);
+        end = std::max(end, piece.from + piece.length);
+    }
+    return std::max(longest, to - end);
+}
+
+}  // namespace
+
+class FormTest : public GStreamerTest, public testing::WithParamInterface<std::vector<Form>> {
+protected:
+    FormServer server{KORVEL_FORMS};
+
+    /// One form in a player of its own, and all pictures that it showed.
+    struct Seen {
+        const Form form;
+        const std::string recorder;
+        std::unique_ptr<Show> show;
+        std::vector<int> pictures{};
+
+        int at(double time) const { return static_cast<int>(std::floor(time * form.rate + 1e-4)); }
+    };
+
+    Seen open(const Form& form, std::size_t index) {
+        Seen seen{form, "soundrecorder" + std::to_string(index), nullptr};
+        registerSoundRecorder(seen.recorder);
+        device.mediaEngine = makeMediaEngineGStreamer({.audioSink = seen.recorder});
+        seen.show = std::make_unique<Show>(server / form.path, device);
+        return seen;
+    }
+
+    void seek(std::vector<Seen>& all, double to) {
+        for (Seen& each : all) {
+            each.show->listener->heard.clear();
+            each.show->seek(to);
+        }
+        for (Seen& each : all) {
+            ASSERT_TRUE(until([&] { return !each.show->listener->heard.empty(); }))
+                << each.form.path << " at " << to;
+            EXPECT_NEAR(each.show->position(), to, 0.001) << each.form.path;
+            if (each.form.rate > 0) {
+                EXPECT_EQ(each.show->picture(), each.at(to)) << each.form.path << " at " << to;
+            }
+        }
+    }
+
+    static void check(const Seen& seen) {
+        const char* path = seen.form.path;
+        if (seen.form.rate > 0) {
+            const int last = 6 * seen.form.rate - 1;
+            ASSERT_FALSE(seen.pictures.empty()) << path;
+            EXPECT_NEAR(seen.pictures.back(), last, 1) << path;
+            EXPECT_TRUE(std::is_sorted(seen.pictures.begin(), seen.pictures.end())) << path;
+            int step = 0;
+            for (std::size_t i = 1; i < seen.pictures.size(); ++i)
+                step = std::max(step, seen.pictures[i] - seen.pictures[i - 1]);
+            // A busy machine leaves out pictures, but not half a second of them.
+            EXPECT_LE(step, seen.form.rate / 2) << path;
+        }
+        if (!seen.form.sounds) return;
+        const auto sound = recordedBy(seen.recorder);
+        EXPECT_LT(longestGap(sound, 0, 5.9), 0.05) << path;
+        for (int second = 0; second < 6; ++second)
+            EXPECT_NEAR(tone(sound, second), 300 + 100 * second, 15) << path << ' ' << second;
+    }
+};
+
+TEST_P(FormTest, PlaysFromStartToEndWithTheRightPicturesAndTonesAndSeeksExactly) {
+    std::vector<Seen> all;
+    for (const Form& form : GetParam()) all.push_back(open(form, all.size()));
+    for (Seen& each : all) {
+        ASSERT_TRUE(until([&] { return each.show->isReady() || each.show->hasFailed(); }))
+            << each.form.path;
+        ASSERT_TRUE(each.show->isReady())
+            << each.form.path << ' ' << each.show->item->error()->description();
+        EXPECT_NEAR(CMTimeGetSeconds(each.show->item->duration()), 6, 0.15) << each.form.path;
+        if (each.form.rate > 0) {
+            EXPECT_EQ(each.show->picture(), 0) << each.form.path;
+        }
+    }
+    for (const double to : {3.5, 1.3, 0.}) seek(all, to);
+    for (Seen& each : all) {
+        each.show->player->observeFrames(
+            each.show->owner, [&each] { each.pictures.push_back(each.show->picture()); });
+        each.show->player->play();
+    }
+    for (const Seen& each : all) {
+        EXPECT_TRUE(until([&] { return each.show->ends > 0; })) << each.form.path;
+        check(each);
+    }
+}
+
+TEST_F(GStreamerTest, RatesChangeInMidPlayAndKeepThePitch) {
+    const FormServer server{KORVEL_FORMS};
+    registerSoundRecorder("ratesrecorder");
+    device.mediaEngine = makeMediaEngineGStreamer({.audioSink = "ratesrecorder"});
+    Show show(server / "ts-2/index.m3u8", device);
+    show.player->play();
+    ASSERT_TRUE(until([&] { return show.position() > 1; }));
+    show.player->setRate(2);
+    ASSERT_TRUE(until([&] { return show.position() > 4.2; }));
+    show.player->setRate(0.5);
+    ASSERT_TRUE(until([&] { return show.position() > 5.9 || show.ends > 0; }));
+    const auto sound = recordedBy("ratesrecorder");
+    EXPECT_NEAR(tone(sound, 0), 300, 15);
+    EXPECT_NEAR(tone(sound, 2, 2), 500, 25);
+    EXPECT_NEAR(tone(sound, 3, 2), 600, 25);
+    EXPECT_NEAR(tone(sound, 5, 0.5), 800, 25);
+    EXPECT_EQ(
+        std::count(show.listener->heard.begin(), show.listener->heard.end(), "playbackBufferEmpty"),
+        0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Forms, FormTest,
+                         testing::Values(std::vector<Form>{{"ts-2/index.m3u8"},
+                                                           {"ts-6/index.m3u8"},
+                                                           {"ts-ranges/index.m3u8"},
+                                                           {"ts-aes/index.m3u8"},
+                                                           {"ts-50/index.m3u8", 50},
+                                                           {"ts-10/index.m3u8", 10},
+                                                           {"ts-open/index.m3u8"},
+                                                           {"ts-baseline/index.m3u8"}},
+                                         std::vector<Form>{{"ts-mp3/index.m3u8"},
+                                                           {"ts-ac3/index.m3u8"},
+                                                           {"ts-hevc/index.m3u8"},
+                                                           {"ts-silent/index.m3u8", 25, false},
+                                                           {"ts-sound/index.m3u8", 0},
+                                                           {"ts-apart/index.m3u8"},
+                                                           {"ts-variants/index.m3u8"},
+                                                           {"ts-joined/index.m3u8"},
+                                                           {"packed/index.m3u8", 0}},
+                                         std::vector<Form>{{"fmp4-2/index.m3u8"},
+                                                           {"fmp4-6/index.m3u8"},
+                                                           {"fmp4-ranges/index.m3u8"},
+                                                           {"fmp4-50/index.m3u8", 50},
+                                                           {"fmp4-baseline/index.m3u8"},
+                                                           {"fmp4-ac3/index.m3u8"}},
+                                         std::vector<Form>{{"fmp4-hevc/index.m3u8"},
+                                                           {"fmp4-sound/index.m3u8", 0},
+                                                           {"fmp4-apart/index.m3u8"},
+                                                           {"fmp4-variants/index.m3u8"},
+                                                           {"fmp4-joined/index.m3u8"},
+                                                           {"file-front.mp4"},
+                                                           {"file-end.mp4"}}));
+
+}  // namespace korvel::tests

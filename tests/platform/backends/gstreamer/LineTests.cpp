@@ -1,0 +1,201 @@
+#include "platform/backends/gstreamer/Fixture.h"
+#include "platform/backends/gstreamer/FormServer.h"
+
+#include <korvel/platform/avfoundation/AVError.h>
+
+#include <gst/gst.h>
+#include <zlib.h>
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <iterator>
+#include <random>
+
+namespace korvel::tests {
+
+using namespace platform;
+
+namespace {
+
+using httplib::Request;
+using httplib::Response;
+
+std::string contentOf(const std::string& path) {
+    std::ifstream file(std::string(KORVEL_FORMS) + path, std::ios::binary);
+    return {std::istreambuf_iterator(file), {}};
+}
+
+std::string zipped(const std::string& plain) {
+    z_stream stream{};
+    deflateInit2(&stream, 6, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY);
+    std::string packed(deflateBound(&stream, static_cast<uLong>(plain.size())), '\0');
+    std::string copy = plain;
+    stream.next_in = reinterpret_cast<Bytef*>(copy.data());
+    stream.avail_in = static_cast<uInt>(copy.size());
+    stream.next_out = reinterpret_cast<Bytef*>(packed.data());
+    stream.avail_out = static_cast<uInt>(packed.size());
+    deflate(&stream, Z_FINISH);
+    packed.resize(stream.total_out);
+    deflateEnd(&stream);
+    return packed;
+}
+
+bool isSegment(const Request& request) { return request.path.ends_with(".ts"); }
+
+}  // namespace
+
+/// Servers and lines as they are found.
+class LineTest : public GStreamerTest {
+protected:
+    FormServer server{KORVEL_FORMS};
+
+    void playsToItsEnd(const std::string& path) {
+        Show show(server / path, device);
+        ASSERT_TRUE(until([&] { return show.isReady() || show.hasFailed(); }));
+        ASSERT_TRUE(show.isReady()) << show.item->error()->description();
+        EXPECT_EQ(show.picture(), 0);
+        show.listener->heard.clear();
+        show.seek(4.6);
+        ASSERT_TRUE(until([&] { return !show.listener->heard.empty(); }));
+        EXPECT_EQ(show.picture(), 115);
+        show.player->play();
+        ASSERT_TRUE(until([&] { return show.ends > 0 || show.hasFailed(); }));
+        EXPECT_EQ(show.picture(), 149);
+    }
+};
+
+TEST_F(LineTest, BodiesThatNobodyAskedToPackAreUnpacked) {
+    server.misbehaves = [](const Request& request, Response& response) {
+        response.set_header("Content-Encoding", "gzip");
+        response.set_content(zipped(contentOf(request.path)), "text/plain");
+        return true;
+    };
+    playsToItsEnd("ts-2/index.m3u8");
+}
+
+TEST_F(LineTest, RedirectsAndWrongTypesAreTakenForWhatTheyLeadTo) {
+    server.misbehaves = [](const Request& request, Response& response) {
+        if (request.path.starts_with("/moved/")) {
+            response.set_redirect("/" + request.path.substr(7), 302);
+            return true;
+        }
+        if (!isSegment(request)) return false;
+        response.set_content(contentOf(request.path), "text/html");
+        return true;
+    };
+    playsToItsEnd("moved/ts-2/index.m3u8");
+}
+
+TEST_F(LineTest, CookiesOfThePlaylistGoWithItsSegments) {
+    std::atomic<int> bare = 0;
+    server.misbehaves = [&](const Request& request, Response& response) {
+        if (!isSegment(request)) {
+            response.set_header("Set-Cookie", "pass=1; Path=/");
+            response.set_content(contentOf(request.path), "application/vnd.apple.mpegurl");
+            return true;
+        }
+        if (request.get_header_value("Cookie") == "pass=1") return false;
+        ++bare;
+        response.status = 403;
+        return true;
+    };
+    playsToItsEnd("ts-2/index.m3u8");
+    EXPECT_EQ(bare, 0);
+}
+
+TEST_F(LineTest, RangesThatTheServerDoesNotKnowAreCutOutHere) {
+    server.misbehaves = [](const Request& request, Response& response) {
+        response.set_content_provider(
+            contentOf(request.path).size(), "video/mp2t",
+            [content = contentOf(request.path)](std::size_t at, std::size_t size, auto& sink) {
+                return sink.write(content.data() + at, size);
+            });
+        const_cast<Request&>(request).ranges.clear();
+        response.status = 200;
+        return true;
+    };
+    playsToItsEnd("ts-ranges/index.m3u8");
+    playsToItsEnd("fmp4-ranges/index.m3u8");
+}
+
+TEST_F(LineTest, WhatIsCutOrMissingForAWhileIsAskedForAgain) {
+    std::mutex mutex;
+    std::map<std::string, int> asked;
+    server.misbehaves = [&](const Request& request, Response& response) {
+        if (!isSegment(request)) return false;
+        const std::lock_guard lock(mutex);
+        switch (asked[request.path]++) {
+            case 0:
+                response.status = 503;
+                return true;
+            case 1:  // less than was promised
+                response.set_content_provider(
+                    contentOf(request.path).size(), "video/mp2t",
+                    [content = contentOf(request.path)](std::size_t at, std::size_t, auto& sink) {
+                        if (at > 0) return false;
+                        sink.write(content.data(), content.size() / 3);
+                        return true;
+                    });
+                const_cast<Request&>(request).ranges.clear();
+                return true;
+            default:
+                return false;
+        }
+    };
+    playsToItsEnd("ts-2/index.m3u8");
+}
+
+/// 50 jumps between variants, some while playing, each to the very picture.
+TEST_F(LineTest, SeeksAmidChangesOfVariantAllEndAtTheirPicture) {
+    for (const auto* path : {"ts-variants/index.m3u8", "fmp4-variants/index.m3u8"}) {
+        std::atomic<int> slowness = 0;
+        server.misbehaves = [&](const Request& request, Response&) {
+            // What comes late is measured as a slow line, and the next segment as a quick one.
+            if (!request.path.ends_with(".m3u8") && ++slowness % 2 == 0)
+                std::this_thread::sleep_for(std::chrono::milliseconds(40));
+            return false;
+        };
+        Show show(server / path, device);
+        ASSERT_TRUE(until([&] { return show.isReady(); }));
+        std::mt19937 random(7);
+        for (int i = 0; i < 25; ++i) {
+            if (i % 5 == 3) show.player->play();
+            if (i % 5 == 0) show.player->pause();
+            play(std::chrono::milliseconds(random() % 60));
+            show.listener->heard.clear();
+            const int picture = static_cast<int>(random() % 149);
+            show.seek((picture + 0.5) / 25);
+            ASSERT_TRUE(until([&] { return !show.listener->heard.empty(); })) << path << ' ' << i;
+            EXPECT_NEAR(show.picture(), picture, i % 5 >= 3 ? 2 : 0) << path << ' ' << i;
+        }
+        for (int i = 0; i < 40; ++i) {
+            show.seek(5. - i * 0.1);
+            play(10ms);
+        }
+        show.player->pause();
+        EXPECT_TRUE(until([&] { return std::abs(show.picture() - 27) <= 1; })) << show.picture();
+    }
+}
+
+TEST_F(LineTest, NothingIsOpenedThatIsNoStream) {
+    const std::string media =
+        "#EXTM3U\n#EXT-X-TARGETDURATION:2\n#EXTINF:2,\nADDRESS\n#EXT-X-ENDLIST\n";
+    constexpr std::array addresses = {"file:///etc/passwd", "fd://0",     "udp://127.0.0.1:9",
+                                      "rtsp://127.0.0.1/x", "index.m3u8", "data:text/plain,x"};
+    for (const std::string address : addresses) {
+        server.misbehaves = [&](const Request& request, Response& response) {
+            if (request.path != "/trap/index.m3u8") return false;
+            std::string text = media;
+            text.replace(text.find("ADDRESS"), 7, address);
+            response.set_content(text, "application/vnd.apple.mpegurl");
+            return true;
+        };
+        Show show(server / "trap/index.m3u8", device);
+        show.player->play();
+        EXPECT_TRUE(until([&] { return show.hasFailed(); })) << address;
+        EXPECT_EQ(show.picture(), -1);
+    }
+}
+
+}  // namespace korvel::tests
