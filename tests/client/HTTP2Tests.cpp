@@ -70,7 +70,7 @@ protected:
     std::unique_ptr<ContentClient> makeClient() const {
         auto device = fake.device();
         device.clock = std::make_shared<platform::SystemClock>();
-        device.mainQueue = std::make_shared<platform::MainQueue>(
+        device.mainQueue = platform::make<platform::MainQueue>(
             device.clock, platform::MainQueue::Driver::ownThread);
         device.urlSession = platform::makeURLSessionCurl(
             {.certificateAuthorityFile = file("certificate.pem")},
