@@ -333,6 +333,6 @@ int main() {
     const double processor = figures.processor("session") / figures.processor("bare multi");
     const double parallel = figures.seconds("bare multi, 64") / figures.seconds("session, 64");
     printFigure("requests_vs_fresh_connection", fresh, 4, fresh >= 4);
-    printFigure("request_cpu_vs_bare_multi", processor, 1.25, processor <= 1.25);
-    printFigure("requests_64_vs_bare_multi", parallel, 0.8, parallel >= 0.8);
+    printFigure("request_cpu_vs_bare_multi", processor, 1.2, processor <= 1.2);
+    printFigure("requests_64_vs_bare_multi", parallel, 0.9, parallel >= 0.9);
 }
