@@ -46,7 +46,13 @@ void Ladder::measured(std::uint64_t bytes, Time busy) {
     // the third one is chosen by it.
     const double weight = std::max(1 - std::exp2(-length), 0.6);
     const std::lock_guard lock(mutex_);
-    speed_ = speed_ ? *speed_ + weight * (speed - *speed_) : speed;
+    if (!speed_ || speed == *speed_) {
+        speed_ = speed;
+    } else if (speed > *speed_) {
+        *speed_ += weight * (speed - *speed_);
+    } else {  // by ratio: of a line a thousand times as quick even a hundredth would be too much
+        *speed_ *= std::pow(speed / *speed_, weight);
+    }
 }
 
 double Ladder::speedLocked() const { return speed_.value_or(usualSpeed); }
