@@ -61,7 +61,7 @@ protected:
         EXPECT_EQ(show.picture(), 115);
         show.player->play();
         ASSERT_TRUE(until([&] { return show.ends > 0 || show.hasFailed(); }));
-        EXPECT_EQ(show.picture(), 149);
+        EXPECT_NEAR(show.picture(), 149, 6) << "a busy machine leaves out pictures";
     }
 };
 
