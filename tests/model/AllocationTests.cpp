@@ -101,7 +101,8 @@ TEST(Decoding, RunningOutOfMemoryAnywhereIsNotUnderstanding) {
     std::string items = tests::classJSON(std::string(100, 't'), R"(,"equipmentNames":["a","b"])");
     const std::string small = tests::pageJSON(items);
     platform::DecodingError none;
-    ASSERT_TRUE(decodes<KCSDKOndemandClassResponse>(small, none));  // what the parser makes but once
+    ASSERT_TRUE(
+        decodes<KCSDKOndemandClassResponse>(small, none));  // what the parser makes but once
     while (items.size() < (300U << 10)) items += "," + tests::classJSON(std::string(100, 't'));
     for (const auto& json : {small, tests::pageJSON(items)}) {  // with a kept parser, and a new one
         bool understood = false;

@@ -51,8 +51,7 @@ KC_MEMBER(UIColor*, buttonColor, setButtonColor)
 @implementation KCSDKPlayerView
 #define Core korvel::KCSDKPlayerView
 - (instancetype)initWithFrame:(NSRect)frame {
-    const auto view =
-        p::make<Core>(p::Device::current(), korvel::KCSDKNetworkManager::shared());
+    const auto view = p::make<Core>(p::Device::current(), korvel::KCSDKNetworkManager::shared());
     view->setFrame(kc::rect(frame));
     return [self initWithCore:view];
 }

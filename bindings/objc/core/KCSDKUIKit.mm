@@ -148,9 +148,9 @@ void take(UIImage* from, p::UIImage& to) { to = readImage(from); }
         kc::as<Core>(self).Setter(std::move(taken));                 \
     }
 // Each class of views makes a view of its own kind.
-#define KC_VIEW                                                             \
-    -(instancetype)initWithFrame : (NSRect)frame {                          \
-        return [self initWithCore:p::make<Core>(kc::rect(frame))];          \
+#define KC_VIEW                                                    \
+    -(instancetype)initWithFrame : (NSRect)frame {                 \
+        return [self initWithCore:p::make<Core>(kc::rect(frame))]; \
     }
 
 @implementation UIView

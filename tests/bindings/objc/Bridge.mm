@@ -89,8 +89,8 @@ void coreObjects(const Service*) {
     user->username = "\xff\xfe";  // no UTF-8, and no reason to lose it
     CHECK([((KCSDKUser*)KCSDKObjectOf(user)).username length] == 2);
     CHECK(!KCSDKObjectOf(nullptr) && !KCSDKCore<korvel::KCSDKUser>(nil));
-    const auto window =
-        korvel::platform::make<korvel::platform::UIWindow>(korvel::platform::Device::current().screen);
+    const auto window = korvel::platform::make<korvel::platform::UIWindow>(
+        korvel::platform::Device::current().screen);
     CHECK([KCSDKObjectOf(window) class] == [UIView class]);
 }
 
