@@ -60,7 +60,8 @@ TEST_F(URLSessionTest, ThousandsOfRequestsTakeTurnsAndAHungServiceHoldsUpNoOther
     ASSERT_GT(size, 0);
     const std::string url(text, static_cast<std::size_t>(size));
 
-    constexpr std::size_t count = 2000;
+    // A sanitizer takes a hundred times as long for each.
+    constexpr std::size_t count = tests::sanitized ? 300 : 2000;
     for (std::size_t number = 0; number < 200; ++number) {
         session->dataTask(URLRequest(*URL::parse(hung.url())), [](const Exchange&) {});
     }
@@ -176,7 +177,8 @@ TEST(URLSessionExitTest, HandshakesUnderWayDoNotHoldUpTheEnd) {
         EXPECT_EXIT(endAmidHandshakes(), testing::ExitedWithCode(7), "");
         const auto took = now() - *end;
         if (wanted) std::printf("exit took %.1f ms\n", static_cast<double>(took) / 1000);
-        EXPECT_LT(took, tests::sanitized ? 5'000'000 : 1'000'000) << "us, on a busy machine";
+        // Under a sanitizer the time is that of its own look at what was left.
+        if (!tests::sanitized) EXPECT_LT(took, 1'000'000) << "us, on a busy machine";
     }
 }
 
