@@ -2,6 +2,7 @@
 #include "platform/backends/gstreamer/FormServer.h"
 #include "platform/backends/gstreamer/SoundRecorder.h"
 
+#include <gst/app/gstappsink.h>
 #include <gst/gst.h>
 
 #include <algorithm>
@@ -47,6 +48,18 @@ double longestGap(const std::vector<SoundPiece>& sound, double from, double to) 
         end = std::max(end, piece.from + piece.length);
     }
     return std::max(longest, to - end);
+}
+
+/// Every picture is shown, however late: which ones come is the stream's matter, not the machine's.
+void showLatePictures() {
+    const auto added = g_signal_lookup("deep-element-added", GST_TYPE_BIN);
+    const auto set = [](GSignalInvocationHint*, guint, const GValue* values, gpointer) -> gboolean {
+        auto* element = static_cast<GObject*>(g_value_get_object(values + 2));
+        if (GST_IS_APP_SINK(element)) g_object_set(element, "qos", FALSE, nullptr);
+        return TRUE;
+    };
+    static const auto hook = g_signal_add_emission_hook(added, 0, set, nullptr, nullptr);
+    ASSERT_NE(hook, 0U);
 }
 
 }  // namespace
@@ -98,7 +111,7 @@ protected:
             int step = 0;
             for (std::size_t i = 1; i < seen.pictures.size(); ++i)
                 step = std::max(step, seen.pictures[i] - seen.pictures[i - 1]);
-            // A busy machine leaves out pictures, but not half a second of them.
+            // This thread sees the newest one only, and on a busy machine not each of them.
             EXPECT_LE(step, seen.form.rate / 2) << path;
         }
         if (!seen.form.sounds) return;
@@ -110,6 +123,7 @@ protected:
 };
 
 TEST_P(FormTest, PlaysFromStartToEndWithTheRightPicturesAndTonesAndSeeksExactly) {
+    showLatePictures();
     std::vector<Seen> all;
     for (const Form& form : GetParam()) all.push_back(open(form, all.size()));
     for (Seen& each : all) {
