@@ -16,6 +16,7 @@
 #include <korvel/model/KCSDKOndemandCollection.h>
 #include <korvel/model/KCSDKOndemandFilterRequest.h>
 #include <korvel/model/KCSDKOndemandMetaData.h>
+#include <korvel/model/KCSDKOndemandResultRequest.h>
 #include <korvel/model/KCSDKOndemandSearchResult.h>
 #include <korvel/model/KCSDKUser.h>
 #include <korvel/model/KCSDKUserSubscriptionRequest.h>

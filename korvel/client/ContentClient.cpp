@@ -126,8 +126,10 @@ void startPlaying(const std::shared_ptr<KCSDKOndemandClass>& ondemandClass,
     direction.record = [manager, watch](const KCSDKOndemandClass& performed, std::int64_t seconds) {
         const auto record = manager->operations().performance(performed, seconds);
         if (!record) return watch->recorded(Failure{.reason = Failure::Reason::unusableBaseURL});
-        manager->operations().record(
-            *record, [watch](Outcome<Done> outcome) { watch->recorded(std::move(outcome)); });
+        manager->operations().record(*record,
+                                     [watch, sent = record->params](Outcome<Done> outcome) {
+                                         watch->recorded(std::move(outcome), sent);
+                                     });
     };
     builder->start(options.in, options.overlay, std::move(direction));
 }

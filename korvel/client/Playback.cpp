@@ -1,6 +1,8 @@
 #include <korvel/client/PlaybackWatch.h>
+#include <korvel/model/KCSDKOndemandResultRequest.h>
 #include <korvel/platform/avfoundation/AVPlayer.h>
 #include <korvel/platform/avfoundation/AVPlayerItem.h>
+#include <korvel/platform/foundation/JSONDecoder.h>
 #include <korvel/player/KCSDKPlayerView.h>
 #include <korvel/presentation/KCSDKPlayerEvents.h>
 
@@ -143,9 +145,18 @@ void Playback::Watch::close() {
     shown->closeBtnTapped();
 }
 
-void Playback::Watch::recorded(Outcome<Done> outcome) {
-    device_.mainQueue->async([self = shared_from_this(), outcome = std::move(outcome)] {
-        self->change([&](Status& status) { status.recorded = outcome; });
+void Playback::Watch::recorded(Outcome<Done> outcome, const std::optional<platform::Data>& sent) {
+    std::shared_ptr<const KCSDKOndemandResultRequest> performance;
+    if (sent) {
+        auto record = platform::decodeJSON<KCSDKOndemandResultRequest>(*sent);
+        if (record) performance = std::make_shared<KCSDKOndemandResultRequest>(*std::move(record));
+    }
+    device_.mainQueue->async([self = shared_from_this(), outcome = std::move(outcome),
+                              performance = std::move(performance)] {
+        self->change([&](Status& status) {
+            status.recorded = outcome;
+            status.performance = performance;
+        });
     });
 }
 

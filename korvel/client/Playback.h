@@ -15,6 +15,7 @@ class UIView;
 struct Device;
 }  // namespace platform
 
+struct KCSDKOndemandResultRequest;
 class KCSDKPlayerEvents;
 class KCSDKPlayerEventsListner;
 class KCSDKVideoViewBuilder;
@@ -54,6 +55,8 @@ public:
         std::int64_t performedSeconds = 0;
         /// Of the performance's record, once it is known.
         std::optional<Outcome<Done>> recorded = {};
+        /// That record as it was sent; null where none could be.
+        std::shared_ptr<const KCSDKOndemandResultRequest> performance = {};
     };
     using Observer = std::function<void(const Status&)>;
 

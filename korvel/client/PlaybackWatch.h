@@ -18,8 +18,8 @@ public:
 
     /// The player is there.
     void follow(const std::shared_ptr<KCSDKPlayerView>& view);
-    /// Any thread: what became of the performance's record.
-    void recorded(Outcome<Done> outcome);
+    /// Any thread: what became of the performance's record, and its bytes if there were any.
+    void recorded(Outcome<Done> outcome, const std::optional<platform::Data>& sent = {});
 
     Status status() const;  ///< any thread
     void observe(Observer observer);

@@ -84,6 +84,8 @@ TEST_F(PlaybackTest, TellsWhatTheStreamDoesUntilThePerformanceIsRecorded) {
     ASSERT_TRUE(fake.session->waitForRequests(2));
     fake.session->answer(201, "");
     EXPECT_EQ(seen(), States{"ended recorded"});
+    ASSERT_NE(playback->status().performance, nullptr);
+    EXPECT_EQ(playback->status().performance->contentID, "c1");
     EXPECT_EQ(playback->status().performedSeconds,
               playback->events()->playerVC->viewVideo->totalPerformedTime);
     pass(1min);
