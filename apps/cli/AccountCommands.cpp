@@ -1,5 +1,4 @@
 #include "Commands.h"
-#include "Failure.h"
 #include "Host.h"
 #include "Moment.h"
 #include "Output.h"
@@ -11,8 +10,6 @@
 #include <optional>
 
 namespace cli {
-
-using korvel::KCSDK;
 
 namespace {
 
@@ -50,7 +47,7 @@ void addConsent(CLI::App& app, Command& chosen) {
     auto* command = app.add_subcommand("consent", "Show the consent documents in force");
     command->callback([&chosen] {
         chosen = [](Host& host, Output& output) {
-            const auto list = host.fetchList<korvel::KCSDKConsent>(&KCSDK::getConsent);
+            const auto list = host.value(host.client().consents());
             output.show(list, [&](PageWidth page) { return asText(list, page); });
         };
     });
@@ -63,7 +60,7 @@ void addAccept(CLI::App& app, Command& chosen) {
     command->callback([=, &chosen] {
         chosen = [tag](Host& host, Output& output) {
             const auto user = host.logIn();
-            host.perform([&](auto done) { KCSDK::acceptConsent(*tag, std::move(done)); });
+            host.value(host.client().acceptConsent(*tag));
             output.show(Accepted{.consentTag = *tag},
                         [&](PageWidth) { return user + " accepts " + *tag + "\n"; });
         };
@@ -93,7 +90,7 @@ void addSubscribe(CLI::App& app, Command& chosen) {
             const auto start = arguments->start ? moment(*arguments->start) : std::nullopt;
             const auto request = std::make_shared<korvel::KCSDKUserSubscriptionRequest>(
                 start.value_or(std::chrono::system_clock::now()), arguments->id);
-            host.perform([&](auto done) { KCSDK::activateSubscription(request, std::move(done)); });
+            host.value(host.client().activateSubscription(*request));
             output.show(request, [&](PageWidth) {
                 return user + " is subscribed to " + request->subscriptionId + " from " +
                        request->start + "\n";
@@ -107,7 +104,7 @@ void addCancel(CLI::App& app, Command& chosen) {
     command->callback([&chosen] {
         chosen = [](Host& host, Output& output) {
             const auto user = host.logIn();
-            host.perform(&KCSDK::cancelSubscription);
+            host.value(host.client().cancelSubscription());
             output.show(Cancelled{}, [&](PageWidth) {
                 return "the subscription of " + user + " is cancelled\n";
             });

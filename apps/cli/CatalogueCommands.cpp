@@ -1,5 +1,4 @@
 #include "Commands.h"
-#include "Failure.h"
 #include "Host.h"
 #include "Output.h"
 #include "Views.h"
@@ -10,8 +9,6 @@
 #include <optional>
 
 namespace cli {
-
-using korvel::KCSDK;
 
 namespace {
 
@@ -26,9 +23,7 @@ void addCollections(CLI::App& app, Command& chosen) {
     command->add_option("--max", arguments->most, "So many at most; below 1: all");
     command->callback([=, &chosen] {
         chosen = [arguments](Host& host, Output& output) {
-            const auto list = host.fetchList<korvel::KCSDKOndemandCollection>([&](auto done) {
-                KCSDK::getOndemandCollections(arguments->id, arguments->most, std::move(done));
-            });
+            const auto list = host.value(host.client().collections(arguments->id, arguments->most));
             output.show(list, [&](PageWidth page) {
                 return arguments->id ? withClasses(list, page) : overview(list, page);
             });
@@ -37,25 +32,15 @@ void addCollections(CLI::App& app, Command& chosen) {
 }
 
 void addClasses(CLI::App& app, Command& chosen) {
-    struct Arguments {
-        std::int64_t page = 1;
-        std::int64_t pageSize = 20;
-        std::optional<std::string> sort;
-        std::optional<std::string> order;
-    };
-    const auto arguments = std::make_shared<Arguments>();
+    const auto asked = std::make_shared<korvel::ClassesPage>();
     auto* command = app.add_subcommand("classes", "List one page of all classes");
-    command->add_option("--page", arguments->page, "Page, counted from 1")->capture_default_str();
-    command->add_option("--page-size", arguments->pageSize, "Classes on a page")
-        ->capture_default_str();
-    command->add_option("--sort", arguments->sort, "Sort key; the service's usual is \"alpha\"");
-    command->add_option("--order", arguments->order, "\"asc\" or \"desc\"");
+    command->add_option("--page", asked->page, "Page, counted from 1")->capture_default_str();
+    command->add_option("--page-size", asked->size, "Classes on a page")->capture_default_str();
+    command->add_option("--sort", asked->sort, "Sort key; the service's usual is \"alpha\"");
+    command->add_option("--order", asked->order, "\"asc\" or \"desc\"");
     command->callback([=, &chosen] {
-        chosen = [arguments](Host& host, Output& output) {
-            const auto response = host.fetch<korvel::KCSDKOndemandClassResponse>([&](auto done) {
-                KCSDK::getOndemandClasses(arguments->page, arguments->pageSize, arguments->sort,
-                                          arguments->order, std::move(done));
-            });
+        chosen = [asked](Host& host, Output& output) {
+            const auto response = host.value(host.client().classes(*asked));
             output.show(response, [&](PageWidth width) { return asText(*response, width); });
         };
     });
@@ -67,9 +52,8 @@ void addClass(CLI::App& app, Command& chosen) {
     command->add_option("TAG", *tag, "Tag of the class")->required()->check(complaintIfEmpty);
     command->callback([=, &chosen] {
         chosen = [tag](Host& host, Output& output) {
-            const auto found = host.fetch<korvel::KCSDKOndemandClass>(
-                [&](auto done) { KCSDK::getOndemandClassDetails(*tag, std::move(done)); });
-            if (!found) throw Failure(ExitCode::notFound, "there is no class '" + *tag + "'");
+            const auto found =
+                host.value(host.client().classDetails(*tag), "there is no class '" + *tag + "'");
             output.show(found, [&](PageWidth page) { return asText(*found, page); });
         };
     });
@@ -81,8 +65,7 @@ void addMetadata(CLI::App& app, Command& chosen) {
     command->callback([&chosen] {
         chosen = [](Host& host, Output& output) {
             host.logIn();
-            const auto metadata =
-                host.fetch<korvel::KCSDKOndemandMetaData>(&KCSDK::getOndemandMetaData);
+            const auto metadata = host.value(host.client().metaData());
             output.show(metadata, [&](PageWidth page) { return asText(*metadata, page); });
         };
     });
@@ -107,8 +90,7 @@ void addSearch(CLI::App& app, Command& chosen) {
     command->add_option("--take", filter->take, "Matches on the page")->capture_default_str();
     command->callback([=, &chosen] {
         chosen = [filter](Host& host, Output& output) {
-            const auto result = host.fetch<korvel::KCSDKOndemandSearchResult>(
-                [&](auto done) { KCSDK::getOndemandClassesForCriteria(filter, std::move(done)); });
+            const auto result = host.value(host.client().search(*filter));
             output.show(result, [&](PageWidth page) { return asText(*result, page); });
         };
     });

@@ -1,22 +1,20 @@
 #include "ClassSession.h"
 
 #include "Picture.h"
-#include "Reasons.h"
+#include "Text.h"
 
 #include <korvel/platform/uikit/Screen.h>
-#include <korvel/player/KCSDKPlayerView.h>
-#include <korvel/player/KCSDKPlayerViewController.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cmath>
 #include <utility>
 
 namespace cli {
 
-using korvel::KCSDKPlayerEvents;
+using korvel::Playback;
 using korvel::platform::AVPlayer;
-using korvel::platform::AVPlayerItem;
 using korvel::platform::Clock;
 using korvel::platform::Device;
 using korvel::platform::UIView;
@@ -28,21 +26,15 @@ constexpr float seekStep = 10;  // seconds
 constexpr auto lineInterval = std::chrono::milliseconds(200);
 constexpr int linesPerSecond = 5;
 
-double inSeconds(Clock::Duration time) { return std::chrono::duration<double>(time).count(); }
+/// In the order of `Playback::State`.
+constexpr std::array states{"loading", "buffering", "playing", "paused",
+                            "stalled", "stopping",  "stopping"};
 
 Clock::Instant now() { return Device::current().clock->now(); }
 
-/// The service's words for what is missing, with the command that helps.
-Failure startFailure(const Failure& failure) {
-    constexpr std::int64_t forbidden = 403;
-    constexpr std::int64_t unknown = 404;
-    if (failure.status == forbidden) {
-        return {ExitCode::subscriptionRequired,
-                std::string(failure.what()) + " (\"korvel subscribe ID\" starts a subscription)",
-                failure.status};
-    }
-    if (failure.status == unknown) return {ExitCode::notFound, failure.what(), failure.status};
-    return failure;
+Failure notRecorded(const Failure& reason) {
+    return {reason.code, std::string("the performance may not be recorded: ") + reason.what(),
+            reason.status};
 }
 
 }  // namespace
@@ -80,30 +72,14 @@ ClassSession::ClassSession(Host& host, PlayArguments arguments)
 
 ClassSession::~ClassSession() = default;
 
-std::shared_ptr<AVPlayer> ClassSession::player() const {
-    return events_->playerVC->viewVideo->player();
-}
-
 void ClassSession::play() {
-    const auto& tag = arguments_.tag;
-    const auto record = host_.fetch<korvel::KCSDKOndemandClass>(
-        [&](auto done) { korvel::KCSDK::getOndemandClassDetails(tag, std::move(done)); });
-    if (!record) throw Failure(ExitCode::notFound, "there is no class '" + tag + "'");
-    const auto builder = korvel::KCSDKVideoViewBuilder::create(record);
-    builder->setEventReceiver(watch_);
-    builder->setAutoPlay(!arguments_.paused);
-    events_ = start(builder);
-    host_.observer().watch("/ondemandtracking");
-    watch_->player = player();
-    if (arguments_.seek) events_->seekTo(*arguments_.seek);
-
+    start();
     host_.showNoProgress();
     keyboard_.emplace(host_.queue(), [this](Key key) { press(key); });
     if (keyboard_->isThere())
         host_.messages()->line("space pauses, \u2190 and \u2192 seek, q stops");
     const auto line =
         korvel::platform::Timer::scheduled(*host_.queue(), lineInterval, true, [this] { tell(); });
-    lastGoing_ = now();
     host_.runUntil([this] { return isOver(); });
     line->invalidate();
     host_.messages()->progress("");
@@ -111,27 +87,28 @@ void ClassSession::play() {
     close();
 }
 
-std::shared_ptr<KCSDKPlayerEvents> ClassSession::start(
-    const std::shared_ptr<korvel::KCSDKVideoViewBuilder>& builder) {
-    std::shared_ptr<UIView> place;
+void ClassSession::start() {
+    const auto& tag = arguments_.tag;
+    const auto record =
+        host_.value(host_.client().classDetails(tag), "there is no class '" + tag + "'");
+    korvel::PlayOptions options;
+    options.look = [this](auto& builder) { builder.setAutoPlay(!arguments_.paused); };
+    options.listener = watch_;
+    options.stallLimit = options.keyDeadline = host_.patience();
     if (!arguments_.fullScreen) {
-        place = korvel::platform::make<UIView>(window_->bounds());
-        window_->rootViewController()->view()->addSubview(place);
+        options.in = korvel::platform::make<UIView>(window_->bounds());
+        window_->rootViewController()->view()->addSubview(options.in);
     }
-    try {
-        auto events = host_.fetch<KCSDKPlayerEvents>(
-            [&](auto done) { builder->startVideoIn(place, nullptr, std::move(done)); });
-        if (events) return events;
-    } catch (const Failure& failure) {
-        throw startFailure(failure);
-    }
-    throw Failure(ExitCode::notFound, "the service has no class '" + arguments_.tag + "' to play");
+    playback_ = host_.value(host_.client().play(record, std::move(options)),
+                            "the service has no class '" + tag + "' to play");
+    watch_->player = playback_->events()->playerVC->viewVideo->player();
+    if (arguments_.seek) playback_->events()->seekTo(*arguments_.seek);
 }
 
 void ClassSession::press(Key key) {
     switch (key) {
         case Key::pause:
-            return events_->pauseVideo();  // or plays: it is one toggle
+            return playback_->events()->pauseVideo();  // or plays: it is one toggle
         case Key::back:
             return seekBy(-seekStep);
         case Key::forward:
@@ -142,38 +119,25 @@ void ClassSession::press(Key key) {
 }
 
 void ClassSession::seekBy(float seconds) {
-    if (const auto current = player()) {
+    if (const auto current = watch_->player.lock()) {
         const auto from = korvel::platform::CMTimeGetSeconds(current->currentTime());
-        events_->seekTo(std::max(static_cast<float>(from) + seconds, 0.F));
+        playback_->events()->seekTo(std::max(static_cast<float>(from) + seconds, 0.F));
     }
 }
 
 bool ClassSession::isOver() {
     if (watch_->exited || stopped_ || host_.wasInterrupted()) return true;
-    const auto current = player();
-    const auto item = current ? current->currentItem() : nullptr;
-    if (!item) return true;
-    if (item->status() == AVPlayerItem::Status::failed) {
-        failure_ = streamFailed(*item->error());
-    } else {
-        checkPatience(*item);
-    }
-    if (failure_) return true;
     // The seconds count from the same moment as the performed ones, or a little later.
     if (watch_->likelyToKeepUp && !began_) began_ = now();
-    return began_ && arguments_.length && inSeconds(now() - *began_) >= *arguments_.length;
-}
-
-void ClassSession::checkPatience(const AVPlayerItem& item) {
-    if (item.isPlaybackLikelyToKeepUp()) {
-        lastGoing_ = now();
-    } else if (now() - lastGoing_ >= host_.patience()) {
-        failure_ = streamSilent(watch_->likelyToKeepUp, inSeconds(host_.patience()));
-    }
+    return began_ && arguments_.length &&
+           now() - *began_ >= std::chrono::duration<double>(*arguments_.length);
 }
 
 void ClassSession::close() {
-    if (!watch_->exited) events_->stopVideo();
+    if (!watch_->exited) playback_->events()->stopVideo();
+    if (const auto failure = playback_->status().failure) {
+        failure_ = failureOf(*failure, host_.options());
+    }
     try {
         keepPicture();
     } catch (const Failure& failure) {
@@ -192,32 +156,24 @@ void ClassSession::keepPicture() const {
     host_.messages()->line("the picture at " + clockTime(time.count()) + " is in " + file.string());
 }
 
-Performance ClassSession::recorded() {
-    host_.runUntil([this] { return host_.observer().report().ended; }, host_.patience());
-    const auto report = host_.observer().report();
-    if (!report.ended) throw notRecorded(noAnswer(report, inSeconds(host_.patience())));
-    if (report.lost) throw notRecorded(noConnection(*report.lost));
-    if (!isAccepted(report)) throw notRecorded(rejected(report));
-    return performanceIn(report.sent);
-}
-
-std::string ClassSession::state() const {
-    const auto current = player();
-    if (!current || !current->currentItem()) return "stopping";
-    if (!watch_->likelyToKeepUp) return "loading";
-    if (!current->currentItem()->isPlaybackLikelyToKeepUp()) return "buffering";
-    return current->rate() == 0 ? "paused" : "playing";
+std::shared_ptr<const korvel::KCSDKOndemandResultRequest> ClassSession::recorded() {
+    host_.runUntil([this] { return playback_->status().recorded.has_value(); }, host_.patience());
+    const auto status = playback_->status();
+    const auto outcome =
+        status.recorded.value_or(korvel::Failure{.reason = korvel::Failure::Reason::timedOut});
+    if (!outcome) throw notRecorded(failureOf(outcome.failure(), host_.options()));
+    return status.performance;
 }
 
 /// On a terminal a line that changes; elsewhere a line each second.
 void ClassSession::tell() {
-    auto text = state();
+    const auto status = playback_->status();
+    std::string text = states.at(static_cast<std::size_t>(status.state));
     if (watch_->duration) {
         text +=
             ' ' + clockTime(watch_->position) + " of " + clockTime(std::round(*watch_->duration));
     }
-    text +=
-        ", performed " + std::to_string(events_->playerVC->viewVideo->totalPerformedTime) + " s";
+    text += ", performed " + std::to_string(status.performedSeconds) + " s";
     if (host_.messages()->onTerminal()) {
         host_.messages()->progress(text);
     } else if (ticks_++ % linesPerSecond == 0) {

@@ -3,9 +3,7 @@
 #include "Failure.h"
 #include "Host.h"
 #include "Keyboard.h"
-#include "Performance.h"
 
-#include <korvel/platform/avfoundation/AVPlayer.h>
 #include <korvel/platform/uikit/UIWindow.h>
 
 #include <filesystem>
@@ -38,36 +36,30 @@ public:
     /// `Failure` where it cannot be started.
     void play();
     /// Waits for the recording. Throws `Failure` if the service did not take it.
-    Performance recorded();
+    std::shared_ptr<const korvel::KCSDKOndemandResultRequest> recorded();
     /// Why it went on no longer, if that was not wanted.
     const std::optional<Failure>& failure() const { return failure_; }
 
 private:
     class Watch;
-    std::shared_ptr<korvel::KCSDKPlayerEvents> start(
-        const std::shared_ptr<korvel::KCSDKVideoViewBuilder>& builder);
+    void start();
     void press(Key key);
     void seekBy(float seconds);
     bool isOver();
-    void checkPatience(const korvel::platform::AVPlayerItem& item);
     void close();
     void keepPicture() const;
-    std::string state() const;
     void tell();
-
-    std::shared_ptr<korvel::platform::AVPlayer> player() const;
 
     Host& host_;
     const PlayArguments arguments_;
     std::shared_ptr<korvel::platform::UIWindow> window_;
     std::shared_ptr<Watch> watch_;
-    std::shared_ptr<korvel::KCSDKPlayerEvents> events_;
+    std::shared_ptr<korvel::Playback> playback_;
     std::optional<Keyboard> keyboard_;
     std::optional<Failure> failure_;
     bool stopped_ = false;  ///< by a key
     int ticks_ = 0;
     std::optional<korvel::platform::Clock::Instant> began_;
-    korvel::platform::Clock::Instant lastGoing_;  ///< when it last did not wait for the stream
 };
 
 }  // namespace cli

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <korvel/network/Failure.h>
+
 #include <cstdint>
 #include <optional>
 #include <stdexcept>
@@ -35,5 +37,14 @@ public:
     ExitCode code;
     std::optional<std::int64_t> status;  ///< the service's, if it answered
 };
+
+inline Failure interrupted() { return {ExitCode::interrupted, "interrupted"}; }
+
+struct Options;
+
+/// Why an operation ended without a value, in words for the person at the keyboard.
+Failure failureOf(const korvel::Failure& failure, const Options& options);
+/// The media parts' reason, or what else there is.
+std::string reasonIn(const korvel::NSError& error);
 
 }  // namespace cli

@@ -16,18 +16,13 @@ sigset_t endings() {
 }
 }  // namespace
 
-Interruption::Interruption() : came_(std::make_shared<std::atomic<bool>>(false)) {
+Interruption::Interruption() {
     const auto signals = endings();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-}
-
-void Interruption::watch(std::function<void()> wake) {
-    std::thread([came = came_, wake = std::move(wake)] {
-        const auto signals = endings();
+    std::thread([source = source_, signals]() mutable {
         int signal = 0;
         sigwait(&signals, &signal);
-        *came = true;
-        wake();
+        source.request_stop();
         pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
         for (;;) pause();  // somebody must be there for the second signal to end
     }).detach();

@@ -1,23 +1,22 @@
 #pragma once
 
-#include <atomic>
-#include <functional>
-#include <memory>
+#include <stop_token>
 
 namespace cli {
 
-/// Ctrl-C and SIGTERM as a state, so that a command ends in order. A second one ends the process at
-/// once, whatever it is doing.
+/// Ctrl-C and SIGTERM as a request to stop, so that a command ends in order. A second one ends the
+/// process at once, whatever it is doing.
 class Interruption {
 public:
     /// Before the process's first thread, which would not inherit the blocked signals otherwise.
     Interruption();
-    /// `wake` is called on a background thread when the signal comes; once at most. Call it once.
-    void watch(std::function<void()> wake);
-    bool came() const { return *came_; }
+
+    /// Its callbacks run on a background thread.
+    std::stop_token token() const { return source_.get_token(); }
+    bool came() const { return source_.stop_requested(); }
 
 private:
-    std::shared_ptr<std::atomic<bool>> came_;
+    std::stop_source source_;
 };
 
 }  // namespace cli

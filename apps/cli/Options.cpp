@@ -28,7 +28,7 @@ void addOptions(CLI::App& app, Options& options) {
                    "PEM file of the authority to trust instead of the system's")
         ->envname("KORVEL_CA")
         ->check(CLI::ExistingFile);
-    app.add_option("--data-folder", options.dataFolder, "Folder for secrets and events")
+    app.add_option("--data-folder", options.dataFolder, "Folder for what outlives a process")
         ->envname("KORVEL_DATA_FOLDER");
     app.add_option("--user", options.user, "User to log in for commands that need one")
         ->envname("KORVEL_USER");

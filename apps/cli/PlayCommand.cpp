@@ -2,7 +2,7 @@
 #include "Commands.h"
 #include "Options.h"
 #include "Output.h"
-#include "Reasons.h"
+#include "Views.h"
 
 #include <korvel/platform/backends/gstreamer/MediaEngineGStreamer.h>
 
@@ -23,7 +23,9 @@ bool installPlayer(Device device, const DeviceOptions& options, bool mute) {
     if (mute) media.audioSink = "fakesink";
     if (installDeviceGStreamer(std::move(device), options, media)) return true;
     korvel::NSError reason;
-    if (!makeMediaEngineGStreamer(media, &reason)) throw noPlayer(reason);
+    if (!makeMediaEngineGStreamer(media, &reason)) {
+        throw Failure(ExitCode::failed, "this machine cannot play: " + reasonIn(reason));
+    }
     return false;
 }
 
@@ -32,7 +34,7 @@ void play(Host& host, Output& output, const PlayArguments& arguments) {
     ClassSession session(host, arguments);
     session.play();
     const auto performance = session.recorded();
-    output.show(performance, [&](PageWidth page) { return asText(performance, page); });
+    output.show(*performance, [&](PageWidth page) { return asText(*performance, page); });
     if (session.failure()) throw Failure(*session.failure());
     if (host.wasInterrupted()) throw interrupted();
 }

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <clocale>
+#include <cmath>
+#include <cstdio>
 #include <cwchar>
 
 namespace cli {
@@ -114,6 +116,20 @@ std::vector<std::string> wrapped(std::string_view text, std::size_t width) {
     }
     lines.emplace_back(text);
     return lines;
+}
+
+std::string clockTime(double seconds) {
+    constexpr long minute = 60;
+    constexpr long hour = 60 * minute;
+    const long whole = std::lround(std::floor(seconds));
+    char text[48];
+    if (whole >= hour) {
+        std::snprintf(text, sizeof text, "%ld:%02ld:%02ld", whole / hour, whole % hour / minute,
+                      whole % minute);
+    } else {
+        std::snprintf(text, sizeof text, "%ld:%02ld", whole / minute, whole % minute);
+    }
+    return text;
 }
 
 }  // namespace cli

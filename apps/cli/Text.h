@@ -22,4 +22,7 @@ std::string fitted(std::string_view text, std::size_t width);
 /// Printable text broken into lines of at most `width` columns, at blanks where there are any.
 std::vector<std::string> wrapped(std::string_view text, std::size_t width);
 
+/// "1:02:03", or "2:03".
+std::string clockTime(double seconds);
+
 }  // namespace cli

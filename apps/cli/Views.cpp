@@ -157,4 +157,16 @@ std::string asText(const Consents& consents, PageWidth page) {
     return result;
 }
 
+std::string asText(const korvel::KCSDKOndemandResultRequest& performance, PageWidth page) {
+    Fields fields;
+    fields.add("Recorded", performance.performDate);
+    fields.add("Class", performance.contentID + "  " + performance.contentName);
+    fields.add("Provider", performance.providerName);
+    fields.add("Performed", std::to_string(performance.actualDurationSecond) + " s");
+    fields.add("Length", std::to_string(performance.playedDurationSecond) + " s");
+    fields.add("User", performance.userId);
+    fields.add("Record", performance.ID);
+    return fields.text(page);
+}
+
 }  // namespace cli

@@ -22,5 +22,6 @@ std::string asText(const korvel::KCSDKOndemandSearchResult& result, PageWidth pa
 std::string asText(const korvel::KCSDKOndemandClass& ondemandClass, PageWidth page);
 std::string asText(const korvel::KCSDKOndemandMetaData& metadata, PageWidth page);
 std::string asText(const Consents& consents, PageWidth page);
+std::string asText(const korvel::KCSDKOndemandResultRequest& performance, PageWidth page);
 
 }  // namespace cli
