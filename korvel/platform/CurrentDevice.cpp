@@ -17,7 +17,8 @@ UIDevice& UIDevice::current() { return Screen::main().device(); }
 AVPlayer::AVPlayer(std::shared_ptr<AVPlayerItem> item, const Device& device)
     : engine_(device.mediaEngine),
       keySystem_(device.contentKeySystem),
-      mainQueue_(device.mainQueue) {
+      mainQueue_(device.mainQueue),
+      clock_(device.clock) {
     open(std::move(item));
 }
 

@@ -80,6 +80,7 @@ private:
     const std::shared_ptr<MediaEngine> engine_;
     const std::shared_ptr<ContentKeySystem> keySystem_;
     const std::shared_ptr<MainQueue> mainQueue_;
+    const std::shared_ptr<const Clock> clock_;
     std::shared_ptr<AVPlayerItem> item_;
     float rate_ = 0;
     float volume_ = 1;

@@ -56,13 +56,14 @@ void AVPlayerItem::changeStatus(Status status) {
 
 // MARK: what the player asks
 
-void AVPlayerItem::open(AVPlayer& player, MediaEngine* engine,
-                        std::shared_ptr<MainQueue> mainQueue) {
+void AVPlayerItem::open(AVPlayer& player, MediaEngine* engine, std::shared_ptr<MainQueue> mainQueue,
+                        std::shared_ptr<const Clock> clock) {
     if (player_) close();  // another player's until now
     player_ = &player;
     error_.reset();
     status_ = Status::unknown;
-    events_ = make<MediaEvents>(weak_from_this(), std::move(mainQueue));
+    startUp_ = {.opened = clock->now()};
+    events_ = make<MediaEvents>(weak_from_this(), std::move(mainQueue), std::move(clock));
     if (engine) {
         playback_ = engine->open(asset_->url(), asset_->resourceLoader(), events_);
     } else {
@@ -117,6 +118,25 @@ std::shared_ptr<const VideoFrame> AVPlayerItem::newestFrame() const {
 }
 
 // MARK: what the playback reports. Observers come last: any of them may end the playback.
+
+void AVPlayerItem::didTake(MediaStep step, Clock::Instant when) {
+    const auto moment = [&]() -> MediaStartUp::Moment& {
+        switch (step) {
+            case MediaStep::playlist:
+                return startUp_.playlist;
+            case MediaStep::keyAsked:
+                return startUp_.keyAsked;
+            case MediaStep::key:
+                return startUp_.key;
+            case MediaStep::segment:
+                return startUp_.segment;
+            case MediaStep::picture:
+                break;
+        }
+        return startUp_.picture;
+    };
+    if (!moment()) moment() = when;
+}
 
 void AVPlayerItem::didBecomeReady() {
     if (status_ != Status::unknown) return;

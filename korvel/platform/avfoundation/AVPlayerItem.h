@@ -38,6 +38,8 @@ public:
     bool isPlaybackLikelyToKeepUp() const { return likelyToKeepUp_; }
     /// It ran dry while playing, or a seek led to where too little is loaded, and waits.
     bool isPlaybackBufferEmpty() const { return bufferEmpty_; }
+    /// Since a player last opened it.
+    const MediaStartUp& startUp() const { return startUp_; }
 
     void addObserver(std::weak_ptr<KeyValueObserver> observer, std::string keyPath);
     void removeObserver(const KeyValueObserver& observer, const std::string& keyPath);
@@ -53,7 +55,8 @@ private:
         std::function<void()> block;
     };
 
-    void open(AVPlayer& player, MediaEngine* engine, std::shared_ptr<MainQueue> mainQueue);
+    void open(AVPlayer& player, MediaEngine* engine, std::shared_ptr<MainQueue> mainQueue,
+              std::shared_ptr<const Clock> clock);
     void close();
     void setRate(double rate);
     void setVolume(double volume);
@@ -61,6 +64,7 @@ private:
     std::shared_ptr<const VideoFrame> newestFrame() const;
 
     bool hears(const MediaEvents& events) const { return events_.get() == &events; }
+    void didTake(MediaStep step, Clock::Instant when);
     void didBecomeReady();
     void didBuffer(bool enough);
     void didEndSeek();
@@ -82,6 +86,7 @@ private:
     std::optional<NSError> error_;
     bool likelyToKeepUp_ = false;
     bool bufferEmpty_ = false;
+    MediaStartUp startUp_;
     KeyValueObservers observers_;
     std::vector<EndObserver> endObservers_;
 

@@ -5,8 +5,9 @@
 
 namespace korvel::platform {
 
-MediaEvents::MediaEvents(std::weak_ptr<AVPlayerItem> item, std::weak_ptr<MainQueue> mainQueue)
-    : item_(std::move(item)), mainQueue_(std::move(mainQueue)) {}
+MediaEvents::MediaEvents(std::weak_ptr<AVPlayerItem> item, std::weak_ptr<MainQueue> mainQueue,
+                         std::shared_ptr<const Clock> clock)
+    : item_(std::move(item)), mainQueue_(std::move(mainQueue)), clock_(std::move(clock)) {}
 
 void MediaEvents::post(std::function<void(AVPlayerItem&)> report) {
     const auto queue = mainQueue_.lock();
@@ -17,7 +18,12 @@ void MediaEvents::post(std::function<void(AVPlayerItem&)> report) {
     });
 }
 
+void MediaEvents::took(MediaStep step) {
+    post([step, now = clock_->now()](AVPlayerItem& item) { item.didTake(step, now); });
+}
+
 void MediaEvents::ready() {
+    took(MediaStep::picture);
     post([](AVPlayerItem& item) { item.didBecomeReady(); });
 }
 

@@ -253,6 +253,7 @@ FetchResult Rendition::fetch(const URL& url, const Segment& segment,
     return segments_.get(
         request, encryption, generation_,
         [&](Fetcher::Bytes bytes, const FetchResult& soFar, std::optional<std::uint64_t> total) {
+            if (!stage_->hasTracks()) stage_->took(MediaStep::segment);
             return reading.push(bytes) == SegmentReading::State::reading &&
                    keepUp(soFar, total, segment, abandoned);
         });
@@ -291,6 +292,7 @@ std::optional<Encryption> Rendition::encryption(const KeyTag& key, std::int64_t 
         return std::nullopt;
     }
     if (isWebScheme(*url) && !address(key.uri)) return std::nullopt;
+    stage_->took(MediaStep::keyAsked);
     const auto answer = stage_->keys().key(*url, segments_.fetcher(), generation_);
     if (!answer) return std::nullopt;
     if (const auto* error = std::get_if<NSError>(&*answer)) {
@@ -298,6 +300,7 @@ std::optional<Encryption> Rendition::encryption(const KeyTag& key, std::int64_t 
         return std::nullopt;
     }
     failed = false;
+    stage_->took(MediaStep::key);
     return Encryption{std::get<ContentKey>(*answer), vectorOf(key, number)};
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <korvel/platform/avfoundation/MediaEvents.h>
 #include <korvel/platform/foundation/NSError.h>
 #include <korvel/platform/hls/Media.h>
 
@@ -57,6 +58,8 @@ public:
 class PresentationEvents {
 public:
     virtual ~PresentationEvents();
+    /// Each as often as it happens.
+    virtual void took(MediaStep step) = 0;
     /// Whether what is queued suffices to play on. Starts as not; each change is told once.
     virtual void buffered(bool enough) = 0;
     virtual void durationChanged() = 0;

@@ -43,6 +43,11 @@ void Stage::addTracks(Generation generation, Tracks tracks) {
     if (passed) attention_->notify();
 }
 
+void Stage::took(MediaStep step) {
+    const std::lock_guard lock(tell_);
+    if (!silent_) parts_.events->took(step);
+}
+
 void Stage::look() {
     const std::lock_guard lock(tell_);
     if (silent_) return;

@@ -38,6 +38,7 @@ public:
     /// Tells the output of kinds that it does not know of yet.
     void addTracks(Generation generation, Tracks tracks);
     bool hasTracks() const { return hasTracks_; }
+    void took(MediaStep step);
     /// Looks at the levels, and tells if that changes whether there is enough.
     void look();
     /// For good; the first one counts.

@@ -53,6 +53,7 @@ public:
     }
     std::optional<std::chrono::nanoseconds> position() const override { return at.load(); }
 
+    void took(platform::MediaStep) override {}
     void buffered(bool enough) override { say(enough ? "enough" : "dry"); }
     void durationChanged() override {}
     void failed(platform::NSError error) override {

@@ -106,6 +106,7 @@ void FilePlayback::Course::open(const URL& url, const StreamPlayback::Parts& par
 }
 
 void FilePlayback::Course::recognised(GstCaps* caps) {
+    events->took(MediaStep::segment);
     const char* type = gst_structure_get_name(gst_caps_get_structure(caps, 0));
     const char* factory = demuxerOf(type);
     GstElement* demuxer = factory ? gst_element_factory_make(factory, nullptr) : nullptr;

@@ -43,6 +43,7 @@ class StreamPlayback::Ear final : public hls::PresentationEvents {
 public:
     explicit Ear(const std::shared_ptr<Course>& course)
         : events_(course->events), course_(course) {}
+    void took(MediaStep step) override { events_->took(step); }
     void buffered(bool enough) override { events_->buffered(enough); }
     void durationChanged() override { events_->durationChanged(); }
     void failed(NSError error) override {

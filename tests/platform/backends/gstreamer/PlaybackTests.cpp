@@ -159,6 +159,11 @@ TEST_F(GStreamerTest, TwoPlayersKeepToTheirOwnStreamsAndKeys) {
     EXPECT_EQ(refused.keys->asked, 1);
     EXPECT_GT(second.picture(), 600);
     EXPECT_LT(first.picture(), 300);
+    const MediaStartUp& steps = first.item->startUp();
+    EXPECT_TRUE(steps.opened < steps.playlist && steps.playlist < steps.keyAsked &&
+                steps.keyAsked < steps.key && steps.key < steps.segment &&
+                steps.segment < steps.picture);
+    EXPECT_FALSE(second.item->startUp().keyAsked || refused.item->startUp().key);
 }
 
 TEST_F(GStreamerTest, ManyOpenedAndClosedLeaveNothingBehind) {
