@@ -109,20 +109,11 @@ id wrap(Class cls, std::shared_ptr<Object> core) {
 
 namespace {
 
-template <class... Records> std::unordered_map<std::type_index, Class> classesOf() {
-    return {{typeid(Records), classOf<Records>()}...};
-}
-
 Class classFor(const Object& object) {
-    static const auto& records = *new auto(
-        classesOf<korvel::KCSDKConfig, korvel::KCSDKOndemandClass,
-                  korvel::KCSDKOndemandClassResponse, korvel::KCSDKOndemandCollection,
-                  korvel::KCSDKOndemandMetaData, korvel::KCSDKOndemandFilterRequest,
-                  korvel::KCSDKSearchItem, korvel::KCSDKOndemandSearchResult, korvel::LinkDetail,
-                  korvel::KCSDKConsent, korvel::KCSDKUserSubscriptionRequest,
-                  korvel::KCSDKOndemandContentToken, korvel::KCSDKOndemandCkcToken,
-                  korvel::KCSDKUser, korvel::KCSDKPlayerEvents, korvel::KCSDKPlayerViewModel,
-                  korvel::KCSDKVideoViewBuilder>());
+#define KC_ENTRY(name) {typeid(korvel::name), classOf<korvel::name>()},
+    static const auto& records =
+        *new std::unordered_map<std::type_index, Class>{KC_RECORDS(KC_ENTRY)};
+#undef KC_ENTRY
     const auto found = records.find(typeid(object));
     if (found != records.end()) return found->second;
     const auto is = [&]<class T>() { return dynamic_cast<const T*>(&object) != nullptr; };

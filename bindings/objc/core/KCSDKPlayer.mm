@@ -30,17 +30,13 @@ namespace p = korvel::platform;
 
 @implementation KCSDKPlayerOverlay
 #define Core korvel::KCSDKPlayerOverlay
-KC_MEMBER(KCSDKPlayerViewModel*, viewModel, setViewModel)
-KC_MEMBER(KCSDKVideoViewBuilder*, playerConfig, setPlayerConfig)
+KC_PROPERTIES(KCSDKPlayerOverlay, viewModel, playerConfig, playImage, pauseImage, buttonColor)
 KC_OUTLET(UIView*, viewTap)
 KC_OUTLET(UIButton*, btnPlay)
 KC_OUTLET(UIButton*, btnClose)
 KC_OUTLET(UISlider*, slider)
 KC_OUTLET(UILabel*, lblTitle)
 KC_OUTLET(UIView*, viewLoader)
-KC_MEMBER(UIImage*, playImage, setPlayImage)
-KC_MEMBER(UIImage*, pauseImage, setPauseImage)
-KC_MEMBER(UIColor*, buttonColor, setButtonColor)
 - (void)didTapWithSender:(id)sender {
     (void)sender;
     kc::as<Core>(self).didTapWithSender(nullptr);
@@ -55,16 +51,11 @@ KC_MEMBER(UIColor*, buttonColor, setButtonColor)
     view->setFrame(kc::rect(frame));
     return [self initWithCore:view];
 }
-KC_MEMBER(NSString*, videoGravity, setVideoGravity)
+KC_PROPERTIES(KCSDKPlayerView, videoGravity, eventListner, totalPerformedTime, isProgressUpdating,
+              isCustomOverlayAdded, bearerToken, classTag)
 - (KCSDKPlayerOverlay*)overlayController {
     return kc::wrapDynamic(kc::as<Core>(self).overlayController);
 }
-KC_MEMBER(KCSDKPlayerEvents*, eventListner, setEventListner)
-KC_MEMBER(int64_t, totalPerformedTime, setTotalPerformedTime)
-KC_MEMBER(BOOL, isProgressUpdating, setIsProgressUpdating)
-KC_MEMBER(BOOL, isCustomOverlayAdded, setIsCustomOverlayAdded)
-KC_MEMBER(NSString*, bearerToken, setBearerToken)
-KC_MEMBER(NSString*, classTag, setClassTag)
 - (KCSDKPlayerViewModel*)viewModel {
     return kc::toNS(kc::as<Core>(self).viewModel());
 }
@@ -74,18 +65,10 @@ KC_MEMBER(NSString*, classTag, setClassTag)
 - (id<KCSDKPlayerEventsListner>)delegate {
     return kc::hostOf(kc::as<Core>(self).delegate.lock());
 }
-- (void)closeBtnTapped {
-    kc::as<Core>(self).closeBtnTapped();
-}
-- (void)changePlayerState {
-    kc::as<Core>(self).changePlayerState();
-}
-- (void)sliderMoved {
-    kc::as<Core>(self).sliderMoved();
-}
-- (void)sliderValueChanged {
-    kc::as<Core>(self).sliderValueChanged();
-}
+KC_ACTION(closeBtnTapped)
+KC_ACTION(changePlayerState)
+KC_ACTION(sliderMoved)
+KC_ACTION(sliderValueChanged)
 - (void)observeValueForKeyPath:(NSString*)keyPath
                       ofObject:(id)object
                         change:(NSDictionary*)change
@@ -100,8 +83,7 @@ KC_MEMBER(NSString*, classTag, setClassTag)
 
 @implementation KCSDKPlayerViewController
 #define Core korvel::KCSDKPlayerViewController
-KC_MEMBER(KCSDKPlayerViewModel*, viewModel, setViewModel)
-KC_MEMBER(KCSDKVideoViewBuilder*, playerConfig, setPlayerConfig)
+KC_PROPERTIES(KCSDKPlayerViewController, viewModel, playerConfig)
 - (KCSDKPlayerView*)viewVideo {
     return kc::wrapDynamic(kc::as<Core>(self).viewVideo);
 }
@@ -116,28 +98,14 @@ KC_MEMBER(KCSDKVideoViewBuilder*, playerConfig, setPlayerConfig)
 - (UIView*)parentView {
     return kc::toNS(kc::as<Core>(self).parentView);
 }
-KC_MEMBER(NSValue*, parentFrame, setParentFrame)
-- (void)playVideo {
-    kc::as<Core>(self).playVideo();
-}
-- (void)pauseVideo {
-    kc::as<Core>(self).pauseVideo();
-}
-- (void)stopVideo {
-    kc::as<Core>(self).stopVideo();
-}
-- (void)showOverlayView {
-    kc::as<Core>(self).showOverlayView();
-}
-- (void)hideOverlayView {
-    kc::as<Core>(self).hideOverlayView();
-}
-- (void)enterFullScreen {
-    kc::as<Core>(self).enterFullScreen();
-}
-- (void)exitFullScreen {
-    kc::as<Core>(self).exitFullScreen();
-}
+KC_PROPERTIES(KCSDKPlayerEvents, parentFrame)
+KC_ACTION(playVideo)
+KC_ACTION(pauseVideo)
+KC_ACTION(stopVideo)
+KC_ACTION(showOverlayView)
+KC_ACTION(hideOverlayView)
+KC_ACTION(enterFullScreen)
+KC_ACTION(exitFullScreen)
 - (void)seekToTimeValue:(float)timeValue {
     kc::as<Core>(self).seekTo(timeValue);
 }

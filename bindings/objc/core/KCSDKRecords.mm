@@ -14,60 +14,23 @@
                                                                     text(apiKey), text(tenantId),
                                                                     text(localyticsKey))];
 }
-#define Core korvel::KCSDKConfig
-KC_MEMBER(NSString*, baseURL, setBaseURL)
-KC_MEMBER(NSString*, secretKey, setSecretKey)
-KC_MEMBER(NSString*, apiKey, setApiKey)
-KC_MEMBER(NSString*, tenantID, setTenantID)
-KC_MEMBER(NSString*, localyticsKey, setLocalyticsKey)
-KC_MEMBER(NSString*, countryCode, setCountryCode)
-#undef Core
+KC_PROPERTIES(KCSDKConfig, baseURL, secretKey, apiKey, tenantID, localyticsKey, countryCode)
 @end
 
 @implementation KCSDKOndemandClass
-#define Core korvel::KCSDKOndemandClass
-KC_MEMBER(NSString*, tag, setTag)
-KC_MEMBER(NSString*, className, setClassName)
-KC_MEMBER(NSString*, classDescription, setClassDescription)
-KC_MEMBER(NSString*, classCategories, setClassCategories)
-KC_MEMBER(NSString*, languageTag, setLanguageTag)
-KC_MEMBER(NSString*, languageName, setLanguageName)
-KC_MEMBER(NSString*, providerID, setProviderID)
-KC_MEMBER(NSString*, provider, setProvider)
-KC_MEMBER(int64_t, intensity, setIntensity)
-KC_MEMBER(int64_t, skill, setSkill)
-KC_MEMBER(NSNumber*, calorieBurn, setCalorieBurn)
-KC_MEMBER(int64_t, durationSecond, setDurationSecond)
-KC_MEMBER(NSString*, durationMinutes, setDurationMinutes)
-KC_MEMBER(NSArray*, equipmentNames, setEquipmentNames)
-KC_MEMBER(BOOL, equipmentTypes, setEquipmentTypes)
-KC_MEMBER(NSString*, creationDate, setCreationDate)
-KC_MEMBER(NSString*, lastModifiedDate, setLastModifiedDate)
-KC_MEMBER(BOOL, favourite, setFavourite)
-KC_MEMBER(NSString*, trailerLinkMobile, setTrailerLinkMobile)
-KC_MEMBER(NSString*, trailerName, setTrailerName)
-KC_MEMBER(NSString*, imageLink, setImageLink)
-KC_MEMBER(NSString*, streamingLink, setStreamingLink)
-#undef Core
+KC_PROPERTIES(KCSDKOndemandClass, tag, className, classDescription, classCategories, languageTag,
+              languageName, providerID, provider, intensity, skill, calorieBurn, durationSecond,
+              durationMinutes, equipmentNames, equipmentTypes, creationDate, lastModifiedDate,
+              favourite, trailerLinkMobile, trailerName, imageLink, streamingLink)
 @end
 
 @implementation KCSDKOndemandClassResponse
-#define Core korvel::KCSDKOndemandClassResponse
-KC_MEMBER(int64_t, totalItems, setTotalItems)
-KC_MEMBER(int64_t, itemsRemaining, setItemsRemaining)
-KC_MEMBER(NSArray*, items, setItems)
-#undef Core
+KC_PROPERTIES(KCSDKOndemandClassResponse, totalItems, itemsRemaining, items)
 @end
 
 @implementation KCSDKOndemandCollection
-#define Core korvel::KCSDKOndemandCollection
-KC_MEMBER(NSString*, collectionType, setCollectionType)
-KC_MEMBER(NSString*, collectionName, setCollectionName)
-KC_MEMBER(NSString*, collectionTag, setCollectionTag)
-KC_MEMBER(NSString*, creationDate, setCreationDate)
-KC_MEMBER(int64_t, itemCount, setItemCount)
-KC_MEMBER(NSArray*, collectionItems, setCollectionItems)
-#undef Core
+KC_PROPERTIES(KCSDKOndemandCollection, collectionType, collectionName, collectionTag, creationDate,
+              itemCount, collectionItems)
 @end
 
 @implementation ValueType
@@ -124,14 +87,8 @@ void take(ValueType* from, korvel::ValueType& to) {
 }  // namespace kc
 
 @implementation KCSDKOndemandMetaData
-#define Core korvel::KCSDKOndemandMetaData
-KC_MEMBER(NSArray*, classTypes, setClassTypes)
-KC_MEMBER(NSArray*, equipments, setEquipments)
-KC_MEMBER(NSArray*, language, setLanguage)
-KC_MEMBER(NSArray*, providers, setProviders)
-KC_MEMBER(MinMaxType, duration, setDuration)
-KC_MEMBER(MinMaxType, intensity, setIntensity)
-#undef Core
+KC_PROPERTIES(KCSDKOndemandMetaData, classTypes, equipments, language, providers, duration,
+              intensity)
 @end
 
 @implementation KCSDKOndemandFilterRequest
@@ -139,26 +96,14 @@ KC_MEMBER(MinMaxType, intensity, setIntensity)
 - (instancetype)init {
     return [self initWithCore:std::make_shared<Core>()];
 }
-KC_MEMBER(NSString*, classLanguage, setClassLanguage)
-KC_MEMBER(NSString*, dir, setDir)
-KC_MEMBER(NSString*, duration, setDuration)
-KC_MEMBER(NSString*, equipment, setEquipment)
-KC_MEMBER(NSString*, intensity, setIntensity)
-KC_MEMBER(NSString*, keywords, setKeywords)
-KC_MEMBER(NSString*, level, setLevel)
-KC_MEMBER(NSString*, provider, setProvider)
-KC_MEMBER(int64_t, skip, setSkip)
-KC_MEMBER(NSString*, sort, setSort)
-KC_MEMBER(NSString*, type, setType)
-KC_MEMBER(int64_t, take, setTake)
-KC_MEMBER(NSString*, query, setQuery)
+KC_PROPERTIES(KCSDKOndemandFilterRequest, classLanguage, dir, duration, equipment, intensity,
+              keywords, level, provider, skip, sort, type, take, query)
 #undef Core
 @end
 
 @implementation KCSDKSearchItem
 #define Core korvel::KCSDKSearchItem
-KC_MEMBER(NSString*, equipmentTypes, setEquipmentTypes)
-KC_MEMBER(NSString*, classTag, setClassTag)
+KC_PROPERTIES(KCSDKSearchItem, equipmentTypes, classTag)
 - (KCSDKOndemandClass*)virtualClass {
     return kc::toNS(kc::as<Core>(self).virtualClass);
 }
@@ -170,32 +115,16 @@ KC_MEMBER(NSString*, classTag, setClassTag)
 @end
 
 @implementation KCSDKOndemandSearchResult
-#define Core korvel::KCSDKOndemandSearchResult
-KC_MEMBER(int64_t, total, setTotal)
-KC_MEMBER(int64_t, itemsRemaining, setItemsRemaining)
-KC_MEMBER(NSArray*, items, setItems)
-#undef Core
+KC_PROPERTIES(KCSDKOndemandSearchResult, total, itemsRemaining, items)
 @end
 
 @implementation LinkDetail
-#define Core korvel::LinkDetail
-KC_MEMBER(NSString*, linkText, setLinkText)
-KC_MEMBER(NSString*, linkUrl, setLinkUrl)
-#undef Core
+KC_PROPERTIES(LinkDetail, linkText, linkUrl)
 @end
 
 @implementation KCSDKConsent
-#define Core korvel::KCSDKConsent
-KC_MEMBER(NSString*, policy, setPolicy)
-KC_MEMBER(NSString*, consentTag, setConsentTag)
-KC_MEMBER(BOOL, actionable, setActionable)
-KC_MEMBER(NSArray*, urls, setUrls)
-KC_MEMBER(NSString*, policyHtml, setPolicyHtml)
-KC_MEMBER(NSString*, title, setTitle)
-KC_MEMBER(int64_t, version, setVersion)
-KC_MEMBER(NSString*, publishedDate, setPublishedDate)
-KC_MEMBER(BOOL, isMandatory, setIsMandatory)
-#undef Core
+KC_PROPERTIES(KCSDKConsent, policy, consentTag, actionable, urls, policyHtml, title, version,
+              publishedDate, isMandatory)
 @end
 
 @implementation KCSDKUserSubscriptionRequest
@@ -203,22 +132,15 @@ KC_MEMBER(BOOL, isMandatory, setIsMandatory)
     return [self initWithCore:std::make_shared<korvel::KCSDKUserSubscriptionRequest>(
                                   kc::date(startDate), kc::text(subscriptionId))];
 }
-#define Core korvel::KCSDKUserSubscriptionRequest
-KC_MEMBER(NSString*, start, setStart)
-KC_MEMBER(NSString*, subscriptionId, setSubscriptionId)
-#undef Core
+KC_PROPERTIES(KCSDKUserSubscriptionRequest, start, subscriptionId)
 @end
 
 @implementation KCSDKOndemandContentToken
-#define Core korvel::KCSDKOndemandContentToken
-KC_MEMBER(NSString*, token, setToken)
-#undef Core
+KC_PROPERTIES(KCSDKOndemandContentToken, token)
 @end
 
 @implementation KCSDKOndemandCkcToken
-#define Core korvel::KCSDKOndemandCkcToken
-KC_MEMBER(NSString*, key, setKey)
-#undef Core
+KC_PROPERTIES(KCSDKOndemandCkcToken, key)
 @end
 
 @implementation KCSDKUser
@@ -226,9 +148,6 @@ KC_MEMBER(NSString*, key, setKey)
 - (instancetype)init {
     return [self initWithCore:std::make_shared<Core>()];
 }
-KC_MEMBER(NSString*, username, setUsername)
-KC_MEMBER(NSString*, userId, setUserId)
-KC_MEMBER(NSString*, code, setCode)
-KC_MEMBER(double, tokenExpiration, setTokenExpiration)
+KC_PROPERTIES(KCSDKUser, username, userId, code, tokenExpiration)
 #undef Core
 @end

@@ -175,9 +175,7 @@ KC_ACCESSORS(UIColor*, tintColor, setTintColor, std::optional<p::UIColor>)
 - (void)addSubview:(UIView*)view {
     if (view) kc::as<Core>(self).addSubview(kc::record<Core>(view));
 }
-- (void)removeFromSuperview {
-    kc::as<Core>(self).removeFromSuperview();
-}
+KC_ACTION(removeFromSuperview)
 #undef Core
 @end
 

@@ -68,31 +68,18 @@ namespace p = korvel::platform;
         });
 }
 
-KC_MEMBER(UIImage*, playImage, setPlayImage)
-KC_MEMBER(UIImage*, pauseImage, setPauseImage)
-KC_MEMBER(UIImage*, closeImage, setCloseImage)
-KC_MEMBER(UIColor*, buttonColor, setButtonColor)
-KC_MEMBER(UIColor*, closeButtonColor, setCloseButtonColor)
-KC_MEMBER(UIColor*, sliderMinTrackColor, setSliderMinTrackColor)
-KC_MEMBER(UIColor*, sliderMaxTrackColor, setSliderMaxTrackColor)
-KC_MEMBER(UIColor*, sliderThumbTintColor, setSliderThumbTintColor)
-KC_MEMBER(UIColor*, sliderTintColor, setSliderTintColor)
-KC_MEMBER(UIFont*, titleFont, setTitleFont)
-KC_MEMBER(UIColor*, titleTextColor, setTitleTextColor)
-KC_MEMBER(NSString*, classTitle, setClassTitle)
-KC_MEMBER(UIView*, overlayView, setOverlayView)
-KC_MEMBER(NSNumber*, showHideDuration, setShowHideDuration)
+KC_PROPERTIES(KCSDKVideoViewBuilder, playImage, pauseImage, closeImage, buttonColor,
+              closeButtonColor, sliderMinTrackColor, sliderMaxTrackColor, sliderThumbTintColor,
+              sliderTintColor, titleFont, titleTextColor, classTitle, overlayView, showHideDuration,
+              isFullScreenEnabled, isCustomOverlayViewPresent, autoPlay)
 - (KCSDKOndemandClass*)ondemandClass {
     return kc::toNS(kc::as<Core>(self).ondemandClass);
 }
-KC_MEMBER(BOOL, isFullScreenEnabled, setIsFullScreenEnabled)
-KC_MEMBER(BOOL, isCustomOverlayViewPresent, setIsCustomOverlayViewPresent)
 - (id<KCSDKPlayerEventsListner>)eventReceiver {
     return kc::hostOf(kc::as<Core>(self).eventReceiver);
 }
 - (void)setEventReceiver:(id<KCSDKPlayerEventsListner>)receiver {
     kc::as<Core>(self).setEventReceiver(kc::listener(receiver));
 }
-KC_MEMBER(BOOL, autoPlay, setAutoPlay)
 #undef Core
 @end

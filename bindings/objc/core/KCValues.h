@@ -33,27 +33,21 @@ namespace kc {
 
 namespace p = korvel::platform;
 
+/// Records that are told apart by their type alone.
+#define KC_RECORDS(each)                                                                           \
+    each(KCSDKConfig) each(KCSDKOndemandClass) each(KCSDKOndemandClassResponse)                    \
+        each(KCSDKOndemandCollection) each(KCSDKOndemandMetaData) each(KCSDKOndemandFilterRequest) \
+            each(KCSDKSearchItem) each(KCSDKOndemandSearchResult) each(LinkDetail)                 \
+                each(KCSDKConsent) each(KCSDKUserSubscriptionRequest)                              \
+                    each(KCSDKOndemandContentToken) each(KCSDKOndemandCkcToken) each(KCSDKUser)    \
+                        each(KCSDKPlayerEvents) each(KCSDKPlayerViewModel)                         \
+                            each(KCSDKVideoViewBuilder)
+
 template <class Record> Class classOf();
-#define KC_CLASS(name) \
+#define KC_CLASS_OF(name) \
     template <> inline Class classOf<korvel::name>() { return [::name class]; }
-KC_CLASS(KCSDKConfig)
-KC_CLASS(KCSDKOndemandClass)
-KC_CLASS(KCSDKOndemandClassResponse)
-KC_CLASS(KCSDKOndemandCollection)
-KC_CLASS(KCSDKOndemandMetaData)
-KC_CLASS(KCSDKOndemandFilterRequest)
-KC_CLASS(KCSDKSearchItem)
-KC_CLASS(KCSDKOndemandSearchResult)
-KC_CLASS(LinkDetail)
-KC_CLASS(KCSDKConsent)
-KC_CLASS(KCSDKUserSubscriptionRequest)
-KC_CLASS(KCSDKOndemandContentToken)
-KC_CLASS(KCSDKOndemandCkcToken)
-KC_CLASS(KCSDKUser)
-KC_CLASS(KCSDKPlayerEvents)
-KC_CLASS(KCSDKPlayerViewModel)
-KC_CLASS(KCSDKVideoViewBuilder)
-#undef KC_CLASS
+KC_RECORDS(KC_CLASS_OF)
+#undef KC_CLASS_OF
 
 // ---- out
 NSString* toNS(const std::string& text);  ///< never nil; what is not UTF-8 is read as Latin-1
@@ -141,13 +135,50 @@ template <class Block> auto completion(Block block) {
     };
 }
 
+/// A property over a member of the same name.
+struct Property {
+    const char* name;
+    const char* type;  ///< as the runtime writes it
+    IMP get;
+    IMP set;
+};
+template <auto member> struct Accessors;
+template <class Core, class Value, Value Core::*member> struct Accessors<member> {
+    using Type = decltype(toNS(std::declval<const Value&>()));
+    static Type get(KCSDKObject* self, SEL) { return toNS(as<Core>(self).*member); }
+    static void set(KCSDKObject* self, SEL, Type value) { take(value, as<Core>(self).*member); }
+    template <class Declared> static Property property(const char* name) {
+        static_assert(std::is_same_v<Type, Declared> ||
+                          (std::is_same_v<Type, id> && std::is_convertible_v<Declared, id>),
+                      "what the interface declares is not what the member becomes");
+        return { name, @encode(Type), reinterpret_cast<IMP>(&get), reinterpret_cast<IMP>(&set) };
+    }
+};
+/// Gives `cls` their methods, where it has none of these names.
+void addProperties(Class cls, std::initializer_list<Property> properties);
+
 }  // namespace kc
 
-// A property over a member of the same name.
-#define KC_MEMBER(type, name, Setter)             \
-    -(type)name {                                 \
-        return kc::toNS(kc::as<Core>(self).name); \
-    }                                             \
-    -(void)Setter : (type)value {                 \
-        kc::take(value, kc::as<Core>(self).name); \
+// The properties of a class over members of that of C++, of whichever types these are: the one list
+// beside the interface, which the compiler holds against it.
+#define KC_PROPERTIES(cls, ...)                                                   \
+    @dynamic __VA_ARGS__;                                                         \
+    +(void)initialize {                                                           \
+        static bool done = false; /* a subclass of the host's comes here, too */  \
+        if (std::exchange(done, true)) return;                                    \
+        kc::addProperties(self, {KC_EXPAND(KC_PROPERTIES_OF(cls, __VA_ARGS__))}); \
+    }
+#define KC_PROPERTIES_OF(cls, name, ...)                                                        \
+    kc::Accessors<&korvel::cls::name>::property<decltype([static_cast<cls*>(nil) name])>(#name) \
+        __VA_OPT__(, KC_PROPERTIES_AGAIN KC_PARENTHESES(cls, __VA_ARGS__))
+#define KC_PROPERTIES_AGAIN() KC_PROPERTIES_OF
+#define KC_PARENTHESES ()
+#define KC_EXPAND(...) KC_EXPAND_4(KC_EXPAND_4(KC_EXPAND_4(KC_EXPAND_4(__VA_ARGS__))))
+#define KC_EXPAND_4(...) KC_EXPAND_1(KC_EXPAND_1(KC_EXPAND_1(KC_EXPAND_1(__VA_ARGS__))))
+#define KC_EXPAND_1(...) __VA_ARGS__
+
+// A call without arguments.
+#define KC_ACTION(name)            \
+    -(void)name {                  \
+        kc::as<Core>(self).name(); \
     }

@@ -1,5 +1,7 @@
 #import "KCValues.h"
 
+#include <objc/runtime.h>
+#include <cctype>
 #include <chrono>
 #include <cmath>
 
@@ -125,6 +127,16 @@ void take(NSString* from, p::AVLayerVideoGravity& to) {
         return;
     }
     refuse(@"no video gravity:", from);
+}
+
+void addProperties(Class cls, std::initializer_list<Property> properties) {
+    for (const auto& each : properties) {
+        const std::string type = each.type;
+        std::string setter = std::string("set") + each.name + ":";
+        setter[3] = static_cast<char>(std::toupper(setter[3]));
+        class_addMethod(cls, sel_registerName(each.name), each.get, (type + "@:").c_str());
+        class_addMethod(cls, sel_registerName(setter.c_str()), each.set, ("v@:" + type).c_str());
+    }
 }
 
 }  // namespace kc
