@@ -1,13 +1,24 @@
 #import <KorvelContentSDK/KorvelContentSDK.h>
 
-#import "Scenarios.h"
+#ifdef __cplusplus
+extern "C" {
+#endif
+/// A host's check that failed: a failure of the test that it is in.
+void hostFailed(const char* file, int line, const char* what);
+/// Turns the run loop until `done`.
+BOOL turnUntil(BOOL (^done)(void));
+#ifdef __cplusplus
+}
+#endif
 
-// Each side once: the failure names the expression.
 #define CHECK(condition)                                              \
     do {                                                              \
         if (!(condition)) hostFailed(__FILE__, __LINE__, #condition); \
     } while (0)
 #define CHECK_TEXT(text, expected) CHECK([(text) isEqual:(expected)])
+// clang-format off
+#define CHECK_TURN(condition) CHECK(turnUntil(^BOOL { return (condition); }))
+// clang-format on
 
 /// What a completion brought, waited for on the test's thread.
 @interface Answer : NSObject {
@@ -26,11 +37,6 @@
 - (BOOL)turn;  ///< in the run loop
 @end
 
-BOOL turnUntil(BOOL (^done)(void), double seconds);
-// clang-format off
-#define CHECK_TURN(condition) CHECK(turnUntil(^BOOL { return (condition); }, 20))
-// clang-format on
-
 /// Counts itself.
 @interface Probe : NSObject
 + (int)alive;
@@ -44,17 +50,3 @@ BOOL turnUntil(BOOL (^done)(void), double seconds);
     BOOL offMain;
 }
 @end
-
-#ifdef __cplusplus
-extern "C" {
-#endif
-void installDevice(const struct Service* service, BOOL media);
-KCSDKConfig* makeConfig(NSString* url);
-/// The device without media, initialised.
-void setUp(const struct Service* service);
-void logIn(void);
-KCSDKOndemandClass* classDetails(NSString* tag);
-KCSDKOndemandClassResponse* classesPage(void);
-#ifdef __cplusplus
-}
-#endif

@@ -1,11 +1,5 @@
 #import "Host.h"
 
-void runHost(void (*scenario)(const struct Service*), const struct Service* service) {
-    NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
-    scenario(service);
-    [pool release];
-}
-
 /// Blocks are no objects of this runtime: one keeps a copy until the pool goes.
 @interface BlockOwner : NSObject {
 @public
@@ -67,16 +61,14 @@ static id owned(id block) {
     return [self waitSeconds:20];
 }
 - (BOOL)turn {
-    return turnUntil(
-        ^{
-          return came;
-        },
-        20);
+    return turnUntil(^{
+      return came;
+    });
 }
 @end
 
-BOOL turnUntil(BOOL (^done)(void), double seconds) {
-    NSDate* end = [NSDate dateWithTimeIntervalSinceNow:seconds];
+BOOL turnUntil(BOOL (^done)(void)) {
+    NSDate* end = [NSDate dateWithTimeIntervalSinceNow:20];
     while (!done() && [end timeIntervalSinceNow] > 0) {
         NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
         [[NSRunLoop currentRunLoop] runMode:NSDefaultRunLoopMode
@@ -132,47 +124,3 @@ static int alive = 0;
     ++likelies;
 }
 @end
-
-void installDevice(const struct Service* service, BOOL media) {
-    CHECK([KCSDKDevice installWithApplicationName:@"objc-tests"
-                                       dataFolder:[NSString stringWithUTF8String:service->folder]
-                             certificateAuthority:[NSString stringWithUTF8String:service->authority]
-                                            media:media]);
-}
-
-KCSDKConfig* makeConfig(NSString* url) {
-    return [[[KCSDKConfig alloc] initWithBaseURL:url
-                                       secretKey:@"not-a-secret"
-                                          apiKey:@"korvel-development"
-                                        tenantId:@"korvel"
-                                   localyticsKey:@"analytics"] autorelease];
-}
-
-void setUp(const struct Service* service) {
-    installDevice(service, NO);
-    [KCSDK initializeWithConfig:makeConfig([NSString stringWithUTF8String:service->url])];
-}
-
-void logIn(void) {
-    Answer* answer = [Answer answer];
-    [KCSDK startSessionWithUserName:@"anna" completionBlock:[answer errorBlock]];
-    CHECK([answer wait] && !answer->error);
-}
-
-KCSDKOndemandClass* classDetails(NSString* tag) {
-    Answer* answer = [Answer answer];
-    [KCSDK getOndemandClassDetailsFor:tag completionBlock:[answer block]];
-    CHECK([answer wait] && !answer->error);
-    return [[answer->record retain] autorelease];
-}
-
-KCSDKOndemandClassResponse* classesPage(void) {
-    Answer* answer = [Answer answer];
-    [KCSDK getOndemandClassesWithPage:1
-                             pageSize:20
-                                 sort:nil
-                                order:nil
-                      completionBlock:[answer block]];
-    CHECK([answer wait] && answer->record);
-    return [[answer->record retain] autorelease];
-}

@@ -1,4 +1,4 @@
-#import "Host.h"
+#import "Fixture.h"
 
 static Answer* onMainQueue(void) {
     Answer* answer = [Answer answer];
@@ -23,8 +23,8 @@ static Answer* onMainQueue(void) {
 }
 @end
 
-void mainQueueThreads(const struct Service* service) {
-    setUp(service);
+TEST_F(ObjC, mainQueueThreads) {
+    setUp();
     Answer* before = onMainQueue();
     CHECK([before wait] && !before->onMain);  // a thread of the SDK's own drives it
 
@@ -42,12 +42,12 @@ void mainQueueThreads(const struct Service* service) {
     CHECK([login turn] && !login->onMain && !login->error);
 }
 
-void manyRequests(const struct Service* service) {
-    setUp(service);
+TEST_F(ObjC, manyRequests) {
+    setUp();
     enum { total = 400 };
     NSConditionLock* came = [[[NSConditionLock alloc] initWithCondition:0] autorelease];
     __block int wrong = 0;
-    NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
+    NSAutoreleasePool* inner = [[NSAutoreleasePool alloc] init];
     Probe* captured = [[[Probe alloc] init] autorelease];
     for (int i = 0; i < total; ++i) {
         [KCSDK getOndemandClassesWithPage:1
@@ -60,7 +60,7 @@ void manyRequests(const struct Service* service) {
                             [came unlockWithCondition:[came condition] + 1];
                           }];
     }
-    [pool release];
+    [inner release];
     CHECK([came lockWhenCondition:total beforeDate:[NSDate dateWithTimeIntervalSinceNow:60]]);
     CHECK(wrong == 0);
     [came unlock];
@@ -68,18 +68,26 @@ void manyRequests(const struct Service* service) {
     CHECK([Probe alive] == 0);
 }
 
-void callInit(const char* className) {
-    Class cls = NSClassFromString([NSString stringWithUTF8String:className]);
-    [[cls alloc] performSelector:@selector(init)];
+TEST_F(ObjC, initThatIsNotThereEndsTheProcess) {
+    for (NSString* name in @[
+             @"KCSDK", @"KCSDKNetworkManager", @"KCSDKConfig", @"KCSDKOndemandClass",
+             @"KCSDKOndemandMetaData", @"KCSDKConsent", @"KCSDKUserSubscriptionRequest",
+             @"KCSDKOndemandContentToken", @"KCSDKPlayerViewModel", @"KCSDKPlayerEvents",
+             @"KCSDKVideoViewBuilder", @"KCSDKPlayerOverlay", @"KCSDKPlayerView"
+         ]) {
+        EXPECT_DEATH([[NSClassFromString(name) alloc] performSelector:@selector(init)],
+                     std::string("unimplemented initializer 'init\\(\\)' for class '") +
+                         [name UTF8String] + "'");
+    }
 }
 
-void throwInCompletion(const struct Service* service) {
-    setUp(service);
-    Answer* never = [Answer answer];
-    [KCSDK getConsentWithCompletionBlock:^(NSArray* list, NSError* error) {
-      (void)list;
-      (void)error;
-      [NSException raise:@"host" format:@"thrown in a completion"];
-    }];
-    [never waitSeconds:10];
+TEST_F(ObjC, whatACompletionThrowsEndsTheProcessWithItsReason) {
+    const auto hear = [&] {
+        setUp();
+        [KCSDK getConsentWithCompletionBlock:^(NSArray*, NSError*) {
+          [NSException raise:@"host" format:@"thrown in a completion"];
+        }];
+        [[Answer answer] waitSeconds:10];
+    };
+    EXPECT_DEATH(hear(), "thrown in a completion");
 }
