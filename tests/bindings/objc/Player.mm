@@ -130,6 +130,7 @@ static void command(KCSDKPlayerEvents* events, Listener* listener) {
     [view sliderMoved];
     CHECK(!view.isProgressUpdating);
     CHECK_TURN(listener->position >= 8);
+    [events pauseVideo];  // only the seek leads there
     [events seekToTimeValue:16];
     CHECK_TURN(listener->position >= 16);
 }
