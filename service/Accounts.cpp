@@ -1,6 +1,7 @@
 #include <service/Accounts.h>
 #include <service/Codes.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace korvel::service {
@@ -54,7 +55,9 @@ void Accounts::setSubscription(const std::string& name, std::optional<Subscripti
 
 void Accounts::record(Performance performance) {
     const std::lock_guard lock(mutex_);
-    performances_.push_back(std::move(performance));
+    if (std::ranges::find(performances_, performance) == performances_.end()) {
+        performances_.push_back(std::move(performance));
+    }
 }
 
 std::vector<Performance> Accounts::performances() const {

@@ -27,6 +27,8 @@ struct User {
 struct Performance {
     std::string userId;  ///< of the bearer
     std::string json;    ///< the body as sent
+
+    bool operator==(const Performance&) const = default;
 };
 
 /// Who has logged in, and what they accepted, subscribed to and performed. Thread safety: any
@@ -41,6 +43,7 @@ public:
 
     void acceptConsent(const std::string& name, std::string consentTag);
     void setSubscription(const std::string& name, std::optional<Subscription> subscription);
+    /// One that comes again, byte for byte, is one whose sender never heard of the first.
     void record(Performance performance);
     std::vector<Performance> performances() const;
 

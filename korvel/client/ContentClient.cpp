@@ -1,7 +1,9 @@
 #include <korvel/client/ContentClient.h>
 #include <korvel/client/MemoryKeychain.h>
 #include <korvel/client/OperationConduct.h>
+#include <korvel/client/Outbox.h>
 #include <korvel/client/PlaybackWatch.h>
+#include <korvel/client/Telling.h>
 #include <korvel/model/KCSDKConsent.h>
 #include <korvel/model/KCSDKOndemandClass.h>
 #include <korvel/model/KCSDKOndemandClassResponse.h>
@@ -43,6 +45,13 @@ std::shared_ptr<const ClientSurroundings> surroundingsOn(const Device& device,
     return surroundings;
 }
 
+std::shared_ptr<Outbox> outboxOn(const Device& device, const ClientOptions& options,
+                                 std::shared_ptr<const ClientSurroundings> surroundings) {
+    if (!options.outbox || !device.outbox) return nullptr;
+    return std::make_shared<Outbox>(device.outbox, std::move(surroundings), options.deadline,
+                                    options.outboxObserver);
+}
+
 std::shared_ptr<KCSDKNetworkManager> managerOn(Device device, std::shared_ptr<KCSDKConfig> config) {
     device.localytics->integrate(config->localyticsKey);
     device.localytics->setLoggingEnabled(false);
@@ -54,24 +63,12 @@ std::shared_ptr<KCSDKNetworkManager> managerOn(Device device, std::shared_ptr<KC
     return manager;
 }
 
-/// Tells the pending operation what became of it; that it was let go of unheard, too.
-template <class T> OutcomeHandler<T> telling(std::shared_ptr<PendingState<T>> state) {
-    struct Ticket {
-        std::shared_ptr<PendingState<T>> state;
-        explicit Ticket(std::shared_ptr<PendingState<T>> of) : state(std::move(of)) {}
-        Ticket(const Ticket&) = delete;
-        Ticket& operator=(const Ticket&) = delete;
-        ~Ticket() { state->end(Failure{.reason = Failure::Reason::noAnswer}); }
-    };
-    return [ticket = std::make_shared<Ticket>(std::move(state))](Outcome<T> outcome) {
-        ticket->state->end(std::move(outcome));
-    };
-}
-
 }  // namespace
 
 ContentClient::ContentClient(ClientOptions options)
-    : options_(std::move(options)), surroundings_(surroundingsOn(Device::current(), options_)) {}
+    : options_(std::move(options)),
+      surroundings_(surroundingsOn(Device::current(), options_)),
+      outbox_(outboxOn(Device::current(), options_, surroundings_)) {}
 
 ContentClient::ContentClient(std::shared_ptr<KCSDKConfig> config, ClientOptions options)
     : ContentClient(Device::current(), std::move(config), std::move(options)) {}
@@ -80,23 +77,39 @@ ContentClient::ContentClient(const Device& device, std::shared_ptr<KCSDKConfig> 
                              ClientOptions options)
     : options_(std::move(options)),
       manager_(managerOn(device, std::move(config))),
-      surroundings_(surroundingsOn(device, options_)) {}
+      surroundings_(surroundingsOn(device, options_)),
+      outbox_(outboxOn(device, options_, surroundings_)) {}
 
 ContentClient::~ContentClient() = default;
 
+std::shared_ptr<KCSDKNetworkManager> ContentClient::managerInForce() const {
+    return manager_ ? manager_ : KCSDK::shared().networkManager();
+}
+
 /// Calls `operation(operations, handler, conduct)`; a pending operation keeps alive what it needs.
 template <class T, class Begin> Pending<T> ContentClient::begin(Begin operation) const {
+    return beginOn<T>([&](const auto& manager, auto done, auto& conduct) {
+        operation(manager->operations(), std::move(done), conduct);
+    });
+}
+
+/// The same with the manager, whose operations they are.
+template <class T, class Begin> Pending<T> ContentClient::beginOn(Begin operation) const {
     const auto conduct = std::make_shared<OperationConduct>(surroundings_);
     const auto state = std::make_shared<PendingState<T>>(conduct);
-    const auto manager = manager_ ? manager_ : KCSDK::shared().networkManager();
+    const auto manager = managerInForce();
     if (!manager) {
         state->end(Failure{.reason = Failure::Reason::notInitialised});
         return Pending<T>(state);
     }
     state->endWithin(options_.deadline);
     operation(
-        manager->operations(),
-        [manager, tell = telling(state)](Outcome<T> outcome) { tell(std::move(outcome)); },
+        manager,
+        [manager, outbox = outbox_, tell = telling(state)](Outcome<T> outcome) {
+            const bool answered = outcome.hasValue();
+            tell(std::move(outcome));
+            if (answered && outbox) outbox->answered(manager);
+        },
         conduct);
     return Pending<T>(state);
 }
@@ -106,7 +119,7 @@ namespace {
 /// On the main queue.
 void startPlaying(const std::shared_ptr<KCSDKOndemandClass>& ondemandClass,
                   const PlayOptions& options, const std::shared_ptr<KCSDKNetworkManager>& manager,
-                  const std::shared_ptr<Conduct>& conduct,
+                  const std::shared_ptr<Outbox>& outbox, const std::shared_ptr<Conduct>& conduct,
                   OutcomeHandler<std::shared_ptr<Playback>> done) {
     const auto& device = Device::current();
     const auto builder = KCSDKVideoViewBuilder::create(ondemandClass);
@@ -123,13 +136,15 @@ void startPlaying(const std::shared_ptr<KCSDKOndemandClass>& ondemandClass,
         watch->follow((*started)->playerVC->viewVideo);
         done(std::make_shared<Playback>(Device::current(), watch, *started));
     };
-    direction.record = [manager, watch](const KCSDKOndemandClass& performed, std::int64_t seconds) {
-        const auto record = manager->operations().performance(performed, seconds);
-        if (!record) return watch->recorded(Failure{.reason = Failure::Reason::unusableBaseURL});
-        manager->operations().record(*record,
-                                     [watch, sent = record->params](Outcome<Done> outcome) {
-                                         watch->recorded(std::move(outcome), sent);
-                                     });
+    direction.record = [manager, outbox, watch](const KCSDKOndemandClass& performed,
+                                                std::int64_t seconds) {
+        const auto request = manager->operations().performance(performed, seconds);
+        if (!request) return watch->recorded(Failure{.reason = Failure::Reason::unusableBaseURL});
+        const OutcomeHandler<Done> told = [watch, sent = request->params](Outcome<Done> outcome) {
+            watch->recorded(std::move(outcome), sent);
+        };
+        if (outbox) return outbox->deliver(manager, *request, nullptr, told, told);
+        manager->operations().record(*request, told);
     };
     builder->start(options.in, options.overlay, std::move(direction));
 }
@@ -138,14 +153,13 @@ void startPlaying(const std::shared_ptr<KCSDKOndemandClass>& ondemandClass,
 
 ContentClient::PendingRecord<Playback> ContentClient::play(
     const std::shared_ptr<KCSDKOndemandClass>& ondemandClass, PlayOptions options) const {
-    return begin<std::shared_ptr<Playback>>([&](auto&, auto done, auto& conduct) {
+    return beginOn<std::shared_ptr<Playback>>([&](const auto& manager, auto done, auto& conduct) {
         if (!ondemandClass) return done(Failure{.reason = Failure::Reason::missingArgument});
-        const auto manager = manager_ ? manager_ : KCSDK::shared().networkManager();
-        surroundings_->mainQueue->async(
-            [ondemandClass, options = std::move(options), manager, conduct, done] {
-                if (conduct->isOver()) return;
-                startPlaying(ondemandClass, options, manager, conduct, done);
-            });
+        surroundings_->mainQueue->async([ondemandClass, options = std::move(options), manager,
+                                         outbox = outbox_, conduct, done] {
+            if (conduct->isOver()) return;
+            startPlaying(ondemandClass, options, manager, outbox, conduct, done);
+        });
     });
 }
 
@@ -216,13 +230,18 @@ ContentClient::PendingRecord<KCSDKOndemandClass> ContentClient::perform(
 
 Pending<Done> ContentClient::recordPerformance(const KCSDKOndemandClass& ondemandClass,
                                                std::int64_t performedSeconds) const {
-    return begin<Done>([&](auto& service, auto done, auto& conduct) {
-        if (const auto performance = service.performance(ondemandClass, performedSeconds)) {
-            service.record(*performance, done, conduct);
-        } else {
-            done(Failure{.reason = Failure::Reason::unusableBaseURL});
-        }
+    return beginOn<Done>([&](const auto& manager, auto done, auto& conduct) {
+        const auto& service = manager->operations();
+        const auto request = service.performance(ondemandClass, performedSeconds);
+        if (!request) return done(Failure{.reason = Failure::Reason::unusableBaseURL});
+        if (outbox_) return outbox_->deliver(manager, *request, conduct, std::move(done), {});
+        service.record(*request, std::move(done), conduct);
     });
+}
+
+std::size_t ContentClient::waitingPerformances() const {
+    const auto manager = managerInForce();
+    return manager && outbox_ ? outbox_->waiting(manager) : 0;
 }
 
 ContentClient::PendingRecord<KCSDKOndemandContentToken> ContentClient::contentToken(

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <korvel/client/OutboxEvent.h>
 #include <korvel/client/Pending.h>
 #include <korvel/network/ClassesPage.h>
 #include <korvel/platform/foundation/Clock.h>
@@ -28,6 +29,7 @@ class KCSDKOndemandMetaData;
 class KCSDKOndemandSearchResult;
 class KCSDKUser;
 class KCSDKUserSubscriptionRequest;
+class Outbox;
 class Playback;
 struct ClientSurroundings;
 struct PlayOptions;
@@ -38,6 +40,10 @@ struct ClientOptions {
     /// How often a read (a GET) is repeated within the deadline while its failure is transient,
     /// after pauses of 0.25 s, 0.5 s, 1 s ... What changes something at the service never is.
     int readRetries = 3;
+    /// Keep each performance on disk, sealed, until the service has accepted it or refused it for
+    /// good, and send it again meanwhile; 200 of them at most, of which the oldest goes.
+    bool outbox = true;
+    OutboxObserver outboxObserver = {};
     /// Counts deadlines and pauses; null: the process's pool, by the system's steady clock.
     std::shared_ptr<platform::DispatchQueue> timers = {};
 };
@@ -94,17 +100,24 @@ public:
 
     /// The class's record with its stream's link. Starts no player, but counts as a start.
     PendingRecord<KCSDKOndemandClass> perform(const std::string& classTag) const;
-    /// Records that so many seconds of the class were performed, now.
+    /// Records that so many seconds of the class were performed, now: with an outbox that is on
+    /// disk when this returns, and a failure that says `isKept` is not the end of it.
     Pending<Done> recordPerformance(const KCSDKOndemandClass& ondemandClass,
                                     std::int64_t performedSeconds) const;
+    /// How many performances of the user that is logged in the service has not accepted yet, those
+    /// of earlier runs and of other clients included. Reads the disk.
+    std::size_t waitingPerformances() const;
     PendingRecord<KCSDKOndemandContentToken> contentToken(const std::string& contentId) const;
 
 private:
     template <class T, class Begin> Pending<T> begin(Begin operation) const;
+    template <class T, class Begin> Pending<T> beginOn(Begin operation) const;
+    std::shared_ptr<KCSDKNetworkManager> managerInForce() const;
 
     const ClientOptions options_;
     const std::shared_ptr<KCSDKNetworkManager> manager_;  ///< null: that of `KCSDK`
     const std::shared_ptr<const ClientSurroundings> surroundings_;
+    const std::shared_ptr<Outbox> outbox_;  ///< null: off
 };
 
 }  // namespace korvel

@@ -4,6 +4,7 @@
 #include <korvel/network/Conduct.h>
 #include <korvel/platform/foundation/MainQueue.h>
 
+#include <atomic>
 #include <vector>
 
 namespace korvel {
@@ -27,12 +28,16 @@ public:
 
     const ClientSurroundings& surroundings() const { return *surroundings_; }
     void endWithin(platform::Clock::Duration limit, const std::shared_ptr<PendingCore>& operation);
+    /// What was asked for is kept, and goes out again, whatever becomes of this operation.
+    void keep() { kept_ = true; }
+    bool isKept() const { return kept_; }
     /// Nobody waits any more. Ends what is still under way.
     void finish();
 
 private:
     const std::shared_ptr<const ClientSurroundings> surroundings_;
     mutable std::mutex mutex_;
+    std::atomic<bool> kept_ = false;
     bool over_ = false;
     int retries_ = 0;
     std::vector<Deadlines::Token> deadlines_;

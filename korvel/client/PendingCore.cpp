@@ -88,9 +88,13 @@ bool PendingCore::isOver() const {
     return over_;
 }
 
-void PendingCore::cancel() { fail({.reason = Failure::Reason::cancelled}); }
+void PendingCore::cancel() {
+    fail({.reason = Failure::Reason::cancelled, .isKept = conduct_->isKept()});
+}
 
-void PendingCore::runOut() { fail({.reason = Failure::Reason::timedOut}); }
+void PendingCore::runOut() {
+    fail({.reason = Failure::Reason::timedOut, .isKept = conduct_->isKept()});
+}
 
 void PendingCore::endWithin(Clock::Duration limit) {
     conduct_->endWithin(limit, shared_from_this());

@@ -53,7 +53,8 @@ public:
         platform::Clock::Duration waiting{};  ///< for how long nothing has come
         std::optional<Failure> failure = {};
         std::int64_t performedSeconds = 0;
-        /// Of the performance's record, once it is known.
+        /// Of the performance's record, once it is known: accepted, refused, or, a failure that
+        /// says `isKept`, waiting in the outbox, in which case there may be another outcome later.
         std::optional<Outcome<Done>> recorded = {};
         /// That record as it was sent; null where none could be.
         std::shared_ptr<const KCSDKOndemandResultRequest> performance = {};

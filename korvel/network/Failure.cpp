@@ -102,6 +102,7 @@ std::string Failure::description() const {
         text += ".";
     }
     if (transport) text += " " + transport->description();
+    if (isKept) text += " It is kept, and sent again.";
     return text;
 }
 

@@ -47,6 +47,8 @@ struct KORVEL_API Failure {
     std::string member = {};  ///< the path in the answer, such as "items[3].durationSecond"
     std::string detail = {};  ///< what is wrong there
     std::optional<NSError> transport = {};  ///< the device's own words, with its code
+    /// Of a performance: it waits in the client's outbox, and is sent again.
+    bool isKept = false;
 
     /// Whether the same request may succeed in a moment: the network's failures, and the service's
     /// "busy" (408, 429, 502, 503, 504).

@@ -21,6 +21,8 @@
 #include <korvel/session/KCSDKConfig.h>
 #include <korvel/session/KCSDKUtil.h>
 
+#include <atomic>
+#include <mutex>
 #include <utility>
 
 namespace korvel {
@@ -93,6 +95,11 @@ KCSDKLoginRequest loginRequest(const std::string& userName, const KCSDKConfig& c
 }  // namespace
 
 struct ServiceOperations::Parts {
+    struct Session {
+        std::mutex changing;  ///< held while one user's items replace another's
+        std::atomic<unsigned> logIns = 0;
+    };
+
     Parts(const Device& device, std::shared_ptr<const JSONEncoder> jsonEncoder)
         : execution(device),
           keychain(device.keychain, device.diagnostics),
@@ -130,6 +137,7 @@ struct ServiceOperations::Parts {
     const KCSDKKeyChain keychain;
     EndpointCatalogue endpoints;
     const KCSDKLocalytics analytics;
+    const std::shared_ptr<Session> session = std::make_shared<Session>();
     const std::shared_ptr<platform::Localytics> localytics;
     const std::shared_ptr<platform::MainQueue> mainQueue;
     const std::shared_ptr<platform::Locale> locale;
@@ -144,6 +152,8 @@ ServiceOperations::ServiceOperations(const Device& device,
 
 ServiceOperations::~ServiceOperations() = default;
 
+unsigned ServiceOperations::logIns() const { return parts_->session->logIns; }
+
 EndpointCatalogue& ServiceOperations::endpoints() const { return parts_->endpoints; }
 
 void ServiceOperations::logIn(const std::string& userName, Handler<KCSDKUser> done,
@@ -154,11 +164,16 @@ void ServiceOperations::logIn(const std::string& userName, Handler<KCSDKUser> do
     endpoint->formParams =
         form.body(formFields(loginRequest(userName, *parts_->endpoints.sdkConfig())));
 
-    auto loggedIn = [keychain = parts_->keychain, localytics = parts_->localytics,
-                     analytics = parts_->analytics, manager = std::weak_ptr(parts_),
+    auto loggedIn = [session = parts_->session, keychain = parts_->keychain,
+                     localytics = parts_->localytics, analytics = parts_->analytics,
+                     manager = std::weak_ptr(parts_),
                      done = std::move(done)](Outcome<std::shared_ptr<KCSDKUser>> outcome) {
         if (outcome) {
-            KCSDKUtil::store(**outcome, keychain);
+            {
+                const std::lock_guard lock(session->changing);
+                KCSDKUtil::store(**outcome, keychain);
+            }
+            ++session->logIns;
             localytics->setCustomerId(outcome->userId);
             const auto parts = manager.lock();
             analytics.tagUserLogin(outcome->userId,
@@ -286,6 +301,15 @@ EndpointCatalogue::Result ServiceOperations::performance(const KCSDKOndemandClas
     endpoint->params = parts_->encodedOrReported(record);
     if (!endpoint->params) return std::nullopt;
     parts_->analytics.tagClassPerformed(ondemandClass, performedSeconds);
+    return endpoint;
+}
+
+EndpointCatalogue::Result ServiceOperations::performanceAgain(const Data& body,
+                                                              const std::string& userId) const {
+    const std::lock_guard lock(parts_->session->changing);
+    if (parts_->endpoints.userId() != userId) return std::nullopt;
+    auto endpoint = parts_->endpoints.tracking();
+    if (endpoint) endpoint->params = body;
     return endpoint;
 }
 

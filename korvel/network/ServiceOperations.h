@@ -49,6 +49,8 @@ public:
                                std::shared_ptr<const platform::JSONEncoder> encoder = nullptr);
     ~ServiceOperations();
 
+    /// How many log-ins have succeeded so far.
+    unsigned logIns() const;
     /// Holds the configuration in force.
     EndpointCatalogue& endpoints() const;
 
@@ -74,6 +76,10 @@ public:
     /// Prints and tags the performance; the request that records it, or nothing if there is none.
     EndpointCatalogue::Result performance(const KCSDKOndemandClass& ondemandClass,
                                           std::int64_t performedSeconds) const;
+    /// The request that sends `body`, a performance of before, once more: nothing unless its user
+    /// is the one who is logged in.
+    EndpointCatalogue::Result performanceAgain(const platform::Data& body,
+                                               const std::string& userId) const;
     void record(const APIEndpoint& performance, OutcomeHandler<Done> done,
                 const Conducting& conduct = {}) const;
     void contentToken(const std::string& contentId, Handler<KCSDKOndemandContentToken> done,

@@ -10,6 +10,7 @@
 #include <korvel/platform/foundation/URLSession.h>
 #include <korvel/platform/localytics/Localytics.h>
 #include <korvel/platform/security/Keychain.h>
+#include <korvel/platform/security/SealedRecords.h>
 
 #include <cstddef>
 #include <filesystem>
@@ -29,7 +30,7 @@ class StreamLoader;
 /// What a host may choose about the standard device. Every default is what a released application
 /// wants.
 struct DeviceOptions {
-    /// Names the folder of the keychain and the event journal; the program's file name if empty.
+    /// Names the folder of keychain, outbox and event journal; the program's file name if empty.
     std::string applicationName = {};
     /// Where that folder lies; `$XDG_DATA_HOME`, else `~/.local/share`, if empty. Not tried before
     /// it is needed: where nothing can be written, or others than the user can write, nothing is
@@ -65,6 +66,8 @@ struct DeviceOptions {
 struct KORVEL_API Device {
     std::shared_ptr<URLSession> urlSession;
     std::shared_ptr<Keychain> keychain;
+    /// What a client keeps until the service has it; nothing else uses them.
+    std::shared_ptr<SealedRecords> outbox;
     std::shared_ptr<MainQueue> mainQueue;
     std::shared_ptr<Locale> locale;
     std::shared_ptr<Clock> clock;

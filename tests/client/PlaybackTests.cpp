@@ -1,4 +1,5 @@
 #include "player/Fixture.h"
+#include "support/ChildProcess.h"
 
 #include <korvel/client/ContentClient.h>
 #include <korvel/client/Playback.h>
@@ -24,7 +25,11 @@ protected:
                                    "stalled",   "failed",    "ended"};
         std::string text = names.at(static_cast<std::size_t>(status.state));
         if (status.failure) text += " " + std::string(nameOf(status.failure->reason));
-        if (status.recorded) text += *status.recorded ? " recorded" : " unrecorded";
+        if (status.recorded) {
+            text += *status.recorded                    ? " recorded"
+                    : status.recorded->failure().isKept ? " waiting"
+                                                        : " unrecorded";
+        }
         return text;
     }
     std::vector<std::string> seen() {
@@ -104,6 +109,27 @@ TEST_F(PlaybackTest, AStreamThatBringsNothingEndsAtItsLimitAndIsRecorded) {
     ASSERT_TRUE(fake.session->waitForRequests(2));
     fake.session->failTransport();
     EXPECT_EQ(seen(), States{"failed stalled unrecorded"});
+}
+
+TEST_F(PlaybackTest, APerformanceThatWaitsIsToldOfOnceMoreWhenTheServiceHasIt) {
+    fake.keychain->put("userId", "1");
+    begin();
+    playback->stop();
+    EXPECT_EQ(seen(), States{"ended"});
+    ASSERT_TRUE(fake.session->waitForRequests(2));
+    fake.session->failTransport();
+    const auto soon = [this](const char* state) {
+        return eventually([&] { return seen() == States{state}; });
+    };
+    EXPECT_TRUE(soon("ended waiting"));
+    EXPECT_EQ(client->waitingPerformances(), 1u);
+    auto anything = client->consents();
+    fake.session->answer(200, "[]");  // the network is back
+    ASSERT_TRUE(fake.session->waitForRequests(4));
+    EXPECT_EQ(fake.session->requests[1].body, fake.session->requests[3].body);
+    fake.session->answer(201, "");
+    EXPECT_TRUE(soon("ended recorded"));
+    EXPECT_EQ(client->waitingPerformances(), 0u);
 }
 
 TEST_F(PlaybackTest, AStreamThatFailsSaysWhy) {

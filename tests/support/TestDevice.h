@@ -7,13 +7,15 @@
 #include "support/FakeLocalytics.h"
 #include "support/FakeMediaEngine.h"
 #include "support/FakeURLSession.h"
+#include "support/TemporaryFolder.h"
 #include "support/VirtualClock.h"
 
 #include <korvel/platform/Device.h>
+#include <korvel/platform/backends/sqlite/SealedRecordsSQLite.h>
 
 namespace korvel::tests {
 
-/// A device made of fakes alone: nothing happens but what the test says.
+/// A device made of fakes, but for the outbox: nothing happens but what the test says.
 struct TestDevice {
     /// Console lines, keychain and analytics calls, in order.
     std::shared_ptr<Journal> journal = std::make_shared<Journal>();
@@ -21,6 +23,9 @@ struct TestDevice {
     std::shared_ptr<FakeConsole> console = std::make_shared<FakeConsole>(journal);
     std::shared_ptr<FakeDiagnostics> diagnostics = std::make_shared<FakeDiagnostics>();
     std::shared_ptr<FakeKeychain> keychain = std::make_shared<FakeKeychain>(journal);
+    TemporaryFolder folder;
+    std::shared_ptr<platform::SealedRecords> outbox =
+        platform::makeSealedRecordsSQLite(folder / "outbox");
     std::shared_ptr<FakeLocale> locale = std::make_shared<FakeLocale>();
     std::shared_ptr<FakeLocalytics> localytics = std::make_shared<FakeLocalytics>(journal);
     std::shared_ptr<FakeURLSession> session = std::make_shared<FakeURLSession>();
@@ -34,6 +39,7 @@ struct TestDevice {
         device.console = console;
         device.diagnostics = diagnostics;
         device.keychain = keychain;
+        device.outbox = outbox;
         device.locale = locale;
         device.localytics = localytics;
         device.urlSession = session;

@@ -6,6 +6,7 @@
 #include <korvel/platform/backends/libsecret/KeychainLibsecret.h>
 #include <korvel/platform/backends/sodium/ContentKeySystemSodium.h>
 #include <korvel/platform/backends/sqlite/KeychainSQLite.h>
+#include <korvel/platform/backends/sqlite/SealedRecordsSQLite.h>
 #include <korvel/platform/foundation/SDKBundle.h>
 #include <korvel/platform/uikit/Screen.h>
 
@@ -90,6 +91,7 @@ void complete(Device& device, const DeviceOptions& options) {
         });
     });
     fill(device.keychain, [&] { return standardKeychain(options); });
+    fill(device.outbox, [&] { return makeSealedRecordsSQLite(dataFolder(options)); });
     fill(device.localytics, [&] {
         return make<LocalyticsJournal>(
             LocalyticsJournalOptions{.folder = dataFolder(options),

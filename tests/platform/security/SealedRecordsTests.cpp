@@ -1,0 +1,82 @@
+#include "support/ChildProcess.h"
+#include "support/TemporaryFolder.h"
+
+#include <korvel/platform/backends/sqlite/SealedRecordsSQLite.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <fstream>
+
+namespace korvel::tests {
+namespace {
+
+using platform::SealedRecords;
+
+struct SealedRecordsTest : testing::Test {
+    TemporaryFolder folder;
+    std::shared_ptr<SealedRecords> open() const {
+        return platform::makeSealedRecordsSQLite(folder / "data");
+    }
+    static std::string texts(const std::vector<SealedRecords::Record>& records) {
+        std::string all;
+        for (const auto& record : records) all += std::string(platform::viewOf(record.value)) + " ";
+        return all;
+    }
+    static constexpr SealedRecords::Bounds three{.records = 3, .bytes = 10'000};
+};
+
+TEST_F(SealedRecordsTest, TheOldestGoForTheSakeOfTheBoundsAndTheNewestStays) {
+    const auto records = open();
+    EXPECT_TRUE(records->all().empty());
+    EXPECT_FALSE(std::filesystem::exists(folder / "data")) << "looking leaves nothing behind";
+    for (const char* text : {"a", "b", "c"}) {
+        EXPECT_EQ(texts(records->add(platform::bytesOf(text), three)->crowdedOut), "");
+    }
+    EXPECT_EQ(texts(records->add(platform::bytesOf("d"), three)->crowdedOut), "a ");
+    EXPECT_EQ(texts(open()->all()), "b c d ");
+    const auto large = records->add(platform::Data(20'000, 'x'), three);
+    EXPECT_EQ(texts(large->crowdedOut), "b c d ");
+    EXPECT_EQ(open()->all().size(), 1u);
+}
+
+TEST_F(SealedRecordsTest, AClaimHoldsAgainstEverybodyUntilItsHolderIsGone) {
+    const auto state = shared<std::atomic<std::int64_t>>();
+    ChildProcess child([&] {
+        const auto added = open()->add(platform::bytesOf("a"), three);
+        *state = added->number;
+        while (true) pause();
+    });
+    ASSERT_TRUE(eventually([&] { return *state != 0; }));
+    const auto one = open();
+    const auto other = open();
+    EXPECT_EQ(texts(one->all()), "a ");
+    EXPECT_EQ(one->claim(*state), nullptr);
+    child.kill();
+    auto claim = one->claim(*state);
+    EXPECT_NE(claim, nullptr);
+    EXPECT_EQ(one->claim(*state), nullptr);
+    EXPECT_EQ(other->claim(*state), nullptr);
+    claim = nullptr;
+    claim = other->claim(*state);
+    EXPECT_NE(claim, nullptr);
+    EXPECT_TRUE(other->remove(*state));
+    claim = nullptr;
+    EXPECT_EQ(one->claim(*state), nullptr) << "it is gone";
+}
+
+TEST_F(SealedRecordsTest, OnDiskNothingCanBeReadAndABrokenSealHidesItsRecordAlone) {
+    const auto secret = platform::bytesOf("a secret of some length");
+    ASSERT_TRUE(open()->add(secret, three));
+    for (const auto& file : std::filesystem::directory_iterator(folder / "data")) {
+        std::ifstream stream(file.path(), std::ios::binary);
+        const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
+        EXPECT_EQ(bytes.find("secret"), std::string::npos) << file.path();
+    }
+    std::filesystem::remove(folder / "data" / "keychain.key");
+    ASSERT_TRUE(open()->add(platform::bytesOf("new"), three));
+    EXPECT_EQ(texts(open()->all()), "new ");
+}
+
+}  // namespace
+}  // namespace korvel::tests
