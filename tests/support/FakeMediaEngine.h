@@ -29,6 +29,9 @@ public:
         std::vector<Nanoseconds> seeks{};     ///< exactly
         std::optional<Nanoseconds> length{};  ///< reported as the duration
         std::shared_ptr<const platform::VideoFrame> frame{};
+        std::vector<platform::MediaTimeRange> loaded{};
+        std::vector<platform::AVPlayerItemAccessLogEvent> accesses{};
+        std::vector<platform::AVPlayerItemErrorLogEvent> errors{};
         bool closed = false;
         bool endsSeeksAtOnce = true;  ///< else `endSeek` does
         std::vector<std::shared_ptr<platform::AVAssetResourceLoadingRequest>> keyRequests{};
@@ -118,6 +121,14 @@ private:
         std::optional<Nanoseconds> duration() override { return stream_->length; }
         std::shared_ptr<const platform::VideoFrame> newestFrame() override {
             return stream_->frame;
+        }
+
+        std::vector<platform::MediaTimeRange> loaded() override { return stream_->loaded; }
+        std::vector<platform::AVPlayerItemAccessLogEvent> accessLog() override {
+            return stream_->accesses;
+        }
+        std::vector<platform::AVPlayerItemErrorLogEvent> errorLog() override {
+            return stream_->errors;
         }
 
     private:

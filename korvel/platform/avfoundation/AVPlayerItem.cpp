@@ -29,6 +29,31 @@ nanoseconds AVPlayerItem::within(nanoseconds time) const {
     return std::max(time, nanoseconds::zero());
 }
 
+std::vector<CMTimeRange> AVPlayerItem::loadedTimeRanges() const {
+    std::vector<CMTimeRange> ranges;
+    for (const MediaTimeRange& each :
+         playback_ ? playback_->loaded() : std::vector<MediaTimeRange>()) {
+        const auto start = within(each.start);
+        const auto end = within(each.end);
+        if (end > start) ranges.push_back({CMTime::of(start), CMTime::of(end - start)});
+    }
+    return ranges;
+}
+
+std::vector<AVPlayerItemAccessLogEvent> AVPlayerItem::accessLog() const {
+    if (!playback_) return accessLog_;
+    auto log = playback_->accessLog();
+    if (!log.empty() && startUp_.opened && startUp_.picture) {
+        log.front().startupTime =
+            std::chrono::duration<double>(*startUp_.picture - *startUp_.opened).count();
+    }
+    return log;
+}
+
+std::vector<AVPlayerItemErrorLogEvent> AVPlayerItem::errorLog() const {
+    return playback_ ? playback_->errorLog() : errorLog_;
+}
+
 // MARK: observers
 
 void AVPlayerItem::addObserver(std::weak_ptr<KeyValueObserver> observer, std::string keyPath) {
@@ -73,12 +98,15 @@ void AVPlayerItem::open(AVPlayer& player, MediaEngine* engine, std::shared_ptr<M
 
 void AVPlayerItem::close() {
     player_ = nullptr;
+    accessLog_ = accessLog();
+    errorLog_ = errorLog();
     events_.reset();
     playback_.reset();
     rate_ = applied_ = 0;
     volume_ = 1;
     enough_ = ended_ = seeking_ = likelyToKeepUp_ = bufferEmpty_ = false;
     lastPosition_ = {};
+    presentationSize_ = {};
     nextSeek_.reset();
     target_.reset();
 }
@@ -166,6 +194,8 @@ void AVPlayerItem::reportBuffering() {
     }
 }
 
+void AVPlayerItem::didLoad() { observers_.notify("loadedTimeRanges", *this, {}); }
+
 void AVPlayerItem::didEndSeek() {
     if (!seeking_ || status_ == Status::failed) return;
     seeking_ = false;
@@ -189,7 +219,13 @@ void AVPlayerItem::didChangeDuration() {
 }
 
 void AVPlayerItem::didChangeFrame() {
-    if (player_) player_->frameChanged();
+    const auto frame = newestFrame();
+    const CGSize size = frame ? CGSize{frame->width * frame->pixelAspect, double(frame->height)}
+                              : presentationSize_;
+    const auto current = events_;
+    if (std::exchange(presentationSize_, size) != size)
+        observers_.notify("presentationSize", *this, {});
+    if (player_ && events_ == current) player_->frameChanged();
 }
 
 void AVPlayerItem::didPlayToEnd() {

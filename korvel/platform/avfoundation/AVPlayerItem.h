@@ -4,6 +4,7 @@
 #include <korvel/platform/avfoundation/MediaEngine.h>
 #include <korvel/platform/foundation/KeyValueObserving.h>
 #include <korvel/platform/foundation/SharedObject.h>
+#include <korvel/platform/uikit/CGSize.h>
 
 #include <functional>
 #include <memory>
@@ -18,10 +19,12 @@ class AVPlayer;
 /// A stream on its way through a player. It loads while it is a player's current item. Main queue;
 /// made by `make`.
 ///
-/// Observable: "status", "playbackLikelyToKeepUp", "playbackBufferEmpty". Observers hear of real
-/// changes alone. Where both buffering values change, the one that becomes true is told last. A
-/// seek ends as not likely to keep up, and, if enough is loaded there, as likely again in the same
-/// moment; if too little is, with an empty buffer, as playing ends that runs dry.
+/// Observable: "status", "playbackLikelyToKeepUp", "playbackBufferEmpty", and, with a value that
+/// says nothing, "presentationSize" and "loadedTimeRanges", the latter whenever something has been
+/// loaded. Of all others observers hear of real changes alone. Where both buffering values change,
+/// the one that becomes true is told last. A seek ends as not likely to keep up, and, if enough is
+/// loaded there, as likely again in the same moment; if too little is, with an empty buffer, as
+/// playing ends that runs dry.
 class KORVEL_API AVPlayerItem : public Object, public SharedObject<AVPlayerItem> {
 public:
     enum class Status { unknown, readyToPlay, failed };
@@ -38,6 +41,14 @@ public:
     bool isPlaybackLikelyToKeepUp() const { return likelyToKeepUp_; }
     /// It ran dry while playing, or a seek led to where too little is loaded, and waits.
     bool isPlaybackBufferEmpty() const { return bufferEmpty_; }
+    /// Of the picture shown, in square pixels; zero before there is one.
+    CGSize presentationSize() const { return presentationSize_; }
+    /// What could be played at once, from the current time on.
+    std::vector<CMTimeRange> loadedTimeRanges() const;
+    /// An event per variant that was in use, each time that it was; kept after the player has let
+    /// go of the item, as `errorLog` is.
+    std::vector<AVPlayerItemAccessLogEvent> accessLog() const;
+    std::vector<AVPlayerItemErrorLogEvent> errorLog() const;
     /// Since a player last opened it.
     const MediaStartUp& startUp() const { return startUp_; }
 
@@ -67,6 +78,7 @@ private:
     void didTake(MediaStep step, Clock::Instant when);
     void didBecomeReady();
     void didBuffer(bool enough);
+    void didLoad();
     void didEndSeek();
     void didChangeDuration();
     void didChangeFrame();
@@ -87,6 +99,9 @@ private:
     bool likelyToKeepUp_ = false;
     bool bufferEmpty_ = false;
     MediaStartUp startUp_;
+    CGSize presentationSize_;
+    std::vector<AVPlayerItemAccessLogEvent> accessLog_;  ///< of a playback that has gone
+    std::vector<AVPlayerItemErrorLogEvent> errorLog_;
     KeyValueObservers observers_;
     std::vector<EndObserver> endObservers_;
 

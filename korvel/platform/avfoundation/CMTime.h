@@ -30,6 +30,13 @@ struct KORVEL_API CMTime {
     bool operator==(const CMTime&) const = default;  ///< 1/2 and 2/4 differ
 };
 
+struct KORVEL_API CMTimeRange {
+    CMTime start;
+    CMTime duration;
+
+    bool operator==(const CMTimeRange&) const = default;
+};
+
 inline constexpr std::int32_t nanosecondTimescale = 1'000'000'000;
 
 inline constexpr CMTime kCMTimeInvalid{};

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <korvel/platform/avfoundation/AVAssetResourceLoader.h>
+#include <korvel/platform/avfoundation/AVPlayerItemLogs.h>
 #include <korvel/platform/avfoundation/MediaEvents.h>
 #include <korvel/platform/avfoundation/VideoFrame.h>
 #include <korvel/platform/foundation/URL.h>
@@ -8,8 +9,15 @@
 #include <chrono>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace korvel::platform {
+
+/// A piece of a stream's time.
+struct MediaTimeRange {
+    std::chrono::nanoseconds start{};
+    std::chrono::nanoseconds end{};
+};
 
 /// One stream being loaded and decoded. Main queue; no call waits for network, key or decoder.
 ///
@@ -32,6 +40,12 @@ public:
     virtual std::optional<std::chrono::nanoseconds> duration() = 0;
     /// The picture of this moment; null until there is one.
     virtual std::shared_ptr<const VideoFrame> newestFrame() = 0;
+
+    /// What is loaded, from the position on.
+    virtual std::vector<MediaTimeRange> loaded() = 0;
+    /// Oldest first, the one in use last. Start-up times are the item's to tell.
+    virtual std::vector<AVPlayerItemAccessLogEvent> accessLog() = 0;
+    virtual std::vector<AVPlayerItemErrorLogEvent> errorLog() = 0;
 };
 
 /// What plays streams on a device. Main queue.

@@ -31,6 +31,14 @@ void MediaEvents::buffered(bool enough) {
     post([enough](AVPlayerItem& item) { item.didBuffer(enough); });
 }
 
+void MediaEvents::loadedChanged() {
+    if (loadReported_.exchange(true)) return;  // as with pictures
+    post([self = shared_from_this()](AVPlayerItem& item) {
+        self->loadReported_ = false;
+        item.didLoad();
+    });
+}
+
 void MediaEvents::seekEnded() {
     post([](AVPlayerItem& item) { item.didEndSeek(); });
 }

@@ -49,6 +49,8 @@ public:
     void ready();
     /// Whether what is loaded ahead suffices to play on. Starts as not.
     void buffered(bool enough);
+    /// More is loaded than was, or something else.
+    void loadedChanged();
     void seekEnded();
     void durationChanged();
     void frameChanged();
@@ -63,6 +65,7 @@ private:
     const std::weak_ptr<MainQueue> mainQueue_;
     const std::shared_ptr<const Clock> clock_;
     std::atomic<bool> frameReported_ = false;
+    std::atomic<bool> loadReported_ = false;
 };
 
 }  // namespace korvel::platform

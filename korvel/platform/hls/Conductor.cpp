@@ -201,11 +201,12 @@ void Conductor::starved(Kind kind) {
 
 std::optional<nanoseconds> Conductor::duration() const { return stage_->duration(); }
 
-std::vector<TimeRange> Conductor::buffered() const {
+std::vector<MediaTimeRange> Conductor::buffered() const {
     const auto position = stage_->position();
     const auto level = stage_->levels().level(position);
     const auto end = level ? position + *level : stage_->duration().value_or(position);
-    return end > position ? std::vector<TimeRange>{{position, end}} : std::vector<TimeRange>();
+    return end > position ? std::vector<MediaTimeRange>{{position, end}}
+                          : std::vector<MediaTimeRange>();
 }
 
 std::vector<Variant> Conductor::variants() const {
@@ -213,6 +214,10 @@ std::vector<Variant> Conductor::variants() const {
     return ladder_ ? ladder_->variants() : std::vector<Variant>();
 }
 
-std::vector<AccessLogEntry> Conductor::accessLog() const { return statistics_->entries(); }
+std::vector<AVPlayerItemAccessLogEvent> Conductor::accessLog() const {
+    return statistics_->accesses(variants(), stage_->levels().stalls());
+}
+
+std::vector<AVPlayerItemErrorLogEvent> Conductor::errorLog() const { return statistics_->errors(); }
 
 }  // namespace korvel::platform::hls

@@ -29,9 +29,10 @@ public:
     void taken(Kind kind, std::size_t bytes) override;
     void starved(Kind kind) override;
     std::optional<std::chrono::nanoseconds> duration() const override;
-    std::vector<TimeRange> buffered() const override;
+    std::vector<MediaTimeRange> buffered() const override;
     std::vector<Variant> variants() const override;
-    std::vector<AccessLogEntry> accessLog() const override;
+    std::vector<AVPlayerItemAccessLogEvent> accessLog() const override;
+    std::vector<AVPlayerItemErrorLogEvent> errorLog() const override;
 
 private:
     static void load(const std::shared_ptr<Stage>& stage, const URL& url,

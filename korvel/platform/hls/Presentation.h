@@ -1,6 +1,7 @@
 #pragma once
 
 #include <korvel/platform/avfoundation/AVAssetResourceLoader.h>
+#include <korvel/platform/avfoundation/MediaEngine.h>
 #include <korvel/platform/foundation/Clock.h>
 #include <korvel/platform/foundation/ResponseStream.h>
 #include <korvel/platform/foundation/URL.h>
@@ -35,20 +36,6 @@ struct Variant {
     double frameRate = 0;  ///< 0: not told
     std::string codecs{};
     std::string address{};
-};
-
-/// What a variant has delivered since it was last chosen.
-struct AccessLogEntry {
-    std::size_t variant = 0;  ///< index into `variants`
-    std::int64_t bytes = 0;
-    std::chrono::nanoseconds transferTime{};  ///< time in which the line was in use for them
-    int segments = 0;
-    int stalls = 0;  ///< how often playing stopped for want of samples
-};
-
-struct TimeRange {
-    std::chrono::nanoseconds start{};
-    std::chrono::nanoseconds end{};
 };
 
 /// Bounds that a host sets to the choice of variants; zero means none.
@@ -88,10 +75,11 @@ public:
     /// Nothing while unknown, and of a live stream.
     virtual std::optional<std::chrono::nanoseconds> duration() const = 0;
     /// What is queued, from the position on.
-    virtual std::vector<TimeRange> buffered() const = 0;
+    virtual std::vector<MediaTimeRange> buffered() const = 0;
     virtual std::vector<Variant> variants() const = 0;
     /// Oldest first; the last entry is of the variant in use.
-    virtual std::vector<AccessLogEntry> accessLog() const = 0;
+    virtual std::vector<AVPlayerItemAccessLogEvent> accessLog() const = 0;
+    virtual std::vector<AVPlayerItemErrorLogEvent> errorLog() const = 0;
 };
 
 }  // namespace korvel::platform::hls

@@ -159,6 +159,8 @@ void Rendition::loadSegment(std::size_t index) {
     if (source_.isMain) {
         ladder_->measured(result.bytes, result.busy);
         statistics_->loaded(result.bytes, result.busy, stage_->levels().stalls());
+    } else {
+        statistics_->loadedBeside(result.bytes);
     }
     if (result.end == FetchResult::End::done) reading.finish();
     if (isStale() || stage_->hasFailed()) return;
@@ -193,10 +195,9 @@ void Rendition::segmentEnded(const Segment& segment, const SegmentReading& readi
                 return stage_->fail(
                     makeAVError(AVError::contentIsNotAuthorized, "The key does not open " + where));
             }
-            return segmentFailed(segment,
+            return segmentFailed(segment, result,
                                  makeAVError(AVError::fileFormatNotRecognized,
-                                             "No media that can be read: " + where),
-                                 false);
+                                             "No media that can be read: " + where));
         case SegmentReading::State::empty:
             return stage_->fail(
                 makeAVError(AVError::fileFormatNotRecognized,
@@ -204,13 +205,13 @@ void Rendition::segmentEnded(const Segment& segment, const SegmentReading& readi
         case SegmentReading::State::reading:
             break;
     }
-    if (result.end == FetchResult::End::failed)
-        return segmentFailed(segment, result.error, result.status == 0);
+    if (result.end == FetchResult::End::failed) return segmentFailed(segment, result, result.error);
     misses_ = 0;
     ladder_->worked(*variant_);
     goesOn_ = reading.end();
     if (feeding_.hasJoined()) steps_ = 0;
     pass(segment);
+    stage_->loadedChanged();
 }
 
 void Rendition::goBack(int steps) {
@@ -227,17 +228,21 @@ void Rendition::pass(const Segment& segment) {
 }
 
 /// Another variant may have the segment; else it is left out, which a few of them may be.
-void Rendition::segmentFailed(const Segment& segment, const NSError& error, bool isLasting) {
+void Rendition::segmentFailed(const Segment& segment, const FetchResult& result,
+                              const NSError& error) {
     constexpr int mostMisses = 3;
     const auto now = stage_->attention().clock().now();
+    const bool isLasting = result.status == 0;
     goesOn_.reset();
     if (ladder_->hasOther(*variant_, now)) {
+        statistics_->failed(result, error);
         ladder_->failed(*variant_, now);
         time_ = segment.start;
         number_.reset();
         return feeding_.rejoin();
     }
     if (isLasting || ++misses_ > mostMisses) return stage_->fail(error);
+    statistics_->failed(result, error);
     feeding_.rejoin();
     pass(segment);
 }
@@ -324,8 +329,7 @@ bool Rendition::loadMap(const Segment& segment) {
                           bytes.insert(bytes.end(), piece.begin(), piece.end());
                           return true;
                       });
-    if (result.end == FetchResult::End::failed)
-        segmentFailed(segment, result.error, result.status == 0);
+    if (result.end == FetchResult::End::failed) segmentFailed(segment, result, result.error);
     if (result.end != FetchResult::End::done) return false;
     map_ = std::move(bytes);
     mapName_ = std::move(name);

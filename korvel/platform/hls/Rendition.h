@@ -73,7 +73,7 @@ private:
                 const Segment& segment, bool& abandoned);
     void segmentEnded(const Segment& segment, const SegmentReading& reading,
                       const FetchResult& result, bool isEncrypted);
-    void segmentFailed(const Segment& segment, const NSError& error, bool isLasting);
+    void segmentFailed(const Segment& segment, const FetchResult& result, const NSError& error);
     void goBack(int steps);
     void pass(const Segment& segment);
     void finishStream();

@@ -80,6 +80,7 @@ void Rendition::listFailed(std::size_t variant, const FetchResult& result) {
     const auto now = stage_->attention().clock().now();
     ladder_->failed(variant, now);
     if (ladder_->hasOther(variant, now)) {
+        statistics_->failed(result, result.error);
         if (variant_ == variant) {
             lists_[variant].reset();
             variant_.reset();

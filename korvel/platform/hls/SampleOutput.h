@@ -62,6 +62,8 @@ public:
     virtual void took(MediaStep step) = 0;
     /// Whether what is queued suffices to play on. Starts as not; each change is told once.
     virtual void buffered(bool enough) = 0;
+    /// A segment has come, or all that had come has been thrown away.
+    virtual void loadedChanged() = 0;
     virtual void durationChanged() = 0;
     /// For good: nothing is loaded any more. The cause with address and status, as
     /// "NSLocalizedFailureReason".

@@ -48,6 +48,11 @@ void Stage::took(MediaStep step) {
     if (!silent_) parts_.events->took(step);
 }
 
+void Stage::loadedChanged() {
+    const std::lock_guard lock(tell_);
+    if (!silent_) parts_.events->loadedChanged();
+}
+
 void Stage::look() {
     const std::lock_guard lock(tell_);
     if (silent_) return;
@@ -100,6 +105,7 @@ void Stage::seek(Time to) {
     }
     parts_.output->flush(to);
     levels_.restart(to);  // of what the queues gave out until they stood still
+    loadedChanged();
     attention_->notify();
 }
 

@@ -39,6 +39,7 @@ public:
     void addTracks(Generation generation, Tracks tracks);
     bool hasTracks() const { return hasTracks_; }
     void took(MediaStep step);
+    void loadedChanged();
     /// Looks at the levels, and tells if that changes whether there is enough.
     void look();
     /// For good; the first one counts.

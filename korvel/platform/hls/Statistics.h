@@ -1,5 +1,6 @@
 #pragma once
 
+#include <korvel/platform/hls/Fetcher.h>
 #include <korvel/platform/hls/Presentation.h>
 
 #include <mutex>
@@ -7,36 +8,33 @@
 
 namespace korvel::platform::hls {
 
-/// Keeps the access log. Any thread.
+/// Keeps the logs. Any thread.
 class Statistics {
 public:
-    void chosen(std::size_t variant) {
-        const std::lock_guard lock(mutex_);
-        if (entries_.empty() || entries_.back().variant != variant) {
-            if (entries_.size() >= mostEntries) entries_.erase(entries_.begin());
-            entries_.push_back({.variant = variant});
-        }
-    }
-    void loaded(std::uint64_t bytes, std::chrono::nanoseconds busy, int stalls) {
-        const std::lock_guard lock(mutex_);
-        if (entries_.empty()) return;
-        AccessLogEntry& entry = entries_.back();
-        entry.bytes += static_cast<std::int64_t>(bytes);
-        entry.transferTime += busy;
-        ++entry.segments;
-        entry.stalls += stalls - stalls_;
-        stalls_ = stalls;
-    }
-    std::vector<AccessLogEntry> entries() const {
-        const std::lock_guard lock(mutex_);
-        return entries_;
-    }
+    void chosen(std::size_t variant);
+    /// `stalls`: of the presentation, so far.
+    void loaded(std::uint64_t bytes, std::chrono::nanoseconds busy, int stalls);
+    /// By another loader than that of the variant, at the same time.
+    void loadedBeside(std::uint64_t bytes);
+    void failed(const FetchResult& result, const NSError& error);
+
+    std::vector<AVPlayerItemAccessLogEvent> accesses(const std::vector<Variant>& variants,
+                                                     int stalls) const;
+    std::vector<AVPlayerItemErrorLogEvent> errors() const;
 
 private:
-    static constexpr std::size_t mostEntries = 1000;
+    struct Entry {
+        std::size_t variant = 0;
+        std::uint64_t bytes = 0;
+        std::uint64_t beside = 0;
+        std::chrono::nanoseconds busy{};
+        int requests = 0;
+        int stalls = 0;
+    };
     mutable std::mutex mutex_;
-    std::vector<AccessLogEntry> entries_;
-    int stalls_ = 0;
+    std::vector<Entry> entries_;
+    std::vector<AVPlayerItemErrorLogEvent> errors_;
+    int stalls_ = 0;  ///< that are in the entries
 };
 
 }  // namespace korvel::platform::hls

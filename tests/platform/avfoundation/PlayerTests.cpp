@@ -125,6 +125,48 @@ TEST_F(Player, StepsOfTheStartAreKnownByTheMomentInWhichTheyWereFirstTaken) {
     EXPECT_FALSE(item->startUp().picture);
 }
 
+TEST_F(Player, SizeRangesAndLogsAreTold) {
+    for (const auto* path : {"presentationSize", "loadedTimeRanges"})
+        item->addObserver(listener, path);
+    EXPECT_EQ(item->presentationSize(), CGSize());
+    becomeReady();
+    listener->take();
+    const auto shows = [&](std::uint32_t width, double aspect) {
+        auto frame = std::make_shared<VideoFrame>();
+        frame->width = width;
+        frame->height = 90;
+        frame->pixelAspect = aspect;
+        stream().frame = frame;
+        stream().events->frameChanged();
+        settle();
+    };
+    for (const auto& [width, aspect] : {std::pair(160U, 1.), {160U, 1.}, {80U, 2.}}) {
+        shows(width, aspect);
+        EXPECT_EQ(item->presentationSize(), (CGSize{160, 90}));
+    }
+    EXPECT_EQ(listener->take(), Lines{"presentationSize 0"}) << "once, as it does not change";
+
+    stream().loaded = {{-1s, 2s}, {19s, 21s}, {22s, 23s}};
+    for (int i = 0; i < 3; ++i) stream().events->loadedChanged();
+    settle();
+    EXPECT_EQ(listener->take(), Lines{"loadedTimeRanges 0"}) << "one on its way tells of all";
+    EXPECT_EQ(item->loadedTimeRanges(),
+              (std::vector<CMTimeRange>{{CMTime::of(0s), CMTime::of(2s)},
+                                        {CMTime::of(19s), CMTime::of(1s)}}));
+
+    fake.clock->advance(*fake.mainQueue, 5s);
+    stream().accesses = {{.URI = "low"}, {.URI = "high", .numberOfStalls = 2}};
+    stream().errors = {{.URI = "gone", .errorStatusCode = 404}};
+    for (int i = 0; i < 2; ++i) {
+        ASSERT_EQ(item->accessLog().size(), 2u);
+        EXPECT_EQ(item->accessLog()[0].startupTime, 0.) << "ready in the moment of its opening";
+        EXPECT_EQ(item->accessLog()[1].startupTime, -1.);
+        EXPECT_EQ(item->errorLog().at(0).errorStatusCode, 404);
+        player->replaceCurrentItem(nullptr);
+    }
+    EXPECT_EQ(item->loadedTimeRanges().size(), 0u);
+}
+
 TEST_F(Player, ObserversHearOfRealChangesOnTheMainQueueWithTheTrueValueLast) {
     stream().becomeReady(20s);
     EXPECT_EQ(listener->take(), Lines{}) << "not on the engine's thread";

@@ -92,6 +92,10 @@ public:
             asked_.begin(), asked_.end(),
             [&](const std::string& each) { return each.substr(0, each.find(' ')) == address; }));
     }
+    std::int64_t size(const std::string& address) const {
+        const std::lock_guard lock(mutex_);
+        return static_cast<std::int64_t>(answers_.at(address).body.size());
+    }
     /// Of every line.
     std::atomic<double> speed = 0;
 

@@ -41,7 +41,7 @@ TEST_F(PresentationTest, GivesEverySampleOnceAndThenTheEnd) {
                                  "format p video/x-h264", "end p", "end s", "enough"}));
     EXPECT_EQ(presentation->duration(), 8s);
     EXPECT_EQ(server->asked().size(), 5u) << "nothing is asked for twice";
-    EXPECT_EQ(presentation->accessLog().back().segments, 4);
+    EXPECT_EQ(presentation->accessLog().back().numberOfMediaRequests, 4);
 }
 
 TEST_F(PresentationTest, SeeksBeginAtThePictureBeforeTheTarget) {
@@ -272,7 +272,17 @@ TEST_F(PresentationTest, ADeadVariantIsLeftAndAMissingSegmentOrAGapIsPassedOver)
     ASSERT_TRUE(ends());
     EXPECT_EQ(reason(), "none");
     expectPictures(0, 8);
-    EXPECT_EQ(presentation->accessLog().size(), 2u);
+    const auto accesses = presentation->accessLog();
+    ASSERT_EQ(accesses.size(), 2u);
+    EXPECT_EQ(accesses[0].URI, "https://h/2/list.m3u8");
+    EXPECT_EQ(accesses[0].indicatedBitrate, 800'000);
+    EXPECT_GE(accesses[0].numberOfBytesTransferred, server->size("https://h/2/0.ts"));
+    EXPECT_EQ(accesses[1].numberOfMediaRequests, 3);
+    const auto errors = presentation->errorLog();
+    ASSERT_EQ(errors.size(), 2u);
+    EXPECT_EQ(errors[0].URI, "https://h/gone/list.m3u8");
+    EXPECT_EQ(errors[1].URI, "https://h/2/1.ts");
+    EXPECT_EQ(errors[1].errorStatusCode, 404);
 
     putList("https://g/", segments(5), "", {"", "#EXT-X-GAP\n"});
     server->change("https://g/3.ts", [](auto& answer) { answer.status = 404; });

@@ -55,6 +55,7 @@ public:
 
     void took(platform::MediaStep) override {}
     void buffered(bool enough) override { say(enough ? "enough" : "dry"); }
+    void loadedChanged() override {}
     void durationChanged() override {}
     void failed(platform::NSError error) override {
         const std::lock_guard lock(mutex_);

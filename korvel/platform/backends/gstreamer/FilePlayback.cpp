@@ -39,12 +39,16 @@ constexpr double enoughQueued = 0.125;
 /// What the playback shares with its pipeline's threads.
 class FilePlayback::Course final : public std::enable_shared_from_this<Course> {
 public:
-    explicit Course(const StreamPlayback::Parts& parts)
-        : events(parts.events), pipeline(Pipeline::make(parts.events, parts.audioSink)) {}
+    Course(const URL& url, const StreamPlayback::Parts& parts)
+        : events(parts.events),
+          pipeline(Pipeline::make(parts.events, parts.audioSink)),
+          address_(url.absoluteString()) {}
 
     void open(const URL& url, const StreamPlayback::Parts& parts);
     void setRate(double rate);
     void seek(nanoseconds to);
+    std::vector<MediaTimeRange> loaded() const;
+    AVPlayerItemAccessLogEvent access() const;
 
     const std::shared_ptr<MediaEvents> events;
     const std::shared_ptr<Pipeline> pipeline;
@@ -62,9 +66,12 @@ private:
 
     bool jump(nanoseconds to);
 
-    const std::shared_ptr<Trouble> trouble_ = std::make_shared<Trouble>();
+    const std::shared_ptr<Download> download_ = std::make_shared<Download>();
+    const std::string address_;
     GstElement* typefind_ = nullptr;
     GstElement* queues_ = nullptr;  ///< both the pipeline's
+    std::atomic<bool> isEnough_ = false;
+    std::atomic<int> stalls_ = 0;
     std::atomic<bool> hasPicture_ = false;
     std::atomic<bool> hasSound_ = false;
     std::atomic<bool> seeking_ = false;
@@ -86,7 +93,7 @@ void FilePlayback::Course::open(const URL& url, const StreamPlayback::Parts& par
                                [weak](int percent) {
                                    if (const auto self = weak.lock()) self->buffering(percent);
                                }});
-    const auto source = makeLoaderSource(url, parts.loader, trouble_);
+    const auto source = makeLoaderSource(url, parts.loader, download_);
     typefind_ = gst_element_factory_make("typefind", nullptr);
     queues_ = gst_element_factory_make("multiqueue", nullptr);
     g_object_set(queues_, "max-size-time", queuedTime, "max-size-bytes", queuedBytes,
@@ -171,7 +178,47 @@ void FilePlayback::Course::plug(GstPad* pad, bool isPicture, GstCaps* caps) {
     gst_pad_link(pad, in.get());
 }
 
-void FilePlayback::Course::buffering(int percent) { events->buffered(percent >= 100); }
+void FilePlayback::Course::buffering(int percent) {
+    const bool isEnough = percent >= 100;
+    if (isEnough_.exchange(isEnough) && !isEnough && !seeking_) ++stalls_;
+    events->buffered(isEnough);
+    events->loadedChanged();
+}
+
+/// As far as the shorter queue reaches.
+std::vector<MediaTimeRange> FilePlayback::Course::loaded() const {
+    if (!pipeline->isReady() || pipeline->isClosed()) return {};
+    std::optional<nanoseconds> least;
+    GstIterator* pads = gst_element_iterate_sink_pads(queues_);
+    gst_iterator_foreach(
+        pads,
+        [](const GValue* each, gpointer given) {
+            guint64 time = 0;
+            g_object_get(g_value_get_object(each), "current-level-time", &time, nullptr);
+            auto& found = *static_cast<std::optional<nanoseconds>*>(given);
+            const nanoseconds level(static_cast<std::int64_t>(time));
+            found = std::min(found.value_or(level), level);
+        },
+        &least);
+    gst_iterator_free(pads);
+    const auto from = pipeline->time();
+    if (!least || least->count() <= 0) return {};
+    return {{from, from + *least}};
+}
+
+AVPlayerItemAccessLogEvent FilePlayback::Course::access() const {
+    const auto figures = download_->figures();
+    AVPlayerItemAccessLogEvent event{.URI = address_};
+    event.numberOfBytesTransferred = static_cast<std::int64_t>(figures.bytes);
+    event.numberOfMediaRequests = figures.requests;
+    event.numberOfStalls = stalls_;
+    event.transferDuration = figures.busy;
+    if (figures.bytes > 0 && figures.busy.count() > 0) {
+        event.observedBitrate = static_cast<double>(figures.bytes) * 8 /
+                                std::chrono::duration<double>(figures.busy).count();
+    }
+    return event;
+}
 
 void FilePlayback::Course::readDuration() {
     gint64 time = 0;
@@ -192,7 +239,7 @@ void FilePlayback::Course::prerolled(bool isReady) {
 
 void FilePlayback::Course::fail(NSError error) {
     if (failed_.exchange(true)) return;
-    if (const auto cause = trouble_->last()) error = *cause;
+    if (const auto cause = download_->error()) error = *cause;
     events->failed(error);
     DispatchQueue::global().async([self = shared_from_this()] { self->pipeline->close(); });
 }
@@ -227,7 +274,7 @@ void FilePlayback::Course::seek(nanoseconds to) {
 }
 
 FilePlayback::FilePlayback(const URL& url, const StreamPlayback::Parts& parts)
-    : course_(std::make_shared<Course>(parts)) {
+    : course_(std::make_shared<Course>(url, parts)) {
     course_->open(url, parts);
 }
 
@@ -252,5 +299,11 @@ std::optional<nanoseconds> FilePlayback::duration() {
 std::shared_ptr<const VideoFrame> FilePlayback::newestFrame() {
     return course_->pipeline->newestFrame();
 }
+
+std::vector<MediaTimeRange> FilePlayback::loaded() { return course_->loaded(); }
+
+std::vector<AVPlayerItemAccessLogEvent> FilePlayback::accessLog() { return {course_->access()}; }
+
+std::vector<AVPlayerItemErrorLogEvent> FilePlayback::errorLog() { return {}; }
 
 }  // namespace korvel::platform::gst

@@ -19,7 +19,7 @@ constexpr int rangeNotSatisfiable = 416;
 struct SourceState {
     std::optional<URL> url;
     std::shared_ptr<StreamLoader> loader;
-    std::shared_ptr<Trouble> trouble;
+    std::shared_ptr<Download> download;
 
     std::mutex mutex;  ///< guards the following
     std::shared_ptr<ResponseStream> stream;
@@ -134,6 +134,7 @@ std::shared_ptr<ResponseStream> currentStream(SourceState& state) {
         if (state.offset > 0)
             request.setValue("bytes=" + std::to_string(state.offset) + "-", "Range");
         state.stream = state.loader->open(std::move(request));
+        state.download->asked();
         state.isOpen = false;
         state.toSkip = state.offset;
     }
@@ -184,15 +185,17 @@ GstFlowReturn create(GstPushSrc* source, GstBuffer** buffer) {
     SourceState& state = use;
     const auto stream = currentStream(state);
     if (!stream) return GST_FLOW_FLUSHING;
+    const auto began = std::chrono::steady_clock::now();
     const auto portion = next(state, *stream);
     const auto* bytes = std::get_if<Data>(&portion);
+    state.download->came(bytes ? bytes->size() : 0, std::chrono::steady_clock::now() - began);
     {
         const std::lock_guard lock(state.mutex);
         if (state.flushing || state.stream != stream) return GST_FLOW_FLUSHING;
         if (bytes) state.offset += bytes->size();
     }
     if (const auto* error = std::get_if<NSError>(&portion)) {
-        state.trouble->note(*error);
+        state.download->failed(*error);
         GST_ELEMENT_ERROR(source, RESOURCE, READ, ("The stream cannot be loaded."), (nullptr));
         return GST_FLOW_ERROR;
     }
@@ -247,13 +250,13 @@ GType sourceType() {
 }  // namespace
 
 Ref<GstElement> makeLoaderSource(const URL& url, std::shared_ptr<StreamLoader> loader,
-                                 std::shared_ptr<Trouble> trouble) {
+                                 std::shared_ptr<Download> download) {
     Ref<GstElement> element(GST_ELEMENT(gst_object_ref_sink(g_object_new(sourceType(), nullptr))));
     const Use use(element.get());
     SourceState& state = use;
     state.url = url;
     state.loader = std::move(loader);
-    state.trouble = std::move(trouble);
+    state.download = std::move(download);
     return element;
 }
 

@@ -5,31 +5,53 @@
 #include <korvel/platform/foundation/ResponseStream.h>
 #include <korvel/platform/foundation/URL.h>
 
+#include <chrono>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <optional>
 
 namespace korvel::platform::gst {
 
-/// Why the last download failed: a pipeline says only that one did. Any thread.
-class Trouble {
+/// What has come of a file, and why the last request failed: a pipeline says only that one did. Any
+/// thread.
+class Download {
 public:
-    void note(const NSError& error) {
+    struct Figures {
+        std::uint64_t bytes = 0;
+        std::chrono::nanoseconds busy{};  ///< time spent waiting for the line
+        int requests = 0;
+    };
+    void failed(const NSError& error) {
         const std::lock_guard lock(mutex_);
-        last_ = error;
+        error_ = error;
     }
-    std::optional<NSError> last() const {
+    void asked() {
         const std::lock_guard lock(mutex_);
-        return last_;
+        ++figures_.requests;
+    }
+    void came(std::size_t bytes, std::chrono::nanoseconds busy) {
+        const std::lock_guard lock(mutex_);
+        figures_.bytes += bytes;
+        figures_.busy += busy;
+    }
+    std::optional<NSError> error() const {
+        const std::lock_guard lock(mutex_);
+        return error_;
+    }
+    Figures figures() const {
+        const std::lock_guard lock(mutex_);
+        return figures_;
     }
 
 private:
     mutable std::mutex mutex_;
-    std::optional<NSError> last_;
+    std::optional<NSError> error_;
+    Figures figures_;
 };
 
 /// A source element with the body behind an address, from any byte on.
 Ref<GstElement> makeLoaderSource(const URL& url, std::shared_ptr<StreamLoader> loader,
-                                 std::shared_ptr<Trouble> trouble);
+                                 std::shared_ptr<Download> download);
 
 }  // namespace korvel::platform::gst

@@ -61,4 +61,14 @@ std::shared_ptr<const VideoFrame> PlaybackGStreamer::newestFrame() {
     return chosen()->newestFrame();
 }
 
+std::vector<MediaTimeRange> PlaybackGStreamer::loaded() { return chosen()->loaded(); }
+
+std::vector<AVPlayerItemAccessLogEvent> PlaybackGStreamer::accessLog() {
+    return chosen()->accessLog();
+}
+
+std::vector<AVPlayerItemErrorLogEvent> PlaybackGStreamer::errorLog() {
+    return chosen()->errorLog();
+}
+
 }  // namespace korvel::platform::gst

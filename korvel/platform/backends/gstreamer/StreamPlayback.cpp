@@ -45,6 +45,7 @@ public:
         : events_(course->events), course_(course) {}
     void took(MediaStep step) override { events_->took(step); }
     void buffered(bool enough) override { events_->buffered(enough); }
+    void loadedChanged() override { events_->loadedChanged(); }
     void durationChanged() override { events_->durationChanged(); }
     void failed(NSError error) override {
         if (const auto course = course_.lock()) course->failed(error);
@@ -144,6 +145,16 @@ std::optional<nanoseconds> StreamPlayback::duration() {
 
 std::shared_ptr<const VideoFrame> StreamPlayback::newestFrame() {
     return course_->pipeline->newestFrame();
+}
+
+std::vector<MediaTimeRange> StreamPlayback::loaded() { return course_->presentation->buffered(); }
+
+std::vector<AVPlayerItemAccessLogEvent> StreamPlayback::accessLog() {
+    return course_->presentation->accessLog();
+}
+
+std::vector<AVPlayerItemErrorLogEvent> StreamPlayback::errorLog() {
+    return course_->presentation->errorLog();
 }
 
 }  // namespace korvel::platform::gst
