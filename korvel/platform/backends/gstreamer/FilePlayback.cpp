@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <mutex>
 #include <string_view>
 #include <utility>
 
@@ -64,8 +65,9 @@ private:
     void prerolled(bool isReady);
     void fail(NSError error);
 
-    bool jump(nanoseconds to);
+    void jump(nanoseconds to, bool isSought);
 
+    std::mutex jumping_;  ///< held by whoever jumps
     const std::shared_ptr<Download> download_ = std::make_shared<Download>();
     const std::string address_;
     GstElement* typefind_ = nullptr;
@@ -158,6 +160,15 @@ void FilePlayback::Course::plug(GstPad* pad, bool isPicture, GstCaps* caps) {
     (isPicture ? hasPicture_ : hasSound_) = true;
     const auto parser = makeParser(caps);
     const auto inlet = isPicture ? pipeline->pictureInlet() : pipeline->soundInlet();
+    gst_pad_add_probe(
+        inlet.get(), GST_PAD_PROBE_TYPE_EVENT_FLUSH,
+        [](GstPad*, GstPadProbeInfo* info, gpointer given) {
+            // Flushes begin in all branches before they end in one.
+            if (GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) == GST_EVENT_FLUSH_STOP)
+                static_cast<Pipeline*>(given)->flushed();
+            return GST_PAD_PROBE_OK;
+        },
+        pipeline.get(), nullptr);
     const Ref<GstPad> in(gst_element_request_pad_simple(queues_, "sink_%u"));
     const Ref<GstPad> out([&] {
         GValue found = G_VALUE_INIT;
@@ -246,13 +257,17 @@ void FilePlayback::Course::fail(NSError error) {
 
 void FilePlayback::Course::setRate(double rate) {
     if (rate > 0 && rate_.exchange(rate) != rate) {
-        pipeline->onHelper(
-            [self = shared_from_this()](Pipeline& each) { self->jump(each.time()); });
+        pipeline->onHelper([self = shared_from_this()](Pipeline& each) {
+            const std::lock_guard lock(self->jumping_);
+            self->jump(each.time(), false);
+        });
     }
     pipeline->setPlaying(rate > 0);
 }
 
-bool FilePlayback::Course::jump(nanoseconds to) {
+/// The sinks may be prerolling for a change of rate until the flush: what counts as the end of this
+/// seek is what follows it, of which the probes at the sinks' inlets tell.
+void FilePlayback::Course::jump(nanoseconds to, bool isSought) {
     constexpr auto flags = static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | GST_SEEK_FLAG_ACCURATE);
     const auto known = duration.load();
     if (known >= 0) {
@@ -260,16 +275,20 @@ bool FilePlayback::Course::jump(nanoseconds to) {
                         nanoseconds(std::max<std::int64_t>(known - GST_MSECOND, 0)));
     }
     pipeline->beginFlush(to);
-    pipeline->flushed();
-    return gst_element_seek(pipeline->element(), rate_, GST_FORMAT_TIME, flags, GST_SEEK_TYPE_SET,
-                            to.count(), GST_SEEK_TYPE_NONE, 0) != FALSE;
+    if (isSought) seeking_ = true;
+    if (gst_element_seek(pipeline->element(), rate_, GST_FORMAT_TIME, flags, GST_SEEK_TYPE_SET,
+                         to.count(), GST_SEEK_TYPE_NONE, 0) != FALSE) {
+        return;
+    }
+    pipeline->abandonFlush();
+    if (seeking_.exchange(false)) events->seekEnded();
 }
 
 void FilePlayback::Course::seek(nanoseconds to) {
     if (failed_) return;
-    seeking_ = true;
     pipeline->onHelper([self = shared_from_this(), to](Pipeline&) {
-        if (!self->jump(to) && self->seeking_.exchange(false)) self->events->seekEnded();
+        const std::lock_guard lock(self->jumping_);
+        self->jump(to, true);
     });
 }
 

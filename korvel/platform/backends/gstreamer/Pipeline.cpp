@@ -116,9 +116,21 @@ void Pipeline::chooseClock() {
 }
 
 void Pipeline::beginFlush(nanoseconds to) {
+    const std::lock_guard lock(flushing_);
     isFlushed_ = false;
     shows_ = false;
     from_ = to.count();
+}
+
+void Pipeline::flushed() {
+    const std::lock_guard lock(flushing_);
+    isFlushed_ = true;
+}
+
+void Pipeline::abandonFlush() {
+    const std::lock_guard lock(flushing_);
+    isFlushed_ = true;
+    shows_ = ready_.load();
 }
 
 nanoseconds Pipeline::time() const {
@@ -179,6 +191,7 @@ void Pipeline::heard(GstMessage* message) {
 }
 
 void Pipeline::prerolled() {
+    const std::lock_guard lock(flushing_);
     if (!isFlushed_) return;  // of what is being thrown away
     if (shows_.exchange(true)) return;
     listener_.prerolled(!ready_.exchange(true));

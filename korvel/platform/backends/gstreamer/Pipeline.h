@@ -22,7 +22,8 @@ namespace korvel::platform::gst {
 class Pipeline : public std::enable_shared_from_this<Pipeline> {
 public:
     struct Listener {
-        /// All sinks have what they show at first. `isReady`: for the first time.
+        /// All sinks have what they show at first. `isReady`: for the first time. No flush begins
+        /// meanwhile.
         std::function<void(bool isReady)> prerolled;
         /// The first error, after which the pipeline is to be stopped. On the pool.
         std::function<void(const NSError&)> failed;
@@ -56,7 +57,10 @@ public:
     /// Nothing counts as prerolled or as the position until `flushed`; from then on the position is
     /// `to` until all have prerolled again.
     void beginFlush(std::chrono::nanoseconds to);
-    void flushed() { isFlushed_ = true; }
+    /// All sinks have begun to flush, so that none of them can preroll any more with what they had.
+    void flushed();
+    /// Nothing is flushed after all.
+    void abandonFlush();
 
     /// Of what is shown or sounds, or is going to.
     std::chrono::nanoseconds time() const;
@@ -94,6 +98,7 @@ private:
     std::unique_ptr<SoundSink> sound_;
     double volume_ = 1;
 
+    std::mutex flushing_;  ///< held while the following change
     std::atomic<bool> ready_ = false;
     std::atomic<bool> shows_ = false;  ///< what was last sought
     std::atomic<bool> isFlushed_ = true;

@@ -177,6 +177,22 @@ TEST_F(GStreamerTest, RatesChangeInMidPlayAndKeepThePitch) {
         0);
 }
 
+TEST_F(GStreamerTest, SeeksInFilesEndAtTheirPictureHoweverRatesChange) {
+    const FormServer server{KORVEL_FORMS};
+    Show show(server / "file-front.mp4", device);
+    ASSERT_TRUE(until([&] { return show.isReady(); }));
+    for (int i = 0; i < 60; ++i) {
+        show.player->setRate(i % 2 == 0 ? 2 : 1);
+        if (i % 3 == 0) play(std::chrono::milliseconds(i));
+        show.player->setRate(0);
+        const int picture = i * 37 % 150;
+        show.listener->heard.clear();
+        show.seek(picture / 25. + 0.01);
+        ASSERT_TRUE(until([&] { return !show.listener->heard.empty(); })) << i;
+        EXPECT_EQ(show.picture(), picture) << i;
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Forms, FormTest,
                          testing::Values(Forms{"transportStream",
                                                {{"ts-2/index.m3u8"},
