@@ -25,7 +25,7 @@ std::optional<Frame> adtsFrame(Bytes head) {
                                              22050, 16000, 12000, 11025, 8000,  7350};
     if (head.size() < 7 || head[0] != 0xFF || (head[1] & 0xF6U) != 0xF0) return std::nullopt;
     const unsigned rate = (head[2] >> 2U) & 15U;
-    const std::size_t size = ((head[3] & 3U) << 11U) | (head[4] << 3U) | (head[5] >> 5U);
+    const std::size_t size = ((head[3] & 3U) << 11U) | (unsigned{head[4]} << 3U) | (head[5] >> 5U);
     if (rate >= rates.size() || size < 7) return std::nullopt;
     return Frame{size, ((head[6] & 3U) + 1) * 1024U, rates.at(rate)};
 }

@@ -200,7 +200,7 @@ void TransportStreamReader::media(Stream& stream, Bytes payload, bool begins) {
     }
     stream.packet.insert(stream.packet.end(), payload.begin(), payload.end());
     if (stream.packet.size() < 6) return;
-    const std::size_t told = (stream.packet[4] << 8U) | stream.packet[5];
+    const std::size_t told = (unsigned{stream.packet[4]} << 8U) | stream.packet[5];
     if (told > 0 && stream.packet.size() >= told + 6) {
         stream.packet.resize(told + 6);
         close(stream);

@@ -30,16 +30,21 @@ public:
         return *users;
     }
 
-    void add(std::weak_ptr<CurlUser> user) {
+    /// Opens the library for the first one. False once the process ends.
+    bool add(std::weak_ptr<CurlUser> user) {
         const std::lock_guard lock(mutex_);
+        if (ended_) return false;
+        if (!std::exchange(isOpen_, true)) curl_global_init(CURL_GLOBAL_ALL);
         std::erase_if(users_, [](const auto& known) { return known.expired(); });
         users_.push_back(std::move(user));
+        return true;
     }
 
 private:
     OpenUsers() {
+        // Exit handlers run in reverse order: whoever had OpenSSL clean up did so before, and
+        // nobody does after this.
         keepOpenSSLAtExit();
-        curl_global_init(CURL_GLOBAL_ALL);  // first: exit handlers run in reverse order
         std::atexit([] { shared().stopAll(); });
     }
 
@@ -48,6 +53,7 @@ private:
         std::vector<std::weak_ptr<CurlUser>> users;
         {
             const std::lock_guard lock(mutex_);
+            ended_ = true;
             users = users_;
         }
         for (const auto& known : users) {
@@ -58,6 +64,8 @@ private:
     const OwnProcess process_;
     std::mutex mutex_;
     std::vector<std::weak_ptr<CurlUser>> users_;
+    bool isOpen_ = false;
+    bool ended_ = false;
 };
 
 URLErrorCode errorCode(CURLcode result) {
@@ -104,7 +112,9 @@ URLErrorCode errorCode(CURLcode result) {
 
 CurlUser::~CurlUser() = default;
 
-void stopAtExit(std::weak_ptr<CurlUser> user) { OpenUsers::shared().add(std::move(user)); }
+void watchForExit() { OpenUsers::shared(); }
+
+bool stopAtExit(std::weak_ptr<CurlUser> user) { return OpenUsers::shared().add(std::move(user)); }
 
 std::string systemAuthorities() {
     const auto* info = curl_version_info(CURLVERSION_NOW);

@@ -53,8 +53,13 @@ private:
     const pid_t process_ = getpid();
 };
 
-/// To be called before the first use of the library. Any thread.
-void stopAtExit(std::weak_ptr<CurlUser> user);
+/// To be called by whoever will have users, long before these: the process may end while the first
+/// one is about to open the library. Opens nothing itself. Any thread.
+void watchForExit();
+
+/// To be called before the first use of the library. False if the process is about to end: then the
+/// library must not be used any more. Any thread.
+[[nodiscard]] bool stopAtExit(std::weak_ptr<CurlUser> user);
 
 /// The file with the system's authorities; empty if there is none.
 std::string systemAuthorities();

@@ -9,7 +9,9 @@ namespace korvel::platform {
 CurlLoop::CurlLoop(const URLSessionCurlOptions& options, BackgroundExecutor background)
     : background_(std::move(background)),
       idleConnections_(options.idleConnections),
-      settings_(settingsFrom(options)) {}
+      settings_(settingsFrom(options)) {
+    watchForExit();
+}
 
 void CurlLoop::submit(Transfer transfer) {
     Lock lock(mutex_);
@@ -176,7 +178,11 @@ void CurlLoop::watchIdleConnections() {
 
 void CurlLoop::open() {
     if (!settings_.tlsSessions) {
-        stopAtExit(shared_from_this());
+        if (!stopAtExit(shared_from_this())) {
+            const std::lock_guard lock(mutex_);
+            stopped_ = true;
+            return;
+        }
         if (settings_.authorities.empty()) settings_.authorities = systemAuthorities();
         // A TLS session stays with the handle that made it unless it is shared. The leader alone
         // uses the share, so it needs no locks.

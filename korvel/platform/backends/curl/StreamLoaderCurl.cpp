@@ -34,11 +34,12 @@ struct ShareCleanUp {
 struct MultiCleanUp {
     void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
 };
+using Easy = std::unique_ptr<CURL, CleanUp>;
 using Multi = std::unique_ptr<CURLM, MultiCleanUp>;
 
 /// The connections of streams that have ended, for those to come: one handle has them, and is used
 /// by one stream at a time.
-class Connections {
+class Connections final : public CurlUser, public std::enable_shared_from_this<Connections> {
 public:
     explicit Connections(CurlSettings common) : settings(std::move(common)) {
         curl_share_setopt(cookies_.get(), CURLSHOPT_USERDATA, this);
@@ -46,14 +47,11 @@ public:
         curl_share_setopt(cookies_.get(), CURLSHOPT_UNLOCKFUNC, unlockCookies);
         curl_share_setopt(cookies_.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_COOKIE);
     }
-    ~Connections() {
+    ~Connections() override {
         if (process_.isThis()) return;
         for (Multi& multi : idle_) (void)multi.release();
         (void)cookies_.release();
     }
-    Connections(const Connections&) = delete;
-    Connections& operator=(const Connections&) = delete;
-
     /// What servers set with a playlist they want to see with its segments.
     CURLSH* cookies() const { return cookies_.get(); }
     Multi take() {
@@ -69,9 +67,24 @@ public:
         curl_multi_setopt(multi.get(), CURLMOPT_MAXCONNECTS, 4L);
         return multi;
     }
-    void give(Multi multi) {
+    /// Ends the transfer. At the end of the process a stream may be on its way here, unseen by
+    /// whoever stops the streams.
+    void give(Easy easy, Multi multi) {
         const std::lock_guard lock(mutex_);
+        if (stopped_) {
+            (void)easy.release();
+            (void)multi.release();
+            return;
+        }
+        curl_multi_remove_handle(multi.get(), easy.get());
+        easy.reset();
         if (idle_.size() < mostIdle) idle_.push_back(std::move(multi));
+    }
+    void stop() override {
+        if (!process_.isThis()) return;
+        const std::lock_guard lock(mutex_);
+        stopped_ = true;
+        idle_.clear();
     }
 
     const CurlSettings settings;
@@ -89,6 +102,7 @@ private:
     std::unique_ptr<CURLSH, ShareCleanUp> cookies_{curl_share_init()};
     std::mutex mutex_;
     std::vector<Multi> idle_;
+    bool stopped_ = false;
 };
 
 class StreamCurl final : public ResponseStream, public CurlUser {
@@ -101,10 +115,7 @@ public:
             (void)easy_.release();
             (void)multi_.release();
         }
-        if (!easy_) return;
-        curl_multi_remove_handle(multi_.get(), easy_.get());
-        easy_.reset();
-        connections_->give(std::move(multi_));
+        if (easy_) connections_->give(std::move(easy_), std::move(multi_));
     }
 
     std::variant<HTTPURLResponse, NSError> response() override {
@@ -300,7 +311,7 @@ private:
     AnswerHead head_;
     std::size_t headBytes_ = 0;
     std::size_t skipped_ = 0;
-    std::unique_ptr<CURL, CleanUp> easy_;
+    Easy easy_;
     std::unique_ptr<curl_slist, CleanUp> headers_;
     std::array<char, CURL_ERROR_SIZE> errorText_{};
     Clock::time_point lastMoved_;
@@ -320,17 +331,20 @@ public:
 
     std::shared_ptr<ResponseStream> open(URLRequest request) override {
         auto stream = std::make_shared<StreamCurl>(connections_, std::move(request));
-        stopAtExit(stream);
+        std::call_once(known_, [this] { (void)stopAtExit(connections_); });
+        if (!stopAtExit(stream)) stream->stop();
         return stream;
     }
 
 private:
     const std::shared_ptr<Connections> connections_;
+    std::once_flag known_;  // to the end of the process
 };
 
 }  // namespace
 
 std::shared_ptr<StreamLoader> makeStreamLoaderCurl(const URLSessionCurlOptions& options) {
+    watchForExit();
     CurlSettings settings = settingsFrom(options);
     if (settings.authorities.empty()) settings.authorities = systemAuthorities();
     return std::make_shared<StreamLoaderCurl>(std::move(settings));

@@ -1,12 +1,14 @@
 #include <korvel/platform/backends/simdjson/NumberRange.h>
 #include <korvel/platform/foundation/JSONCoding.h>
 
+#include <pthread.h>
 #include <simdjson.h>
 
 #include <atomic>
 #include <bit>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <shared_mutex>
@@ -61,15 +63,18 @@ private:
 
 /// The library destroys its implementations at exit, which waits for no thread of the pool: those
 /// that are parsing are let finish, those that come later go no further.
-std::shared_lock<std::shared_mutex> untilExit() {
-    static std::shared_mutex& gate = []() -> std::shared_mutex& {
+std::shared_mutex& exitGate() {
+    static auto* const gate = [] {
         simdjson::get_active_implementation()->name();  // made before, so destroyed after the gate
-        static auto* const made = new std::shared_mutex;
-        std::atexit([] { made->lock(); });
-        return *made;
+        std::atexit([] { exitGate().lock(); });
+        // A forked child has no threads that parse, but may exit, too.
+        pthread_atfork(nullptr, nullptr, [] { std::construct_at(&exitGate()); });
+        return new std::shared_mutex;
     }();
-    return std::shared_lock(gate);
+    return *gate;
 }
+/// Made as the program starts: the first document may come as it ends.
+[[maybe_unused]] const std::shared_mutex& madeAtStart = exitGate();
 
 std::string_view nameOf(dom::element_type type) {
     switch (type) {
@@ -253,7 +258,7 @@ bool JSONCoding::parse(Data body, Reader reader, void* into, DecodingError& fail
 
     Parser parser(size);
     dom::element root;
-    auto running = untilExit();
+    std::shared_lock running(exitGate());
     auto status = parser.parse(text, root);
     if (status == simdjson::NUMBER_ERROR &&
         replaceNumbersOutOfRange(reinterpret_cast<char*>(text.data()), size)) {

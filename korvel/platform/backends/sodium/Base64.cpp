@@ -2,6 +2,8 @@
 
 #include <sodium/utils.h>
 
+#include <algorithm>
+
 namespace korvel::platform {
 
 std::string base64Encoded(std::string_view bytes) {
@@ -17,6 +19,9 @@ std::string base64Encoded(std::string_view bytes) {
 
 std::optional<Data> base64Decoded(std::string_view text) {
     if (text.empty()) return Data();
+    // The library takes some bytes beyond ASCII for "+" and "/".
+    if (std::ranges::any_of(text, [](char each) { return (each & 0x80) != 0; }))
+        return std::nullopt;
     Data bytes(text.size() / 4 * 3 + 3);
     std::size_t length = 0;
     if (sodium_base642bin(bytes.data(), bytes.size(), text.data(), text.size(), nullptr, &length,

@@ -2,7 +2,7 @@
 
 #include "Client.h"
 #include "RawServer.h"
-#include "support/ChildProcess.h"
+#include "support/ServiceProcess.h"
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -37,8 +37,12 @@ private:
     std::future<void> future_ = done_.get_future();
 };
 
-TEST_F(URLSessionTest, ThousandsOfRequestsTakeTurnsAndAHungServiceHoldsUpNoOther) {
-    if (tests::sanitized) GTEST_SKIP() << "forks beside threads that hold its allocator";
+TEST(URLSessionLoadTest, ThousandsOfRequestsTakeTurnsAndAHungServiceHoldsUpNoOther) {
+    // It takes a descriptor for each connection, too.
+    const tests::ServiceProcess other({.tls = false}, [](ContentService& service) {
+        service.script("", "", {.status = 601, .body = "ok"}, 2000);
+    });
+    const auto url = "http://localhost:" + std::to_string(other.port()) + "/";
     rlimit before{};
     getrlimit(RLIMIT_NOFILE, &before);
     rlimit few = before;
@@ -47,19 +51,7 @@ TEST_F(URLSessionTest, ThousandsOfRequestsTakeTurnsAndAHungServiceHoldsUpNoOther
     const RawServer hung([](const auto& connection) {
         while (!connection.readHead().empty()) continue;
     });
-    // In another process: it takes a descriptor for each connection, too.
-    std::array<int, 2> pipe{};
-    ASSERT_EQ(::pipe(pipe.data()), 0);
-    const tests::ChildProcess process([&] {
-        ContentService other({.tls = false});
-        other.script("", "", {.status = 601, .body = "ok"}, 2000);
-        const auto url = other.baseURL();
-        if (write(pipe[1], url.data(), url.size()) > 0) pause();
-    });
-    char text[100];
-    const auto size = read(pipe[0], text, sizeof text);
-    ASSERT_GT(size, 0);
-    const std::string url(text, static_cast<std::size_t>(size));
+    auto session = makeSession({});
 
     constexpr std::size_t count = 2000;
     for (std::size_t number = 0; number < 200; ++number) {
@@ -152,20 +144,13 @@ TEST(URLSessionExitTest, HandshakesUnderWayDoNotHoldUpTheEnd) {
     const auto end = tests::shared<std::atomic<std::int64_t>>();
     const auto now = [] { return std::chrono::steady_clock::now().time_since_epoch() / 1us; };
     const auto endAmidHandshakes = [&] {
-        std::array<int, 2> pipe{};
-        if (::pipe(pipe.data()) != 0) std::abort();
-        const tests::ChildProcess process([&] {
-            const ContentService service;
-            const auto port = service.port();
-            if (write(pipe[1], &port, sizeof port) > 0) pause();
-        });
-        std::uint16_t port = 0;
-        if (read(pipe[0], &port, sizeof port) != sizeof port) std::abort();
+        const tests::ServiceProcess service;
         static const auto session = makeSession({});
         for (int number = 0; number < 2000; ++number) {
             const std::string host = number % 2 == 0 ? "127.0.0.1:" : "localhost:";
-            session->dataTask(URLRequest(*URL::parse("https://" + host + std::to_string(port))),
-                              [](const Exchange&) {});
+            session->dataTask(
+                URLRequest(*URL::parse("https://" + host + std::to_string(service.port()))),
+                [](const Exchange&) {});
         }
         std::this_thread::sleep_for(30ms);  // the first handshakes are under way
         *end = now();
