@@ -17,6 +17,7 @@
 #include <korvel/platform/Device.h>
 #include <korvel/player/KCSDKPlayerView.h>
 #include <korvel/player/KCSDKPlayerViewController.h>
+#include <korvel/player/TokenPrefetch.h>
 #include <korvel/presentation/KCSDKPlayerEvents.h>
 #include <korvel/presentation/KCSDKVideoViewBuilder.h>
 #include <korvel/sdk/KCSDK.h>
@@ -130,6 +131,9 @@ void startPlaying(const std::shared_ptr<KCSDKOndemandClass>& ondemandClass,
     direction.manager = manager;
     direction.conduct = conduct;
     direction.endsWithoutStream = true;
+    direction.answered = [watch] { watch->performed(); };
+    if (options.prefetch) direction.tokens = std::make_shared<TokenPrefetch>(device.clock);
+    const auto tokens = direction.tokens;
     direction.done = [watch, done = std::move(done)](
                          const Outcome<std::shared_ptr<KCSDKPlayerEvents>>& started) {
         if (!started) return done(started.failure());
@@ -147,6 +151,7 @@ void startPlaying(const std::shared_ptr<KCSDKOndemandClass>& ondemandClass,
         manager->operations().record(*request, told);
     };
     builder->start(options.in, options.overlay, std::move(direction));
+    if (tokens) tokens->begin(manager->operations());
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include <korvel/client/PlaybackWatch.h>
 #include <korvel/model/KCSDKOndemandResultRequest.h>
+#include <korvel/platform/avfoundation/AVError.h>
 #include <korvel/platform/avfoundation/AVPlayer.h>
 #include <korvel/platform/avfoundation/AVPlayerItem.h>
 #include <korvel/platform/foundation/JSONDecoder.h>
@@ -10,7 +11,9 @@
 
 namespace korvel {
 
+using platform::AVError;
 using platform::AVPlayerItem;
+using Reason = Failure::Reason;
 using platform::Clock;
 
 namespace {
@@ -22,13 +25,60 @@ void note(std::optional<Clock::Instant>& since, bool holds, Clock::Instant now) 
     if (!holds) return since.reset();
     if (!since) since = now;
 }
+
+Reason reasonOf(const NSError& error) {
+    const auto* part = error.text("part");
+    const bool isMedia = error.domain == platform::avFoundationErrorDomain;
+    switch (isMedia ? static_cast<AVError>(error.code) : AVError::unknown) {
+        case AVError::decodeFailed:
+            return Reason::undecodable;
+        case AVError::decoderNotFound:
+        case AVError::contentIsProtected:
+        case AVError::noMediaEngine:
+            return Reason::unsupported;
+        case AVError::contentIsNotAuthorized:
+            return Reason::keyRefused;
+        default:
+            if (part && *part == "playlist") return Reason::playlistFailed;
+            if (part && *part == "segment") return Reason::segmentFailed;
+            return Reason::unplayable;
+    }
+}
 }  // namespace
 
 // ------------------------------------------------------------------------------------------
 // watch
 
 Playback::Watch::Watch(const platform::Device& device, const PlayOptions& options)
-    : device_(device), stallLimit_(options.stallLimit), keyDeadline_(options.keyDeadline) {}
+    : device_(device), stallLimit_(options.stallLimit), keyDeadline_(options.keyDeadline) {
+    timeline_.asked = device_.clock->now();
+}
+
+void Playback::Watch::performed() {
+    const std::lock_guard lock(mutex_);
+    timeline_.performed = device_.clock->now();
+}
+
+Playback::Timeline Playback::Watch::timeline() const {
+    const std::lock_guard lock(mutex_);
+    auto timeline = timeline_;
+    return timeline;
+}
+
+void Playback::Watch::followSteps(const KCSDKPlayerView& view, const AVPlayerItem& item) {
+    const auto& stream = item.startUp();
+    const auto key = view.keyProgress();
+    const std::lock_guard lock(mutex_);
+    timeline_.opened = stream.opened;
+    timeline_.playlist = stream.playlist;
+    timeline_.keyAsked = stream.keyAsked;
+    timeline_.tokenAsked = key.tokenAsked;
+    timeline_.token = key.token;
+    timeline_.keyRequested = key.requested;
+    timeline_.key = stream.key;
+    timeline_.segment = stream.segment;
+    timeline_.picture = stream.picture;
+}
 
 void Playback::Watch::follow(const std::shared_ptr<KCSDKPlayerView>& view) {
     view_ = view;
@@ -77,14 +127,11 @@ void Playback::Watch::look() {
     const auto player = view->player();
     if (!player || !player->currentItem()) return;  // closing
     const auto item = player->currentItem();
-    if (item->status() == AVPlayerItem::Status::failed) {
-        Failure failure{.reason = Failure::Reason::unplayable};
-        failure.transport = item->error();
-        return fail(std::move(failure));
-    }
+    followSteps(*view, *item);
+    if (item->status() == AVPlayerItem::Status::failed) return fail(failureOf(*view, *item));
     const auto now = device_.clock->now();
     const auto state = judge(*view, now);
-    if (auto failure = overdue(now)) return fail(std::move(*failure));
+    if (auto failure = overdue(*view, now)) return fail(std::move(*failure));
     {
         const std::lock_guard lock(mutex_);
         status_.waiting = waitsSince_ ? now - *waitsSince_ : Clock::Duration::zero();
@@ -107,14 +154,31 @@ Playback::State Playback::Watch::judge(KCSDKPlayerView& view, Clock::Instant now
     return now - *waitsSince_ < stalledAfter ? State::buffering : State::stalled;
 }
 
-std::optional<Failure> Playback::Watch::overdue(Clock::Instant now) const {
-    if (keySince_ && now - *keySince_ >= keyDeadline_) {
-        return Failure{.reason = Failure::Reason::keyUnanswered};
+std::optional<Failure> Playback::Watch::overdue(const KCSDKPlayerView& view,
+                                                Clock::Instant now) const {
+    const bool isOverdue = keySince_ && now - *keySince_ >= keyDeadline_;
+    if (keySince_) {
+        auto failure = view.keyProgress().failure.value_or(Failure());
+        failure.reason = Reason::keyUnanswered;
+        if (failure.status != 0) failure.reason = Reason::keyRefused;
+        if (isOverdue || failure.status != 0) return failure;
     }
     if (waitsSince_ && now - *waitsSince_ >= stallLimit_) {
-        return Failure{.reason = Failure::Reason::stalled};
+        return Failure{.reason = Reason::stalled};
     }
     return std::nullopt;
+}
+
+Failure Playback::Watch::failureOf(const KCSDKPlayerView& view, const AVPlayerItem& item) const {
+    Failure failure;
+    const auto error = item.error().value_or(NSError());
+    failure.reason = reasonOf(error);
+    if (failure.reason == Reason::keyRefused) {
+        failure = view.keyProgress().failure.value_or(failure);
+        failure.reason = Reason::keyRefused;
+    }
+    failure.transport = error;
+    return failure;
 }
 
 void Playback::Watch::fail(Failure failure) {
@@ -199,6 +263,7 @@ void Playback::onMainQueue(std::function<void(Watch&)> action) const {
 }
 
 Playback::Status Playback::status() const { return watch_->status(); }
+Playback::Timeline Playback::timeline() const { return watch_->timeline(); }
 void Playback::observe(Observer observer) {
     onMainQueue([observer = std::move(observer)](Watch& watch) { watch.observe(observer); });
 }

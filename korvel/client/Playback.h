@@ -25,6 +25,9 @@ struct PlayOptions {
     std::shared_ptr<platform::UIView> overlay = {};         ///< null: the SDK's own controls
     std::function<void(KCSDKVideoViewBuilder&)> look = {};  ///< main queue, before the start
     std::shared_ptr<KCSDKPlayerEventsListner> listener = {};
+    /// Asks for the content token together with the class, and for keys as soon as a playlist names
+    /// them: a protected class starts sooner, at the price of a token that another may not need.
+    bool prefetch = false;
     /// A stream that brings nothing for so long, at the start or while it is to play, has failed.
     platform::Clock::Duration stallLimit = std::chrono::seconds(30);
     /// The same for a content key that was asked for.
@@ -60,12 +63,29 @@ public:
         std::shared_ptr<const KCSDKOndemandResultRequest> performance = {};
     };
     using Observer = std::function<void(const Status&)>;
+    /// When the start took its steps, each for the first time, on the device's clock; what has not
+    /// happened is absent. From `opened` on the stream's and the key's steps go side by side.
+    struct Timeline {
+        using Moment = std::optional<platform::Clock::Instant>;
+        Moment asked{};      ///< for the class, of the service
+        Moment performed{};  ///< it answered
+        Moment opened{};     ///< the player began to load
+        Moment playlist{};
+        Moment keyAsked{};    ///< by the stream
+        Moment tokenAsked{};  ///< with `PlayOptions::prefetch` at the very beginning
+        Moment token{};
+        Moment keyRequested{};  ///< of the key server
+        Moment key{};
+        Moment segment{};  ///< the first bytes of media
+        Moment picture{};
+    };
 
     ~Playback();
     Playback(const Playback&) = delete;
     Playback& operator=(const Playback&) = delete;
 
     Status status() const;
+    Timeline timeline() const;  ///< may be a tenth of a second old
     /// Called on the main queue with what is now, and whenever `state` changes or `recorded` comes.
     /// Replaces an earlier one; may be empty.
     void observe(Observer observer);

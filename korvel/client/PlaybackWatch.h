@@ -8,6 +8,9 @@
 
 namespace korvel {
 
+namespace platform {
+class AVPlayerItem;
+}
 class KCSDKPlayerView;
 
 /// Follows one player from its start to its record. Lives as long as the player's view or whoever
@@ -21,7 +24,10 @@ public:
     /// Any thread: what became of the performance's record, and its bytes if there were any.
     void recorded(Outcome<Done> outcome, const std::optional<platform::Data>& sent = {});
 
-    Status status() const;  ///< any thread
+    /// The service has answered.
+    void performed();
+    Status status() const;      ///< any thread
+    Timeline timeline() const;  ///< any thread
     void observe(Observer observer);
     std::shared_ptr<KCSDKPlayerView> view() const { return view_.lock(); }
     bool isOver() const;
@@ -31,8 +37,10 @@ public:
 
 private:
     void look();
+    void followSteps(const KCSDKPlayerView& view, const platform::AVPlayerItem& item);
+    Failure failureOf(const KCSDKPlayerView& view, const platform::AVPlayerItem& item) const;
     State judge(KCSDKPlayerView& view, platform::Clock::Instant now);
-    std::optional<Failure> overdue(platform::Clock::Instant now) const;
+    std::optional<Failure> overdue(const KCSDKPlayerView& view, platform::Clock::Instant now) const;
     /// False if it had closed before: a performance counts once.
     bool closed(std::optional<std::int64_t> performedSeconds);
     void close();
@@ -49,8 +57,9 @@ private:
     Observer observer_;
     bool closes_ = false;
     bool closed_ = false;
-    mutable std::mutex mutex_;  ///< of `status_`, which the main queue alone writes
+    mutable std::mutex mutex_;  ///< of the two, which the main queue alone writes
     Status status_;
+    Timeline timeline_;
 };
 
 }  // namespace korvel

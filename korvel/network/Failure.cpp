@@ -19,7 +19,7 @@ struct Words {
     std::string_view name;
     std::string_view sentence;
 };
-constexpr std::array<Words, 17> words{{
+constexpr std::array<Words, 22> words{{
     {"notInitialised", "The SDK has no configuration yet."},
     {"unusableBaseURL", "The configuration's base URL is no absolute address."},
     {"missingArgument", "A record that the operation needs was not given."},
@@ -34,7 +34,12 @@ constexpr std::array<Words, 17> words{{
     {"consentRequired", "The user has to consent first."},
     {"notFound", "The service knows no such thing."},
     {"notUnderstood", "The service's answer is not understood."},
+    {"playlistFailed", "The stream's playlist cannot be had."},
+    {"segmentFailed", "The stream's media cannot be had."},
+    {"undecodable", "The stream cannot be decoded."},
+    {"unsupported", "The stream is of a kind that this device does not play."},
     {"unplayable", "The stream cannot be played."},
+    {"keyRefused", "The content key was refused."},
     {"keyUnanswered", "The content key did not come in time."},
     {"stalled", "The stream brings nothing any more."},
 }};

@@ -32,7 +32,12 @@ struct KORVEL_API Failure {
         consentRequired,       ///< 601; `consent` holds the document if the service sent one
         notFound,              ///< 404, or a list without the one that was asked for
         notUnderstood,         ///< an answer that is no such record: `record`, `member`, `detail`
-        unplayable,            ///< the stream failed: playlist, segment, decoder; `transport` tells
+        playlistFailed,        ///< of a stream, as the next five: it cannot be had, or is broken
+        segmentFailed,         ///< the same of its media; `transport` tells, as of all of these
+        undecodable,           ///< the decoder gave up
+        unsupported,           ///< no decoder for it, or encrypted in a way that cannot be opened
+        unplayable,            ///< for any other reason
+        keyRefused,            ///< the content key, or the token for it: `status` if it was told
         keyUnanswered,         ///< the content key did not come within its deadline
         stalled,               ///< the stream brought nothing for as long as was allowed
     };

@@ -74,6 +74,11 @@ KCSDKPlayerOverlay* KCSDKPlayerView::controls() const {
 }
 
 bool KCSDKPlayerView::waitsForKey() const { return presence_->keysUnderWay > 0; }
+KeyProgress KCSDKPlayerView::keyProgress() const { return presence_->progress(); }
+
+void KCSDKPlayerView::setTokenPrefetch(std::shared_ptr<TokenPrefetch> prefetch) {
+    tokenPrefetch_ = std::move(prefetch);
+}
 
 void KCSDKPlayerView::setViewModel(std::shared_ptr<KCSDKPlayerViewModel> viewModel) {
     viewModel_ = std::move(viewModel);
@@ -90,7 +95,9 @@ void KCSDKPlayerView::loadVideo(const URL& url) {
 void KCSDKPlayerView::loadProtectedVideo(const URL& url) {
     const auto asset = std::make_shared<AVURLAsset>(withManifestSuffix(url));
     if (!keyWaiting_) keyWaiting_ = std::make_shared<KeyWaiting>();
-    keyLoading_ = std::make_shared<KeyLoading>(*device_, manager_, presence_, keyWaiting_);
+    keyLoading_ =
+        std::make_shared<KeyLoading>(*device_, manager_, presence_, keyWaiting_, tokenPrefetch_);
+    asset->resourceLoader()->setPreloadsEligibleContentKeys(tokenPrefetch_ != nullptr);
     asset->resourceLoader()->setDelegate(keyLoading_,
                                          platform::DispatchQueue::serial("Some queue"));
     attachPlayerItem(platform::make<AVPlayerItem>(asset));

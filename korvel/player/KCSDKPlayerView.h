@@ -4,6 +4,7 @@
 #include <korvel/platform/foundation/KeyValueObserving.h>
 #include <korvel/platform/foundation/URL.h>
 #include <korvel/platform/uikit/UIView.h>
+#include <korvel/player/KeyProgress.h>
 
 #include <cstdint>
 #include <functional>
@@ -28,6 +29,7 @@ class KCSDKPlayerOverlay;
 class KCSDKPlayerViewController;
 class KCSDKPlayerViewModel;
 class KeyWaiting;
+class TokenPrefetch;
 struct PlayerPresence;
 
 /// Shows a class: loads the stream, drives the overlay's controls, counts the seconds performed,
@@ -62,6 +64,9 @@ public:
     /// Keys of protected streams are asked for only with one.
     void setViewModel(std::shared_ptr<KCSDKPlayerViewModel> viewModel);
 
+    /// Of the loads from here on: the token is taken from there, and keys are asked for as soon as
+    /// a playlist names them. Null: both when they are wanted.
+    void setTokenPrefetch(std::shared_ptr<TokenPrefetch> prefetch);
     void loadVideo(const platform::URL& url);
     /// With content keys. A last path component with "manifest" in it gets the format suffix that
     /// the streaming service wants.
@@ -76,6 +81,7 @@ public:
 
     /// A content key was asked for and has not come. Any thread.
     bool waitsForKey() const;
+    KeyProgress keyProgress() const;  ///< any thread
 
     // Targets of the controls.
     /// Tells the exit at once; picture, overlay and view go with the next turn of the main queue. A
@@ -113,6 +119,7 @@ private:
     const std::shared_ptr<PlayerPresence> presence_;
     std::shared_ptr<KeyWaiting> keyWaiting_;  ///< of the player that is open
     std::shared_ptr<platform::AVAssetResourceLoaderDelegate> keyLoading_;
+    std::shared_ptr<TokenPrefetch> tokenPrefetch_;
     bool tellsClose_ = false;
 };
 

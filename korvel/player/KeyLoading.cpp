@@ -1,9 +1,11 @@
 #include <korvel/model/KCSDKOndemandContentToken.h>
 #include <korvel/network/KCSDKNetworkManager.h>
+#include <korvel/network/ServiceOperations.h>
 #include <korvel/platform/foundation/Base64.h>
 #include <korvel/platform/foundation/FatalError.h>
 #include <korvel/platform/foundation/UTF8.h>
 #include <korvel/player/KeyLoading.h>
+#include <korvel/player/TokenPrefetch.h>
 #include <korvel/sdk/SDKResources.h>
 
 #include <utility>
@@ -19,8 +21,6 @@ namespace {
 
 enum class KeyError : std::int64_t { noURL = -1, noCertificate = -2, noSPC = -3 };
 
-constexpr const char* keyTokenContent = "50122";  // one token serves the keys of every class
-
 NSError keyError(KeyError code) {
     return {.domain = sdkErrorDomain, .code = static_cast<std::int64_t>(code), .userInfo = {}};
 }
@@ -29,6 +29,23 @@ NSError keyError(KeyError code) {
 bool hasViewModel(const std::weak_ptr<PlayerPresence>& player) {
     const auto present = player.lock();
     return present && present->hasViewModel;
+}
+
+void note(const std::weak_ptr<PlayerPresence>& player, KeyProgress::Moment KeyProgress::*step,
+          const platform::Clock& clock) {
+    if (const auto present = player.lock()) present->note(step, clock.now());
+}
+
+void note(const std::weak_ptr<PlayerPresence>& player, Failure failure) {
+    if (const auto present = player.lock()) present->note(std::move(failure));
+}
+
+/// What a key server's answer means, which goes by its body alone, to those who want to know.
+std::optional<Failure> failureOf(const platform::Exchange& answer) {
+    if (answer.error && !answer.isTooLong()) return failureOfTransport(*answer.error);
+    const int status = answer.response ? answer.response->statusCode : 0;
+    if (status == 200 || status == 201) return std::nullopt;
+    return failureOfStatus(status, answer.body);
 }
 
 std::string without(std::string_view text, std::string_view part) {
@@ -114,11 +131,13 @@ struct KeyLoading::Exchange {
 };
 
 KeyLoading::KeyLoading(const platform::Device& device, std::shared_ptr<KCSDKNetworkManager> manager,
-                       std::weak_ptr<PlayerPresence> player, std::shared_ptr<KeyWaiting> waiting)
+                       std::weak_ptr<PlayerPresence> player, std::shared_ptr<KeyWaiting> waiting,
+                       std::shared_ptr<TokenPrefetch> prefetch)
     : device_(device),
       manager_(std::move(manager)),
       player_(std::move(player)),
-      waiting_(std::move(waiting)) {}
+      waiting_(std::move(waiting)),
+      prefetch_(std::move(prefetch)) {}
 
 void KeyLoading::log(std::string_view item) const {
     device_.console->print(
@@ -174,23 +193,35 @@ std::shared_ptr<KeyLoading::Exchange> KeyLoading::begin(
 }
 
 void KeyLoading::requestToken(const std::shared_ptr<Exchange>& exchange) const {
-    manager_->getContentToken(keyTokenContent,
-                              [exchange, player = player_, device = device_](auto token, auto) {
-                                  if (token && hasViewModel(player))
-                                      requestKey(exchange, token->token, device);
-                              });
+    if (const auto present = player_.lock()) {
+        present->note(&KeyProgress::tokenAsked,
+                      prefetch_ ? prefetch_->asked() : device_.clock->now());
+    }
+    const OutcomeHandler<TokenPrefetch::Token> done =
+        [exchange, player = player_, device = device_](const Outcome<TokenPrefetch::Token>& token) {
+            if (!token) return note(player, token.failure());
+            note(player, &KeyProgress::token, *device.clock);
+            if (hasViewModel(player)) requestKey(exchange, (*token)->token, device, player);
+        };
+    if (prefetch_ && prefetch_->take(done)) return;
+    manager_->operations().contentToken(keyTokenContent, done);
 }
 
 void KeyLoading::requestKey(const std::shared_ptr<Exchange>& exchange, const std::string& token,
-                            const platform::Device& device) {
+                            const platform::Device& device,
+                            const std::weak_ptr<PlayerPresence>& player) {
+    note(player, &KeyProgress::requested, *device.clock);
     auto request = exchange->request(token);
     const auto id = platform::Diagnostics::newRequestId();
     if (device.diagnostics) device.diagnostics->requestStarted(id, request);
     device.urlSession->dataTask(
-        std::move(request), [exchange, id, diagnostics = device.diagnostics,
-                             mainQueue = device.mainQueue](platform::Exchange answer) {
+        std::move(request),
+        [exchange, id, player, clock = device.clock, diagnostics = device.diagnostics,
+         mainQueue = device.mainQueue](platform::Exchange answer) {
             if (diagnostics) diagnostics->requestEnded(id, answer);
             auto ckc = answer.body ? contentKeyContext(*answer.body) : std::nullopt;
+            note(player, &KeyProgress::answered, *clock);
+            if (auto failure = failureOf(answer)) note(player, std::move(*failure));
             mainQueue->async([exchange, mainQueue, ckc = std::move(ckc),
                               failed = answer.error && !answer.isTooLong()]() mutable {
                 if (failed) return;

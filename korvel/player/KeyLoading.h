@@ -3,6 +3,7 @@
 #include <korvel/platform/Device.h>
 #include <korvel/platform/avfoundation/AVAssetResourceLoader.h>
 #include <korvel/platform/foundation/URL.h>
+#include <korvel/player/KeyProgress.h>
 
 #include <atomic>
 #include <condition_variable>
@@ -15,12 +16,34 @@
 namespace korvel {
 
 class KCSDKNetworkManager;
+class TokenPrefetch;
+
+/// One token, of one content, serves the keys of every class.
+inline constexpr const char* keyTokenContent = "50122";
 
 /// Whether the player view that keys are loaded for is still there, and has something to play. The
 /// view owns it, other threads look at it weakly, and so never become the view's last owner.
 struct PlayerPresence {
     std::atomic<bool> hasViewModel = false;
     std::atomic<int> keysUnderWay = 0;  ///< asked for, and not there yet
+
+    KeyProgress progress() const {
+        const std::lock_guard lock(mutex_);
+        return progress_;
+    }
+    /// The first time counts.
+    void note(KeyProgress::Moment KeyProgress::*step, platform::Clock::Instant moment) {
+        const std::lock_guard lock(mutex_);
+        if (!(progress_.*step)) progress_.*step = moment;
+    }
+    void note(Failure failure) {
+        const std::lock_guard lock(mutex_);
+        progress_.failure = std::move(failure);
+    }
+
+private:
+    mutable std::mutex mutex_;
+    KeyProgress progress_;
 };
 
 /// Where the threads wait that keys of one player's streams are loaded on. They wait for as long as
@@ -65,7 +88,8 @@ std::optional<platform::Data> contentKeyContext(const platform::Data& body);
 class KeyLoading final : public platform::AVAssetResourceLoaderDelegate {
 public:
     KeyLoading(const platform::Device& device, std::shared_ptr<KCSDKNetworkManager> manager,
-               std::weak_ptr<PlayerPresence> player, std::shared_ptr<KeyWaiting> waiting);
+               std::weak_ptr<PlayerPresence> player, std::shared_ptr<KeyWaiting> waiting,
+               std::shared_ptr<TokenPrefetch> prefetch = nullptr);
 
     bool shouldWaitForLoadingOfRequestedResource(
         platform::AVAssetResourceLoader& resourceLoader,
@@ -80,12 +104,14 @@ private:
         const std::shared_ptr<platform::AVAssetResourceLoadingRequest>& loadingRequest) const;
     void requestToken(const std::shared_ptr<Exchange>& exchange) const;
     static void requestKey(const std::shared_ptr<Exchange>& exchange, const std::string& token,
-                           const platform::Device& device);
+                           const platform::Device& device,
+                           const std::weak_ptr<PlayerPresence>& player);
 
     const platform::Device device_;
     const std::shared_ptr<KCSDKNetworkManager> manager_;
     const std::weak_ptr<PlayerPresence> player_;
     const std::shared_ptr<KeyWaiting> waiting_;
+    const std::shared_ptr<TokenPrefetch> prefetch_;  ///< null: each token is asked for when wanted
 };
 
 }  // namespace korvel

@@ -171,6 +171,7 @@ void KCSDKVideoViewBuilder::start(std::shared_ptr<UIView> parentView,
             mainQueue->async([start, outcome = std::move(outcome)] {
                 const auto& to = start->direction;
                 if (to.conduct && to.conduct->isOver()) return;
+                if (to.answered) to.answered();
                 if (!outcome) return start->complete(outcome.failure());
                 if (to.endsWithoutStream) {
                     if (auto failure = missingStream(**outcome)) return start->complete(*failure);
@@ -191,6 +192,7 @@ void KCSDKVideoViewBuilder::show(Start& start, std::shared_ptr<KCSDKOndemandClas
     view->setBackgroundColor(UIColor::black());
     view->setViewModel(start.viewModel);
     view->classTag = performed->tag;
+    view->setTokenPrefetch(start.direction.tokens);
     const auto stream = streamOf(*performed);
     if (isProtected(stream)) {
         view->loadProtectedVideo(stream);

@@ -25,6 +25,7 @@ using platform::UIImage;
 class Conduct;
 class KCSDKNetworkManager;
 class KCSDKOndemandClass;
+class TokenPrefetch;
 class KCSDKPlayerEvents;
 class KCSDKPlayerEventsListner;
 class KCSDKPlayerOverlay;
@@ -95,7 +96,9 @@ public:
         OutcomeHandler<std::shared_ptr<KCSDKPlayerEvents>> done;
         /// Records the performance when the player has closed; on a background thread.
         std::function<void(const KCSDKOndemandClass&, std::int64_t performedSeconds)> record;
-        bool endsWithoutStream = false;  ///< where the record's stream has no address
+        bool endsWithoutStream = false;         ///< where the record's stream has no address
+        std::function<void()> answered;         ///< main queue: the service has; may be empty
+        std::shared_ptr<TokenPrefetch> tokens;  ///< of `KCSDKPlayerView`; may be null
     };
     /// For rooms of the SDK: the same start, told in full. There must be a class.
     void start(std::shared_ptr<platform::UIView> parentView,

@@ -245,25 +245,41 @@ TEST_F(PendingTest, RandomOperationsOfManyThreadsEachEndOnce) {
     device.urlSession = std::make_shared<UnsteadySession>();
     device.clock = std::make_shared<platform::SystemClock>();
     device.console = std::make_shared<FakeConsole>();
-    const ContentClient unsteady(device, config, {.deadline = 5ms, .readRetries = 1});
+    ASSERT_TRUE(platform::Device::install(device));
+    KCSDK::initialize(config);
+    fake.keychain->put("userId", "1");  // so that performances are kept
+    const ContentClient unsteady({.deadline = 5ms, .readRetries = 1});
+    const auto one = decoded<KCSDKOndemandClass>(classJSON("c1"));
     std::atomic<int> heardOf = 0;
     std::atomic<int> expected = 0;
+    const auto end = [&](std::mt19937& random, auto pending) {
+        std::stop_source stop;
+        pending = std::move(pending).stoppedBy(stop.get_token());
+        const auto choice = random() % 5;
+        if (choice == 0) return;  // dropped
+        ++expected;
+        if (choice == 1) pending.cancel();
+        if (choice == 2) {
+            static_cast<void>(std::move(pending).get());
+            ++heardOf;
+            return;
+        }
+        std::move(pending).then(nullptr, [&](const auto&) { ++heardOf; });
+        if (choice == 3) stop.request_stop();
+    };
     const auto act = [&](unsigned seed) {
         std::mt19937 random(seed);
         for (int i = 0; i < operations / threadCount; ++i) {
-            std::stop_source stop;
-            auto pending = unsteady.classes({.page = 2}).stoppedBy(stop.get_token());
-            const auto choice = random() % 5;
-            if (choice == 0) continue;  // dropped
-            if (choice == 1) pending.cancel();
-            if (choice == 2) {
-                ++heardOf, ++expected;
-                static_cast<void>(std::move(pending).get());
-                continue;
+            const auto kind = random() % 100;
+            if (kind == 0) {
+                end(random, unsteady.recordPerformance(*one, i));
+            } else if (kind < 34) {
+                end(random, unsteady.acceptConsent("c"));
+            } else if (kind < 67) {
+                end(random, unsteady.consents());
+            } else {
+                end(random, unsteady.classes({.page = 2}));
             }
-            ++expected;
-            std::move(pending).then(nullptr, [&](const Outcome<Page>&) { ++heardOf; });
-            if (choice == 3) stop.request_stop();
         }
     };
     std::vector<std::jthread> threads;

@@ -4,6 +4,8 @@
 #include <korvel/client/ContentClient.h>
 #include <korvel/client/Playback.h>
 #include <korvel/platform/avfoundation/AVAssetResourceLoader.h>
+#include <korvel/platform/avfoundation/AVError.h>
+#include <korvel/platform/avfoundation/MediaEvents.h>
 
 #include <thread>
 
@@ -133,11 +135,31 @@ TEST_F(PlaybackTest, APerformanceThatWaitsIsToldOfOnceMoreWhenTheServiceHasIt) {
 }
 
 TEST_F(PlaybackTest, AStreamThatFailsSaysWhy) {
-    begin();
-    stream().events->failed({"media", 7, {}});
-    pass(100ms);
-    EXPECT_EQ(seen().front(), "failed unplayable");
-    EXPECT_EQ(playback->status().failure->transport->code, 7);
+    using platform::AVError;
+    const struct {
+        AVError code;
+        const char* part;
+        Reason reason;
+    } rows[] = {{AVError::fileFormatNotRecognized, "playlist", Reason::playlistFailed},
+                {AVError::unknown, "segment", Reason::segmentFailed},
+                {AVError::decodeFailed, "segment", Reason::undecodable},
+                {AVError::decoderNotFound, "", Reason::unsupported},
+                {AVError::contentIsProtected, "playlist", Reason::unsupported},
+                {AVError::contentIsNotAuthorized, "", Reason::keyRefused},
+                {AVError::unknown, "", Reason::unplayable}};
+    for (std::size_t requests = 0; const auto& [code, part, reason] : rows) {
+        begin();
+        auto cause = platform::makeAVError(code, "why");
+        cause.userInfo["part"] = std::string(part);
+        stream().events->failed(cause);
+        pass(100ms);
+        EXPECT_EQ(seen().front(), "failed " + std::string(nameOf(reason)));
+        EXPECT_EQ(playback->status().failure->transport, cause);
+        ASSERT_TRUE(fake.session->waitForRequests(requests += 2));
+        fake.session->answer(201, "");
+        run();
+        states.clear();
+    }
 }
 
 TEST_F(PlaybackTest, AStartThatCannotBeNeverShowsAPlayer) {
@@ -184,6 +206,48 @@ TEST_F(PlaybackTest, AKeyThatNobodyAnswersEndsAtItsDeadline) {
     EXPECT_EQ(seen(), States{});
     pass(300ms);
     EXPECT_EQ(seen(), States{"failed keyUnanswered"});
+}
+
+TEST_F(PlaybackTest, AKeyWhoseTokenIsRefusedEndsAtOnce) {
+    begin("https://s/one/manifest");
+    stream().askForKey("https://keys.test/key?kid=k1");
+    ASSERT_TRUE(fake.session->waitForRequests(2));
+    fake.session->answer(403, "no");
+    pass(100ms);
+    EXPECT_EQ(seen(), States{"failed keyRefused"});
+    EXPECT_EQ(playback->status().failure->status, 403);
+}
+
+TEST_F(PlaybackTest, PrefetchAsksForTheTokenWithTheClassAndTheTimelineSaysWhen) {
+    using Step = platform::MediaStep;
+    const auto began = fake.clock->now();
+    ask({.prefetch = true});
+    ASSERT_EQ(fake.session->requests.size(), 2u) << "the class and the token";
+    pass(40ms);
+    fake.session->answer(200,
+                         "[" + classJSON("c1", R"(,"streamingLink":"https://s/manifest")") + "]");
+    run();
+    fake.session->answer(200, R"({"token":"t"})");
+    EXPECT_TRUE(stream().keys->preloadsEligibleContentKeys());
+    for (const auto step : {Step::playlist, Step::keyAsked}) {
+        pass(40ms);
+        stream().events->took(step);
+    }
+    stream().askForKey("https://keys.test/key?kid=k1");
+    ASSERT_TRUE(fake.session->waitForRequests(3));
+    EXPECT_EQ(fake.session->requests[2].url.absoluteString(), "https://keys.test/key?kid=k1");
+    EXPECT_EQ(fake.session->requests[2].value("Authorization"), "Bearer t");
+    pass(100ms);
+    const auto steps = playback->timeline();
+    EXPECT_EQ(steps.asked, began);
+    EXPECT_EQ(steps.tokenAsked, began);
+    EXPECT_EQ(steps.performed, began + 40ms);
+    EXPECT_EQ(steps.opened, began + 40ms);
+    EXPECT_EQ(steps.playlist, began + 80ms);
+    EXPECT_EQ(steps.keyAsked, began + 120ms);
+    EXPECT_EQ(steps.keyRequested, began + 120ms);
+    EXPECT_EQ(steps.key, std::nullopt);
+    EXPECT_EQ(steps.picture, std::nullopt);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <korvel/platform/foundation/DispatchQueue.h>
 #include <korvel/platform/foundation/SharedObject.h>
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 
@@ -30,6 +31,10 @@ public:
                      std::shared_ptr<DispatchQueue> queue);
     std::shared_ptr<AVAssetResourceLoaderDelegate> delegate() const;
     std::shared_ptr<DispatchQueue> delegateQueue() const;
+    /// Keys are asked for as soon as the asset names them, not only when they are wanted; not at
+    /// first.
+    void setPreloadsEligibleContentKeys(bool preloads) { preloads_ = preloads; }
+    bool preloadsEligibleContentKeys() const { return preloads_; }
 
     // For media engines.
 
@@ -41,6 +46,7 @@ public:
     void setContentKeySystem(std::shared_ptr<const ContentKeySystem> keySystem);
 
 private:
+    std::atomic<bool> preloads_ = false;
     mutable std::mutex mutex_;
     std::weak_ptr<AVAssetResourceLoaderDelegate> delegate_;
     std::shared_ptr<DispatchQueue> queue_;

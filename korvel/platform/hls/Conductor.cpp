@@ -68,8 +68,9 @@ void Conductor::open(const URL& url) {
 void Conductor::load(const std::shared_ptr<Stage>& stage, const URL& url,
                      const std::weak_ptr<Conductor>& weak) {
     if (!isWebScheme(url)) {
-        return stage->fail(makeAVError(AVError::serverIncorrectlyConfigured,
-                                       "Only http and https are loaded: " + url.absoluteString()));
+        return stage->failPlaylist(
+            makeAVError(AVError::serverIncorrectlyConfigured,
+                        "Only http and https are loaded: " + url.absoluteString()));
     }
     Fetcher fetcher(stage->loader(), stage->attention());
     Attention& attention = stage->attention();
@@ -83,12 +84,12 @@ void Conductor::load(const std::shared_ptr<Stage>& stage, const URL& url,
                 return body.size() < enough || isPlaylist(viewOf(body));
             });
         if (result.end == FetchResult::End::stale) continue;
-        if (result.end == FetchResult::End::failed) return stage->fail(result.error);
+        if (result.end == FetchResult::End::failed) return stage->failPlaylist(result.error);
         if (!isPlaylist(viewOf(body))) {
             NSError error = makeAVError(AVError::fileFormatNotRecognized,
                                         "This is no playlist: " + result.address.absoluteString());
             error.userInfo["notAPlaylist"] = std::string("yes");
-            return stage->fail(error);
+            return stage->failPlaylist(error);
         }
         const auto conductor = weak.lock();
         if (conductor) {
@@ -99,7 +100,7 @@ void Conductor::load(const std::shared_ptr<Stage>& stage, const URL& url,
 }
 
 void Conductor::begin(const URL& address, Playlist playlist) {
-    if (const auto* error = std::get_if<NSError>(&playlist)) return stage_->fail(*error);
+    if (const auto* error = std::get_if<NSError>(&playlist)) return stage_->failPlaylist(*error);
     if (auto* media = std::get_if<MediaPlaylist>(&playlist))
         return begin(address, std::move(*media));
     begin(address, std::get<MasterPlaylist>(playlist));
@@ -118,10 +119,11 @@ void Conductor::begin(const URL& address, const MasterPlaylist& playlist) {
             return isSupported(key) || key.method == "NONE";
         });
     if (isClosed) {
-        return stage_->fail(makeAVError(AVError::contentIsProtected,
-                                        "The stream is encrypted by " + keys.front().method +
-                                            ", which cannot be opened here."));
+        return stage_->failPlaylist(makeAVError(
+            AVError::contentIsProtected, "The stream is encrypted by " + keys.front().method +
+                                             ", which cannot be opened here."));
     }
+    for (const auto& key : keys) stage_->preload(address, key);
     const auto& tags = playlist.variants;
     const bool anyPicture = std::any_of(tags.begin(), tags.end(), hasPicture);
     std::vector<Variant> variants;
@@ -136,7 +138,7 @@ void Conductor::begin(const URL& address, const MasterPlaylist& playlist) {
         chosen.push_back(&tag);
     }
     if (variants.empty()) {
-        return stage_->fail(
+        return stage_->failPlaylist(
             makeAVError(AVError::serverIncorrectlyConfigured,
                         "No variant that may be loaded: " + address.absoluteString()));
     }

@@ -80,6 +80,14 @@ std::optional<KeyStore::Key> KeyStore::key(const URL& address, Fetcher& fetcher,
     }
 }
 
+bool KeyStore::preload(const URL& address) {
+    const std::string& text = address.absoluteString();
+    if (!keys_ || !keys_->preloadsEligibleContentKeys() || isWebScheme(address)) return false;
+    if (text.starts_with("data:") || !claim(text)) return false;
+    ask(address);
+    return true;
+}
+
 /// Whoever waits looks at the request itself, so that it does not matter whether the answer comes
 /// before the request is kept here.
 void KeyStore::ask(const URL& address) {

@@ -25,6 +25,9 @@ public:
     /// Waits for the key; nothing if the generation is overtaken first. The asset goes on
     /// answering then, and is not asked again.
     std::optional<Key> key(const URL& address, Fetcher& fetcher, Attention::Generation generation);
+    /// Asks the asset for the key before it is wanted, and waits for nothing. False if nobody wants
+    /// that, or if it has been asked for.
+    bool preload(const URL& address);
     /// Cancels what the asset has not answered yet.
     void close();
 

@@ -119,9 +119,9 @@ std::optional<std::size_t> Rendition::next() const {
 std::optional<URL> Rendition::address(const std::string& uri) {
     auto url = resolved(list().address, uri);
     if (url && mayLead(list().address, *url)) return url;
-    stage_->fail(makeAVError(AVError::serverIncorrectlyConfigured,
-                             "The stream leads to an address that is not loaded: " +
-                                 (url ? url->absoluteString() : uri)));
+    stage_->failSegment(makeAVError(AVError::serverIncorrectlyConfigured,
+                                    "The stream leads to an address that is not loaded: " +
+                                        (url ? url->absoluteString() : uri)));
     return std::nullopt;
 }
 
@@ -188,18 +188,18 @@ void Rendition::segmentEnded(const Segment& segment, const SegmentReading& readi
             learns_ = false;
             return goBack(steps_);
         case SegmentReading::State::playlist:
-            return stage_->fail(makeAVError(AVError::fileFormatNotRecognized,
-                                            "A playlist stands for a segment: " + where));
+            return stage_->failSegment(makeAVError(AVError::fileFormatNotRecognized,
+                                                   "A playlist stands for a segment: " + where));
         case SegmentReading::State::foreign:
             if (isEncrypted) {
-                return stage_->fail(
+                return stage_->failSegment(
                     makeAVError(AVError::contentIsNotAuthorized, "The key does not open " + where));
             }
             return segmentFailed(segment, result,
                                  makeAVError(AVError::fileFormatNotRecognized,
                                              "No media that can be read: " + where));
         case SegmentReading::State::empty:
-            return stage_->fail(
+            return stage_->failSegment(
                 makeAVError(AVError::fileFormatNotRecognized,
                             "Neither picture nor sound that can be played: " + where));
         case SegmentReading::State::reading:
@@ -241,7 +241,7 @@ void Rendition::segmentFailed(const Segment& segment, const FetchResult& result,
         number_.reset();
         return feeding_.rejoin();
     }
-    if (isLasting || ++misses_ > mostMisses) return stage_->fail(error);
+    if (isLasting || ++misses_ > mostMisses) return stage_->failSegment(error);
     statistics_->failed(result, error);
     feeding_.rejoin();
     pass(segment);

@@ -89,7 +89,7 @@ void Rendition::listFailed(std::size_t variant, const FetchResult& result) {
         }
         return;
     }
-    stage_->fail(result.error);
+    stage_->failPlaylist(result.error);
 }
 
 /// From now on segments are those of this variant, by time.
@@ -104,6 +104,9 @@ void Rendition::adopt(std::size_t variant) {
     if (!source_.isMain) return;
     if (!stage_->hasTracks()) stage_->took(MediaStep::playlist);
     const MediaPlaylist& playlist = list().playlist;
+    if (!playlist.segments.empty() && playlist.segments.front().key) {
+        stage_->preload(list().address, *playlist.segments.front().key);
+    }
     stage_->setDuration(playlist.isEnded ? std::optional(playlist.end()) : std::nullopt);
     if (stage_->target()) return;
     stage_->beginAt(startOf(playlist));

@@ -1,4 +1,5 @@
 #include <korvel/platform/foundation/DispatchQueue.h>
+#include <korvel/platform/hls/SegmentSource.h>
 #include <korvel/platform/hls/Stage.h>
 
 #include <utility>
@@ -66,6 +67,17 @@ void Stage::look() {
         self->againAsked_ = false;
         self->look();
     });
+}
+
+void Stage::preload(const URL& base, const KeyTag& key) {
+    if (!isSupported(key) || key.uri.empty()) return;
+    const auto url = resolved(base, key.uri);
+    if (url && keys_.preload(*url)) took(MediaStep::keyAsked);
+}
+
+void Stage::failPart(NSError error, const char* part) {
+    error.userInfo.emplace("part", std::string(part));
+    fail(error);
 }
 
 void Stage::fail(const NSError& error) {

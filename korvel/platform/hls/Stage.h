@@ -13,6 +13,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <utility>
 
 namespace korvel::platform::hls {
 
@@ -44,6 +45,11 @@ public:
     void look();
     /// For good; the first one counts.
     void fail(const NSError& error);
+    /// The same, and what of the stream it was: a detail "part" of the error.
+    void failPlaylist(NSError error) { failPart(std::move(error), "playlist"); }
+    void failSegment(NSError error) { failPart(std::move(error), "segment"); }
+    /// A playlist names this key.
+    void preload(const URL& base, const KeyTag& key);
     bool hasFailed() const { return failed_; }
     void close();
 
@@ -69,6 +75,8 @@ public:
     bool soundWaits() const { return soundWaits_; }
 
 private:
+    void failPart(NSError error, const char* part);
+
     const PresentationParts parts_;
     const std::shared_ptr<Attention> attention_;
     KeyStore keys_;

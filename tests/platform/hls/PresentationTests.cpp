@@ -177,6 +177,34 @@ TEST_F(PresentationTest, KeysThatDoNotComeOrDoNotOpenEndItWithTheirCause) {
               AVError::serverIncorrectlyConfigured);
 }
 
+TEST_F(PresentationTest, PreloadedKeysAreAskedForWhenAPlaylistNamesThem) {
+    answerKeys();
+    const std::string tag = "METHOD=AES-128,URI=\"skd://k\"\n";
+    server->put("https://h/session.m3u8", "#EXTM3U\n#EXT-X-SESSION-KEY:" + tag +
+                                              "#EXT-X-STREAM-INF:BANDWIDTH=1\nlist.m3u8\n");
+    server->put("https://h/list.m3u8", {.isHeld = true});
+    server->put("https://h/map.m3u8",
+                "#EXTM3U\n#EXT-X-TARGETDURATION:2\n#EXT-X-MAP:URI=\"map\"\n#EXT-X-KEY:" + tag +
+                    "#EXTINF:2,\n0\n#EXT-X-ENDLIST\n");
+    server->put("https://h/map", {.isHeld = true});
+    const auto asked = [&] {
+        const std::lock_guard lock(keyMutex);
+        return keyRequests.size();
+    };
+    for (const bool preloads : {false, true}) {
+        keys->setPreloadsEligibleContentKeys(preloads);
+        for (const char* const list : {"session", "map"}) {
+            const std::string held =
+                std::string("https://h/") + (list[0] == 's' ? "list.m3u8" : "map");
+            const auto keysBefore = asked();
+            const auto before = server->count(held);
+            open(std::string("https://h/") + list + ".m3u8");
+            ASSERT_TRUE(until([&] { return server->count(held) > before; }));
+            EXPECT_TRUE(until([&] { return asked() == keysBefore + (preloads ? 1 : 0); })) << list;
+        }
+    }
+}
+
 TEST_F(PresentationTest, ClosesAtOnceWhateverIsHeldAndThenAllIsQuiet) {
     answerKeys();
     answersKeys = false;

@@ -1,0 +1,52 @@
+#include <korvel/model/KCSDKOndemandContentToken.h>
+#include <korvel/network/ServiceOperations.h>
+#include <korvel/player/KeyLoading.h>
+#include <korvel/player/TokenPrefetch.h>
+
+#include <utility>
+
+namespace korvel {
+
+TokenPrefetch::TokenPrefetch(std::shared_ptr<const platform::Clock> clock)
+    : clock_(std::move(clock)) {}
+
+void TokenPrefetch::begin(const ServiceOperations& service) {
+    {
+        const std::lock_guard lock(mutex_);
+        asked_ = clock_->now();
+    }
+    service.contentToken(keyTokenContent, [self = shared_from_this()](Outcome<Token> outcome) {
+        self->came(std::move(outcome));
+    });
+}
+
+platform::Clock::Instant TokenPrefetch::asked() const {
+    const std::lock_guard lock(mutex_);
+    return asked_;
+}
+
+bool TokenPrefetch::take(OutcomeHandler<Token> done) {
+    std::unique_lock lock(mutex_);
+    if (std::exchange(isTaken_, true) || (outcome_ && !*outcome_)) return false;
+    if (!outcome_) {
+        waiting_ = std::move(done);
+        return true;
+    }
+    const auto outcome = std::exchange(outcome_, std::nullopt);
+    lock.unlock();
+    done(*outcome);
+    return true;
+}
+
+void TokenPrefetch::came(Outcome<Token> outcome) {
+    std::unique_lock lock(mutex_);
+    if (!isTaken_) {
+        outcome_.emplace(std::move(outcome));
+        return;
+    }
+    const auto waiting = std::exchange(waiting_, nullptr);
+    lock.unlock();
+    if (waiting) waiting(std::move(outcome));
+}
+
+}  // namespace korvel
