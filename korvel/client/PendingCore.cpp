@@ -150,8 +150,8 @@ void PendingCore::end(const std::function<void()>& store) {
         task.swap(afterwards_);
         stop.swap(stop_);
         wakesMain = waitedForByMain_;
-        ended_.notify_all();
     }
+    ended_.notify_all();  // outside the lock, which whoever wakes wants
     conduct_->finish();
     if (wakesMain) conduct_->surroundings().mainQueue->async([] {});
     dispatch(queue, std::move(task));
