@@ -142,15 +142,5 @@ TEST(Decoding, AProcessMayEndInTheMiddleOfIt) {
     EXPECT_EXIT(end(), testing::ExitedWithCode(0), "");
 }
 
-TEST(Decoding, ManyThreadsDecodeAtOnce) {
-    const std::string json = pageJSON(classJSON("first") + "," + classJSON("second"));
-    const auto decode = [&] {
-        for (int round = 0; round < 50; ++round) {
-            EXPECT_EQ(tests::decoded<KCSDKOndemandClassResponse>(json)->items.at(1)->tag, "second");
-        }
-    };
-    const std::jthread one(decode), two(decode), three(decode);
-}
-
 }  // namespace
 }  // namespace korvel

@@ -8,6 +8,8 @@
 #include <korvel/platform/foundation/JSONDecoder.h>
 #include <korvel/platform/foundation/JSONEncoder.h>
 
+#include "support/TestDevice.h"
+
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -190,6 +192,17 @@ TEST(Records, HostsReachOnlyWhatIsTheirs) {
     EXPECT_NE(decode(), decode()) << "records are equal only to themselves";
     EXPECT_EQ(decode()->imageLink, "\"\\\n\x01");
     EXPECT_EQ(decode()->equipmentNames, (std::vector<std::string>{"Mat", "A rather long bike"}));
+}
+
+TEST(Subscription, StartsAtTheHostsDateAsTheDeviceWritesIt) {
+    const tests::TestDevice device;
+    device.locale->chosenIdentifier = "th_TH";
+    device.locale->chosenTimeZone = "Europe/Vienna";
+    ASSERT_TRUE(platform::Device::install(device.device()));
+    const platform::Date midnight{std::chrono::sys_days{std::chrono::January / 15 / 2025}};
+    KCSDKUserSubscriptionRequest request(midnight + std::chrono::microseconds(1999), "gold");
+    EXPECT_EQ(request.start, "2568-01-15T01:00:00.001+0100");
+    EXPECT_EQ(request.subscriptionId, "gold");
 }
 
 TEST(Encoding, WritesTextsTheWayTheServiceKnowsThem) {

@@ -1,4 +1,5 @@
 #include "player/Fixture.h"
+#include "support/TemporaryFolder.h"
 
 #include <korvel/platform/avfoundation/AVAssetResourceLoader.h>
 #include <korvel/platform/avfoundation/ContentKeySystem.h>
@@ -6,7 +7,6 @@
 #include <korvel/player/KeyLoading.h>
 #include <korvel/sdk/SDKResources.h>
 
-#include <fstream>
 #include <thread>
 
 namespace korvel::tests {
@@ -119,7 +119,7 @@ TEST_F(KeyLoadingTest, ContextIsTheBase64BetweenTheTags) {
 
 TEST_F(KeyLoadingTest, KeyIsFetchedWithAFreshTokenAndDeliveredOnTheMainQueue) {
     const std::string address = "skd://keys.test:8443/p?kid=%C3%81%2F&x=1";
-    for (const int round : {0, 1}) {
+    for (const int round : {0, 1, 2}) {
         auto& requests = fake.session->requests;
         requests.clear();
         const auto asked = ask(address);
@@ -135,7 +135,12 @@ TEST_F(KeyLoadingTest, KeyIsFetchedWithAFreshTokenAndDeliveredOnTheMainQueue) {
                                       {"Content-Length", "23"},
                                       {"Content-Type", "application/x-www-form-urlencoded"},
                                       {"Authorization", "Bearer T"}}));
-        fake.session->answer(403, round == 0 ? "<ckc>QUJD</ckc>" : "no key");
+        EXPECT_EQ(sent.largestBody, largestKeyAnswer);
+        if (round == 2) {
+            fake.session->refuseLength(403);
+        } else {
+            fake.session->answer(403, round == 0 ? "<ckc>QUJD</ckc>" : "no key");
+        }
         EXPECT_FALSE(asked.request->isFinished()) << "the main queue delivers";
         run();
         EXPECT_TRUE(returned(asked));
@@ -144,8 +149,8 @@ TEST_F(KeyLoadingTest, KeyIsFetchedWithAFreshTokenAndDeliveredOnTheMainQueue) {
                   (std::vector<std::string>{keyLine(address), "statusCode: 200"}))
             << "the key request itself says nothing";
     }
-    EXPECT_EQ(fake.diagnostics->ended, 4u) << "but a host's engineer hears of both";
-    EXPECT_EQ(keySystem->identifiers, std::vector<Data>(2, platform::bytesOf("\u00C1/")));
+    EXPECT_EQ(fake.diagnostics->ended, 6u) << "but a host's engineer hears of both";
+    EXPECT_EQ(keySystem->identifiers, std::vector<Data>(3, platform::bytesOf("\u00C1/")));
     EXPECT_EQ(keySystem->certificates[0],
               platform::Device::current().bundle(sdkBundleIdentifier)->contents("fairplay", "cer"));
 }
@@ -200,18 +205,6 @@ TEST_F(KeyLoadingTest, ExchangesThatBreakOffNeverReturnAndHoldNobodyUp) {
     }
 }
 
-TEST_F(KeyLoadingTest, AnAnswerLongerThanAnyKeyIsAnAnswerWithoutOne) {
-    const auto asked = ask("skd://h/");
-    ASSERT_TRUE(fake.session->waitForRequests(1));
-    fake.session->answer(200, R"({"token":"T"})");
-    ASSERT_TRUE(fake.session->waitForRequests(2));
-    EXPECT_EQ(fake.session->requests[1].largestBody, largestKeyAnswer);
-    fake.session->refuseLength(200);
-    run();
-    EXPECT_TRUE(returned(asked));
-    EXPECT_TRUE(asked.request->isFinished());
-}
-
 TEST_F(KeyLoadingTest, AThreadIsLetGoOnceThePlayerHasClosedAndTheEngineWaitsNoMore) {
     const auto begin = [&](const std::shared_ptr<KeyWaiting>& room) {
         delegate = std::make_shared<KeyLoading>(platform::Device::current(),
@@ -238,13 +231,8 @@ TEST_F(KeyLoadingTest, AThreadIsLetGoOnceThePlayerHasClosedAndTheEngineWaitsNoMo
 
 class CertificateTest : public KeyLoadingTest {
 protected:
-    const std::filesystem::path folder =
-        std::filesystem::temp_directory_path() / ("korvel-bundle-" + std::to_string(getpid()));
-    void SetUp() override {
-        std::filesystem::create_directories(folder);
-        install(folder);
-    }
-    void TearDown() override { std::filesystem::remove_all(folder); }
+    const TemporaryFolder folder;
+    void SetUp() override { install(folder / ""); }
 };
 
 TEST_F(CertificateTest, MissingOneIsRefusedUnfinishedAndAnUnreadableOneWithAnError) {

@@ -3,8 +3,6 @@
 namespace korvel::tests {
 namespace {
 
-using platform::AVPlayer;
-
 class PlayerView : public PlayerTest {
 protected:
     std::shared_ptr<KCSDKPlayerView> view;
@@ -16,20 +14,6 @@ protected:
         view->loadVideo(url(address));
     }
 };
-
-TEST_F(PlayerView, WhatToLoadIsTheHostsChoiceWhateverTheAddress) {
-    view = makeView();
-    for (const std::string address : {"https://s/manifest/v.m3u8", "https://s/Manifest"}) {
-        view->loadProtectedVideo(url(address));
-        EXPECT_EQ(stream().url.absoluteString(), address);
-        EXPECT_NE(stream().keys->delegate(), nullptr);
-    }
-    view->loadVideo(url("https://s/manifest"));
-    EXPECT_EQ(stream().url.absoluteString(), "https://s/manifest");
-    EXPECT_EQ(stream().keys->delegate(), nullptr);
-    EXPECT_EQ(view->playerLayer()->videoGravity(), platform::AVLayerVideoGravityResizeAspectFill);
-    EXPECT_TRUE(view->player()->usesExternalPlaybackWhileExternalScreenIsActive);
-}
 
 TEST_F(PlayerView, ProgressComes150TimesASecondWithThePositionFirst) {
     load();
@@ -175,22 +159,6 @@ TEST_F(PlayerView, ADragEndsWithoutTheSDKsSliderToo) {
     becomeReady();
     pass(1s);
     EXPECT_FALSE(listener->progress.empty());
-}
-
-TEST_F(PlayerView, TheLoaderStaysWhereASeekEndsInAnEmptyBuffer) {
-    load();
-    const auto overlay = view->addOverlay(nullptr);
-    overlay->toggleControls();
-    becomeReady();
-    view->player()->seek(platform::CMTimeMakeWithSeconds(9, 600), {}, {});
-    stream().events->buffered(false);
-    run();
-    EXPECT_FALSE(overlay->viewLoader->isHidden());
-    EXPECT_TRUE(overlay->btnPlay->isHidden());
-    EXPECT_EQ(listener->told.back(), "empty");
-    buffered(true);
-    EXPECT_TRUE(overlay->viewLoader->isHidden());
-    EXPECT_FALSE(overlay->btnPlay->isHidden());
 }
 
 TEST_F(PlayerView, ClosingTellsTheExitAtOnceAndTakesDownWithTheNextTurn) {

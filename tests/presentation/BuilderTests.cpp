@@ -55,6 +55,9 @@ TEST_F(Builder, EmbeddedPlayerFillsItsPlaceAndStartsByItself) {
     EXPECT_EQ(overlay().lblTitle->textColor(), UIColor::white());
     EXPECT_EQ(overlay().slider->thumbImage(), bundled("thumb"));
     EXPECT_EQ(overlay().btnPlay->tintColor(), std::nullopt);
+    EXPECT_EQ(player().playerLayer()->videoGravity(),
+              platform::AVLayerVideoGravityResizeAspectFill);
+    EXPECT_TRUE(player().player()->usesExternalPlaybackWhileExternalScreenIsActive);
     EXPECT_EQ(screen(), std::tuple(false, 1, nullptr));
     EXPECT_TRUE(listener->told.empty()) << "a start by itself says nothing";
     events->playVideo();
@@ -200,17 +203,6 @@ TEST_F(Builder, AnEmbeddedPlayerOutlivesItsHostsReferencesAndStillTracks) {
     EXPECT_EQ(UIDevice::current().orientation(), 1);
     ASSERT_TRUE(fake.session->waitForRequests(2));
     EXPECT_NE(body(1).find(R"("actualDurationSecond":3)"), std::string::npos);
-    EXPECT_EQ(fake.media->open(), 0u);
-}
-
-TEST_F(Builder, AParentViewTakesItsPlayerWithIt) {
-    start(place);
-    events.reset();
-    builder.reset();
-    EXPECT_EQ(fake.media->open(), 1u);
-    place->removeFromSuperview();
-    place.reset();
-    run();
     EXPECT_EQ(fake.media->open(), 0u);
 }
 

@@ -11,11 +11,6 @@ static UIView* place(void) {
     return [[[UIView alloc] initWithFrame:NSMakeRect(0, 0, 1280, 720)] autorelease];
 }
 
-static KCSDKVideoViewBuilder* builderFor(NSString* tag) {
-    return
-        [[[KCSDKVideoViewBuilder alloc] initWithOndemandClassInfo:classDetails(tag)] autorelease];
-}
-
 static Answer* start(KCSDKVideoViewBuilder* builder, UIView* parent, UIView* overlay) {
     Answer* answer = [Answer answer];
     [builder startVideoInParentView:parent overlayView:overlay completionBlock:[answer block]];
@@ -26,13 +21,18 @@ static Answer* start(KCSDKVideoViewBuilder* builder, UIView* parent, UIView* ove
 /// Logged in, allowed to play; on a device that cannot, unless it has media.
 class ObjCPlayer : public ObjC {
 protected:
-    void setUpPlayer(BOOL media = NO) {
+    KCSDKVideoViewBuilder* builderFor(id<KCSDKPlayerEventsListner> receiver, BOOL media = NO) {
         setUp(media);
         logIn();
         service.accounts().acceptConsent("anna", "privacy-2024");
         service.accounts().setSubscription("anna", korvel::service::Subscription{"now", "gold"});
         CHECK([KCSDKDevice attachMainQueueToRunLoop]);
+        KCSDKVideoViewBuilder* builder = [[[KCSDKVideoViewBuilder alloc]
+            initWithOndemandClassInfo:classDetails(@"50102")] autorelease];
+        [builder setEventReceiverWithReceiver:receiver];
+        return builder;
     }
+    Listener* listener = [[[Listener alloc] init] autorelease];
 };
 
 @interface OwnBuilder : KCSDKVideoViewBuilder {
@@ -136,12 +136,9 @@ static void command(KCSDKPlayerEvents* events, Listener* listener) {
 }
 
 TEST_F(ObjCPlayer, playing) {
-    setUpPlayer(YES);
+    KCSDKVideoViewBuilder* builder = builderFor(listener, YES);
     UIView* parent = place();
-    Listener* listener = [[[Listener alloc] init] autorelease];
-    KCSDKVideoViewBuilder* builder = builderFor(@"50102");
     [builder setThemeColorWithColor:[UIColor whiteColor]];
-    [builder setEventReceiverWithReceiver:listener];
     Answer* started = start(builder, parent, nil);
     KCSDKPlayerEvents* events = started->record;
     CHECK(events && !started->error && events.parentView == parent && !events.parentFrame);
@@ -167,12 +164,9 @@ TEST_F(ObjCPlayer, playing) {
 
 /// Under a host's own controls nothing of the SDK's is there, and the stream's end is told.
 TEST_F(ObjCPlayer, ownOverlay) {
-    setUpPlayer();
+    KCSDKVideoViewBuilder* builder = builderFor(listener);
     Answer* failure = [Answer answer];
     [KCSDKDevice setStreamFailureHandler:[failure block]];
-    Listener* listener = [[[Listener alloc] init] autorelease];
-    KCSDKVideoViewBuilder* builder = builderFor(@"50102");
-    [builder setEventReceiverWithReceiver:listener];
     UIView* controls = place();
     UIView* parent = place();
     KCSDKPlayerEvents* events = start(builder, parent, controls)->record;
@@ -211,11 +205,7 @@ TEST_F(ObjCPlayer, ownOverlay) {
 }
 
 TEST_F(ObjCPlayer, fullScreenWithoutWindow) {
-    setUpPlayer();
-    Listener* listener = [[[Listener alloc] init] autorelease];
-    KCSDKVideoViewBuilder* builder = builderFor(@"50102");
-    [builder setEventReceiverWithReceiver:listener];
-    KCSDKPlayerEvents* events = start(builder, nil, nil)->record;
+    KCSDKPlayerEvents* events = start(builderFor(listener), nil, nil)->record;
     KCSDKPlayerViewController* controller = events.playerVC;
     CHECK(events && !events.parentView && [KCSDK shared].enablefullscreenVideo);
     CHECK([controller supportedInterfaceOrientations] == UIInterfaceOrientationMaskLandscape);
@@ -233,12 +223,11 @@ TEST_F(ObjCPlayer, fullScreenWithoutWindow) {
 
 /// A listener may implement nothing; and nobody outlives the player that ended.
 TEST_F(ObjCPlayer, silentListener) {
-    setUpPlayer();
+    const int before = [Probe alive];
     NSAutoreleasePool* inner = [[NSAutoreleasePool alloc] init];
     Probe* captured = [[[Probe alloc] init] autorelease];
     Silent* silent = [[[Silent alloc] init] autorelease];
-    KCSDKVideoViewBuilder* builder = builderFor(@"50102");
-    [builder setEventReceiverWithReceiver:[[[Silent alloc] init] autorelease]];
+    KCSDKVideoViewBuilder* builder = builderFor([[[Silent alloc] init] autorelease]);
     [builder setEventReceiverWithReceiver:silent];
     __block KCSDKPlayerEvents* events = nil;
     [builder startVideoInParentView:place()
@@ -253,7 +242,7 @@ TEST_F(ObjCPlayer, silentListener) {
     [events stopVideo];
     [events release];
     [inner release];
-    CHECK_TURN([Probe alive] == 0);
+    CHECK_TURN([Probe alive] == before);
 }
 
 @interface Thrower : NSObject <KCSDKPlayerEventsListner>
@@ -266,9 +255,7 @@ TEST_F(ObjCPlayer, silentListener) {
 
 TEST_F(ObjCPlayer, whatAListenerThrowsEndsTheProcessWithItsReason) {
     const auto hear = [&] {
-        setUpPlayer();
-        KCSDKVideoViewBuilder* builder = builderFor(@"50102");
-        [builder setEventReceiverWithReceiver:[[[Thrower alloc] init] autorelease]];
+        KCSDKVideoViewBuilder* builder = builderFor([[[Thrower alloc] init] autorelease]);
         KCSDKPlayerEvents* events = start(builder, place(), nil)->record;
         [events pauseVideo];
     };

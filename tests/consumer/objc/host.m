@@ -22,6 +22,10 @@ static void turnUntil(BOOL (^done)(void), const char* what) {
     }
 }
 
+// clang-format off
+#define TURN_UNTIL(condition, what) turnUntil(^BOOL { return (condition); }, what)
+// clang-format on
+
 @interface Listener : NSObject <KCSDKPlayerEventsListner> {
 @public
     float position;
@@ -50,11 +54,7 @@ static KCSDKPlayerEvents* start(KCSDKVideoViewBuilder* builder, UIView* parent, 
                       failure = [refused retain];
                       came = YES;
                     }];
-    turnUntil(
-        ^BOOL {
-          return came;
-        },
-        "no answer to a start");
+    TURN_UNTIL(came, "no answer to a start");
     *error = [failure autorelease];
     return [events autorelease];
 }
@@ -67,11 +67,7 @@ static void finish(void (^call)(KCSDKErrorBlock), const char* what) {
       if (error) [errors addObject:error];
       __atomic_add_fetch(&calls, 1, __ATOMIC_SEQ_CST);
     });
-    turnUntil(
-        ^BOOL {
-          return __atomic_load_n(&calls, __ATOMIC_SEQ_CST) > 0;
-        },
-        what);
+    TURN_UNTIL(__atomic_load_n(&calls, __ATOMIC_SEQ_CST) > 0, what);
     require([errors count] == 0 && calls == 1, what);
 }
 
@@ -88,11 +84,7 @@ static KCSDKOndemandClass* chosenClass(void) {
                         }
                         require(chosen != nil, "no such class");
                       }];
-    turnUntil(
-        ^BOOL {
-          return chosen != nil;
-        },
-        "no list came");
+    TURN_UNTIL(chosen != nil, "no list came");
     return [chosen autorelease];
 }
 
@@ -117,18 +109,10 @@ static void play(KCSDKVideoViewBuilder* builder, Listener* listener) {
         "subscription");
     KCSDKPlayerEvents* events = start(builder, parent, &error);
     require(events != nil, "no player");
-    turnUntil(
-        ^BOOL {
-          return listener->position > 1.5F;
-        },
-        "nothing plays");
+    TURN_UNTIL(listener->position > 1.5F, "nothing plays");
     KCSDKPlayerView* view = events.playerVC.viewVideo;
     [events stopVideo];
-    turnUntil(
-        ^BOOL {
-          return view.overlayController == nil;
-        },
-        "it does not close");
+    TURN_UNTIL(view.overlayController == nil, "it does not close");
     require(listener->exits == 1, "an exit");
 }
 

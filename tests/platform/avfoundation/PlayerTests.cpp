@@ -49,6 +49,10 @@ protected:
         stream().becomeReady(length);
         settle();
     }
+    void buffered(bool enough) {
+        stream().events->buffered(enough);
+        settle();
+    }
     void seek(CMTime to) { player->seek(to, kCMTimeZero, kCMTimeZero); }
     double position() const { return CMTimeGetSeconds(player->currentTime()); }
     FakeMediaEngine::Stream& stream() const { return fake.media->last(); }
@@ -88,14 +92,12 @@ TEST_F(Player, RateIsTheRequestedOneWhileTheStreamLoadsOrWaits) {
     becomeReady();
     EXPECT_EQ(stream().calls, Lines{"rate 1"});
     EXPECT_EQ(CMTimeGetSeconds(item->duration()), 20.);
-    stream().events->buffered(false);
-    settle();
+    buffered(false);
     EXPECT_EQ(stream().rate(), 0.);
     EXPECT_EQ(player->rate(), 1.f);
     player->setRate(2);
     EXPECT_EQ(stream().rate(), 0.) << "held until enough is loaded";
-    stream().events->buffered(true);
-    settle();
+    buffered(true);
     EXPECT_EQ(stream().rate(), 2.);
     for (const float none : {-1.f, NAN, 0.f}) {
         player->play();
@@ -237,8 +239,7 @@ TEST_F(Player, ASeekEndsAsLikelyToKeepUpAgainOrAsAStall) {
     stream().endsSeeksAtOnce = false;
 
     seek(seconds(10));
-    stream().events->buffered(false);
-    settle();
+    buffered(false);
     EXPECT_EQ(listener->take(), Lines{}) << "what is loaded is in flux";
     EXPECT_EQ(stream().rate(), 0.) << "but the stream waits for it";
     stream().events->buffered(true);
@@ -256,11 +257,9 @@ TEST_F(Player, ASeekEndsAsLikelyToKeepUpAgainOrAsAStall) {
     stream().endSeek();
     settle();
     EXPECT_EQ(listener->take(), Lines{}) << "as empty as before";
-    stream().events->buffered(true);
-    settle();
+    buffered(true);
     EXPECT_EQ(listener->take(), (Lines{notDry, likely}));
-    stream().events->buffered(false);
-    settle();
+    buffered(false);
     EXPECT_EQ(listener->take(), (Lines{unlikely, dry})) << "a later stall is one";
 }
 
@@ -382,8 +381,7 @@ TEST_F(Player, ClosingFromWithinAnyCallIsSafe) {
         player->addPeriodicTimeObserver(seconds(0.01), nullptr, [&](CMTime) { close("tick"); });
         stream().becomeReady(20s);
         settle();
-        stream().events->buffered(false);
-        settle();
+        buffered(false);
         stream().playToEnd();
         fake.clock->advance(*fake.mainQueue, 1s);
         EXPECT_EQ(closed, 1) << during;

@@ -23,34 +23,20 @@ namespace korvel::tests {
 using namespace std::chrono_literals;
 
 /// A virtual clock with delays that come due when a test moves it.
-class Timers {
-public:
+struct Timers {
     const std::shared_ptr<VirtualClock> clock = std::make_shared<VirtualClock>();
+    const std::shared_ptr<platform::MainQueue> queue =
+        platform::make<platform::MainQueue>(clock, platform::MainQueue::Driver::manual);
 
-    auto after() {
-        return [this](platform::Clock::Duration delay, std::function<void()> action) {
-            const std::lock_guard lock(mutex_);
-            actions_.emplace(clock->now() + delay, std::move(action));
+    auto after() const {
+        return [queue = queue](platform::Clock::Duration delay, std::function<void()> action) {
+            queue->asyncAfter(delay, std::move(action));
         };
     }
-    void advance(platform::Clock::Duration duration) {
-        clock->advance(duration);
-        std::unique_lock lock(mutex_);
-        while (!actions_.empty() && actions_.begin()->first <= clock->now()) {
-            const auto due = actions_.extract(actions_.begin());
-            lock.unlock();
-            due.mapped()();
-            lock.lock();
-        }
+    /// Where somebody waits for it.
+    void advance(platform::Clock::Duration duration) const {
+        if (queue->drain()) clock->advance(*queue, duration);
     }
-    std::size_t pending() const {
-        const std::lock_guard lock(mutex_);
-        return actions_.size();
-    }
-
-private:
-    mutable std::mutex mutex_;
-    std::multimap<platform::Clock::Instant, std::function<void()>> actions_;
 };
 
 /// A server in memory. Any thread.

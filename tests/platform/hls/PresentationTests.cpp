@@ -31,17 +31,21 @@ std::string variantLine(const std::string& uri, int bandwidth, const std::string
 }  // namespace
 
 TEST_F(PresentationTest, GivesEverySampleOnceAndThenTheEnd) {
-    putList("https://h/", segments(4));
-    open("https://h/list.m3u8");
-    ASSERT_TRUE(ends()) << reason();
-    expectPictures(0, 8);
-    expectSound(0, 8);
-    EXPECT_EQ(output->log(), (std::vector<std::string>{
-                                 "tracks ps", "begin s 0", "format s audio/mpeg", "begin p 0",
-                                 "format p video/x-h264", "end p", "end s", "enough"}));
-    EXPECT_EQ(presentation->duration(), 8s);
-    EXPECT_EQ(server->asked().size(), 5u) << "nothing is asked for twice";
-    EXPECT_EQ(presentation->accessLog().back().numberOfMediaRequests, 4);
+    constexpr double wrap = 8589934592. / 90'000;  // of the container's clock
+    for (const double container : {100., wrap - 3}) {
+        const auto before = server->asked().size();
+        putList("https://h/", segments(4, container));
+        open("https://h/list.m3u8");
+        ASSERT_TRUE(ends()) << reason();
+        expectPictures(0, 8);
+        expectSound(0, 8);
+        EXPECT_EQ(output->log(), (std::vector<std::string>{
+                                     "tracks ps", "begin s 0", "format s audio/mpeg", "begin p 0",
+                                     "format p video/x-h264", "end p", "end s", "enough"}));
+        EXPECT_EQ(presentation->duration(), 8s);
+        EXPECT_EQ(server->asked().size(), before + 5) << "nothing is asked for twice";
+        EXPECT_EQ(presentation->accessLog().back().numberOfMediaRequests, 4);
+    }
 }
 
 TEST_F(PresentationTest, SeeksBeginAtThePictureBeforeTheTarget) {
@@ -120,7 +124,8 @@ TEST_F(PresentationTest, KeysOpenSegmentsAndMapsAndAreAskedForOnce) {
     answerKeys();
     const Data vector(16, 3);
     Data second(16, 0);
-    second[15] = 2;  // without a vector, the number of the segment
+    second[14] = 1;  // without a vector, the number of the segment
+    second[15] = 2;
     server->put("https://h/init", {.body = encrypted(streams::initialization(), key, vector)});
     for (std::uint8_t i = 0; i < 3; ++i) {
         server->put(
@@ -132,8 +137,9 @@ TEST_F(PresentationTest, KeysOpenSegmentsAndMapsAndAreAskedForOnce) {
         return "#EXT-X-KEY:METHOD=AES-128,URI=\"" + uri + "\"" + iv + "\n";
     };
     const auto list = [&](const std::string& uri) {
-        return "#EXTM3U\n" + tag(uri) + "#EXT-X-MAP:URI=\"init\"\n#EXTINF:2,\n0\n#EXTINF:2,\n1\n" +
-               tag(uri, "") + "#EXTINF:2,\n2\n#EXT-X-ENDLIST\n";
+        return "#EXTM3U\n#EXT-X-MEDIA-SEQUENCE:256\n" + tag(uri) +
+               "#EXT-X-MAP:URI=\"init\"\n#EXTINF:2,\n0\n#EXTINF:2,\n1\n" + tag(uri, "") +
+               "#EXTINF:2,\n2\n#EXT-X-ENDLIST\n";
     };
     server->put("https://h/key", {.body = key});
     for (const char* uri : {"skd://host/k?kid=1", "key", "data:;base64,BwcHBwcHBwcHBwcHBwcHBw=="}) {

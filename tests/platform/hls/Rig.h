@@ -2,6 +2,7 @@
 
 #include "platform/hls/Fixture.h"
 #include "platform/hls/Streams.h"
+#include "support/Journal.h"
 
 #include <korvel/platform/avfoundation/AVAssetResourceLoader.h>
 
@@ -70,18 +71,12 @@ public:
         const std::lock_guard lock(mutex_);
         return error_;
     }
-    std::vector<std::string> log() const {
-        const std::lock_guard lock(mutex_);
-        return log_;
-    }
+    std::vector<std::string> log() const { return journal_.lines(); }
     bool hasSaid(const std::string& line) const {
         const auto all = log();
         return std::find(all.begin(), all.end(), line) != all.end();
     }
-    void forgetLog() {
-        const std::lock_guard lock(mutex_);
-        log_.clear();
-    }
+    void forgetLog() { journal_.takeLines(); }
 
 private:
     static const char* name(Kind kind) { return kind == Kind::picture ? "p" : "s"; }
@@ -91,13 +86,12 @@ private:
     template <class... Parts> void say(const Parts&... parts) {
         std::ostringstream line;
         (line << ... << parts);
-        const std::lock_guard lock(mutex_);
-        log_.push_back(line.str());
+        journal_.add(line.str());
     }
 
     mutable std::mutex mutex_;
     std::array<Lane, 2> lanes_;
-    std::vector<std::string> log_;
+    Journal journal_;
     std::optional<platform::NSError> error_;
 };
 
@@ -124,7 +118,7 @@ protected:
         const auto limit = std::chrono::steady_clock::now() + 20s;
         while (!done()) {
             if (std::chrono::steady_clock::now() > limit) return false;
-            if (timers.pending() > 0 && lets) timers.advance(100ms);
+            if (lets) timers.advance(100ms);
             std::this_thread::sleep_for(100us);
         }
         return true;
