@@ -294,6 +294,6 @@ int main(int argc, char** argv) {
     const auto own = reporter.median("records");
     const auto other = reporter.median("nlohmann");
     const auto bare = reporter.median("bare_parse");
-    if (own && other) printFigure("decode_vs_nlohmann", *other / *own, 14, *other / *own >= 14);
-    if (own && bare) printFigure("decode_vs_bare_parse", *own / *bare, 3, *own / *bare <= 3);
+    if (own && other) printFigure("decode_vs_nlohmann", *other / *own, 18, *other / *own >= 18);
+    if (own && bare) printFigure("decode_vs_bare_parse", *own / *bare, 2.6, *own / *bare <= 2.6);
 }

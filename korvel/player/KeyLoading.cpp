@@ -101,6 +101,19 @@ struct KeyLoading::Exchange {
     URL keyServer;
     std::atomic<bool> delivered = false;
 
+    /// Nobody waits any more: what has not been sent is not sent.
+    bool isOver() const {
+        const std::lock_guard lock(mutex_);
+        return over_;
+    }
+    /// The key server has been asked; `task` may be null.
+    void began(std::shared_ptr<platform::URLSessionTask> task) {
+        {
+            const std::lock_guard lock(mutex_);
+            if (!over_) task_.swap(task);
+        }
+        if (task) task->cancel();
+    }
     /// What the key server reads: nothing in it is percent-encoded, "+" and "/" included.
     Data body() const {
         return platform::bytesOf("spc=" + platform::base64Encoded(platform::viewOf(spc)) +
@@ -123,11 +136,25 @@ struct KeyLoading::Exchange {
         delivered = true;
         waiting->wake();
     }
-    void wait() const {
+    /// A key server that is silent would keep a connection of the service until the time-out, for
+    /// each player that was closed before its answer.
+    void wait() {
         loadingRequest->observeCancel([room = waiting] { room->wake(); });
         waiting->wait(
             [this](bool closed) { return delivered || (closed && loadingRequest->isCancelled()); });
+        std::shared_ptr<platform::URLSessionTask> task;
+        {
+            const std::lock_guard lock(mutex_);
+            over_ = true;
+            task_.swap(task);
+        }
+        if (task && !delivered) task->cancel();
     }
+
+private:
+    mutable std::mutex mutex_;  ///< guards what follows
+    bool over_ = false;
+    std::shared_ptr<platform::URLSessionTask> task_;
 };
 
 KeyLoading::KeyLoading(const platform::Device& device, std::shared_ptr<KCSDKNetworkManager> manager,
@@ -210,11 +237,12 @@ void KeyLoading::requestToken(const std::shared_ptr<Exchange>& exchange) const {
 void KeyLoading::requestKey(const std::shared_ptr<Exchange>& exchange, const std::string& token,
                             const platform::Device& device,
                             const std::weak_ptr<PlayerPresence>& player) {
+    if (exchange->isOver()) return;
     note(player, &KeyProgress::requested, *device.clock);
     auto request = exchange->request(token);
     const auto id = platform::Diagnostics::newRequestId();
     if (device.diagnostics) device.diagnostics->requestStarted(id, request);
-    device.urlSession->dataTask(
+    auto task = device.urlSession->dataTask(
         std::move(request),
         [exchange, id, player, clock = device.clock, diagnostics = device.diagnostics,
          mainQueue = device.mainQueue](platform::Exchange answer) {
@@ -229,6 +257,7 @@ void KeyLoading::requestKey(const std::shared_ptr<Exchange>& exchange, const std
                 mainQueue->async([exchange, ckc = std::move(ckc)] { exchange->deliver(ckc); });
             });
         });
+    exchange->began(std::move(task));
 }
 
 }  // namespace korvel

@@ -1,5 +1,7 @@
 #include "playback/Fixture.h"
 
+#include <cstdlib>
+#include <filesystem>
 #include <set>
 
 namespace korvel::tests {
@@ -84,5 +86,35 @@ INSTANTIATE_TEST_SUITE_P(
                     BadKey{.name = "NeverAnswered", .answer = Answer{.hold = true}, .fails = false},
                     BadKey{.name = "Lost", .answer = Answer{.resetAfter = 0}, .fails = false}),
     [](const auto& each) { return std::string(each.param.name); });
+
+// KORVEL_KEYLESS_PLAYERS=1000 makes sure of it.
+TEST_F(PlaybackTest, PlayersWhoseKeyNeverComesLeaveNeitherThreadNorDescriptorBehind) {
+    service.script("/media/keys", "POST", {.hold = true}, 100'000);
+    // The service is in this process, too: a thread and a descriptor for each answer it holds.
+    const auto own = [&](const char* folder) {
+        const std::filesystem::directory_iterator entries(folder);
+        return std::distance(begin(entries), end(entries)) -
+               static_cast<std::ptrdiff_t>(service.counters().held);
+    };
+    const auto startAndClose = [&](int players) {
+        for (int player = 0; player < players; ++player) {
+            start("50102");
+            ASSERT_TRUE(until([&] { return !requests("/media/keys").empty(); }));
+            stop();
+            events = nullptr;
+            service.forgetRequests();
+        }
+    };
+    startAndClose(5);
+    const auto threads = own("/proc/self/task");
+    const auto descriptors = own("/proc/self/fd");
+    const char* wanted = std::getenv("KORVEL_KEYLESS_PLAYERS");
+    startAndClose(wanted ? std::atoi(wanted) : 100);
+    EXPECT_TRUE(until([&] {
+        return own("/proc/self/task") <= threads + 4 && own("/proc/self/fd") <= descriptors + 10;
+    })) << own("/proc/self/task")
+        << " threads after " << threads << ", " << own("/proc/self/fd") << " descriptors after "
+        << descriptors;
+}
 
 }  // namespace korvel::tests
