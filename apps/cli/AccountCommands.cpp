@@ -34,22 +34,17 @@ void addLogin(CLI::App& app, Command& chosen) {
     const auto user = std::make_shared<std::string>();
     auto* command = app.add_subcommand("login", "Log a user in, for this one run");
     command->add_option("USER", *user, "Name of the user")->required()->check(complaintIfEmpty);
-    command->callback([=, &chosen] {
-        chosen = [user](Host& host, Output& output) {
-            const LoggedIn result{.userName = host.logIn(*user)};
-            output.show(result,
-                        [&](PageWidth) { return "logged in as " + result.userName + "\n"; });
-        };
+    onCommand(command, chosen, [user](Host& host, Output& output) {
+        const LoggedIn result{.userName = host.logIn(*user)};
+        output.show(result, [&](PageWidth) { return "logged in as " + result.userName + "\n"; });
     });
 }
 
 void addConsent(CLI::App& app, Command& chosen) {
     auto* command = app.add_subcommand("consent", "Show the consent documents in force");
-    command->callback([&chosen] {
-        chosen = [](Host& host, Output& output) {
-            const auto list = host.value(host.client().consents());
-            output.show(list, [&](PageWidth page) { return asText(list, page); });
-        };
+    onCommand(command, chosen, [](Host& host, Output& output) {
+        const auto list = host.value(host.client().consents());
+        output.show(list, [&](PageWidth page) { return asText(list, page); });
     });
 }
 
@@ -57,13 +52,11 @@ void addAccept(CLI::App& app, Command& chosen) {
     const auto tag = std::make_shared<std::string>();
     auto* command = app.add_subcommand("accept", "Accept a consent document; needs a user");
     command->add_option("TAG", *tag, "Tag of the document")->required()->check(complaintIfEmpty);
-    command->callback([=, &chosen] {
-        chosen = [tag](Host& host, Output& output) {
-            const auto user = host.logIn();
-            host.value(host.client().acceptConsent(*tag));
-            output.show(Accepted{.consentTag = *tag},
-                        [&](PageWidth) { return user + " accepts " + *tag + "\n"; });
-        };
+    onCommand(command, chosen, [tag](Host& host, Output& output) {
+        const auto user = host.logIn();
+        host.value(host.client().acceptConsent(*tag));
+        output.show(Accepted{.consentTag = *tag},
+                    [&](PageWidth) { return user + " accepts " + *tag + "\n"; });
     });
 }
 
@@ -84,31 +77,26 @@ void addSubscribe(CLI::App& app, Command& chosen) {
             return moment(text) ? ""
                                 : "'" + text + "' is no date of the form YYYY-MM-DD[THH:MM:SS]";
         });
-    command->callback([=, &chosen] {
-        chosen = [arguments](Host& host, Output& output) {
-            const auto user = host.logIn();
-            const auto start = arguments->start ? moment(*arguments->start) : std::nullopt;
-            const auto request = std::make_shared<korvel::KCSDKUserSubscriptionRequest>(
-                start.value_or(std::chrono::system_clock::now()), arguments->id);
-            host.value(host.client().activateSubscription(*request));
-            output.show(request, [&](PageWidth) {
-                return user + " is subscribed to " + request->subscriptionId + " from " +
-                       request->start + "\n";
-            });
-        };
+    onCommand(command, chosen, [arguments](Host& host, Output& output) {
+        const auto user = host.logIn();
+        const auto start = arguments->start ? moment(*arguments->start) : std::nullopt;
+        const auto request = std::make_shared<korvel::KCSDKUserSubscriptionRequest>(
+            start.value_or(std::chrono::system_clock::now()), arguments->id);
+        host.value(host.client().activateSubscription(*request));
+        output.show(request, [&](PageWidth) {
+            return user + " is subscribed to " + request->subscriptionId + " from " +
+                   request->start + "\n";
+        });
     });
 }
 
 void addCancel(CLI::App& app, Command& chosen) {
     auto* command = app.add_subcommand("cancel", "End the subscription; needs a user");
-    command->callback([&chosen] {
-        chosen = [](Host& host, Output& output) {
-            const auto user = host.logIn();
-            host.value(host.client().cancelSubscription());
-            output.show(Cancelled{}, [&](PageWidth) {
-                return "the subscription of " + user + " is cancelled\n";
-            });
-        };
+    onCommand(command, chosen, [](Host& host, Output& output) {
+        const auto user = host.logIn();
+        host.value(host.client().cancelSubscription());
+        output.show(Cancelled{},
+                    [&](PageWidth) { return "the subscription of " + user + " is cancelled\n"; });
     });
 }
 

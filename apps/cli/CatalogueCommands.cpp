@@ -21,13 +21,11 @@ void addCollections(CLI::App& app, Command& chosen) {
     auto* command = app.add_subcommand("collections", "List the collections, or one with classes");
     command->add_option("ID", arguments->id, "Tag of the collection");
     command->add_option("--max", arguments->most, "So many at most; below 1: all");
-    command->callback([=, &chosen] {
-        chosen = [arguments](Host& host, Output& output) {
-            const auto list = host.value(host.client().collections(arguments->id, arguments->most));
-            output.show(list, [&](PageWidth page) {
-                return arguments->id ? withClasses(list, page) : overview(list, page);
-            });
-        };
+    onCommand(command, chosen, [arguments](Host& host, Output& output) {
+        const auto list = host.value(host.client().collections(arguments->id, arguments->most));
+        output.show(list, [&](PageWidth page) {
+            return arguments->id ? withClasses(list, page) : overview(list, page);
+        });
     });
 }
 
@@ -38,11 +36,9 @@ void addClasses(CLI::App& app, Command& chosen) {
     command->add_option("--page-size", asked->size, "Classes on a page")->capture_default_str();
     command->add_option("--sort", asked->sort, "Sort key; the service's usual is \"alpha\"");
     command->add_option("--order", asked->order, "\"asc\" or \"desc\"");
-    command->callback([=, &chosen] {
-        chosen = [asked](Host& host, Output& output) {
-            const auto response = host.value(host.client().classes(*asked));
-            output.show(response, [&](PageWidth width) { return asText(*response, width); });
-        };
+    onCommand(command, chosen, [asked](Host& host, Output& output) {
+        const auto response = host.value(host.client().classes(*asked));
+        output.show(response, [&](PageWidth width) { return asText(*response, width); });
     });
 }
 
@@ -50,24 +46,20 @@ void addClass(CLI::App& app, Command& chosen) {
     const auto tag = std::make_shared<std::string>();
     auto* command = app.add_subcommand("class", "Show a class");
     command->add_option("TAG", *tag, "Tag of the class")->required()->check(complaintIfEmpty);
-    command->callback([=, &chosen] {
-        chosen = [tag](Host& host, Output& output) {
-            const auto found =
-                host.value(host.client().classDetails(*tag), "there is no class '" + *tag + "'");
-            output.show(found, [&](PageWidth page) { return asText(*found, page); });
-        };
+    onCommand(command, chosen, [tag](Host& host, Output& output) {
+        const auto found =
+            host.value(host.client().classDetails(*tag), "there is no class '" + *tag + "'");
+        output.show(found, [&](PageWidth page) { return asText(*found, page); });
     });
 }
 
 void addMetadata(CLI::App& app, Command& chosen) {
     auto* command =
         app.add_subcommand("metadata", "Show what classes can be searched by; needs a user");
-    command->callback([&chosen] {
-        chosen = [](Host& host, Output& output) {
-            host.logIn();
-            const auto metadata = host.value(host.client().metaData());
-            output.show(metadata, [&](PageWidth page) { return asText(*metadata, page); });
-        };
+    onCommand(command, chosen, [](Host& host, Output& output) {
+        host.logIn();
+        const auto metadata = host.value(host.client().metaData());
+        output.show(metadata, [&](PageWidth page) { return asText(*metadata, page); });
     });
 }
 
@@ -88,11 +80,9 @@ void addSearch(CLI::App& app, Command& chosen) {
     command->add_option("--skip", filter->skip, "Matches to leave out before the page")
         ->capture_default_str();
     command->add_option("--take", filter->take, "Matches on the page")->capture_default_str();
-    command->callback([=, &chosen] {
-        chosen = [filter](Host& host, Output& output) {
-            const auto result = host.value(host.client().search(*filter));
-            output.show(result, [&](PageWidth page) { return asText(*result, page); });
-        };
+    onCommand(command, chosen, [filter](Host& host, Output& output) {
+        const auto result = host.value(host.client().search(*filter));
+        output.show(result, [&](PageWidth page) { return asText(*result, page); });
     });
 }
 

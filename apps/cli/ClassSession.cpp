@@ -13,7 +13,6 @@
 
 namespace cli {
 
-using korvel::Playback;
 using korvel::platform::AVPlayer;
 using korvel::platform::Clock;
 using korvel::platform::Device;

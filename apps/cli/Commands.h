@@ -3,6 +3,7 @@
 #include <CLI/App.hpp>
 #include <functional>
 #include <string>
+#include <utility>
 
 namespace cli {
 
@@ -19,6 +20,11 @@ void addCatalogueCommands(CLI::App& app, Command& chosen);
 void addAccountCommands(CLI::App& app, Command& chosen);
 /// Where the SDK has been built with a player. `options` gets the player, if that is chosen.
 void addPlayCommand(CLI::App& app, Command& chosen, Options& options);
+
+/// Has `action` chosen where `command` is asked for.
+inline void onCommand(CLI::App* command, Command& chosen, Command action) {
+    command->callback([&chosen, action = std::move(action)] { chosen = action; });
+}
 
 /// For arguments that must hold something.
 inline std::string complaintIfEmpty(const std::string& text) {

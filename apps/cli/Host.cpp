@@ -46,12 +46,16 @@ Host::Host(const Options& options, std::shared_ptr<Messages> messages, Interrupt
     }
     Device device;
     device.mainQueue = queue_;
-    device.console = std::make_shared<MessageConsole>(options.verbose ? messages_ : nullptr);
     if (options.verbose) device.diagnostics = std::make_shared<RequestLog>(messages_);
     korvel::platform::DeviceOptions parts;
     parts.applicationName = "korvel";
     parts.dataFolder = usableDataFolder(options);
     parts.certificateAuthorityFile = options.authorityFile;
+    // The SDK's own lines are messages, if somebody asked for them: standard output is the
+    // result's.
+    parts.console = [to = options.verbose ? messages_ : nullptr](auto line) {
+        if (to) to->line(line);
+    };
     if (!options.install(std::move(device), parts)) {
         throw Failure(ExitCode::failed, "the SDK was in use before this host");
     }

@@ -6,18 +6,11 @@
 
 namespace cli {
 
-namespace {
-sigset_t endings() {
-    sigset_t set;
-    sigemptyset(&set);
-    sigaddset(&set, SIGINT);
-    sigaddset(&set, SIGTERM);
-    return set;
-}
-}  // namespace
-
 Interruption::Interruption() {
-    const auto signals = endings();
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     std::thread([source = source_, signals]() mutable {
         int signal = 0;

@@ -44,11 +44,4 @@ void Messages::write(std::string_view text) {
     std::fflush(stderr);
 }
 
-MessageConsole::MessageConsole(std::shared_ptr<Messages> messages)
-    : messages_(std::move(messages)) {}
-
-void MessageConsole::print(std::string_view line) {
-    if (messages_) messages_->line(line);
-}
-
 }  // namespace cli

@@ -1,8 +1,5 @@
 #pragma once
 
-#include <korvel/platform/foundation/Console.h>
-
-#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -25,17 +22,6 @@ private:
     std::mutex mutex_;
     const bool terminal_;
     std::string progress_;
-};
-
-/// The SDK's own lines belong on standard error here, and only if somebody asked for them: standard
-/// output is the result's.
-class MessageConsole final : public korvel::platform::Console {
-public:
-    explicit MessageConsole(std::shared_ptr<Messages> messages);  ///< null: lines are dropped
-    void print(std::string_view line) override;
-
-private:
-    std::shared_ptr<Messages> messages_;
 };
 
 }  // namespace cli

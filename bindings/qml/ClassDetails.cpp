@@ -1,6 +1,5 @@
 #include <bindings/qml/ClassDetails.h>
 #include <bindings/qml/KorvelContent.h>
-#include <korvel/sdk/KCSDK.h>
 
 namespace korvel::qml {
 
@@ -21,14 +20,12 @@ void ClassDetails::setTag(const QString& tag) {
 }
 
 void ClassDetails::reload() {
-    using Record = std::shared_ptr<KCSDKOndemandClass>;
     request_.ask([this] {
-        KCSDK::getOndemandClassDetails(
-            tag_.toStdString(), request_.expect<Record>([this](const Record& record) {
-                if (!record) return request_.fail(tr("The service knows no such class."));
-                class_ = OndemandClass(record);
-                Q_EMIT ondemandClassChanged();
-            }));
+        const auto& client = KorvelContent::instance().client();
+        request_.expect(client.classDetails(tag_.toStdString()), [this](const auto& record) {
+            class_ = OndemandClass(record);
+            Q_EMIT ondemandClassChanged();
+        });
     });
 }
 

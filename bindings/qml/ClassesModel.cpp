@@ -1,6 +1,6 @@
 #include <bindings/qml/ClassesModel.h>
+#include <bindings/qml/KorvelContent.h>
 #include <korvel/model/KCSDKOndemandClassResponse.h>
-#include <korvel/sdk/KCSDK.h>
 
 namespace korvel::qml {
 
@@ -12,14 +12,13 @@ void ClassesModel::change(QString& member, const QString& value) {
 }
 
 void ClassesModel::askFor(int skip) {
-    using Page = std::shared_ptr<KCSDKOndemandClassResponse>;
-    KCSDK::getOndemandClasses(skip / pageSize() + 1, pageSize(), criterion(sort_),
-                              criterion(order_), request_.expect<Page>([this](const Page& page) {
-                                  if (!page) return request_.fail(tr("There are no classes."));
-                                  std::vector<OndemandClass> classes;
-                                  for (const auto& item : page->items) classes.emplace_back(item);
-                                  add(std::move(classes), page->totalItems);
-                              }));
+    const ClassesPage page{.page = skip / pageSize() + 1,
+                           .size = pageSize(),
+                           .sort = criterion(sort_),
+                           .order = criterion(order_)};
+    request_.expect(KorvelContent::instance().client().classes(page), [this](const auto& answer) {
+        add({answer->items.begin(), answer->items.end()}, answer->totalItems);
+    });
 }
 
 }  // namespace korvel::qml

@@ -2,7 +2,6 @@
 #include <bindings/qml/KorvelContent.h>
 #include <bindings/qml/OndemandClass.h>
 #include <korvel/model/KCSDKOndemandCollection.h>
-#include <korvel/sdk/KCSDK.h>
 
 #include <utility>
 
@@ -48,15 +47,15 @@ void CollectionsModel::changed() {
 }
 
 void CollectionsModel::reload() {
-    using List = std::optional<Collections>;
     request_.ask([this] {
-        KCSDK::getOndemandCollections(criterion(collectionId_), maxResults_,
-                                      request_.expect<List>([this](const List& list) {
-                                          beginResetModel();
-                                          collections_ = list.value_or(Collections());
-                                          endResetModel();
-                                          Q_EMIT countChanged();
-                                      }));
+        const auto& client = KorvelContent::instance().client();
+        request_.expect(client.collections(criterion(collectionId_), maxResults_),
+                        [this](const auto& list) {
+                            beginResetModel();
+                            collections_ = list;
+                            endResetModel();
+                            Q_EMIT countChanged();
+                        });
     });
 }
 

@@ -1,6 +1,6 @@
 #include <bindings/qml/KorvelContent.h>
-#include <bindings/qml/RequestWatch.h>
 #include <bindings/qml/Text.h>
+#include <korvel/client/Playback.h>
 #include <korvel/model/KCSDKUserSubscriptionRequest.h>
 #include <korvel/platform/Device.h>
 #include <korvel/platform/backends/gstreamer/MediaEngineGStreamer.h>
@@ -13,8 +13,8 @@
 #include <QLoggingCategory>
 #include <QSslCertificate>
 #include <QSslConfiguration>
+#include <algorithm>
 #include <chrono>
-#include <thread>
 #include <utility>
 
 namespace korvel::qml {
@@ -57,11 +57,7 @@ void trustForPictures(const QString& authorityFile) {
 
 }  // namespace
 
-KorvelContent::KorvelContent() {
-    connect(&loginRequest_, &ServiceRequest::answered, this,
-            [this] { setLoggedIn(true, userName_); });
-}
-
+KorvelContent::KorvelContent() = default;
 KorvelContent::~KorvelContent() = default;
 
 KorvelContent& KorvelContent::instance() {
@@ -83,6 +79,7 @@ bool KorvelContent::configure(const QVariantMap& settings) {
         setting(settings, "baseURL"), setting(settings, "secretKey"), setting(settings, "apiKey"),
         setting(settings, "tenantId"), setting(settings, "localyticsKey"));
     KCSDK::initialize(config_);
+    makeClient();
     setLoggedIn(false, {});
     Q_EMIT configuredChanged();
     return true;
@@ -92,7 +89,6 @@ bool KorvelContent::installDevice(const QVariantMap& settings) {
     Device device;
     device.clock = std::make_shared<platform::SystemClock>();
     device.mainQueue = platform::make<MainQueue>(device.clock, MainQueue::Driver::manual);
-    device.diagnostics = watch_ = std::make_shared<RequestWatch>(device.mainQueue);
     platform::DeviceOptions options;
     if (settings.value(QStringLiteral("quiet")).toBool()) options.console = [](std::string_view) {};
     options.applicationName = setting(settings, "applicationName");
@@ -123,17 +119,27 @@ bool KorvelContent::installDevice(const QVariantMap& settings) {
     return true;
 }
 
-void KorvelContent::playerClosed() { watch_->expectRecord(); }
+void KorvelContent::makeClient() {
+    client_ = std::make_unique<ContentClient>(
+        ClientOptions{.deadline = std::chrono::milliseconds(answerTimeout_)});
+}
+
+namespace {
+bool isRecorded(const std::shared_ptr<Playback>& playback) {
+    return playback->status().recorded.has_value();
+}
+}  // namespace
+
+void KorvelContent::playerClosed(std::shared_ptr<Playback> playback) {
+    std::erase_if(closed_, isRecorded);
+    closed_.push_back(std::move(playback));
+}
 
 /// The event loop has ended: what the closing needs of it is done here.
 void KorvelContent::end() {
     Q_EMIT ending();
-    const auto latest = std::chrono::steady_clock::now() + longestEnding;
-    while (true) {
-        Device::current().mainQueue->drain();
-        if (watch_->allRecordsAreOut() || std::chrono::steady_clock::now() > latest) return;
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
+    Device::current().mainQueue->runUntil(
+        [this] { return std::all_of(closed_.begin(), closed_.end(), isRecorded); }, longestEnding);
 }
 
 platform::ScreenHostQtQuick& KorvelContent::screenOn(QQuickWindow& window) {
@@ -146,7 +152,9 @@ int KorvelContent::deviceOrientation() const { return screen_ ? screen_->orienta
 QString KorvelContent::baseURL() const { return config_ ? text(config_->baseURL) : QString(); }
 
 void KorvelContent::setAnswerTimeout(int milliseconds) {
-    if (std::exchange(answerTimeout_, milliseconds) != milliseconds) Q_EMIT answerTimeoutChanged();
+    if (std::exchange(answerTimeout_, milliseconds) == milliseconds) return;
+    if (configured()) makeClient();
+    Q_EMIT answerTimeoutChanged();
 }
 
 void KorvelContent::setLoggedIn(bool loggedIn, const QString& userName) {
@@ -164,8 +172,8 @@ void KorvelContent::setLoggedIn(bool loggedIn, const QString& userName) {
 void KorvelContent::login(const QString& userName) {
     setLoggedIn(false, userName);
     loginRequest_.ask([this, userName] {
-        watch_->expectLogin();
-        KCSDK::startSession(userName.toStdString(), loginRequest_.expect<>([] {}));
+        loginRequest_.expect(client().logIn(userName.toStdString()),
+                             [this](const auto&) { setLoggedIn(true, userName_); });
     });
 }
 
@@ -176,25 +184,24 @@ void KorvelContent::logout() {
 }
 
 void KorvelContent::loadConsents() {
-    using List = std::optional<std::vector<std::shared_ptr<KCSDKConsent>>>;
     consentRequest_.ask([this] {
-        KCSDK::getConsent(consentRequest_.expect<List>([this](const List& list) {
+        consentRequest_.expect(client().consents(), [this](const auto& list) {
             consents_.clear();
-            for (const auto& each : list.value_or(List::value_type())) {
-                consents_.append(QVariant::fromValue(Consent(each)));
-            }
+            for (const auto& each : list) consents_.append(QVariant::fromValue(Consent(each)));
             Q_EMIT consentsChanged();
-        }));
+        });
     });
 }
 
 void KorvelContent::acceptConsent(const QString& consentTag) {
     consentRequest_.ask([this, consentTag] {
-        KCSDK::acceptConsent(consentTag.toStdString(), consentRequest_.expect<>([this, consentTag] {
-            if (!acceptedConsents_.contains(consentTag)) acceptedConsents_.append(consentTag);
-            Q_EMIT acceptedConsentsChanged();
-            Q_EMIT consentAccepted(consentTag);
-        }));
+        consentRequest_.expect(client().acceptConsent(consentTag.toStdString()),
+                               [this, consentTag](Done) {
+                                   if (!acceptedConsents_.contains(consentTag))
+                                       acceptedConsents_.append(consentTag);
+                                   Q_EMIT acceptedConsentsChanged();
+                                   Q_EMIT consentAccepted(consentTag);
+                               });
     });
 }
 
@@ -203,16 +210,17 @@ void KorvelContent::activateSubscription(const QString& subscriptionId, const QD
     const std::chrono::system_clock::time_point date{
         std::chrono::milliseconds(from.toMSecsSinceEpoch())};
     subscriptionRequest_.ask([this, subscriptionId, date] {
-        KCSDK::activateSubscription(
-            std::make_shared<KCSDKUserSubscriptionRequest>(date, subscriptionId.toStdString()),
-            subscriptionRequest_.expect<>(
-                [this, subscriptionId] { setSubscriptionId(subscriptionId); }));
+        const KCSDKUserSubscriptionRequest subscription(date, subscriptionId.toStdString());
+        subscriptionRequest_.expect(
+            client().activateSubscription(subscription),
+            [this, subscriptionId](Done) { setSubscriptionId(subscriptionId); });
     });
 }
 
 void KorvelContent::cancelSubscription() {
     subscriptionRequest_.ask([this] {
-        KCSDK::cancelSubscription(subscriptionRequest_.expect<>([this] { setSubscriptionId({}); }));
+        subscriptionRequest_.expect(client().cancelSubscription(),
+                                    [this](Done) { setSubscriptionId({}); });
     });
 }
 

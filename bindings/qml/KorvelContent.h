@@ -10,18 +10,18 @@
 #include <QQuickWindow>
 #include <QVariantMap>
 #include <memory>
+#include <vector>
 
 namespace korvel {
 
 class KCSDKConfig;
+class Playback;
 
 namespace platform {
 class ScreenHostQtQuick;
 }
 
 namespace qml {
-
-class RequestWatch;
 
 /// The SDK's door for QML: configure it once, log a user in, then let the models and `PlayerItem`
 /// do the rest. GUI thread, as everything in this module.
@@ -37,7 +37,7 @@ class KorvelContent : public QObject {
     Q_PROPERTY(bool loggedIn READ loggedIn NOTIFY loggedInChanged)
     /// Who is logged in, or was asked to; empty: nobody.
     Q_PROPERTY(QString userName READ userName NOTIFY loggedInChanged)
-    /// Milliseconds after which silence counts as a failure (15000).
+    /// Milliseconds after which a question ends unanswered (15000).
     Q_PROPERTY(
         int answerTimeout READ answerTimeout WRITE setAnswerTimeout NOTIFY answerTimeoutChanged)
     /// How the log-in stands.
@@ -96,8 +96,10 @@ public:
 
     /// The screen's mirror, attached to `window`: the first that plays shows full screen, too.
     platform::ScreenHostQtQuick& screenOn(QQuickWindow& window);
-    /// A player has closed: before the application quits, its record goes out.
-    void playerClosed();
+    /// Asks the service; only once configured.
+    const ContentClient& client() const { return *client_; }
+    /// That player has closed: before the application quits, its record goes out.
+    void playerClosed(std::shared_ptr<Playback> playback);
 
 Q_SIGNALS:
     void ending();  ///< for the players, which close now
@@ -113,12 +115,14 @@ Q_SIGNALS:
 private:
     KorvelContent();
     bool installDevice(const QVariantMap& settings);
+    void makeClient();
     void end();
     void setLoggedIn(bool loggedIn, const QString& userName);
     void setSubscriptionId(const QString& subscriptionId);
 
     std::shared_ptr<KCSDKConfig> config_;
-    std::shared_ptr<RequestWatch> watch_;
+    std::unique_ptr<ContentClient> client_;
+    std::vector<std::shared_ptr<Playback>> closed_;  ///< their records are on their way
     std::unique_ptr<platform::ScreenHostQtQuick> screen_;
     QPointer<QQuickWindow> window_;
     bool loggedIn_ = false;

@@ -1,7 +1,6 @@
 #include <bindings/qml/KorvelContent.h>
 #include <bindings/qml/MetaData.h>
 #include <bindings/qml/Text.h>
-#include <korvel/sdk/KCSDK.h>
 
 #include <QVariantMap>
 
@@ -30,12 +29,11 @@ void MetaData::componentComplete() {
 }
 
 void MetaData::reload() {
-    using Record = std::shared_ptr<KCSDKOndemandMetaData>;
     request_.ask([this] {
-        KCSDK::getOndemandMetaData(request_.expect<Record>([this](const Record& record) {
+        request_.expect(KorvelContent::instance().client().metaData(), [this](const auto& record) {
             record_ = record;
             Q_EMIT changed();
-        }));
+        });
     });
 }
 

@@ -10,7 +10,6 @@
 #include <korvel/player/KCSDKPlayerViewController.h>
 #include <korvel/presentation/KCSDKPlayerEvents.h>
 #include <korvel/presentation/KCSDKVideoViewBuilder.h>
-#include <korvel/sdk/KCSDK.h>
 
 #include <QQuickWindow>
 #include <cmath>
@@ -37,7 +36,12 @@ platform::AVLayerVideoGravity gravityOf(PlayerItem::FillMode mode) {
 }  // namespace
 
 PlayerItem::PlayerItem(QQuickItem* parent) : QQuickItem(parent) {
-    connect(&request_, &ServiceRequest::failed, this, &PlayerItem::failed);
+    connect(&request_, &ServiceRequest::failed, this, [this](const QString& text, int status) {
+        const QPointer self(this);
+        const Consent consent(request_.consent());
+        Q_EMIT failed(text, status);
+        if (self && status == consentRequiredStatus) Q_EMIT consentRequired(consent);
+    });
     connect(&KorvelContent::instance(), &KorvelContent::ending, this, &PlayerItem::stop);
 }
 
@@ -70,9 +74,9 @@ void PlayerItem::setFillMode(FillMode mode) {
 
 bool PlayerItem::tell(Signal signal) {
     const QPointer self(this);
-    const auto* const told = events_.get();
+    const auto* const told = playback_.get();
     Q_EMIT(this->*signal)();
-    return self && events_.get() == told;
+    return self && playback_.get() == told;
 }
 
 bool PlayerItem::set(bool& member, bool value, Signal signal) {
@@ -96,34 +100,36 @@ void PlayerItem::send() {
     auto& screen = KorvelContent::instance().screenOn(*window());
     if (listener_) listener_->leave();
     listener_ = std::make_shared<PlayerListener>(*this);
-    const auto builder = KCSDKVideoViewBuilder::create(class_.record());
-    look_.apply(*builder);
-    builder->setAutoPlay(autoPlay_);
-    builder->setEventReceiver(listener_);
-    builder->startVideoIn(
-        startFullScreen_ ? nullptr : screen.view(this), overlay_ ? screen.view(overlay_) : nullptr,
-        [self = QPointer(this), mine = listener_](auto events, auto error) {
-            if (!self || self->listener_ != mine) {
-                if (events) events->stopVideo();  // nobody waits for it any more
-                return;
-            }
-            std::shared_ptr<KCSDKConsent> consent;
-            if (error) {
-                consent = std::dynamic_pointer_cast<KCSDKConsent>(error->object("consent"));
-            }
-            self->request_.settle(error, [&] { self->adopt(std::move(events)); });
-            if (self && error && error->code == consentRequiredStatus) {
-                Q_EMIT self->consentRequired(Consent(consent));
-            }
+    PlayOptions options;
+    if (!startFullScreen_) options.in = screen.view(this);
+    if (overlay_) options.overlay = screen.view(overlay_);
+    options.look = [self = QPointer(this)](KCSDKVideoViewBuilder& builder) {
+        if (!self) return;
+        self->look_.apply(builder);
+        builder.setAutoPlay(self->autoPlay_);
+    };
+    options.listener = listener_;
+    using Started = std::shared_ptr<Playback>;
+    request_.expect(
+        KorvelContent::instance().client().play(class_.record(), std::move(options)),
+        [this](const Started& playback) { adopt(playback); },
+        [](const Started& playback) {
+            playback->stop();
+            KorvelContent::instance().playerClosed(playback);
         });
 }
 
-void PlayerItem::adopt(Events events) {
-    if (!events) return request_.fail(tr("The service knows no such class."));
-    events_ = std::move(events);
+void PlayerItem::adopt(std::shared_ptr<Playback> playback) {
+    if (const auto failure = playback->status().failure) {
+        KorvelContent::instance().playerClosed(playback);
+        return request_.fail(*failure);
+    }
+    playback_ = std::move(playback);
+    playback_->observe([self = QPointer(this), told = playback_.get()](const auto& status) {
+        if (self && self->playback_.get() == told) self->follow(status);
+    });
     if (view()) view()->playerLayer()->setVideoGravity(gravityOf(fillMode_));
-    watchStream();
-    const bool remains = set(fullScreen_, !events_->parentView, &PlayerItem::fullScreenChanged) &&
+    const bool remains = set(fullScreen_, !events()->parentView, &PlayerItem::fullScreenChanged) &&
                          set(playing_, autoPlay_, &PlayerItem::playingChanged) &&
                          set(buffering_, true, &PlayerItem::bufferingChanged) &&
                          setTime(position_, 0, &PlayerItem::positionChanged) &&
@@ -132,19 +138,24 @@ void PlayerItem::adopt(Events events) {
     if (remains) Q_EMIT started();
 }
 
-void PlayerItem::watchStream() {
-    const auto player = view() ? view()->player() : nullptr;
-    if (const auto stream = player ? player->currentItem() : nullptr) {
-        stream->addObserver(listener_, "status");
+void PlayerItem::follow(const Playback::Status& status) {
+    if (status.failure) {
+        const auto why = ServiceRequest::wording(*status.failure);
+        const bool remains = set(playing_, false, &PlayerItem::playingChanged) &&
+                             set(buffering_, false, &PlayerItem::bufferingChanged);
+        if (remains) Q_EMIT streamFailed(why);
+    } else if (status.state == Playback::State::ended) {
+        exit(static_cast<int>(status.performedSeconds));  // its view went, and nobody was told
     }
 }
 
 void PlayerItem::exit(int seconds) {
+    if (!playback_) return;
     performedSeconds_ = seconds;
     if (returning_) return Q_EMIT exited(seconds);
     const QPointer self(this);
     listener_->leave();
-    events_ = nullptr;
+    KorvelContent::instance().playerClosed(std::exchange(playback_, nullptr));
     const bool remains = set(playing_, false, &PlayerItem::playingChanged) &&
                          set(buffering_, false, &PlayerItem::bufferingChanged) &&
                          set(fullScreen_, false, &PlayerItem::fullScreenChanged) &&
@@ -154,8 +165,12 @@ void PlayerItem::exit(int seconds) {
     if (self) Q_EMIT closed();
 }
 
+std::shared_ptr<KCSDKPlayerEvents> PlayerItem::events() const {
+    return playback_ ? playback_->events() : nullptr;
+}
+
 std::shared_ptr<KCSDKPlayerView> PlayerItem::view() const {
-    return events_ ? events_->playerVC->viewVideo : nullptr;
+    return playback_ ? playback_->events()->playerVC->viewVideo : nullptr;
 }
 
 std::shared_ptr<KCSDKPlayerOverlay> PlayerItem::controls() const {
@@ -169,7 +184,7 @@ float PlayerItem::rate() const {
 }
 
 void PlayerItem::toggle() {
-    if (const auto events = events_) events->playVideo();
+    if (const auto remote = events()) remote->playVideo();
 }
 void PlayerItem::play() {
     if (rate() == 0) toggle();
@@ -178,35 +193,32 @@ void PlayerItem::pause() {
     if (rate() != 0) toggle();
 }
 void PlayerItem::seek(qreal seconds) {
-    if (events_) events_->seekTo(static_cast<float>(seconds));
+    if (const auto remote = events()) remote->seekTo(static_cast<float>(seconds));
 }
 
 void PlayerItem::stop() {
-    request_.forget();
-    if (const auto events = events_) {
+    request_.forget();  // what is on its way starts nothing
+    if (const auto remote = events()) {
         returning_ = false;  // from here on it is the end that is told
-        events->stopVideo();
-    } else if (listener_) {
-        listener_->leave();  // an answer on its way starts nothing
-        listener_ = nullptr;
+        remote->stopVideo();
     }
 }
 
 void PlayerItem::enterFullScreen() {
-    if (!events_ || fullScreen_) return;
+    const auto remote = events();
+    if (!remote || fullScreen_) return;
     const QPointer self(this);
-    const auto events = events_;
-    events->enterFullScreen();
-    if (self && events_ == events) set(fullScreen_, true, &PlayerItem::fullScreenChanged);
+    remote->enterFullScreen();
+    if (self && events() == remote) set(fullScreen_, true, &PlayerItem::fullScreenChanged);
 }
 
 void PlayerItem::exitFullScreen() {
-    if (!events_ || !fullScreen_) return;
-    if (!events_->parentView) return stop();
+    const auto remote = events();
+    if (!remote || !fullScreen_) return;
+    if (!remote->parentView) return stop();
     const QPointer self(this);
-    const auto events = events_;
     returning_ = true;
-    events->exitFullScreen();
+    remote->exitFullScreen();
     if (!self) return;
     returning_ = false;
     set(fullScreen_, false, &PlayerItem::fullScreenChanged);
@@ -214,11 +226,11 @@ void PlayerItem::exitFullScreen() {
 
 void PlayerItem::showOverlay() {
     const auto overlay = controls();
-    if (overlay && !overlay->controlsShown()) events_->showOverlayView();
+    if (overlay && !overlay->controlsShown()) events()->showOverlayView();
 }
 void PlayerItem::hideOverlay() {
     const auto overlay = controls();
-    if (overlay && overlay->controlsShown()) events_->hideOverlayView();
+    if (overlay && overlay->controlsShown()) events()->hideOverlayView();
 }
 
 }  // namespace korvel::qml

@@ -4,6 +4,7 @@
 #include <bindings/qml/OndemandClass.h>
 #include <bindings/qml/PlayerLook.h>
 #include <bindings/qml/ServiceRequest.h>
+#include <korvel/client/Playback.h>
 
 #include <QPointer>
 #include <QQuickItem>
@@ -93,7 +94,7 @@ public:
     void setFillMode(FillMode mode);
     PlayerLook* look() { return &look_; }
     ServiceRequest* request() { return &request_; }
-    bool active() const { return events_ != nullptr; }
+    bool active() const { return playback_ != nullptr; }
     bool playing() const { return playing_; }
     bool buffering() const { return buffering_; }
     bool fullScreen() const { return fullScreen_; }
@@ -109,7 +110,8 @@ Q_SIGNALS:
     /// It did not start: no connection, a refusal, no such class. `request` has it, too. Told, with
     /// the status 601, before `consentRequired` as well.
     void failed(const QString& errorText, int errorStatus);
-    /// The stream cannot be played. The player stays until it is closed.
+    /// The stream cannot be played, or has brought nothing for half a minute; its content key for
+    /// a quarter. The player closes.
     void streamFailed(const QString& errorText);
     /// The user or a command flipped between playing and paused; the automatic start tells nothing.
     void statusChanged(bool playing);
@@ -137,17 +139,16 @@ protected:
 
 private:
     friend PlayerListener;
-    using Events = std::shared_ptr<KCSDKPlayerEvents>;
-
     void send();
-    void adopt(Events events);
-    void watchStream();
+    void adopt(std::shared_ptr<Playback> playback);
+    void follow(const Playback::Status& status);
     void exit(int seconds);
     // False if a handler of the signal has ended the player, or this item.
     using Signal = void (PlayerItem::*)();
     bool tell(Signal signal);
     bool set(bool& member, bool value, Signal signal);
     bool setTime(qreal& member, qreal seconds, Signal signal);
+    std::shared_ptr<KCSDKPlayerEvents> events() const;
     std::shared_ptr<KCSDKPlayerView> view() const;
     /// The SDK's controls; null over an overlay of the host's own.
     std::shared_ptr<KCSDKPlayerOverlay> controls() const;
@@ -158,7 +159,7 @@ private:
     QPointer<QQuickItem> overlay_;
     PlayerLook look_;
     ServiceRequest request_;
-    Events events_;
+    std::shared_ptr<Playback> playback_;
     std::shared_ptr<PlayerListener> listener_;
     bool startFullScreen_ = false;
     bool autoPlay_ = true;

@@ -1,7 +1,5 @@
-#include <bindings/qml/KorvelContent.h>
 #include <bindings/qml/PlayerItem.h>
 #include <bindings/qml/PlayerListener.h>
-#include <korvel/platform/avfoundation/AVPlayerItem.h>
 
 namespace korvel::qml {
 
@@ -13,7 +11,6 @@ void PlayerListener::playerStatusWithStatus(std::int64_t status) {
 }
 
 void PlayerListener::playerExitWithDuration(std::int64_t duration) {
-    if (!item_ || !item_->returning_) KorvelContent::instance().playerClosed();
     if (item_) item_->exit(static_cast<int>(duration));
 }
 
@@ -33,15 +30,6 @@ void PlayerListener::playbackBufferEmpty() {
 void PlayerListener::playbackLikelyToKeepUp() {
     if (item_) item_->set(item_->buffering_, false, &PlayerItem::bufferingChanged);
     if (item_) Q_EMIT item_->likelyToKeepUp();
-}
-
-void PlayerListener::observeValueForKeyPath(const std::string&, platform::Object& object,
-                                            const platform::KeyValueChange&) {
-    const auto* stream = dynamic_cast<platform::AVPlayerItem*>(&object);
-    if (!stream || stream->status() != platform::AVPlayerItem::Status::failed) return;
-    if (item_) item_->set(item_->playing_, false, &PlayerItem::playingChanged);
-    if (item_) item_->set(item_->buffering_, false, &PlayerItem::bufferingChanged);
-    if (item_) Q_EMIT item_->streamFailed(PlayerItem::tr("The stream cannot be played."));
 }
 
 }  // namespace korvel::qml

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <korvel/platform/foundation/KeyValueObserving.h>
 #include <korvel/player/KCSDKPlayerEventsListner.h>
 
 namespace korvel::qml {
@@ -8,7 +7,7 @@ namespace korvel::qml {
 class PlayerItem;
 
 /// Hands one player's events to its item. GUI thread.
-class PlayerListener final : public KCSDKPlayerEventsListner, public platform::KeyValueObserver {
+class PlayerListener final : public KCSDKPlayerEventsListner {
 public:
     explicit PlayerListener(PlayerItem& item) : item_(&item) {}
     /// Nothing more is handed on.
@@ -20,8 +19,6 @@ public:
     void totalVideoDurationWithTotalDuration(float seconds) override;
     void playbackBufferEmpty() override;
     void playbackLikelyToKeepUp() override;
-    void observeValueForKeyPath(const std::string& keyPath, platform::Object& object,
-                                const platform::KeyValueChange& change) override;
 
 private:
     PlayerItem* item_;

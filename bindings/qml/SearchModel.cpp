@@ -1,7 +1,7 @@
+#include <bindings/qml/KorvelContent.h>
 #include <bindings/qml/SearchModel.h>
 #include <korvel/model/KCSDKOndemandFilterRequest.h>
 #include <korvel/model/KCSDKOndemandSearchResult.h>
-#include <korvel/sdk/KCSDK.h>
 
 #include <QMetaObject>
 #include <utility>
@@ -22,30 +22,25 @@ void SearchModel::search() {
 }
 
 void SearchModel::askFor(int skip) {
-    const auto filter = std::make_shared<KCSDKOndemandFilterRequest>();
-    filter->keywords = criterion(keywords_);
-    filter->query = criterion(query_);
-    filter->type = criterion(type_);
-    filter->classLanguage = criterion(classLanguage_);
-    filter->provider = criterion(provider_);
-    filter->equipment = criterion(equipment_);
-    filter->duration = criterion(duration_);
-    filter->intensity = criterion(intensity_);
-    filter->level = criterion(level_);
-    filter->sort = criterion(sort_);
-    filter->dir = criterion(dir_);
-    filter->skip = skip;
-    filter->take = pageSize();
-    using Result = std::shared_ptr<KCSDKOndemandSearchResult>;
-    KCSDK::getOndemandClassesForCriteria(filter,
-                                         request_.expect<Result>([this](const Result& result) {
-                                             if (!result)
-                                                 return request_.fail(tr("There is no result."));
-                                             std::vector<OndemandClass> classes;
-                                             for (const auto& item : result->items)
-                                                 classes.emplace_back(item->virtualClass);
-                                             add(std::move(classes), result->total);
-                                         }));
+    KCSDKOndemandFilterRequest filter;
+    filter.keywords = criterion(keywords_);
+    filter.query = criterion(query_);
+    filter.type = criterion(type_);
+    filter.classLanguage = criterion(classLanguage_);
+    filter.provider = criterion(provider_);
+    filter.equipment = criterion(equipment_);
+    filter.duration = criterion(duration_);
+    filter.intensity = criterion(intensity_);
+    filter.level = criterion(level_);
+    filter.sort = criterion(sort_);
+    filter.dir = criterion(dir_);
+    filter.skip = skip;
+    filter.take = pageSize();
+    request_.expect(KorvelContent::instance().client().search(filter), [this](const auto& result) {
+        std::vector<OndemandClass> classes;
+        for (const auto& item : result->items) classes.emplace_back(item->virtualClass);
+        add(std::move(classes), result->total);
+    });
 }
 
 }  // namespace korvel::qml

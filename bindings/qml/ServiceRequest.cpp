@@ -1,39 +1,84 @@
 #include <bindings/qml/KorvelContent.h>
-#include <bindings/qml/Reasons.h>
-#include <bindings/qml/RequestWatch.h>
 #include <bindings/qml/ServiceRequest.h>
-#include <korvel/platform/Device.h>
+#include <bindings/qml/Text.h>
+
+#include <QJsonDocument>
+#include <QJsonObject>
 
 namespace korvel::qml {
 
-ServiceRequest::ServiceRequest(QObject* parent) : QObject(parent) {
-    limit_.setSingleShot(true);
-    connect(&limit_, &QTimer::timeout, this, [this] { fail(reasonOfSilence(limit_.interval())); });
+namespace {
+
+/// Services word their refusals as an object with a message, proxies between as they like.
+QString messageIn(const QString& body) {
+    constexpr qsizetype longest = 300;
+    const auto object = QJsonDocument::fromJson(body.toUtf8()).object();
+    const auto message = object.value(QLatin1String("message"));
+    return (message.isString() ? message.toString() : body.simplified()).left(longest);
+}
+
+bool isRefusal(const Failure& failure) {
+    constexpr int ok = 200;
+    constexpr int created = 201;
+    return failure.status != 0 && failure.status != ok && failure.status != created;
+}
+
+}  // namespace
+
+QString ServiceRequest::wording(const Failure& failure) {
+    using enum Failure::Reason;
+    if (isRefusal(failure)) {
+        const auto said = messageIn(text(failure.message));
+        return tr("The service answered %1").arg(failure.status) +
+               (said.isEmpty() ? QStringLiteral(".") : QStringLiteral(": ") + said);
+    }
+    constexpr double second = 1000;
+    const auto place = failure.member.empty() ? failure.record : failure.member;
+    switch (failure.reason) {
+        case unusableBaseURL:
+            return tr("The service's address is no absolute one.");
+        case untrusted:
+            return tr("No trusted connection to the service came about.");
+        case timedOut:
+            return tr("The service did not answer within %1 s.")
+                .arg(KorvelContent::instance().answerTimeout() / second);
+        case notFound:
+            return tr("The service knows no such class.");
+        case notUnderstood:
+            return tr("The service's answer is not understood (%1).")
+                .arg(text(place + ": " + failure.detail));
+        case unreachable:
+        case noAnswer:
+            return tr("The service cannot be reached, or the connection was lost.");
+        case keyUnanswered:
+            return tr("The content key does not come.");
+        case stalled:
+            return tr("Nothing comes of the stream any more.");
+        default:
+            return tr("The stream cannot be played.");
+    }
 }
 
 ServiceRequest::~ServiceRequest() { forget(); }
 
 void ServiceRequest::forget() {
-    if (ticket_) ticket_->asker = nullptr;
-    ticket_.reset();
-    limit_.stop();
+    stop_.request_stop();
     if (state_ == State::busy) state_ = State::idle;
 }
 
 void ServiceRequest::ask(std::function<void()> send) {
     forget();
+    stop_ = {};
     send_ = std::move(send);
     state_ = State::busy;
     errorText_.clear();
     errorStatus_ = 0;
-    ticket_ = std::make_shared<Ticket>(Ticket{.asker = this, .undecodable = {}, .refusal = {}});
+    consent_ = nullptr;
     Q_EMIT changed();
-    const auto& content = KorvelContent::instance();
-    if (!content.configured()) return fail(tr("KorvelContent is not configured yet"));
-    queue_ = platform::Device::current().mainQueue;
-    limit_.start(content.answerTimeout());
-    const RequestWatch::Asking asking(ticket_);
-    const auto question = send_;  // an answer at once may ask the next one
+    if (!KorvelContent::instance().configured()) {
+        return fail(tr("KorvelContent is not configured yet"));
+    }
+    const auto question = send_;  // it may ask the next one
     question();
 }
 
@@ -41,35 +86,27 @@ void ServiceRequest::retry() {
     if (send_ && !busy()) ask(send_);
 }
 
-void ServiceRequest::settle(const std::optional<NSError>& error,
-                            const std::function<void()>& take) {
-    if (error) return fail(reason(*error), statusOf(*error));
-    if (!ticket_->undecodable.isEmpty() && ticket_->refusal) {
-        return fail(reason(*ticket_->refusal), statusOf(*ticket_->refusal));
-    }
-    if (!ticket_->undecodable.isEmpty()) return fail(reasonUndecodable(ticket_->undecodable));
-    state_ = State::busy;
-    const auto ticket = ticket_;
+void ServiceRequest::settle(const Failure* failure, const std::function<void()>& take) {
+    if (failure) return fail(*failure);
+    const auto token = stop_.get_token();
     take();
-    if (ticket == ticket_ && state_ == State::busy) succeed();
+    if (token.stop_requested() || state_ != State::busy) return;
+    state_ = State::succeeded;
+    Q_EMIT changed();
+    Q_EMIT answered();
+}
+
+void ServiceRequest::fail(const Failure& failure) {
+    consent_ = failure.consent;
+    fail(wording(failure), isRefusal(failure) ? failure.status : 0);
 }
 
 void ServiceRequest::fail(const QString& text, int status) {
-    limit_.stop();
     state_ = State::failed;
     errorText_ = text;
     errorStatus_ = status;
     Q_EMIT changed();
     Q_EMIT failed(text, status);
-}
-
-void ServiceRequest::succeed() {
-    limit_.stop();
-    state_ = State::succeeded;
-    errorText_.clear();
-    errorStatus_ = 0;
-    Q_EMIT changed();
-    Q_EMIT answered();
 }
 
 }  // namespace korvel::qml

@@ -1,32 +1,22 @@
 #pragma once
 
-#include <korvel/platform/foundation/MainQueue.h>
-#include <korvel/platform/foundation/NSError.h>
+#include <korvel/client/ContentClient.h>
+#include <korvel/platform/Device.h>
 
 #include <QtQml/qqmlregistration.h>
 #include <QObject>
 #include <QString>
-#include <QTimer>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <type_traits>
+#include <utility>
 
 namespace korvel::qml {
 
-class ServiceRequest;
-
-/// One question on its way. Background threads hand it on; it is looked into on the main queue.
-struct Ticket {
-    ServiceRequest* asker = nullptr;  ///< null once nobody waits for the answer
-    QString undecodable;              ///< what of the answer was not understood
-    std::optional<NSError> refusal;   ///< a status that the completion may not tell
-};
-
-/// How the one question that an element asks the service at a time stands. The SDK says nothing
-/// when there is no connection; here every question ends: with an answer, with the transport's
-/// failure as soon as that is known, or after `KorvelContent.answerTimeout`. An answer that comes
-/// after all still counts, until the next question.
+/// How the one question that an element asks the service at a time stands. Every question ends:
+/// with an answer, with the failure that there was, or after `KorvelContent.answerTimeout`.
 class ServiceRequest : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -41,41 +31,47 @@ class ServiceRequest : public QObject {
     Q_PROPERTY(int errorStatus READ errorStatus NOTIFY changed)
 
 public:
-    explicit ServiceRequest(QObject* parent = nullptr);
+    using QObject::QObject;
     ~ServiceRequest() override;
 
     bool busy() const { return state_ == State::busy; }
     bool hasSucceeded() const { return state_ == State::succeeded; }
     const QString& errorText() const { return errorText_; }
     int errorStatus() const { return errorStatus_; }
+    /// The document that a refusal asks to accept first; null if there was none.
+    const std::shared_ptr<KCSDKConsent>& consent() const { return consent_; }
 
     /// Asks again what was asked last. Does nothing while an answer is being waited for.
     Q_INVOKABLE void retry();
 
-    /// Waits from now on for what `send` asks the SDK, with a completion made by `expect`. An
-    /// earlier question is forgotten, its answer will not count.
+    /// Begins a question: `send` asks the client, and hands what is pending to `expect`. An earlier
+    /// question ends, its answer will not count.
     void ask(std::function<void()> send);
-    /// A completion for the SDK. `take` runs on the main queue if the answer comes while it counts,
-    /// without error; it may call `fail`. What it captures is copied to other threads.
-    template <class... Values>
-    std::function<void(Values..., std::optional<NSError>)> expect(
-        std::type_identity_t<std::function<void(Values...)>> take) const {
-        return [ticket = ticket_, queue = queue_, take](Values... values,
-                                                        std::optional<NSError> error) {
-            queue->async([ticket, take, values..., error = std::move(error)] {
-                if (!ticket->asker) return;
-                ticket->asker->settle(error, [&] { take(values...); });
-            });
+    template <class T> using Late = std::type_identity_t<std::function<void(T&)>>;
+    /// `take` runs on the GUI thread with the value, and may call `fail`; `late` instead of it if
+    /// nobody waits for the value any more.
+    template <class T, class Take> void expect(Pending<T> answer, Take take, Late<T> late = {}) {
+        auto arrived = [this, take = std::move(take), late = std::move(late),
+                        token = stop_.get_token()](Outcome<T> outcome) {
+            if (!token.stop_requested()) {
+                settle(outcome ? nullptr : &outcome.failure(), [&] { take(*outcome); });
+            } else if (outcome && late) {
+                late(*outcome);
+            }
         };
+        std::move(answer)
+            .stoppedBy(stop_.get_token())
+            .then(platform::Device::current().mainQueue, std::move(arrived));
     }
 
-    /// What `expect` does once it has arrived on the main queue, for completions that are there.
-    void settle(const std::optional<NSError>& error, const std::function<void()>& take);
     /// Ends the wait.
     void fail(const QString& text, int status = 0);
-    void succeed();
+    void fail(const Failure& failure);
     /// No answer counts any more.
     void forget();
+
+    /// In words for the user.
+    static QString wording(const Failure& failure);
 
 Q_SIGNALS:
     void changed();
@@ -87,13 +83,14 @@ Q_SIGNALS:
 private:
     enum class State { idle, busy, succeeded, failed };
 
+    void settle(const Failure* failure, const std::function<void()>& take);
+
     std::function<void()> send_;
-    std::shared_ptr<Ticket> ticket_;
-    std::shared_ptr<platform::MainQueue> queue_;
-    QTimer limit_;
+    std::stop_source stop_;  ///< of the question under way
     State state_ = State::idle;
     QString errorText_;
     int errorStatus_ = 0;
+    std::shared_ptr<KCSDKConsent> consent_;
 };
 
 }  // namespace korvel::qml

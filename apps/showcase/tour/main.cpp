@@ -224,7 +224,7 @@ private:
     /// Whatever the service does is shown as such, with a way on.
     void failure() {
         driver_.step("A service that takes its time, and then refuses");
-        order(R"({"path": "/ondemand/v1/classes", "status": 503, "delayMs": 1500,
+        order(R"({"path": "/ondemand/v1/classes", "status": 500, "delayMs": 1500,
                   "body": "{\"message\": \"We are moving house. Back in a minute.\"}"})");
         driver_.click(driver_.see("nav-classes"));
         driver_.click(driver_.see("sorting"));
