@@ -245,6 +245,7 @@ TEST_F(PendingTest, RandomOperationsOfManyThreadsEachEndOnce) {
     device.urlSession = std::make_shared<UnsteadySession>();
     device.clock = std::make_shared<platform::SystemClock>();
     device.console = std::make_shared<FakeConsole>();
+    device.diagnostics = nullptr;  // the fake is for one thread
     ASSERT_TRUE(platform::Device::install(device));
     KCSDK::initialize(config);
     fake.keychain->put("userId", "1");  // so that performances are kept
