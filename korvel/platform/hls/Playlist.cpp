@@ -18,6 +18,7 @@ constexpr std::size_t mostSegments = 100'000;
 constexpr std::size_t mostVariants = 500;
 constexpr std::size_t mostKeys = 8;
 constexpr std::size_t mostDefinitions = 100;
+constexpr std::int64_t mostDiscontinuities = std::int64_t{1} << 60U;
 constexpr auto longestStream = std::chrono::hours(24 * 365);
 constexpr auto leastTargetDuration = std::chrono::milliseconds(500);
 
@@ -292,6 +293,7 @@ MediaPlaylist merged(const MediaPlaylist& old, MediaPlaylist fresh) {
     }
     // No stream lasts that long; a server that says so begins again at zero.
     if (shift > 100 * longestStream) shift = {};
+    if (renumber > mostDiscontinuities) renumber = 0;
     for (Segment& each : fresh.segments) {
         each.start += shift;
         each.discontinuity += renumber;
