@@ -1,5 +1,7 @@
-// Paired turns: the player against a bare pipeline, alternating, so that a busy machine slows both.
-// The service is a process of its own: its work counts for neither.
+// Paired turns: our player against GStreamer's own, alternating, so that a busy machine slows both.
+// Service and players are processes of their own: one's work does not count for the other.
+
+#include "Players.h"
 
 #include <korvel/network/KCSDKNetworkManager.h>
 #include <korvel/platform/Device.h>
@@ -12,9 +14,7 @@
 #include <korvel/player/KCSDKPlayerView.h>
 #include <service/ContentService.h>
 
-#include <gst/app/gstappsink.h>
-#include <gst/gst.h>
-#include <sodium/utils.h>
+#include <httplib.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -23,7 +23,6 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
-#include <condition_variable>
 #include <csignal>
 #include <cstdlib>
 #include <ctime>
@@ -31,8 +30,8 @@
 #include <fstream>
 #include <functional>
 #include <iostream>
-#include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -43,34 +42,23 @@ using namespace std::chrono_literals;
 using Seconds = std::chrono::duration<double>;
 using Steady = std::chrono::steady_clock;
 
-double median(std::vector<double> values) {
-    std::nth_element(values.begin(), values.begin() + static_cast<long>(values.size() / 2),
-                     values.end());
-    return values[values.size() / 2];
-}
+using bench::median;
+using bench::PlayerProcess;
+using bench::report;
 
-void report(const char* name, double value, double goal) {
-    std::cout << name << ' ' << value << ' ' << goal << (value <= goal ? " ok" : " short")
-              << std::endl;
-}
-
-/// The encrypted playlist with the key itself in place of its address, at "bench/v.m3u8".
+/// The encrypted playlist at "bench/v.m3u8", its key for everybody: the peer asks nobody for one.
 void servePlaylistWithKey(service::ContentService& service) {
     std::ifstream file(service.options().streams / "protected/360p/index.m3u8");
     const auto key = service::contentKey("development-360p");
-    std::string text(64, '\0');
-    sodium_bin2base64(text.data(), text.size(), key.data(), key.size(),
-                      sodium_base64_VARIANT_ORIGINAL);
     std::string playlist;
     for (std::string line; std::getline(file, line); playlist += line + '\n') {
-        if (line.starts_with("#EXT-X-KEY"))
-            line = "#EXT-X-KEY:METHOD=AES-128,URI=\"data:application/octet-stream;base64," +
-                   std::string(text.c_str()) + '"';
+        if (line.starts_with("#EXT-X-KEY")) line = "#EXT-X-KEY:METHOD=AES-128,URI=\"/bench/key\"";
         if (line.ends_with(".ts")) line = "/media/50101/v.ism/360p/" + line;
     }
     service.script(
         "/bench/v.m3u8", "GET",
         {.body = playlist, .headers = {{"Content-Type", "application/vnd.apple.mpegurl"}}}, 100000);
+    service.script("/bench/key", "GET", {.body = std::string(key.begin(), key.end())}, 100000);
 }
 
 /// Before this process has threads.
@@ -152,84 +140,26 @@ struct Show {
     bool showsPicture() const { return player->newestFrame() != nullptr; }
 };
 
-double firstFrame(const Device& device, const std::string& address) {
-    const auto start = Steady::now();
-    Show show(device, address);
-    device.mainQueue->runUntil([&] { return show.showsPicture(); }, 20s);
-    return Seconds(Steady::now() - start).count();
-}
-
-/// The same without any of our own: what the machine needs for a picture.
-double firstFrameBare(const std::string& address) {
-    struct Arrival {
-        std::mutex mutex;
-        std::condition_variable changed;
-        bool came = false;
-    } arrival;
-    const auto start = Steady::now();
-    GstElement* playbin = gst_element_factory_make("playbin3", nullptr);
-    GstElement* video = gst_element_factory_make("appsink", nullptr);
-    GstElement* audio = gst_element_factory_make("fakesink", nullptr);
-    GstCaps* caps = gst_caps_from_string("video/x-raw,format=I420");
-    g_object_set(video, "caps", caps, "sync", TRUE, nullptr);
-    g_object_set(audio, "sync", TRUE, nullptr);
-    gst_caps_unref(caps);
-    GstAppSinkCallbacks callbacks{};
-    callbacks.new_preroll = [](GstAppSink*, gpointer given) {
-        auto& seen = *static_cast<Arrival*>(given);
-        const std::lock_guard lock(seen.mutex);
-        seen.came = true;
-        seen.changed.notify_all();
-        return GST_FLOW_OK;
-    };
-    gst_app_sink_set_callbacks(GST_APP_SINK(video), &callbacks, &arrival, nullptr);
-    g_object_set(playbin, "uri", address.c_str(), "flags", 0x103, "video-sink", video, "audio-sink",
-                 audio, "buffer-duration", gint64{1500} * GST_MSECOND, nullptr);
-    gst_element_set_state(playbin, GST_STATE_PLAYING);
-    {
-        std::unique_lock lock(arrival.mutex);
-        arrival.changed.wait_for(lock, 20s, [&] { return arrival.came; });
-    }
-    const double took = Seconds(Steady::now() - start).count();
-    gst_element_set_state(playbin, GST_STATE_NULL);
-    gst_object_unref(playbin);
-    return took;
-}
-
-double ratio(int turns, const std::function<double()>& ours, const std::function<double()>& bare) {
-    std::vector<double> one;
-    std::vector<double> other;
-    for (int i = 0; i < turns; ++i) {
-        one.push_back(ours());
-        other.push_back(bare());
-    }
-    std::cout << "  ours " << 1e3 * median(one) << " ms, bare " << 1e3 * median(other) << " ms\n";
-    return median(one) / median(other);
-}
-
-void measureFirstFrames(const ServiceProcess& service, const Device& device) {
-    const std::string plain = service / "media/50101/360p/index.m3u8";
-    const std::string encrypted = service / "media/50101/v.ism/360p/index.m3u8";
-    const std::string handed = service / "bench/v.m3u8";
+void measureFirstFrames(const ServiceProcess& service, const std::string& fragments) {
+    const std::string plain = "first " + service / "media/50101/360p/index.m3u8";
+    const std::string encrypted = "first " + service / "media/50101/v.ism/360p/index.m3u8";
+    const std::string handed = "first " + service / "bench/v.m3u8";
     constexpr int turns = 41;
-    for (int i = 0; i < 3; ++i) {  // plugins load at their first use
-        firstFrame(device, encrypted);
-        firstFrameBare(plain);
-    }
-    report("first_frame_plain_vs_playbin3",
-           ratio(
-               turns, [&] { return firstFrame(device, plain); },
-               [&] { return firstFrameBare(plain); }),
-           0.6);
-    report("first_frame_protected_vs_playbin3",
-           ratio(
-               turns, [&] { return firstFrame(device, encrypted); },
-               [&] { return firstFrameBare(handed); }),
-           0.6);
+    PlayerProcess ours("ours");
+    PlayerProcess peer("playbin3");
+    if (const auto found = bench::ratio(turns, ours, plain, peer, plain))
+        report("first_frame_plain_vs_playbin3", *found, 0.6);
+    if (const auto found = bench::ratio(turns, ours, encrypted, peer, handed))
+        report("first_frame_protected_vs_playbin3", *found, 0.6);
+    if (const auto found =
+            bench::ratio(turns, ours, "first " + fragments, peer, "first " + fragments))
+        report("first_frame_fmp4_vs_playbin3", *found, 0.7);
     std::vector<double> large;
-    for (int i = 0; i < turns; ++i)
-        large.push_back(1e3 * firstFrame(device, service / "media/50101/720p/index.m3u8"));
-    report("first_frame_720p_ms", median(large), 60);
+    for (int i = 0; i < turns; ++i) {
+        const auto numbers = ours.ask("first " + service / "media/50101/720p/index.m3u8");
+        if (numbers) large.push_back(1e3 * numbers->front());
+    }
+    if (!large.empty()) report("first_frame_720p_ms", median(large), 60);
 }
 
 /// From the command to the picture, in a class that plays.
@@ -318,45 +248,19 @@ void measureClosing(const ServiceProcess& service, const Device& device) {
     report("close_ms_max", *std::max_element(times.begin(), times.end()), 20);
 }
 
-struct Footprint {
-    double kib = 0;
-    double threads = 0;
-    double descriptors = 0;
-
-    static Footprint now() {
-        Footprint found;
-        std::ifstream status("/proc/self/status");
-        for (std::string line; std::getline(status, line);) {
-            if (line.starts_with("VmRSS:")) found.kib = std::stod(line.substr(6));
-            if (line.starts_with("Threads:")) found.threads = std::stod(line.substr(8));
-        }
-        const std::filesystem::directory_iterator files("/proc/self/fd");
-        found.descriptors = static_cast<double>(std::distance(begin(files), end(files)));
-        return found;
-    }
-    Footprint operator-(const Footprint& other) const {
-        return {kib - other.kib, threads - other.threads, descriptors - other.descriptors};
-    }
-};
-
-/// Growth over so many cycles; of memory, less that of bare pipelines which do the same.
-void measureGrowth(const ServiceProcess& service, const Device& device) {
-    const std::string plain = service / "media/50101/360p/index.m3u8";
-    constexpr int cycles = 1000;
-    const auto growth = [&](const std::function<void()>& cycle) {
-        for (int i = 0; i < 100; ++i) cycle();
-        const auto before = Footprint::now();
-        for (int i = 0; i < cycles; ++i) cycle();
-        return Footprint::now() - before;
-    };
-    const auto bare = growth([&] { firstFrameBare(plain); });
-    const auto ours = growth([&] { firstFrame(device, plain); });
-    std::cout << "  " << cycles << " cycles: ours " << ours.kib << " KiB, bare " << bare.kib
-              << " KiB\n";
-    report("open_close_growth_kib", std::max(ours.kib - std::max(bare.kib, 0.), 0.), 4096);
+/// Over so many cycles; of memory, less what the peer's grows, since decoders leak.
+void measureGrowth(const ServiceProcess& service) {
+    const std::string command = "grow " + service / "media/50101/360p/index.m3u8" + " 1000";
+    const auto bare = PlayerProcess("playbin3").ask(command);
+    const auto ours = PlayerProcess("ours").ask(command);
+    if (!ours) return;
+    std::cout << "  1000 cycles: ours " << ours->at(0) << " KiB, peer "
+              << (bare ? bare->at(0) : std::nan("")) << " KiB\n";
+    const double leaked = bare ? std::max(bare->at(0), 0.) : 0;
+    report("open_close_growth_kib", std::max(ours->at(0) - leaked, 0.), 4096);
     // Helpers and kept connections come and go; a thousand cycles would show what stays.
-    report("open_close_growth_threads", std::max(ours.threads, 0.), 4);
-    report("open_close_growth_descriptors", std::max(ours.descriptors, 0.), 8);
+    report("open_close_growth_threads", std::max(ours->at(1), 0.), 4);
+    report("open_close_growth_descriptors", std::max(ours->at(2), 0.), 8);
 }
 
 }  // namespace
@@ -366,11 +270,21 @@ int main() {
     auto pattern = (std::filesystem::temp_directory_path() / "korvel-bench-XXXXXX").string();
     const std::filesystem::path data = mkdtemp(pattern.data());
     const Device& device = makeDevice(data);
-    measureFirstFrames(service, device);
+    {
+        httplib::Server streams;
+        streams.set_mount_point("/", KORVEL_BENCH_STREAMS);
+        streams.set_tcp_nodelay(true);
+        const int port = streams.bind_to_any_port("127.0.0.1");
+        const std::jthread serving([&] { streams.listen_after_bind(); });
+        measureFirstFrames(service,
+                           "http://127.0.0.1:" + std::to_string(port) + "/fmp4/index.m3u8");
+        streams.stop();
+    }
     measureSeeks(service, device);
     measureReports(service, device);
     measureClosing(service, device);
-    measureGrowth(service, device);
+    measureGrowth(service);
+    bench::measureLines(KORVEL_BENCH_STREAMS);
     std::filesystem::remove_all(data);
     return 0;
 }
