@@ -41,7 +41,7 @@ public:
                     const auto size = std::min<std::size_t>(left, 2048);
                     take(size);
                     if (!sink.write(content->data() + at, size)) return false;
-                    if (size == left) came(path);
+                    if (at == 0) came(path);
                     return true;
                 });
         });
@@ -59,15 +59,19 @@ public:
         return "http://127.0.0.1:" + std::to_string(port_) + "/" + path;
     }
 
-    /// Of the segments as they were played: number to kilobits a second.
-    std::map<int, int> segments() {
+    /// As they were played, by number; kilobits a second.
+    struct Segment {
+        int rate = 0;
+        double began = 0;  ///< seconds after the first request
+    };
+    std::map<int, Segment> segments() {
         const std::lock_guard lock(mutex_);
         return segments_;
     }
     double mean() {
         double sum = 0;
         const auto all = segments();
-        for (const auto& [number, rate] : all) sum += rate;
+        for (const auto& [number, each] : all) sum += each.rate;
         return sum / static_cast<double>(std::max<std::size_t>(all.size(), 1));
     }
 
@@ -93,7 +97,7 @@ private:
         if (std::sscanf(path.c_str(), "/ladder/%d/%d", &rate, &number) != 2) return;
         if (path.ends_with("m3u8")) return;
         const std::lock_guard lock(mutex_);
-        segments_[number] = rate;
+        segments_[number] = {rate, Seconds(Steady::now() - start_).count()};
     }
 
     const Speed speed_;
@@ -101,7 +105,7 @@ private:
     Steady::time_point start_;
     Steady::time_point last_;
     double tokens_ = 0;
-    std::map<int, int> segments_;
+    std::map<int, Segment> segments_;
     httplib::Server server_;
     int port_ = 0;
     std::thread thread_;
@@ -132,7 +136,7 @@ std::array<Trace, 5> traces() {
 struct Course {
     std::optional<Numbers> numbers;  ///< first, stalled, longest, peak
     double mean = 0;
-    std::map<int, int> segments{};
+    std::map<int, Line::Segment> segments{};
 };
 
 Course play(const std::string& engine, const std::string& streams, const Trace& trace) {
@@ -145,16 +149,14 @@ Course play(const std::string& engine, const std::string& streams, const Trace& 
     return course;
 }
 
-/// How many segments after the line is quick again the best variant comes back; the media time at
-/// which it is quick again lies behind what is queued.
-int segmentsUntilBest(const Course& course) {
-    int least = 0;
-    for (const auto& [number, rate] : course.segments) {
-        if (rate < 5000) least = number;
+/// How many of lesser variants are still begun once the line is quick again.
+int segmentsUntilBest(const Course& course, double since) {
+    int lesser = 0;
+    for (const auto& [number, each] : course.segments) {
+        if (each.began > since && each.rate == 5000) return lesser;
+        lesser += each.began > since;
     }
-    int slow = 0;  // those that were still fetched at the old speed
-    for (const auto& [number, rate] : course.segments) slow += number > 18 && number <= least;
-    return slow;
+    return lesser;
 }
 
 void measureTraces(const std::string& streams) {
@@ -178,7 +180,7 @@ void measureTraces(const std::string& streams) {
                           << each->numbers->at(1) << " s, longest " << each->numbers->at(2) << " s";
             }
             std::cout << ", mean " << each->mean << " kbit/s:";
-            for (const auto& [number, rate] : each->segments) std::cout << ' ' << rate;
+            for (const auto& [number, segment] : each->segments) std::cout << ' ' << segment.rate;
             std::cout << std::endl;
         }
         if (!ours.numbers || !peer.numbers) continue;
@@ -188,7 +190,7 @@ void measureTraces(const std::string& streams) {
     }
     if (courses[0][0].numbers) {
         report("longest_stall_in_drop_s", courses[0][0].numbers->at(2), 2);
-        report("segments_until_best_after_drop", segmentsUntilBest(courses[0][0]), 3);
+        report("segments_until_best_after_drop", segmentsUntilBest(courses[0][0], 36), 3);
     }
 }
 

@@ -100,10 +100,8 @@ bool Ladder::isAllowed(std::size_t variant) const {
     });
 }
 
-std::size_t Ladder::choice(std::optional<std::size_t> current, Time level,
-                           Clock::Instant now) const {
-    const std::lock_guard lock(mutex_);
-    const double budget = speedLocked() * share;
+std::size_t Ladder::affordable(double speed, Clock::Instant now) const {
+    const double budget = speed * share;
     const auto rate = [&](std::size_t i) { return static_cast<double>(variants_[i].bitRate); };
     std::optional<std::size_t> best;
     std::optional<std::size_t> least;
@@ -118,7 +116,14 @@ std::size_t Ladder::choice(std::optional<std::size_t> current, Time level,
             consider(i);
         }
     }
-    const std::size_t chosen = best ? *best : least.value_or(0);
+    return best ? *best : least.value_or(0);
+}
+
+std::size_t Ladder::choice(std::optional<std::size_t> current, Time level,
+                           Clock::Instant now) const {
+    const std::lock_guard lock(mutex_);
+    const auto rate = [&](std::size_t i) { return static_cast<double>(variants_[i].bitRate); };
+    const std::size_t chosen = affordable(speedLocked(), now);
     if (!current || !isAlive(*current, now) || !isAllowed(*current)) return chosen;
     if (rate(chosen) > rate(*current) && level < storeToClimb) return *current;
     const bool canStay = rate(*current) <= speedLocked() * staying && level >= storeToStay;
@@ -126,22 +131,30 @@ std::size_t Ladder::choice(std::optional<std::size_t> current, Time level,
     return rate(chosen) == rate(*current) ? *current : chosen;
 }
 
-bool Ladder::isHopeless(std::size_t variant, const Progress& progress, Clock::Instant now) const {
-    const std::lock_guard lock(mutex_);
-    constexpr auto longEnough = 300ms;
-    if (progress.busy < longEnough || progress.bytes < leastBytes) return false;
-    const double speed = static_cast<double>(progress.bytes) / seconds(progress.busy);
+bool Ladder::gaveUp(std::size_t variant, const Progress& progress, Clock::Instant now) {
+    // The less there is to lose, the sooner.
+    const auto longEnough = std::clamp<Time>(progress.level / 2, 100ms, 300ms);
+    const auto [bytes, busy] = std::pair(progress.meter.bytes(), progress.meter.busy());
+    if (busy < longEnough || bytes < leastBytes) return false;
+    const double speed = static_cast<double>(bytes) / seconds(busy);
     const double length = seconds(progress.duration);
-    const auto expected = static_cast<double>(variants_.at(variant).bitRate) / 8 * length;
-    const double total = progress.total ? static_cast<double>(*progress.total) : expected;
+    const std::lock_guard lock(mutex_);
+    const auto sizeOf = [&](std::size_t i) {
+        return static_cast<double>(variants_.at(i).bitRate) / 8 * length;
+    };
+    const double total = progress.total ? static_cast<double>(*progress.total) : sizeOf(variant);
     const double left = (total - static_cast<double>(progress.bytes)) / speed;
     if (left <= seconds(progress.level) + 0.3) return false;
-    for (std::size_t i = 0; i < variants_.size(); ++i) {
-        const auto bitRate = static_cast<double>(variants_[i].bitRate);
-        if (variants_[i].bitRate >= variants_[variant].bitRate || !isAlive(i, now)) continue;
-        if (bitRate / 8 * length / speed < left * 0.7) return true;
-    }
-    return false;
+    const auto other = affordable(speed * 8, now);
+    if (variants_[other].bitRate >= variants_[variant].bitRate) return false;
+    if (sizeOf(other) / speed >= left * 0.7) return false;
+    speed_ = speed * 8;
+    return true;
+}
+
+void Meter::add(std::uint64_t bytes, Time busy) {
+    points_.push_back({bytes, busy});
+    while (points_.size() > 2 && points_[1].busy <= busy - 1s) points_.pop_front();
 }
 
 }  // namespace korvel::platform::hls

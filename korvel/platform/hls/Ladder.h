@@ -5,11 +5,35 @@
 
 #include <chrono>
 #include <cstdint>
+#include <deque>
 #include <mutex>
 #include <optional>
 #include <vector>
 
 namespace korvel::platform::hls {
+
+/// How quick a download is of late. One thread.
+class Meter {
+public:
+    using Time = std::chrono::nanoseconds;
+
+    /// So much has come so far, in so much time of waiting for it.
+    void add(std::uint64_t bytes, Time busy);
+    /// In the last second of waiting, or since the first bytes came.
+    std::uint64_t bytes() const {
+        return points_.empty() ? 0 : points_.back().bytes - points_.front().bytes;
+    }
+    Time busy() const {
+        return points_.empty() ? Time::zero() : points_.back().busy - points_.front().busy;
+    }
+
+private:
+    struct Point {
+        std::uint64_t bytes;
+        Time busy;
+    };
+    std::deque<Point> points_;
+};
 
 /// Chooses the variant for each segment, by the measured speed of the line and what is queued. Any
 /// thread.
@@ -37,12 +61,13 @@ public:
     struct Progress {
         std::uint64_t bytes = 0;
         std::optional<std::uint64_t> total{};
-        Time busy{};
+        const Meter& meter;
         Time duration{};  ///< of the segment
         Time level{};     ///< how long what is queued lasts
     };
-    /// Whether it would end after what is queued, and a lesser variant would not take as long.
-    bool isHopeless(std::size_t variant, const Progress& progress, Clock::Instant now) const;
+    /// Whether it would end after what is queued, and what the line carries would end far sooner.
+    /// Then the next choice is by the speed of this download alone.
+    bool gaveUp(std::size_t variant, const Progress& progress, Clock::Instant now);
 
     /// Bits a second; nothing before anything was measured.
     std::optional<double> speed() const;
@@ -55,6 +80,8 @@ private:
     bool isAllowed(std::size_t variant) const;
     bool isAlive(std::size_t variant, Clock::Instant now) const;
     double speedLocked() const;
+    /// The best for so many bits a second, else the least, of those that may be chosen.
+    std::size_t affordable(double speed, Clock::Instant now) const;
 
     const std::vector<Variant> variants_;
     mutable std::mutex mutex_;

@@ -3,6 +3,7 @@
 #include <korvel/platform/hls/Rendition.h>
 
 #include <algorithm>
+#include <tuple>
 #include <utility>
 
 namespace korvel::platform::hls {
@@ -11,8 +12,10 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// So much is kept in store.
+/// With so much in store no segment is begun, ...
 constexpr std::chrono::nanoseconds store = 10s;
+/// ... and with so much none is read on: a whole class may be one segment.
+constexpr std::chrono::nanoseconds mostStore = 2 * store;
 constexpr std::size_t mostBytesInStore = std::size_t{24} << 20U;
 /// Segments of two variants need not begin at quite the same time.
 constexpr std::chrono::nanoseconds mismatch = 100ms;
@@ -49,7 +52,8 @@ void Rendition::run() {
             attention.wait(generation_, std::nullopt,
                            [this] { return stage_->target().has_value(); });
         restart();
-        while (!isOver_ && attention.wait(generation_, std::nullopt, [this] { return needs(); }))
+        while (!isOver_ &&
+               attention.wait(generation_, std::nullopt, [this] { return needs(store); }))
             step();
         if (!attention.waitForNext(generation_)) return;
     }
@@ -59,13 +63,13 @@ void Rendition::restart() {
     number_.reset();
     discontinuity_.reset();
     goesOn_.reset();
-    isOver_ = learns_ = false;
+    isOver_ = learns_ = hasGivenUp_ = false;
     steps_ = misses_ = 0;
     time_ = stage_->target().value_or(Time::zero());
     feeding_.restart(generation_, time_);
 }
 
-bool Rendition::needs() const {
+bool Rendition::needs(Time store) const {
     if (!feeding_.hasJoined() || !stage_->hasTracks()) return true;
     if (source_.isMain && stage_->soundWaits()) return true;
     const Levels& levels = stage_->levels();
@@ -154,18 +158,13 @@ void Rendition::loadSegment(std::size_t index) {
                                          !list().playlist.segments[index - 1].isGap,
                             .isLast = isLast,
                             .goesOn = goesOn_});
-    bool abandoned = false;
-    auto result = fetch(*url, segment, key, reading, abandoned);
-    if (source_.isMain) {
-        ladder_->measured(result.bytes, result.busy);
-        statistics_->loaded(result.bytes, result.busy, stage_->levels().stalls());
-    } else {
-        statistics_->loadedBeside(result.bytes);
-    }
+    auto result = fetch(*url, segment, key, reading);
+    measured(result);
     if (result.end == FetchResult::End::done) reading.finish();
     if (isStale() || stage_->hasFailed()) return;
-    if (abandoned) {
+    if (hasGivenUp_) {
         time_ = segment.start;
+        steps_ = 0;
         number_.reset();
         goesOn_.reset();
         return feeding_.rejoin();
@@ -248,8 +247,8 @@ void Rendition::segmentFailed(const Segment& segment, const FetchResult& result,
 }
 
 FetchResult Rendition::fetch(const URL& url, const Segment& segment,
-                             const std::optional<Encryption>& encryption, SegmentReading& reading,
-                             bool& abandoned) {
+                             const std::optional<Encryption>& encryption, SegmentReading& reading) {
+    download_ = {};
     const bool hasOther = ladder_->hasOther(*variant_, stage_->attention().clock().now());
     const FetchRequest request{.url = url,
                                .range = segment.range,
@@ -260,25 +259,45 @@ FetchResult Rendition::fetch(const URL& url, const Segment& segment,
         [&](Fetcher::Bytes bytes, const FetchResult& soFar, std::optional<std::uint64_t> total) {
             if (!stage_->hasTracks()) stage_->took(MediaStep::segment);
             return reading.push(bytes) == SegmentReading::State::reading &&
-                   keepUp(soFar, total, segment, abandoned);
+                   keepUp(soFar, total, segment);
         });
 }
 
-/// In the middle of a segment: waits while enough is queued, gives it up where it comes too slowly.
+/// In the middle of a segment: waits while more than enough is queued, gives it up where it comes
+/// too slowly.
 bool Rendition::keepUp(const FetchResult& soFar, std::optional<std::uint64_t> total,
-                       const Segment& segment, bool& abandoned) {
+                       const Segment& segment) {
     Attention& attention = stage_->attention();
-    if (!needs() && !attention.wait(generation_, std::nullopt, [this] { return needs(); }))
-        return false;
+    const auto isShort = [this] { return needs(mostStore); };
+    if (!isShort()) {
+        if (!download_.beforePause) download_.beforePause.emplace(soFar.bytes, soFar.busy);
+        if (!attention.wait(generation_, std::nullopt, isShort)) return false;
+    }
+    download_.meter.add(soFar.bytes, soFar.busy);
     if (!source_.isMain || lists_.size() < 2) return true;
     const Time level = feeding_.hasJoined()
                            ? stage_->levels().level(stage_->position()).value_or(store)
                            : Time::zero();
-    const Ladder::Progress progress{soFar.bytes, total, soFar.busy, segment.duration, level};
-    const auto now = attention.clock().now();
-    if (!ladder_->isHopeless(*variant_, progress, now)) return true;
-    abandoned = true;
-    return false;
+    hasGivenUp_ =
+        ladder_->gaveUp(*variant_, {soFar.bytes, total, download_.meter, segment.duration, level},
+                        attention.clock().now());
+    return !hasGivenUp_;
+}
+
+/// What came after a pause lay in the system's buffers and tells nothing of the line. Of a line
+/// that came back in mid-download the last second tells.
+void Rendition::measured(const FetchResult& result) {
+    if (!source_.isMain) return statistics_->loadedBeside(result.bytes);
+    auto [bytes, busy] = download_.beforePause.value_or(std::pair(result.bytes, result.busy));
+    const Meter& late = download_.meter;
+    const auto isQuicker = [&] {
+        return static_cast<double>(late.bytes()) * static_cast<double>(busy.count()) >
+               static_cast<double>(bytes) * static_cast<double>(late.busy().count());
+    };
+    if (!download_.beforePause && late.busy() >= 500ms && isQuicker())
+        std::tie(bytes, busy) = std::pair(late.bytes(), late.busy());
+    if (!hasGivenUp_) ladder_->measured(bytes, busy);
+    statistics_->loaded(result.bytes, result.busy, stage_->levels().stalls());
 }
 
 std::optional<Encryption> Rendition::encryption(const KeyTag& key, std::int64_t number,

@@ -47,7 +47,7 @@ private:
 
     void run();
     void restart();
-    bool needs() const;
+    bool needs(Time store) const;
     void step();
 
     // Playlists and variants.
@@ -67,10 +67,10 @@ private:
     std::optional<Encryption> encryption(const KeyTag& key, std::int64_t number, bool& failed);
     bool loadMap(const Segment& segment);
     FetchResult fetch(const URL& url, const Segment& segment,
-                      const std::optional<Encryption>& encryption, SegmentReading& reading,
-                      bool& abandoned);
+                      const std::optional<Encryption>& encryption, SegmentReading& reading);
     bool keepUp(const FetchResult& soFar, std::optional<std::uint64_t> total,
-                const Segment& segment, bool& abandoned);
+                const Segment& segment);
+    void measured(const FetchResult& result);
     void segmentEnded(const Segment& segment, const SegmentReading& reading,
                       const FetchResult& result, bool isEncrypted);
     void segmentFailed(const Segment& segment, const FetchResult& result, const NSError& error);
@@ -100,7 +100,15 @@ private:
     std::optional<Time> goesOn_;
     int steps_ = 0;        ///< segments gone back for the first picture
     bool learns_ = false;  ///< what the first segment of this discontinuity tells the decoder
-    int misses_ = 0;       ///< segments in a row that were not to be had
+    /// What tells the line's speed of the segment on its way.
+    struct Download {
+        Meter meter{};
+        /// So far it came as quickly as the line let it; then it waited here.
+        std::optional<std::pair<std::uint64_t, Time>> beforePause{};
+    };
+    Download download_;
+    bool hasGivenUp_ = false;  ///< the last segment, for a lesser variant's
+    int misses_ = 0;           ///< segments in a row that were not to be had
 
     std::string mapName_;
     Data map_;

@@ -138,7 +138,8 @@ bool Rendition::adapt() {
     const Time level = feeding_.hasJoined()
                            ? stage_->levels().level(stage_->position()).value_or(Time::max())
                            : Time::zero();
-    const auto choice = ladder_->choice(variant_, level, clock.now());
+    const auto current = std::exchange(hasGivenUp_, false) ? std::nullopt : variant_;
+    const auto choice = ladder_->choice(current, level, clock.now());
     if (choice == *variant_) return true;
     if (!change(choice)) return !isStale() && !stage_->hasFailed() && variant_.has_value();
     return true;

@@ -201,17 +201,31 @@ TEST(LadderTest, ChoosesBySpeedStoreAndBounds) {
 }
 
 TEST(LadderTest, ADownloadThatWouldEndAfterTheStoreIsGivenUpForALesserOneOnly) {
-    Ladder ladder({{500'000, 0, 0, 0, {}, {}}, {6'000'000, 0, 0, 0, {}, {}}});
-    const Ladder::Progress slow{
-        .bytes = 60'000, .total = 1'500'000, .busy = 500ms, .duration = 2s, .level = 4s};
-    auto rich = slow;
-    rich.level = 20s;
-    auto early = slow;
-    early.busy = 100ms;
-    EXPECT_TRUE(ladder.isHopeless(1, slow, {}));
-    EXPECT_FALSE(ladder.isHopeless(1, rich, {}));
-    EXPECT_FALSE(ladder.isHopeless(1, early, {})) << "too early to tell";
-    EXPECT_FALSE(ladder.isHopeless(0, slow, {})) << "there is nothing less";
+    struct Case {
+        std::chrono::nanoseconds
+            slow;  // for the last 60 kB of a megabyte, the rest came in no time
+        std::chrono::nanoseconds level;
+        std::size_t variant;
+        bool isGivenUp;
+        const char* why;
+    };
+    for (const Case& each :
+         {Case{1s, 1s, 2, true, "by what came of late"}, Case{1s, 20s, 2, false, "the store lasts"},
+          Case{50ms, 1s, 2, false, "too early to tell"},
+          Case{1s, 1s, 0, false, "there is nothing less"},
+          Case{100ms, 0s, 1, false, "the line carries it"}}) {
+        Ladder ladder({{300'000, 0, 0, 0, {}, {}},
+                       {3'000'000, 0, 0, 0, {}, {}},
+                       {6'000'000, 0, 0, 0, {}, {}}});
+        Meter meter;
+        meter.add(0, 0s);
+        meter.add(940'000, 10ms);
+        meter.add(940'000, 20ms);
+        meter.add(1'000'000, 20ms + each.slow);
+        const Ladder::Progress progress{1'000'000, 1'500'000, meter, 2s, each.level};
+        EXPECT_EQ(ladder.gaveUp(each.variant, progress, {}), each.isGivenUp) << each.why;
+        EXPECT_EQ(ladder.choice({}, each.level, {}), each.isGivenUp ? 0u : 2u) << each.why;
+    }
 }
 
 }  // namespace korvel::tests

@@ -31,4 +31,17 @@ inline std::string taken(gchar* text) {
     return copy;
 }
 
+/// Holds up changes of an element's state, those that a pipeline makes by itself on its own threads
+/// included.
+class StateLock {
+public:
+    explicit StateLock(GstElement* element) : element_(element) { GST_STATE_LOCK(element_); }
+    ~StateLock() { GST_STATE_UNLOCK(element_); }
+    StateLock(const StateLock&) = delete;
+    StateLock& operator=(const StateLock&) = delete;
+
+private:
+    GstElement* const element_;
+};
+
 }  // namespace korvel::platform::gst

@@ -97,8 +97,13 @@ void StreamOutput::flush(nanoseconds to) {
     hasBegun_ = true;
     isUnderWay_ = false;
     pipeline_->beginFlush(to);
-    for (const auto& each : branches_) {
-        if (each) each->startFlush();
+    {
+        // What sinks lose amid the pipeline's own step to playing it does not notice, and then
+        // tells nobody that they have prerolled again.
+        const StateLock lock(pipeline_->element());
+        for (const auto& each : branches_) {
+            if (each) each->startFlush();
+        }
     }
     for (const auto& each : branches_) {
         if (each) each->settle();

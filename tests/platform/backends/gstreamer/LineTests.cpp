@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <random>
@@ -146,9 +147,12 @@ TEST_F(LineTest, WhatIsCutOrMissingForAWhileIsAskedForAgain) {
     playsToItsEnd("ts-2/index.m3u8");
 }
 
-/// 50 jumps between variants, some while playing, each to the very picture.
+/// Jumps between variants, some while playing, each to the very picture.
 TEST_F(LineTest, SeeksAmidChangesOfVariantAllEndAtTheirPicture) {
-    for (const auto* path : {"ts-variants/index.m3u8", "fmp4-variants/index.m3u8"}) {
+    const char* many = std::getenv("KORVEL_SEEKS");
+    const int seeks = many ? std::atoi(many) : 25;
+    for (const auto* path :
+         {"ts-variants/index.m3u8", "fmp4-variants/index.m3u8", "aes-variants/index.m3u8"}) {
         std::atomic<int> slowness = 0;
         server.misbehaves = [&](const Request& request, Response&) {
             // What comes late is measured as a slow line, and the next segment as a quick one.
@@ -159,7 +163,7 @@ TEST_F(LineTest, SeeksAmidChangesOfVariantAllEndAtTheirPicture) {
         Show show(server / path, device);
         ASSERT_TRUE(until([&] { return show.isReady(); }));
         std::mt19937 random(7);
-        for (int i = 0; i < 25; ++i) {
+        for (int i = 0; i < seeks; ++i) {
             if (i % 5 == 3) show.player->play();
             if (i % 5 == 0) show.player->pause();
             play(std::chrono::milliseconds(random() % 60));
@@ -169,12 +173,32 @@ TEST_F(LineTest, SeeksAmidChangesOfVariantAllEndAtTheirPicture) {
             ASSERT_TRUE(until([&] { return !show.listener->heard.empty(); })) << path << ' ' << i;
             EXPECT_NEAR(show.picture(), picture, i % 5 >= 3 ? 2 : 0) << path << ' ' << i;
         }
-        for (int i = 0; i < 40; ++i) {
-            show.seek(5. - i * 0.1);
-            play(10ms);
+        for (int i = 0; i < 8 * seeks; ++i) {
+            show.seek(5. - i % 40 * 0.1);
+            play(i < 40 ? 20ms : 2ms);
         }
         show.player->pause();
-        EXPECT_TRUE(until([&] { return std::abs(show.picture() - 27) <= 1; })) << show.picture();
+        EXPECT_TRUE(until([&] { return std::abs(show.picture() - 27) <= 1; }))
+            << path << " " << show.picture() << " at " << show.position();
+    }
+}
+
+/// A seek follows the end of another at once, amid the pipeline's own step to playing, and near the
+/// end of the stream.
+TEST_F(LineTest, SeeksAmidChangesOfStateAreNotLost) {
+    const char* many = std::getenv("KORVEL_SEEKS");
+    const int seeks = many ? std::atoi(many) : 20;
+    Show show(server / "aes-variants/index.m3u8", device);
+    ASSERT_TRUE(until([&] { return show.isReady(); }));
+    std::mt19937 random(7);
+    for (int i = 0; i < seeks; ++i) {
+        show.player->play();
+        show.seek(5.7 + static_cast<int>(random() % 200) / 1000.);
+        play(std::chrono::milliseconds(random() % 300));
+        show.seek(1.1);
+        if (i % 2) show.player->pause();
+        ASSERT_TRUE(until([&] { return std::abs(show.picture() - 32) <= 8; }))
+            << i << " " << show.picture() << " at " << show.position();
     }
 }
 
