@@ -31,9 +31,12 @@ constexpr std::array states{"loading", "buffering", "playing", "paused",
 
 Clock::Instant now() { return Device::current().clock->now(); }
 
-Failure notRecorded(const Failure& reason) {
-    return {reason.code, std::string("the performance may not be recorded: ") + reason.what(),
-            reason.status};
+Failure notRecorded(const korvel::Failure& failure, const Options& options) {
+    auto reason = failureOf(failure, options);
+    const std::string what =
+        failure.isKept ? "the performance is not recorded yet, a later run sends it again: "
+                       : "the performance may not be recorded: ";
+    return {reason.code, what + reason.what(), reason.status};
 }
 
 }  // namespace
@@ -160,7 +163,7 @@ std::shared_ptr<const korvel::KCSDKOndemandResultRequest> ClassSession::recorded
     const auto status = playback_->status();
     const auto outcome =
         status.recorded.value_or(korvel::Failure{.reason = korvel::Failure::Reason::timedOut});
-    if (!outcome) throw notRecorded(failureOf(outcome.failure(), host_.options()));
+    if (!outcome) throw notRecorded(outcome.failure(), host_.options());
     return status.performance;
 }
 

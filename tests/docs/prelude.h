@@ -12,9 +12,8 @@ inline void showSummary(std::int64_t) {}
 inline void showFailure(const std::string&) {}
 inline void play(const std::shared_ptr<korvel::KCSDKOndemandClass>&) {}
 inline void askForConsent(const korvel::NSError&) {}
+inline void askForConsent(const korvel::KCSDKConsent&) {}
 inline void askForSubscription() {}
-inline korvel::NSError startError;
-inline void startAgain() {}
 inline void showOffline() {}
 inline void showCatalogue() {}
 inline void showLogIn() {}

@@ -82,7 +82,7 @@ TEST_F(Play, ReasonsWhyAClassDoesNotPlayHaveTheirExitCode) {
         {when(keys, held), 4, "content key did not come within 2 s", {"--timeout", "2"}},
         {when("/media/", {.status = 404}, 99), 12, "the stream failed: "},
         {when("/ondemand/v1/ondemandtracking", {.status = 500, .body = "full"}), 3,
-         "may not be recorded: the service answered 500: full"},
+         "a later run sends it again: the service answered 500: full"},
         {[] {}, 1, "No such file", {"--frame", "/nowhere/x.png"}},
     };
     for (const auto& [prepare, code, reason, further] : rows) {
