@@ -18,7 +18,8 @@ AVPlayer::AVPlayer(std::shared_ptr<AVPlayerItem> item, const Device& device)
     : engine_(device.mediaEngine),
       keySystem_(device.contentKeySystem),
       mainQueue_(device.mainQueue),
-      clock_(device.clock) {
+      clock_(device.clock),
+      locale_(device.locale) {
     open(std::move(item));
 }
 

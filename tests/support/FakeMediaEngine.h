@@ -29,6 +29,9 @@ public:
         std::vector<Nanoseconds> seeks{};     ///< exactly
         std::optional<Nanoseconds> length{};  ///< reported as the duration
         std::shared_ptr<const platform::VideoFrame> frame{};
+        std::vector<std::string> languages{};
+        platform::AVMediaSelectionGroup sounds{};
+        bool hasLoadedSound = false;
         std::vector<platform::MediaTimeRange> loaded{};
         std::vector<platform::AVPlayerItemAccessLogEvent> accesses{};
         std::vector<platform::AVPlayerItemErrorLogEvent> errors{};
@@ -91,8 +94,10 @@ public:
 
     std::unique_ptr<platform::MediaPlayback> open(
         const platform::URL& url, std::shared_ptr<platform::AVAssetResourceLoader> keys,
-        std::shared_ptr<platform::MediaEvents> events) override {
+        std::shared_ptr<platform::MediaEvents> events,
+        std::vector<std::string> languages) override {
         streams.emplace_back(new Stream{url, std::move(keys), std::move(events), clock_});
+        last().languages = std::move(languages);
         return std::make_unique<Handle>(streams.back());
     }
 
@@ -123,6 +128,11 @@ private:
             return stream_->frame;
         }
 
+        platform::AVMediaSelectionGroup sounds() override { return stream_->sounds; }
+        bool selectSound(const platform::AVMediaSelectionOption& option) override {
+            stream_->calls.push_back("sound " + option.displayName);
+            return stream_->hasLoadedSound;
+        }
         std::vector<platform::MediaTimeRange> loaded() override { return stream_->loaded; }
         std::vector<platform::AVPlayerItemAccessLogEvent> accessLog() override {
             return stream_->accesses;

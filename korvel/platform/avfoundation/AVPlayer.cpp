@@ -22,7 +22,7 @@ void AVPlayer::open(std::shared_ptr<AVPlayerItem> item) {
     item_ = std::move(item);
     if (!item_) return;
     item_->asset()->resourceLoader()->setContentKeySystem(keySystem_);
-    item_->open(*this, engine_.get(), mainQueue_, clock_);
+    item_->open(*this);
     applyVolume();
     item_->setRate(rate_);
 }

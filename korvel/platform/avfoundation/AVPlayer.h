@@ -1,6 +1,7 @@
 #pragma once
 
 #include <korvel/platform/avfoundation/AVPlayerItem.h>
+#include <korvel/platform/foundation/Locale.h>
 #include <korvel/platform/foundation/SharedObject.h>
 
 #include <functional>
@@ -81,6 +82,7 @@ private:
     const std::shared_ptr<ContentKeySystem> keySystem_;
     const std::shared_ptr<MainQueue> mainQueue_;
     const std::shared_ptr<const Clock> clock_;
+    const std::shared_ptr<Locale> locale_;
     std::shared_ptr<AVPlayerItem> item_;
     float rate_ = 0;
     float volume_ = 1;

@@ -81,16 +81,18 @@ void AVPlayerItem::changeStatus(Status status) {
 
 // MARK: what the player asks
 
-void AVPlayerItem::open(AVPlayer& player, MediaEngine* engine, std::shared_ptr<MainQueue> mainQueue,
-                        std::shared_ptr<const Clock> clock) {
+void AVPlayerItem::open(AVPlayer& player) {
     if (player_) close();  // another player's until now
     player_ = &player;
     error_.reset();
     status_ = Status::unknown;
-    startUp_ = {.opened = clock->now()};
-    events_ = make<MediaEvents>(weak_from_this(), std::move(mainQueue), std::move(clock));
-    if (engine) {
-        playback_ = engine->open(asset_->url(), asset_->resourceLoader(), events_);
+    startUp_ = {.opened = player.clock_->now()};
+    events_ = make<MediaEvents>(weak_from_this(), player.mainQueue_, player.clock_);
+    if (player.engine_) {
+        playback_ = player.engine_->open(
+            asset_->url(), asset_->resourceLoader(), events_,
+            player.locale_ ? player.locale_->preferredLanguages() : std::vector<std::string>());
+        applySelection();
     } else {
         events_->failed(makeAVError(AVError::noMediaEngine, "The device has no media engine."));
     }
@@ -104,7 +106,7 @@ void AVPlayerItem::close() {
     playback_.reset();
     rate_ = applied_ = 0;
     volume_ = 1;
-    enough_ = ended_ = seeking_ = likelyToKeepUp_ = bufferEmpty_ = false;
+    enough_ = ended_ = seeking_ = soundIsDue_ = likelyToKeepUp_ = bufferEmpty_ = false;
     lastPosition_ = {};
     presentationSize_ = {};
     nextSeek_.reset();
@@ -118,6 +120,21 @@ void AVPlayerItem::setRate(double rate) {
 
 void AVPlayerItem::setVolume(double volume) {
     if (playback_ && std::exchange(volume_, volume) != volume) playback_->setVolume(volume);
+}
+
+AVMediaSelectionGroup AVPlayerItem::audibleSelectionGroup() const {
+    return playback_ ? playback_->sounds() : AVMediaSelectionGroup();
+}
+
+void AVPlayerItem::select(const AVMediaSelectionOption& option) {
+    sound_ = option;
+    applySelection();
+}
+
+void AVPlayerItem::applySelection() {
+    if (!playback_ || !sound_ || !playback_->selectSound(*sound_) || ended_) return;
+    if (status_ == Status::readyToPlay) return seek(currentTime().nanoseconds());
+    soundIsDue_ = true;
 }
 
 void AVPlayerItem::applyRate() {
@@ -170,6 +187,8 @@ void AVPlayerItem::didBecomeReady() {
     if (status_ != Status::unknown) return;
     didChangeDuration();
     status_ = Status::readyToPlay;
+    if (std::exchange(soundIsDue_, false) && !nextSeek_)
+        target_ = nextSeek_ = currentTime().nanoseconds();
     startSeek();
     applyRate();
     observers_.notify("status", *this, {static_cast<std::int64_t>(status_)});

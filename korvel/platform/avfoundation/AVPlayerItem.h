@@ -41,6 +41,13 @@ public:
     bool isPlaybackLikelyToKeepUp() const { return likelyToKeepUp_; }
     /// It ran dry while playing, or a seek led to where too little is loaded, and waits.
     bool isPlaybackBufferEmpty() const { return bufferEmpty_; }
+    /// The sounds that the stream offers, once it is known; empty where there is no choice. Of
+    /// itself the one in the user's language plays, else the stream's default.
+    AVMediaSelectionGroup audibleSelectionGroup() const;
+    /// Found by name and language. It is heard as soon as a seek to the current time, or the one
+    /// under way, has ended; before the start, and after the end, it is kept. An option that the
+    /// stream does not have changes nothing.
+    void select(const AVMediaSelectionOption& option);
     /// Of the picture shown, in square pixels; zero before there is one.
     CGSize presentationSize() const { return presentationSize_; }
     /// What could be played at once, from the current time on.
@@ -66,8 +73,7 @@ private:
         std::function<void()> block;
     };
 
-    void open(AVPlayer& player, MediaEngine* engine, std::shared_ptr<MainQueue> mainQueue,
-              std::shared_ptr<const Clock> clock);
+    void open(AVPlayer& player);
     void close();
     void setRate(double rate);
     void setVolume(double volume);
@@ -86,6 +92,7 @@ private:
     void didFail(const NSError& error);
 
     void applyRate();
+    void applySelection();
     void startSeek();
     void reportBuffering();
     void reportSeekEnd();
@@ -114,6 +121,8 @@ private:
     bool enough_ = false;
     bool ended_ = false;
     bool seeking_ = false;
+    bool soundIsDue_ = false;  ///< once it is ready
+    std::optional<AVMediaSelectionOption> sound_;
     mutable std::chrono::nanoseconds lastPosition_{};  ///< where it failed, too
     std::optional<std::chrono::nanoseconds> nextSeek_;
     std::optional<std::chrono::nanoseconds> target_;  ///< until the seek there has ended

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <korvel/platform/avfoundation/AVAssetResourceLoader.h>
+#include <korvel/platform/avfoundation/AVMediaSelection.h>
 #include <korvel/platform/avfoundation/AVPlayerItemLogs.h>
 #include <korvel/platform/avfoundation/MediaEvents.h>
 #include <korvel/platform/avfoundation/VideoFrame.h>
@@ -9,6 +10,7 @@
 #include <chrono>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace korvel::platform {
@@ -41,6 +43,12 @@ public:
     /// The picture of this moment; null until there is one.
     virtual std::shared_ptr<const VideoFrame> newestFrame() = 0;
 
+    /// The sounds that the stream offers; none while unknown, or where there is no choice.
+    virtual AVMediaSelectionGroup sounds() = 0;
+    /// From the next seek on, or from the start where nothing has been loaded yet; kept until it is
+    /// known what there is. True if another one is being played or loaded.
+    virtual bool selectSound(const AVMediaSelectionOption& option) = 0;
+
     /// What is loaded, from the position on.
     virtual std::vector<MediaTimeRange> loaded() = 0;
     /// Oldest first, the one in use last. Start-up times are the item's to tell.
@@ -53,10 +61,12 @@ class KORVEL_API MediaEngine {
 public:
     virtual ~MediaEngine();
     /// Begins to load; never fails here but through the events. `keys` gives the keys of encrypted
-    /// segments whose key address is of a scheme that the engine does not load itself.
+    /// segments whose key address is of a scheme that the engine does not load itself. `languages`:
+    /// what the device's user understands, best first.
     virtual std::unique_ptr<MediaPlayback> open(const URL& url,
                                                 std::shared_ptr<AVAssetResourceLoader> keys,
-                                                std::shared_ptr<MediaEvents> events) = 0;
+                                                std::shared_ptr<MediaEvents> events,
+                                                std::vector<std::string> languages) = 0;
 };
 
 }  // namespace korvel::platform

@@ -27,21 +27,6 @@ bool hasPicture(const VariantTag& tag) {
     return tag.width > 0 || tag.codecs.empty() || isVideoCodec(tag.codecs);
 }
 
-/// The sound that plays unless somebody chooses: the default of the group, else the first that may
-/// be chosen by itself.
-const RenditionTag* soundOf(const MasterPlaylist& playlist, const std::string& group) {
-    const RenditionTag* best = nullptr;
-    const auto worth = [](const RenditionTag& tag) {
-        return (tag.isDefault ? 2 : 0) + (tag.isAutoselect ? 1 : 0);
-    };
-    for (const RenditionTag& each : playlist.renditions) {
-        if (each.type != RenditionTag::Type::audio || group.empty() || each.group != group)
-            continue;
-        if (!best || worth(each) > worth(*best)) best = &each;
-    }
-    return best;
-}
-
 }  // namespace
 
 Presentation::~Presentation() = default;
@@ -109,7 +94,7 @@ void Conductor::begin(const URL& address, Playlist playlist) {
 void Conductor::begin(const URL& address, MediaPlaylist playlist) {
     if (!playlist.isEnded) stage_->setReference(std::make_shared<const MediaPlaylist>(playlist));
     start({{.address = address.absoluteString()}},
-          {.playlists = {address}, .first = std::move(playlist)}, std::nullopt);
+          {.playlists = {address}, .first = std::move(playlist)});
 }
 
 void Conductor::begin(const URL& address, const MasterPlaylist& playlist) {
@@ -144,29 +129,37 @@ void Conductor::begin(const URL& address, const MasterPlaylist& playlist) {
     }
     const auto first =
         Ladder(variants, bounds_).choice(std::nullopt, {}, stage_->attention().clock().now());
-    std::optional<URL> sound;
-    const RenditionTag* tag = anyPicture ? soundOf(playlist, chosen[first]->audio) : nullptr;
-    if (tag && !tag->uri.empty()) {
-        sound = resolved(address, tag->uri);
-        if (sound && !mayLead(address, *sound)) sound.reset();
-    }
-    source.hasOtherSound = sound.has_value();
-    start(std::move(variants), std::move(source), sound);
+    if (anyPicture) source.sound = makeSoundChoice(playlist, address, chosen);
+    if (source.sound) source.sound->follow(first);
+    start(std::move(variants), std::move(source));
 }
 
-void Conductor::start(std::vector<Variant> variants, Rendition::Source source,
-                      const std::optional<URL>& sound) {
+/// A wish counts that was made before anybody knew what there is.
+std::shared_ptr<SoundChoice> Conductor::makeSoundChoice(
+    const MasterPlaylist& playlist, const URL& address,
+    const std::vector<const VariantTag*>& variants) {
+    auto sound = std::make_shared<SoundChoice>(playlist, address, variants, stage_->languages());
+    const std::lock_guard lock(mutex_);
+    if (wish_) sound->select(*wish_);
+    return sound_ = std::move(sound);
+}
+
+void Conductor::start(std::vector<Variant> variants, Rendition::Source source) {
     auto ladder = std::make_shared<Ladder>(std::move(variants), bounds_);
     {
         const std::lock_guard lock(mutex_);
         ladder_ = ladder;
         ladder->setBounds(bounds_);
     }
-    if (sound) {
-        Rendition::Source other{
-            .isMain = false, .playlists = {*sound}, .definitions = source.definitions};
-        std::make_shared<Rendition>(stage_, std::make_shared<Ladder>(std::vector<Variant>(1)),
-                                    statistics_, std::move(other))
+    if (source.sound && !source.sound->playlists().empty()) {
+        const auto& playlists = source.sound->playlists();
+        Rendition::Source other{.isMain = false,
+                                .playlists = playlists,
+                                .definitions = source.definitions,
+                                .sound = source.sound};
+        std::make_shared<Rendition>(
+            stage_, std::make_shared<Ladder>(std::vector<Variant>(playlists.size())), statistics_,
+            std::move(other))
             ->start();
     }
     std::make_shared<Rendition>(stage_, std::move(ladder), statistics_, std::move(source))->start();
@@ -188,6 +181,17 @@ void Conductor::setBounds(VariantBounds bounds) {
     const std::lock_guard lock(mutex_);
     bounds_ = bounds;
     if (ladder_) ladder_->setBounds(bounds);
+}
+
+AVMediaSelectionGroup Conductor::sounds() const {
+    const std::lock_guard lock(mutex_);
+    return sound_ ? sound_->group() : AVMediaSelectionGroup();
+}
+
+bool Conductor::selectSound(const AVMediaSelectionOption& option) {
+    const std::lock_guard lock(mutex_);
+    wish_ = option;
+    return sound_ && sound_->select(option);
 }
 
 void Conductor::taken(Kind kind, std::size_t bytes) {

@@ -26,6 +26,8 @@ public:
     void seek(std::chrono::nanoseconds to) override;
     void setRate(double rate) override;
     void setBounds(VariantBounds bounds) override;
+    AVMediaSelectionGroup sounds() const override;
+    bool selectSound(const AVMediaSelectionOption& option) override;
     void taken(Kind kind, std::size_t bytes) override;
     void starved(Kind kind) override;
     std::optional<std::chrono::nanoseconds> duration() const override;
@@ -40,8 +42,9 @@ private:
     void begin(const URL& address, Playlist playlist);
     void begin(const URL& address, MediaPlaylist playlist);
     void begin(const URL& address, const MasterPlaylist& playlist);
-    void start(std::vector<Variant> variants, Rendition::Source source,
-               const std::optional<URL>& sound);
+    std::shared_ptr<SoundChoice> makeSoundChoice(const MasterPlaylist& playlist, const URL& address,
+                                                 const std::vector<const VariantTag*>& variants);
+    void start(std::vector<Variant> variants, Rendition::Source source);
 
     const std::shared_ptr<Stage> stage_;
     const std::shared_ptr<Statistics> statistics_ = std::make_shared<Statistics>();
@@ -50,6 +53,8 @@ private:
     mutable std::mutex mutex_;
     std::shared_ptr<Ladder> ladder_;  ///< null until it is known what there is
     VariantBounds bounds_;
+    std::shared_ptr<SoundChoice> sound_;  ///< likewise, and where there is no other sound
+    std::optional<AVMediaSelectionOption> wish_;
 };
 
 }  // namespace korvel::platform::hls

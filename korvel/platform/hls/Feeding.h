@@ -19,8 +19,10 @@ class Feeding {
 public:
     using Time = std::chrono::nanoseconds;
 
-    Feeding(Stage& stage, std::array<bool, 2> kinds) : stage_(stage), kinds_(kinds) {}
+    explicit Feeding(Stage& stage) : stage_(stage) {}
 
+    /// Before a `restart`: by kind, whether it is this rendition's to bring.
+    void own(std::array<bool, 2> kinds) { kinds_ = kinds; }
     bool owns(Kind kind) const { return kinds_.at(static_cast<std::size_t>(kind)); }
     /// After a seek: nothing is queued, and `from` is wanted.
     void restart(Stage::Generation generation, Time from);
@@ -80,7 +82,7 @@ private:
     const Lane& of(Kind kind) const { return lanes_.at(static_cast<std::size_t>(kind)); }
 
     Stage& stage_;
-    const std::array<bool, 2> kinds_;
+    std::array<bool, 2> kinds_{};
     Stage::Generation generation_ = 0;
     Time from_{};
     Segment segment_;

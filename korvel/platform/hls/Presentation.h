@@ -26,6 +26,7 @@ struct PresentationParts {
     std::shared_ptr<const Clock> clock = std::make_shared<SystemClock>();
     /// Runs the action after the delay, on any thread; the process's pool if empty.
     std::function<void(Clock::Duration, std::function<void()>)> after{};
+    std::vector<std::string> languages{};  ///< that the user understands, best first
 };
 
 /// One way in which the whole stream is to be had.
@@ -66,6 +67,10 @@ public:
     /// At which rate samples are used up, while they are: for levels, in stream time a second.
     virtual void setRate(double rate) = 0;
     virtual void setBounds(VariantBounds bounds) = 0;
+
+    /// As with `MediaPlayback`.
+    virtual AVMediaSelectionGroup sounds() const = 0;
+    virtual bool selectSound(const AVMediaSelectionOption& option) = 0;
 
     /// To be told by the output's queues: a sample of so many bytes has left one. Never waits.
     virtual void taken(Kind kind, std::size_t bytes) = 0;

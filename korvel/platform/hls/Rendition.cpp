@@ -30,7 +30,7 @@ Rendition::Rendition(std::shared_ptr<Stage> stage, std::shared_ptr<Ladder> ladde
       statistics_(std::move(statistics)),
       source_(std::move(source)),
       segments_(stage_->loader(), stage_->sharedAttention()),
-      feeding_(*stage_, {source_.isMain, !source_.isMain || !source_.hasOtherSound}),
+      feeding_(*stage_),
       lists_(source_.playlists.size()) {
     if (source_.first) {
         lists_[0] = List{source_.playlists[0], *std::exchange(source_.first, std::nullopt),
@@ -52,6 +52,7 @@ void Rendition::run() {
             attention.wait(generation_, std::nullopt,
                            [this] { return stage_->target().has_value(); });
         restart();
+        if (!source_.isMain && !hasOtherSound_) isOver_ = true;
         while (!isOver_ &&
                attention.wait(generation_, std::nullopt, [this] { return needs(store); }))
             step();
@@ -65,6 +66,8 @@ void Rendition::restart() {
     goesOn_.reset();
     isOver_ = learns_ = hasGivenUp_ = false;
     steps_ = misses_ = 0;
+    hasOtherSound_ = source_.sound && source_.sound->begin(generation_);
+    feeding_.own({source_.isMain, source_.isMain != hasOtherSound_});
     time_ = stage_->target().value_or(Time::zero());
     feeding_.restart(generation_, time_);
 }
@@ -153,7 +156,7 @@ void Rendition::loadSegment(std::size_t index) {
     SegmentReading reading(*stage_, feeding_, segment, map,
                            {.generation = generation_,
                             .isMain = source_.isMain,
-                            .hasOtherSound = source_.hasOtherSound,
+                            .hasOtherSound = hasOtherSound_,
                             .mayGoBack = index > 0 && misses_ == 0 && steps_ < mostSteps &&
                                          !list().playlist.segments[index - 1].isGap,
                             .isLast = isLast,
@@ -233,7 +236,7 @@ void Rendition::segmentFailed(const Segment& segment, const FetchResult& result,
     const auto now = stage_->attention().clock().now();
     const bool isLasting = result.status == 0;
     goesOn_.reset();
-    if (ladder_->hasOther(*variant_, now)) {
+    if (hasOther(*variant_)) {
         statistics_->failed(result, error);
         ladder_->failed(*variant_, now);
         time_ = segment.start;
@@ -249,11 +252,11 @@ void Rendition::segmentFailed(const Segment& segment, const FetchResult& result,
 FetchResult Rendition::fetch(const URL& url, const Segment& segment,
                              const std::optional<Encryption>& encryption, SegmentReading& reading) {
     download_ = {};
-    const bool hasOther = ladder_->hasOther(*variant_, stage_->attention().clock().now());
+    const bool isSpare = hasOther(*variant_);
     const FetchRequest request{.url = url,
                                .range = segment.range,
-                               .patience = hasOther ? 1 : 2,
-                               .endurance = hasOther ? 4s : 60s};
+                               .patience = isSpare ? 1 : 2,
+                               .endurance = isSpare ? 4s : 60s};
     return segments_.get(
         request, encryption, generation_,
         [&](Fetcher::Bytes bytes, const FetchResult& soFar, std::optional<std::uint64_t> total) {

@@ -5,6 +5,7 @@
 #include <korvel/platform/hls/Playlist.h>
 #include <korvel/platform/hls/SegmentReading.h>
 #include <korvel/platform/hls/SegmentSource.h>
+#include <korvel/platform/hls/SoundChoice.h>
 #include <korvel/platform/hls/Stage.h>
 #include <korvel/platform/hls/Statistics.h>
 
@@ -23,11 +24,11 @@ class Rendition : public std::enable_shared_from_this<Rendition> {
 public:
     struct Source {
         bool isMain = true;
-        bool hasOtherSound = false;
         std::vector<URL> playlists{};  ///< one per variant of the ladder
         /// The first of them, if it was loaded already.
         std::optional<MediaPlaylist> first{};
         Definitions definitions{};
+        std::shared_ptr<SoundChoice> sound{};  ///< null: there is none but in the variants
     };
 
     Rendition(std::shared_ptr<Stage> stage, std::shared_ptr<Ladder> ladder,
@@ -56,6 +57,8 @@ private:
     bool change(std::size_t variant);
     bool load(std::size_t variant);
     bool refreshed();
+    std::size_t choice(Time level) const;
+    bool hasOther(std::size_t variant) const;
     Clock::Instant reloadTime(const List& list) const;
     void adopt(std::size_t variant);
     Time startOf(const MediaPlaylist& playlist) const;
@@ -93,6 +96,7 @@ private:
     std::vector<std::optional<List>> lists_;  ///< by variant
     std::optional<std::size_t> variant_;
     bool isOver_ = false;
+    bool hasOtherSound_ = false;  ///< in this generation
 
     Time time_{};                         ///< where the next segment begins
     std::optional<std::int64_t> number_;  ///< of the next segment, in this playlist

@@ -10,11 +10,23 @@ namespace korvel::platform::hls {
 
 using namespace std::chrono_literals;
 
+/// Of sound it is not the line that decides.
+std::size_t Rendition::choice(Time level) const {
+    if (!source_.isMain) return source_.sound->playlist();
+    // What was given up is not stayed at.
+    const auto current = hasGivenUp_ ? std::nullopt : variant_;
+    return ladder_->choice(current, level, stage_->attention().clock().now());
+}
+
+bool Rendition::hasOther(std::size_t variant) const {
+    return source_.isMain && ladder_->hasOther(variant, stage_->attention().clock().now());
+}
+
 /// Makes sure that there is a playlist to go by.
 bool Rendition::openList() {
     Attention& attention = stage_->attention();
     if (!variant_) {
-        const auto first = ladder_->choice(std::nullopt, Time::zero(), attention.clock().now());
+        const auto first = choice(Time::zero());
         if (!lists_[first] && !load(first)) return false;
         adopt(first);
     }
@@ -37,11 +49,11 @@ bool Rendition::refreshed() {
 }
 
 bool Rendition::load(std::size_t variant) {
-    const bool hasOther = ladder_->hasOther(variant, stage_->attention().clock().now());
+    const bool isSpare = hasOther(variant);
     auto [result, body] = segments_.fetcher().whole({.url = source_.playlists[variant],
                                                      .limit = longestPlaylist,
-                                                     .patience = hasOther ? 1 : 2,
-                                                     .endurance = hasOther ? 2s : 20s},
+                                                     .patience = isSpare ? 1 : 2,
+                                                     .endurance = isSpare ? 2s : 20s},
                                                     generation_);
     if (result.end == FetchResult::End::stale) return false;
     if (result.end != FetchResult::End::done) {
@@ -79,7 +91,7 @@ bool Rendition::load(std::size_t variant) {
 void Rendition::listFailed(std::size_t variant, const FetchResult& result) {
     const auto now = stage_->attention().clock().now();
     ladder_->failed(variant, now);
-    if (ladder_->hasOther(variant, now)) {
+    if (hasOther(variant)) {
         statistics_->failed(result, result.error);
         if (variant_ == variant) {
             lists_[variant].reset();
@@ -102,6 +114,7 @@ void Rendition::adopt(std::size_t variant) {
         if (source_.isMain) statistics_->chosen(variant);
     }
     if (!source_.isMain) return;
+    if (source_.sound) source_.sound->follow(variant);
     if (!stage_->hasTracks()) stage_->took(MediaStep::playlist);
     const MediaPlaylist& playlist = list().playlist;
     if (!playlist.segments.empty() && playlist.segments.front().key) {
@@ -134,14 +147,13 @@ Rendition::Time Rendition::startOf(const MediaPlaylist& playlist) const {
 /// left.
 bool Rendition::adapt() {
     if (lists_.size() < 2 || steps_ > 0) return true;
-    const Clock& clock = stage_->attention().clock();
     const Time level = feeding_.hasJoined()
                            ? stage_->levels().level(stage_->position()).value_or(Time::max())
                            : Time::zero();
-    const auto current = std::exchange(hasGivenUp_, false) ? std::nullopt : variant_;
-    const auto choice = ladder_->choice(current, level, clock.now());
-    if (choice == *variant_) return true;
-    if (!change(choice)) return !isStale() && !stage_->hasFailed() && variant_.has_value();
+    const auto better = choice(level);
+    hasGivenUp_ = false;
+    if (better == *variant_) return true;
+    if (!change(better)) return !isStale() && !stage_->hasFailed() && variant_.has_value();
     return true;
 }
 

@@ -30,6 +30,7 @@ public:
     Attention& attention() { return *attention_; }
     const std::shared_ptr<Attention>& sharedAttention() const { return attention_; }
     const std::shared_ptr<StreamLoader>& loader() const { return parts_.loader; }
+    const std::vector<std::string>& languages() const { return parts_.languages; }
     KeyStore& keys() { return keys_; }
     Timeline& timeline() { return timeline_; }
     Levels& levels() { return levels_; }

@@ -169,6 +169,30 @@ TEST_F(Player, SizeRangesAndLogsAreTold) {
     EXPECT_EQ(item->loadedTimeRanges().size(), 0u);
 }
 
+TEST_F(Player, AChosenSoundIsHeardAfterASeekThatStaysWhereItIs) {
+    fake.locale->chosenLanguages = {"de-AT", "en"};
+    const AVMediaSelectionOption french{"French", "fr"};
+    item = make<AVPlayerItem>(*URL::parse("https://h/v.m3u8"));
+    item->select(french);
+    player = make<AVPlayer>(item, fake.device());
+    EXPECT_EQ(stream().languages, fake.locale->chosenLanguages);
+    EXPECT_EQ(stream().calls, Lines{"sound French"}) << "kept for whenever it loads";
+    stream().hasLoadedSound = true;
+    item->select(french);
+    EXPECT_TRUE(stream().seeks.empty()) << "not before it is ready";
+    stream().moveTo(2s);
+    becomeReady();
+    player->play();
+    stream().moveTo(7s);
+    item->select(french);
+    settle();
+    EXPECT_EQ(stream().seeks, (std::vector<std::chrono::nanoseconds>{2s, 7s}));
+    stream().playToEnd();
+    settle();
+    item->select(french);
+    EXPECT_EQ(stream().seeks.size(), 2u) << "an end stays one";
+}
+
 TEST_F(Player, ObserversHearOfRealChangesOnTheMainQueueWithTheTrueValueLast) {
     stream().becomeReady(20s);
     EXPECT_EQ(listener->take(), Lines{}) << "not on the engine's thread";

@@ -265,6 +265,56 @@ TEST_F(PresentationTest, SoundOfItsOwnKeepsToThePicturesTimes) {
     EXPECT_EQ(server->count("https://h/none/list.m3u8"), 0u) << "the default is the second";
 }
 
+TEST_F(PresentationTest, TheSoundIsTheUsersOrTheHostsAndOfTheVariantsGroup) {
+    const auto sound = [](const char* group, const char* name, const std::string& more) {
+        return std::string("#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID=\"") + group + "\",NAME=\"" + name +
+               "\",LANGUAGE=\"" + name + "\",URI=\"" + group + name + "/list.m3u8\"," + more + "\n";
+    };
+    std::string text = "#EXTM3U\n" + sound("lo", "fr", "") + sound("lo", "de", "AUTOSELECT=YES") +
+                       sound("lo", "en", "DEFAULT=YES");
+    text += sound("hi", "de", "AUTOSELECT=YES") + sound("hi", "en", "DEFAULT=YES");
+    for (const char* base : {"https://h/1/", "https://h/2/"})
+        putList(base, segments(15, 50, {.hasSound = false}));
+    for (const char* base : {"lofr/", "lode/", "loen/", "hide/", "hien/"})
+        putList(std::string("https://h/") + base, segments(15, 50, {.hasPicture = false}));
+    server->put("https://h/m.m3u8", text + variantLine("1/list.m3u8", 60'000, ",AUDIO=\"lo\"") +
+                                        variantLine("2/list.m3u8", 120'000, ",AUDIO=\"hi\""));
+    const auto lists = [&](const char* name) {
+        return server->count(std::string("https://h/") + name + "/list.m3u8");
+    };
+    server->change("https://h/2/3.ts", [](auto& answer) { answer.status = 404; });
+    start = 0s;
+    languages = {"fr-CA", "de-AT"};
+    open("https://h/m.m3u8");
+    ASSERT_TRUE(until([&] { return presentation->accessLog().size() == 2; }));
+    EXPECT_EQ(lists("hide"), 1u) << "what may be chosen for its language";
+    output->at = start = 1h;
+    presentation->starved(Kind::picture);
+    ASSERT_TRUE(ends());
+    EXPECT_EQ(lists("lode"), 1u) << "that of the new variant's group";
+    expectSound(0, 30);
+
+    const auto group = presentation->sounds();
+    ASSERT_EQ(group.options.size(), 3u);
+    EXPECT_EQ(group.selected, 1u);
+    EXPECT_FALSE(presentation->selectSound({"it", "it"}) ||
+                 presentation->selectSound({"de", "de"}));
+    EXPECT_TRUE(presentation->selectSound(group.options[0]));
+    presentation->seek(5s);
+    ASSERT_TRUE(ends());
+    EXPECT_EQ(lists("lofr"), 1u);
+    expectSound(4, 30);
+
+    server->change("https://h/2/3.ts", [](auto& answer) { answer.status = 200; });
+    for (const auto& [wish, list] : {std::pair("en", "hien"), std::pair("", "hien")}) {
+        languages = {wish};
+        const auto before = lists(list);
+        open("https://h/m.m3u8");
+        ASSERT_TRUE(ends());
+        EXPECT_EQ(lists(list), before + 1) << wish;
+    }
+}
+
 TEST_F(PresentationTest, DiscontinuitiesAndTimesThatBeginAnewGoOnWithoutAGap) {
     auto list = segments(2);
     for (auto& each : segments(2, 7)) list.push_back(each);

@@ -111,7 +111,7 @@ protected:
         output->at = start;
         presentation = platform::hls::Presentation::open(
             *platform::URL::parse(address),
-            {server, keys, output, output, timers.clock, timers.after()}, bounds);
+            {server, keys, output, output, timers.clock, timers.after(), languages}, bounds);
     }
     /// Lets delays come due while it waits; fails the test after real seconds.
     bool until(const std::function<bool()>& done) {
@@ -199,6 +199,7 @@ protected:
     }
 
     Timers timers;
+    std::vector<std::string> languages;
     bool lets = true;  ///< whether `until` moves the time
     std::chrono::nanoseconds start = 1h;
     const std::shared_ptr<FakeServer> server = std::make_shared<FakeServer>(timers.clock);

@@ -319,6 +319,11 @@ std::shared_ptr<const VideoFrame> FilePlayback::newestFrame() {
     return course_->pipeline->newestFrame();
 }
 
+/// Of several sounds in a file the first plays.
+AVMediaSelectionGroup FilePlayback::sounds() { return {}; }
+
+bool FilePlayback::selectSound(const AVMediaSelectionOption&) { return false; }
+
 std::vector<MediaTimeRange> FilePlayback::loaded() { return course_->loaded(); }
 
 std::vector<AVPlayerItemAccessLogEvent> FilePlayback::accessLog() { return {course_->access()}; }

@@ -17,12 +17,14 @@ public:
         : loader_(std::move(loader)), audioSink_(std::move(audioSink)) {}
 
     std::unique_ptr<MediaPlayback> open(const URL& url, std::shared_ptr<AVAssetResourceLoader> keys,
-                                        std::shared_ptr<MediaEvents> events) override {
+                                        std::shared_ptr<MediaEvents> events,
+                                        std::vector<std::string> languages) override {
         return std::make_unique<gst::PlaybackGStreamer>(
             url, gst::StreamPlayback::Parts{.loader = loader_,
                                             .keys = std::move(keys),
                                             .events = std::move(events),
-                                            .audioSink = audioSink_});
+                                            .audioSink = audioSink_,
+                                            .languages = std::move(languages)});
     }
 
 private:

@@ -61,6 +61,12 @@ std::shared_ptr<const VideoFrame> PlaybackGStreamer::newestFrame() {
     return chosen()->newestFrame();
 }
 
+AVMediaSelectionGroup PlaybackGStreamer::sounds() { return chosen()->sounds(); }
+
+bool PlaybackGStreamer::selectSound(const AVMediaSelectionOption& option) {
+    return chosen()->selectSound(option);
+}
+
 std::vector<MediaTimeRange> PlaybackGStreamer::loaded() { return chosen()->loaded(); }
 
 std::vector<AVPlayerItemAccessLogEvent> PlaybackGStreamer::accessLog() {

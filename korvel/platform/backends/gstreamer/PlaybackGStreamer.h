@@ -20,6 +20,8 @@ public:
     std::optional<std::chrono::nanoseconds> position() override;
     std::optional<std::chrono::nanoseconds> duration() override;
     std::shared_ptr<const VideoFrame> newestFrame() override;
+    AVMediaSelectionGroup sounds() override;
+    bool selectSound(const AVMediaSelectionOption& option) override;
     std::vector<MediaTimeRange> loaded() override;
     std::vector<AVPlayerItemAccessLogEvent> accessLog() override;
     std::vector<AVPlayerItemErrorLogEvent> errorLog() override;

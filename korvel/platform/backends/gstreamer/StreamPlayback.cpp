@@ -74,7 +74,8 @@ void StreamPlayback::Course::open(const URL& url, const Parts& parts) {
                    url, {.loader = parts.loader,
                          .keys = parts.keys,
                          .output = output,
-                         .events = std::make_shared<Ear>(shared_from_this())});
+                         .events = std::make_shared<Ear>(shared_from_this()),
+                         .languages = parts.languages});
     });
 }
 
@@ -145,6 +146,12 @@ std::optional<nanoseconds> StreamPlayback::duration() {
 
 std::shared_ptr<const VideoFrame> StreamPlayback::newestFrame() {
     return course_->pipeline->newestFrame();
+}
+
+AVMediaSelectionGroup StreamPlayback::sounds() { return course_->presentation->sounds(); }
+
+bool StreamPlayback::selectSound(const AVMediaSelectionOption& option) {
+    return course_->presentation->selectSound(option);
 }
 
 std::vector<MediaTimeRange> StreamPlayback::loaded() { return course_->presentation->buffered(); }

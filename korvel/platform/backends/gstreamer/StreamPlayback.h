@@ -17,6 +17,7 @@ public:
         std::shared_ptr<AVAssetResourceLoader> keys;
         std::shared_ptr<MediaEvents> events;
         std::string audioSink;
+        std::vector<std::string> languages{};  ///< of the user, best first
     };
     /// `isNoPlaylist`: the address leads to something else, and nothing comes of this playback. At
     /// most once, on the pool.
@@ -29,6 +30,8 @@ public:
     std::optional<std::chrono::nanoseconds> position() override;
     std::optional<std::chrono::nanoseconds> duration() override;
     std::shared_ptr<const VideoFrame> newestFrame() override;
+    AVMediaSelectionGroup sounds() override;
+    bool selectSound(const AVMediaSelectionOption& option) override;
     std::vector<MediaTimeRange> loaded() override;
     std::vector<AVPlayerItemAccessLogEvent> accessLog() override;
     std::vector<AVPlayerItemErrorLogEvent> errorLog() override;

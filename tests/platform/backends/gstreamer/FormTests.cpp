@@ -22,7 +22,7 @@ struct Form {
 };
 
 /// How often a second the sound swings, half a second into `second`; 0 if it is not all there.
-double tone(const std::vector<SoundPiece>& sound, int second, double rate = 1) {
+double tone(const std::vector<SoundPiece>& sound, double second, double rate = 1) {
     const double from = second + 0.3;
     const double to = second + 0.7;
     double swings = 0;
@@ -38,6 +38,16 @@ double tone(const std::vector<SoundPiece>& sound, int second, double rate = 1) {
         }
     }
     return heard < 0.39 / rate ? 0 : swings / heard;
+}
+
+/// The largest swing within half a second.
+double loudness(const std::vector<SoundPiece>& sound, double from) {
+    double most = -1;
+    for (const SoundPiece& piece : sound) {
+        if (piece.from < from || piece.from + piece.length > from + 0.5) continue;
+        for (const float sample : piece.samples) most = std::max<double>(most, std::abs(sample));
+    }
+    return most;
 }
 
 double longestGap(const std::vector<SoundPiece>& sound, double from, double to) {
@@ -177,6 +187,42 @@ TEST_F(GStreamerTest, RatesChangeInMidPlayAndKeepThePitch) {
         0);
 }
 
+TEST_F(GStreamerTest, VolumeMuteAndTheChosenSoundAreHeard) {
+    const FormServer server{KORVEL_FORMS};
+    registerSoundRecorder("voicesrecorder");
+    device.mediaEngine = makeMediaEngineGStreamer({.audioSink = "voicesrecorder"});
+    Show show(server / "voices/index.m3u8", device);
+    ASSERT_TRUE(until([&] { return show.isReady(); }));
+    const auto group = show.item->audibleSelectionGroup();
+    ASSERT_EQ(group.options.size(), 2u);
+    EXPECT_EQ(group.selected, 0u);
+    EXPECT_EQ(group.options[1].extendedLanguageTag, "de");
+
+    // Each time from a standstill: what is then beyond the sink is less than 300 ms.
+    const auto playOn = [&](const std::function<void()>& change) {
+        change();
+        const double from = show.position();
+        show.player->play();
+        EXPECT_TRUE(until([&] { return show.position() > from + 1.; }));
+        show.player->pause();
+        return from;
+    };
+    const auto heard = [] { return recordedBy("voicesrecorder"); };
+    const double loud = playOn([] {});
+    const double half = playOn([&] { show.player->setVolume(0.5); });
+    const double mute = playOn([&] { show.player->setMuted(true); });
+    const double full = loudness(heard(), loud + 0.3);
+    EXPECT_GT(full, 0.1);
+    EXPECT_NEAR(loudness(heard(), half + 0.3), full / 2, 0.02);
+    EXPECT_EQ(loudness(heard(), mute + 0.3), 0);
+    EXPECT_NEAR(tone(heard(), 0), 300, 15);
+
+    show.player->setMuted(false);
+    const double other = playOn([&] { show.item->select(group.options[1]); });
+    EXPECT_NEAR(tone(heard(), other), 900, 15);
+    EXPECT_EQ(show.item->audibleSelectionGroup().selected, 1u);
+}
+
 TEST_F(GStreamerTest, SeeksInFilesEndAtTheirPictureHoweverRatesChange) {
     const FormServer server{KORVEL_FORMS};
     Show show(server / "file-front.mp4", device);
@@ -215,6 +261,7 @@ INSTANTIATE_TEST_SUITE_P(Forms, FormTest,
                                                 {"packed/index.m3u8", 0}}},
                                          Forms{"fragments",
                                                {{"fmp4-2/index.m3u8"},
+                                                {"fmp4-aes/index.m3u8"},
                                                 {"fmp4-6/index.m3u8"},
                                                 {"fmp4-ranges/index.m3u8"},
                                                 {"fmp4-50/index.m3u8", 50},

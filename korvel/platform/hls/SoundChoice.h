@@ -1,0 +1,61 @@
+#pragma once
+
+#include <korvel/platform/avfoundation/AVMediaSelection.h>
+#include <korvel/platform/hls/Attention.h>
+#include <korvel/platform/hls/Playlist.h>
+
+#include <cstddef>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace korvel::platform::hls {
+
+/// Which of a stream's sounds is loaded, and from where. Variants name groups of them that hold the
+/// same ones, each at an address of its own, or, without one, within the variant itself. Who is
+/// chosen changes between generations alone, in which all loaders agree. Any thread.
+class SoundChoice {
+public:
+    /// `variants`: those that may be played. `address`: of the master playlist.
+    SoundChoice(const MasterPlaylist& playlist, const URL& address,
+                const std::vector<const VariantTag*>& variants,
+                const std::vector<std::string>& languages);
+
+    AVMediaSelectionGroup group() const;
+    /// Counts from the next generation on. False if it is what counts already, or there is no such
+    /// one.
+    bool select(const AVMediaSelectionOption& option);
+    /// That generation begins. Whether its sound comes apart from the variants.
+    bool begin(Attention::Generation generation);
+    /// Sound is to be of this variant's group.
+    void follow(std::size_t variant);
+
+    /// All that sound is loaded from.
+    const std::vector<URL>& playlists() const { return playlists_; }
+    /// From which of them it is now, if it comes apart.
+    std::size_t playlist() const;
+
+private:
+    struct Option {
+        AVMediaSelectionOption told{};
+        bool isAutoselect = false;
+        std::vector<std::optional<std::size_t>> places{};  ///< by group; nothing: comes not apart
+    };
+    void add(const RenditionTag& tag, std::size_t group, const URL& address);
+    std::size_t chosenFor(const std::vector<std::string>& languages) const;
+    std::optional<std::size_t> placeLocked() const;
+
+    std::vector<URL> playlists_;
+    std::vector<Option> options_;
+    std::vector<std::string> groups_;
+    std::vector<std::size_t> groupOf_;  ///< by variant
+
+    mutable std::mutex mutex_;
+    Attention::Generation generation_ = 0;
+    std::size_t wanted_ = 0;
+    std::size_t current_ = 0;
+    std::size_t group_ = 0;
+};
+
+}  // namespace korvel::platform::hls
