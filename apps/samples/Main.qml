@@ -16,6 +16,7 @@ Window {
     }
     ListView {
         id: list
+        visible: KorvelContent.loggedIn
         width: 320
         height: parent.height
         model: ClassesModel { id: classes }

@@ -21,17 +21,16 @@ int main(int argc, char** argv) {
     if (engine.rootObjects().isEmpty()) return 1;
     auto* window = qobject_cast<QQuickWindow*>(engine.rootObjects().first());
     const auto itemWith = [window](const char* property) -> QQuickItem* {
-        for (auto* item : window->contentItem()->findChildren<QQuickItem*>()) {
+        for (auto* item : window->findChildren<QQuickItem*>()) {
             if (item->property(property).isValid() && item->height() > 0) return item;
         }
         return nullptr;
     };
-    const auto tag = [&] {
+    const auto isFilled = [&] {
         auto* list = itemWith("contentY");
-        return list && list->property("count").toInt() > 0;
+        return list && list->isVisible() && list->property("count").toInt() > 0;
     };
-    if (!QTest::qWaitFor(tag, 20000)) return 2;
-    QTest::qWait(0);
+    if (!QTest::qWaitFor(isFilled, 20000)) return 2;
     QTest::mouseClick(window, Qt::LeftButton, {}, {20, 6});
     auto* player = itemWith("performedSeconds");
     if (!player ||
