@@ -153,6 +153,8 @@ bool Ladder::gaveUp(std::size_t variant, const Progress& progress, Clock::Instan
 }
 
 void Meter::add(std::uint64_t bytes, Time busy) {
+    constexpr auto step = 10ms;  // however small the pieces are
+    if (points_.size() > 1 && busy - points_[points_.size() - 2].busy < step) points_.pop_back();
     points_.push_back({bytes, busy});
     while (points_.size() > 2 && points_[1].busy <= busy - 1s) points_.pop_front();
 }
