@@ -12,7 +12,7 @@
 #include <korvel/platform/backends/gstreamer/MediaEngineGStreamer.h>
 #include <korvel/platform/foundation/SDKBundle.h>
 #include <service/Catalogue.h>
-#include <service/ContentService.h>
+#include <service/ServiceProcess.h>
 
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -59,55 +59,20 @@ double processorSeconds() {
     return seconds(usage.ru_utime) + seconds(usage.ru_stime);
 }
 
-/// Before this process has threads.
-class ServiceProcess {
-public:
-    ServiceProcess() {
-        int ends[2];
-        if (pipe(ends) != 0) std::abort();
-        process_ = fork();
-        if (process_ == 0) serve(ends[1]);
-        close(ends[1]);
-        std::string text(1024, '\0');
-        const auto size = read(ends[0], text.data(), text.size());
-        close(ends[0]);
-        std::istringstream words(
-            text.substr(0, static_cast<std::size_t>(std::max<ssize_t>(size, 0))));
-        if (!(words >> near >> far >> authorities)) std::abort();
-    }
-    ~ServiceProcess() {
-        kill(process_, SIGKILL);
-        waitpid(process_, nullptr, 0);
-    }
-    ServiceProcess(const ServiceProcess&) = delete;
-    ServiceProcess& operator=(const ServiceProcess&) = delete;
-
-    std::string near;  ///< the service's address
-    std::string far;   ///< the same at the end of the line
-    std::string authorities;
-
-private:
-    [[noreturn]] static void serve(int end) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        service::ContentService service(plain);
-        service.accounts().logIn("anna");
-        service.accounts().acceptConsent("anna", "privacy-2024");
-        service.accounts().setSubscription("anna", service::Subscription{"now", "gold"});
-        const bench::DelayingProxy line(service.port(), roundTrip);
-        const auto far = "https://localhost:" + std::to_string(line.port()) + "/";
-        // The stream, too, lies at the end of the line.
-        const service::Catalogue catalogue(KORVEL_STREAMS "/../catalogue.json", far);
-        service.script("/ondemand/v1/perform/", "GET",
-                       {.body = *catalogue.performing(classTag),
-                        .headers = {{"Content-Type", "application/json"}}},
-                       std::numeric_limits<std::size_t>::max());
-        const auto text = service.baseURL() + " " + far + " " + service.caFile().string();
-        if (write(end, text.data(), text.size()) < 0) _exit(1);
-        for (;;) pause();
-    }
-
-    pid_t process_ = -1;
-};
+/// A member's service behind a line, at whose end the streams lie, too; says its address there.
+std::string lineTo(service::ContentService& service) {
+    service.accounts().logIn("anna");
+    service.accounts().acceptConsent("anna", "privacy-2024");
+    service.accounts().setSubscription("anna", service::Subscription{"now", "gold"});
+    const bench::DelayingProxy line(service.port(), roundTrip);
+    const auto far = "https://localhost:" + std::to_string(line.port()) + "/";
+    const service::Catalogue catalogue(KORVEL_STREAMS "/../catalogue.json", far);
+    service.script("/ondemand/v1/perform/", "GET",
+                   {.body = *catalogue.performing(classTag),
+                    .headers = {{"Content-Type", "application/json"}}},
+                   std::numeric_limits<std::size_t>::max());
+    return far;
+}
 
 std::shared_ptr<KCSDKConfig> configuration(const std::string& baseURL) {
     return std::make_shared<KCSDKConfig>(baseURL, plain.secretKey, plain.apiKey, plain.tenant, "a");
@@ -144,12 +109,12 @@ void compareDoors() {
 
 /// Log-in, four reads at once, two more, with no connection open; without the half second that a
 /// log-in waits before it goes out.
-double appStart(const ServiceProcess& service) {
+double appStart(const service::ServiceProcess& service) {
     auto device = Device::current();
     device.urlSession =
-        makeURLSessionCurl({.certificateAuthorityFile = service.authorities},
+        makeURLSessionCurl({.certificateAuthorityFile = service.caFile()},
                            [](auto task) { DispatchQueue::global().async(std::move(task)); });
-    const ContentClient client(device, configuration(service.far));
+    const ContentClient client(device, configuration(service.said()));
     const auto start = Steady::now();
     if (!client.logIn("anna").get()) std::abort();
     auto consents = client.consents();
@@ -195,7 +160,7 @@ double firstPicture(const ContentClient& client, bool prefetch) {
 }  // namespace
 
 int main() {
-    const ServiceProcess service;
+    const service::ServiceProcess service(plain, lineTo);
     auto pattern = (std::filesystem::temp_directory_path() / "korvel-bench-XXXXXX").string();
     const std::filesystem::path data = mkdtemp(pattern.data());
     Device device;
@@ -204,18 +169,18 @@ int main() {
     device.bundles.emplace_back(std::string(sdkBundleIdentifier), KORVEL_BUNDLE);
     const DeviceOptions options{.applicationName = "bench",
                                 .dataFolder = data,
-                                .certificateAuthorityFile = service.authorities,
+                                .certificateAuthorityFile = service.caFile(),
                                 .console = [](std::string_view) {}};
     if (!installDeviceGStreamer(device, options, {.audioSink = "fakesink"})) std::abort();
     Device::current().mainQueue->drain();
-    KCSDK::initialize(configuration(service.near));
+    KCSDK::initialize(configuration(service.baseURL()));
     std::thread(compareDoors).join();  // of hosts' threads it is not the main one that waits
 
     std::vector<double> starts;
     for (int turn = 0; turn < 5; ++turn) starts.push_back(appStart(service) * 1000);
     report("app_start_40ms_http1_ms", median(starts), 430);
 
-    const ContentClient client(configuration(service.far));
+    const ContentClient client(configuration(service.said()));
     if (!client.logIn("anna").get()) std::abort();
     for (const bool prefetch : {false, true}) {
         std::vector<double> trips;

@@ -4,7 +4,7 @@
 
 #include <korvel/platform/backends/curl/URLSessionCurl.h>
 #include <korvel/platform/foundation/DispatchQueue.h>
-#include <service/ContentService.h>
+#include <service/ServiceProcess.h>
 
 #include <curl/curl.h>
 #include <sys/resource.h>
@@ -51,61 +51,6 @@ double processorSeconds() {
     std::fprintf(stderr, "bench: %s\n", reason.c_str());
     _exit(1);
 }
-
-/// The development service in a process of its own; it ends with this object, or with this process.
-class ServiceProcess {
-public:
-    /// To be made before there are other threads.
-    ServiceProcess() {
-        std::array<int, 2> address{}, end{};
-        if (pipe(address.data()) != 0 || pipe(end.data()) != 0) giveUp("no pipe");
-        child_ = fork();
-        if (child_ < 0) giveUp("no process");
-        if (child_ == 0) {
-            close(end[1]);
-            serve(address[1], end[0]);
-        }
-        close(address[1]);
-        close(end[0]);
-        end_ = end[1];
-        char line[1024];
-        const auto size = read(address[0], line, sizeof line);
-        close(address[0]);
-        const std::string text(line, static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
-        const auto blank = text.find(' ');
-        if (blank == std::string::npos) giveUp("the service did not start");
-        target_ = {text.substr(0, blank), text.substr(blank + 1)};
-    }
-    ServiceProcess(const ServiceProcess&) = delete;
-    ServiceProcess& operator=(const ServiceProcess&) = delete;
-    ~ServiceProcess() {
-        close(end_);
-        waitpid(child_, nullptr, 0);
-    }
-
-    const Target& target() const { return target_; }
-
-private:
-    [[noreturn]] static void serve(int address, int end) {
-        {
-            korvel::service::ContentService service({.keptRequests = 0, .compress = false});
-            // One small answer for all, so that the service's own work does not drown the clients'.
-            service.script(
-                "/small", "GET",
-                {.body = std::string(1000, 'x'), .headers = {{"Content-Type", "application/json"}}},
-                std::numeric_limits<std::size_t>::max());
-            const std::string text = service.baseURL() + "small " + service.caFile().string();
-            if (write(address, text.data(), text.size()) < 0) std::abort();
-            char none = 0;
-            while (read(end, &none, 1) > 0) continue;
-        }
-        _exit(0);
-    }
-
-    pid_t child_ = -1;
-    int end_ = -1;
-    Target target_;
-};
 
 template <class Work> Cost measured(int requests, Work work) {
     const double processor = processorSeconds();
@@ -309,8 +254,16 @@ void printFigure(const char* name, double value, double goal, bool ok) {
 }  // namespace
 
 int main() {
-    const ServiceProcess service;
-    const Target& target = service.target();
+    const korvel::service::ServiceProcess service(
+        {.keptRequests = 0, .compress = false}, [](korvel::service::ContentService& each) {
+            // One small answer for all, so that the service's own work does not drown the clients'.
+            each.script(
+                "/small", "GET",
+                {.body = std::string(1000, 'x'), .headers = {{"Content-Type", "application/json"}}},
+                std::numeric_limits<std::size_t>::max());
+            return std::string();
+        });
+    const Target target{service.baseURL() + "small", service.caFile()};
     constexpr int repetitions = 15;
     constexpr int requests = 1000;
     constexpr int freshRequests = 100;

@@ -12,7 +12,7 @@
 #include <korvel/player/KCSDKPlayerEventsListner.h>
 #include <korvel/player/KCSDKPlayerOverlay.h>
 #include <korvel/player/KCSDKPlayerView.h>
-#include <service/ContentService.h>
+#include <service/ServiceProcess.h>
 
 #include <httplib.h>
 #include <sys/prctl.h>
@@ -61,46 +61,6 @@ void servePlaylistWithKey(service::ContentService& service) {
     service.script("/bench/key", "GET", {.body = std::string(key.begin(), key.end())}, 100000);
 }
 
-/// Before this process has threads.
-class ServiceProcess {
-public:
-    ServiceProcess() {
-        int ends[2];
-        if (pipe(ends) != 0) std::abort();
-        process_ = fork();
-        if (process_ == 0) serve(ends[1]);
-        close(ends[1]);
-        char text[128];
-        const auto size = read(ends[0], text, sizeof text);
-        close(ends[0]);
-        if (size <= 0) std::abort();
-        url_.assign(text, static_cast<std::size_t>(size));
-    }
-    ~ServiceProcess() {
-        kill(process_, SIGKILL);
-        waitpid(process_, nullptr, 0);
-    }
-    ServiceProcess(const ServiceProcess&) = delete;
-    ServiceProcess& operator=(const ServiceProcess&) = delete;
-
-    /// "media/50101/index.m3u8" and such.
-    std::string operator/(const std::string& path) const { return url_ + path; }
-
-private:
-    [[noreturn]] static void serve(int end) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        service::ContentService service(
-            {.tls = false, .streams = KORVEL_STREAMS, .keptRequests = 0});
-        servePlaylistWithKey(service);
-        const auto url = service.baseURL();
-        if (write(end, url.data(), url.size()) < 0) _exit(1);
-        for (;;) pause();
-    }
-
-    pid_t process_ = -1;
-    std::string url_;
-};
-
 const Device& makeDevice(const std::filesystem::path& data) {
     Device device;
     device.clock = std::make_shared<SystemClock>();
@@ -140,10 +100,11 @@ struct Show {
     bool showsPicture() const { return player->newestFrame() != nullptr; }
 };
 
-void measureFirstFrames(const ServiceProcess& service, const std::string& fragments) {
-    const std::string plain = "first " + service / "media/50101/360p/index.m3u8";
-    const std::string encrypted = "first " + service / "media/50101/v.ism/360p/index.m3u8";
-    const std::string handed = "first " + service / "bench/v.m3u8";
+void measureFirstFrames(const service::ServiceProcess& service, const std::string& fragments) {
+    const std::string plain = "first " + service.baseURL() + "media/50101/360p/index.m3u8";
+    const std::string encrypted =
+        "first " + service.baseURL() + "media/50101/v.ism/360p/index.m3u8";
+    const std::string handed = "first " + service.baseURL() + "bench/v.m3u8";
     constexpr int turns = 41;
     PlayerProcess ours("ours");
     PlayerProcess peer("playbin3");
@@ -156,15 +117,15 @@ void measureFirstFrames(const ServiceProcess& service, const std::string& fragme
         report("first_frame_fmp4_vs_playbin3", *found, 0.7);
     std::vector<double> large;
     for (int i = 0; i < turns; ++i) {
-        const auto numbers = ours.ask("first " + service / "media/50101/720p/index.m3u8");
+        const auto numbers = ours.ask("first " + service.baseURL() + "media/50101/720p/index.m3u8");
         if (numbers) large.push_back(1e3 * numbers->front());
     }
     if (!large.empty()) report("first_frame_720p_ms", median(large), 60);
 }
 
 /// From the command to the picture, in a class that plays.
-void measureSeeks(const ServiceProcess& service, const Device& device) {
-    Show show(device, service / "media/50101/360p/index.m3u8");
+void measureSeeks(const service::ServiceProcess& service, const Device& device) {
+    Show show(device, service.baseURL() + "media/50101/360p/index.m3u8");
     device.mainQueue->runUntil([&] { return show.showsPicture(); }, 20s);
     std::vector<double> times;
     for (int i = 0; i < 60; ++i) {
@@ -198,7 +159,7 @@ double threadSeconds() {
 /// The share of a core that the main thread takes while a class plays: position and duration 150
 /// times a second to a listener and to the overlay with its controls shown, and the news of each
 /// picture.
-void measureReports(const ServiceProcess& service, const Device& device) {
+void measureReports(const service::ServiceProcess& service, const Device& device) {
     const auto window = make<UIWindow>(device.screen, CGRect{{0, 0}, {1280, 720}});
     window->setRootViewController(make<UIViewController>());
     const auto view = make<KCSDKPlayerView>(device, std::make_shared<KCSDKNetworkManager>(device));
@@ -207,7 +168,7 @@ void measureReports(const ServiceProcess& service, const Device& device) {
     view->delegate = listener;
     window->rootViewController()->view()->addSubview(view);
     view->setFrame(window->bounds());
-    view->loadVideo(*URL::parse(service / "media/50101/360p/index.m3u8"));
+    view->loadVideo(*URL::parse(service.baseURL() + "media/50101/360p/index.m3u8"));
     view->addOverlay(nullptr)->toggleControls();
     view->player()->play();
     device.mainQueue->runUntil([&] { return CMTimeGetSeconds(view->player()->currentTime()) > 1; },
@@ -230,9 +191,9 @@ void measureReports(const ServiceProcess& service, const Device& device) {
     device.mainQueue->runUntil([&] { return !view->player(); }, 5s);
 }
 
-void measureClosing(const ServiceProcess& service, const Device& device) {
-    const std::string plain = service / "media/50101/index.m3u8";
-    const std::string encrypted = service / "media/50101/v.ism/manifest";
+void measureClosing(const service::ServiceProcess& service, const Device& device) {
+    const std::string plain = service.baseURL() + "media/50101/index.m3u8";
+    const std::string encrypted = service.baseURL() + "media/50101/v.ism/manifest";
     std::vector<double> times;
     for (int i = 0; i < 200; ++i) {
         auto show = std::make_unique<Show>(device, i % 2 ? plain : encrypted);
@@ -249,8 +210,9 @@ void measureClosing(const ServiceProcess& service, const Device& device) {
 }
 
 /// Over so many cycles; of memory, less what the peer's grows, since decoders leak.
-void measureGrowth(const ServiceProcess& service) {
-    const std::string command = "grow " + service / "media/50101/360p/index.m3u8" + " 1000";
+void measureGrowth(const service::ServiceProcess& service) {
+    const std::string command =
+        "grow " + service.baseURL() + "media/50101/360p/index.m3u8" + " 1000";
     const auto bare = PlayerProcess("playbin3").ask(command);
     const auto ours = PlayerProcess("ours").ask(command);
     if (!ours) return;
@@ -266,7 +228,12 @@ void measureGrowth(const ServiceProcess& service) {
 }  // namespace
 
 int main() {
-    const ServiceProcess service;
+    const service::ServiceProcess service(
+        {.tls = false, .streams = KORVEL_STREAMS, .keptRequests = 0},
+        [](service::ContentService& each) {
+            servePlaylistWithKey(each);
+            return std::string();
+        });
     auto pattern = (std::filesystem::temp_directory_path() / "korvel-bench-XXXXXX").string();
     const std::filesystem::path data = mkdtemp(pattern.data());
     const Device& device = makeDevice(data);

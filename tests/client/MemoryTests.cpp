@@ -1,7 +1,8 @@
-#include "support/ServiceProcess.h"
+#include "support/ChildProcess.h"
 #include "support/TemporaryFolder.h"
 
 #include <korvel/KorvelContentSDK.h>
+#include <service/ServiceProcess.h>
 
 #include <gtest/gtest.h>
 #include <zlib.h>
@@ -57,20 +58,20 @@ void forgetPeak() { std::ofstream("/proc/self/clear_refs") << 5; }
 // What is refused, and the largest that is not: two megabytes.
 TEST(Memory, StaysSmallWhateverTheServiceAnswers) {
     using Service = service::ContentService;
-    const ServiceProcess service({.tls = false, .keptRequests = 0}, [](Service& each) {
+    const service::ServiceProcess service({.tls = false, .keptRequests = 0}, [](Service& each) {
         each.script(
             {.status = 200, .body = packedPage(), .headers = {{"Content-Encoding", "gzip"}}});
         each.script({.status = 200, .body = page(millions * 1'000'000)});
         each.script({.status = 200, .body = page(1'040'000)});
+        return std::string();
     });
     const TemporaryFolder folder;
     platform::DeviceOptions options;
     options.dataFolder = folder / "data";
     ASSERT_TRUE(platform::Device::install({}, options));
     const Service::Options known;
-    ContentClient client(
-        std::make_shared<KCSDKConfig>("http://localhost:" + std::to_string(service.port()) + "/",
-                                      known.secretKey, known.apiKey, known.tenant, "analytics"));
+    ContentClient client(std::make_shared<KCSDKConfig>(service.baseURL(), known.secretKey,
+                                                       known.apiKey, known.tenant, "analytics"));
     forgetPeak();
     const double before = peakMegabytes();
     for (int answer = 0; answer < 3; ++answer) {

@@ -1,7 +1,8 @@
-#include "support/ServiceProcess.h"
+#include "support/ChildProcess.h"
 #include "support/TemporaryFolder.h"
 
 #include <korvel/KorvelContentSDK.h>
+#include <service/ServiceProcess.h>
 
 #include <gtest/gtest.h>
 
@@ -17,19 +18,18 @@ struct Silent final : platform::Console {
 };
 
 /// What a host does, up to an end that comes whenever it comes.
-[[noreturn]] void runAndExit(const ServiceProcess& service, const std::filesystem::path& data,
-                             std::chrono::microseconds moment) {
+[[noreturn]] void runAndExit(const service::ServiceProcess& service,
+                             const std::filesystem::path& data, std::chrono::microseconds moment) {
     alarm(30);  // ends one that hangs
     platform::DeviceOptions options;
-    options.certificateAuthorityFile = service.authority();
+    options.certificateAuthorityFile = service.caFile();
     options.dataFolder = data;
     platform::Device device;
     device.console = std::make_shared<Silent>();
     if (!platform::Device::install(device, options)) std::abort();
     const service::ContentService::Options known;
-    KCSDK::initialize(
-        std::make_shared<KCSDKConfig>("https://localhost:" + std::to_string(service.port()) + "/",
-                                      known.secretKey, known.apiKey, known.tenant, "analytics"));
+    KCSDK::initialize(std::make_shared<KCSDKConfig>(service.baseURL(), known.secretKey,
+                                                    known.apiKey, known.tenant, "analytics"));
     KCSDK::startSession("anna", nullptr);
     for (int request = 0; request < 4; ++request) {
         KCSDK::getOndemandCollections({}, 1, nullptr);
@@ -41,7 +41,7 @@ struct Silent final : platform::Console {
 
 // KORVEL_EXIT_RUNS=10000 makes sure of it.
 TEST(Exit, MayComeAtAnyMoment) {
-    const ServiceProcess service({.keptRequests = 0});
+    const service::ServiceProcess service({.keptRequests = 0});
     const TemporaryFolder folder;
     const char* wanted = std::getenv("KORVEL_EXIT_RUNS");  // NOLINT: no other thread
     const int runs = wanted ? std::atoi(wanted) : sanitized ? 10 : 40;

@@ -2,7 +2,9 @@
 
 #include "Client.h"
 #include "RawServer.h"
-#include "support/ServiceProcess.h"
+#include "support/ChildProcess.h"
+
+#include <service/ServiceProcess.h>
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -39,10 +41,11 @@ private:
 
 TEST(URLSessionLoadTest, ThousandsOfRequestsTakeTurnsAndAHungServiceHoldsUpNoOther) {
     // It takes a descriptor for each connection, too.
-    const tests::ServiceProcess other({.tls = false}, [](ContentService& service) {
+    const service::ServiceProcess other({.tls = false}, [](ContentService& service) {
         service.script("", "", {.status = 601, .body = "ok"}, 2000);
+        return std::string();
     });
-    const auto url = "http://localhost:" + std::to_string(other.port()) + "/";
+    const auto& url = other.baseURL();
     rlimit before{};
     getrlimit(RLIMIT_NOFILE, &before);
     rlimit few = before;
@@ -144,7 +147,7 @@ TEST(URLSessionExitTest, HandshakesUnderWayDoNotHoldUpTheEnd) {
     const auto end = tests::shared<std::atomic<std::int64_t>>();
     const auto now = [] { return std::chrono::steady_clock::now().time_since_epoch() / 1us; };
     const auto endAmidHandshakes = [&] {
-        const tests::ServiceProcess service;
+        const service::ServiceProcess service;
         static const auto session = makeSession({});
         for (int number = 0; number < 2000; ++number) {
             const std::string host = number % 2 == 0 ? "127.0.0.1:" : "localhost:";
