@@ -16,7 +16,9 @@ target_compile_options(korvel_settings INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Werror
     # g++ 12 takes moved-from variants and concatenated literals for faults when it optimises.
     $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-maybe-uninitialized>
-    $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-restrict>)
+    $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-restrict>
+    # It takes sources that are compiled together for headers.
+    $<$<AND:$<BOOL:${CMAKE_UNITY_BUILD}>,$<COMPILE_LANG_AND_ID:CXX,GNU>>:-Wno-subobject-linkage>)
 # Headers lie beside their sources: an include is the path from here, in the tree as installed.
 target_include_directories(korvel_settings INTERFACE "${PROJECT_SOURCE_DIR}")
 # As shipped: the same bytes from whichever folder it is built in, and no path of it in what is installed.

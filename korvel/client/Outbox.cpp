@@ -20,7 +20,7 @@ using Reason = Failure::Reason;
 namespace {
 
 constexpr SealedRecords::Bounds bounds{.records = 200, .bytes = 256 << 10};
-constexpr Clock::Duration firstPause = std::chrono::seconds(2);
+constexpr Clock::Duration firstOutboxPause = std::chrono::seconds(2);
 constexpr Clock::Duration longestPause = std::chrono::minutes(5);
 
 /// A performance as it lies on disk: what was sent, and to whom.
@@ -288,7 +288,7 @@ void Outbox::tryAgain(const Manager& manager, const Failure& failure) {
     {
         const std::lock_guard lock(mutex_);
         if (std::exchange(timerRuns_, true)) return;
-        pause = pause_ = std::clamp(pause_ * 2, firstPause, longestPause);
+        pause = pause_ = std::clamp(pause_ * 2, firstOutboxPause, longestPause);
     }
     surroundings_->deadlines->after(pause, [weak = weak_from_this(), of = std::weak_ptr(manager)] {
         const auto self = weak.lock();

@@ -65,11 +65,11 @@ template <class T> Running running(Pending<T> pending) {
     return result;
 }
 
-enum class Kind { record, outcome, logIn, untold };
+enum class Shape { record, outcome, logIn, untold };
 
 struct Endpoint {
     std::string name;
-    Kind kind;
+    Shape kind;
     std::function<Running(const ContentClient&)> ask;
     std::function<void(KCSDKNetworkManager&, const Completion&)> askByContract;
 };
@@ -134,35 +134,35 @@ protected:
     const std::shared_ptr<KCSDKUserSubscriptionRequest> monthly =
         decoded<KCSDKUserSubscriptionRequest>(R"({"start":"now","subscriptionId":"monthly"})");
     const std::vector<Endpoint> endpoints{
-        {"log-in", Kind::logIn, [](auto& client) { return running(client.logIn("anna")); },
+        {"log-in", Shape::logIn, [](auto& client) { return running(client.logIn("anna")); },
          [](auto& sdk, auto& done) { sdk.startSession("anna", done); }},
-        {"consents", Kind::record, [](auto& client) { return running(client.consents()); },
+        {"consents", Shape::record, [](auto& client) { return running(client.consents()); },
          [](auto& sdk, auto& done) { sdk.getConsent(done); }},
-        {"consent", Kind::outcome, [](auto& client) { return running(client.acceptConsent("c")); },
+        {"consent", Shape::outcome, [](auto& client) { return running(client.acceptConsent("c")); },
          [](auto& sdk, auto& done) { sdk.acceptConsent("c", done); }},
-        {"collections", Kind::record, [](auto& client) { return running(client.collections()); },
+        {"collections", Shape::record, [](auto& client) { return running(client.collections()); },
          [](auto& sdk, auto& done) { sdk.getOndemandCollections({}, 0, done); }},
-        {"classes", Kind::record, [](auto& client) { return running(client.classes()); },
+        {"classes", Shape::record, [](auto& client) { return running(client.classes()); },
          [](auto& sdk, auto& done) { sdk.getOndemandClasses(1, 20, {}, {}, done); }},
-        {"class", Kind::record, [&](auto& client) { return running(client.classDetails(tag)); },
+        {"class", Shape::record, [&](auto& client) { return running(client.classDetails(tag)); },
          [&](auto& sdk, auto& done) { sdk.getOndemandClassDetails(tag, done); }},
-        {"metadata", Kind::record, [](auto& client) { return running(client.metaData()); },
+        {"metadata", Shape::record, [](auto& client) { return running(client.metaData()); },
          [](auto& sdk, auto& done) { sdk.getOndemandMetaData(done); }},
-        {"filter", Kind::record, [](auto& client) { return running(client.search({})); },
+        {"filter", Shape::record, [](auto& client) { return running(client.search({})); },
          [](auto& sdk, auto& done) { sdk.getOndemandClassesForCriteria({}, done); }},
-        {"subscription", Kind::outcome,
+        {"subscription", Shape::outcome,
          [&](auto& client) { return running(client.activateSubscription(*monthly)); },
          [&](auto& sdk, auto& done) { sdk.activateSubscription(*monthly, done); }},
-        {"cancellation", Kind::outcome,
+        {"cancellation", Shape::outcome,
          [](auto& client) { return running(client.cancelSubscription()); },
          [](auto& sdk, auto& done) { sdk.cancelSubscription(done); }},
-        {"tracking", Kind::untold,
+        {"tracking", Shape::untold,
          [&](auto& client) { return running(client.recordPerformance(*one, 7)); },
          [&](auto& sdk, auto&) { sdk.sendClassPerformance(*one, 7); }},
-        {"content token", Kind::record,
+        {"content token", Shape::record,
          [&](auto& client) { return running(client.contentToken(tag)); },
          [&](auto& sdk, auto& done) { sdk.getContentToken(tag, done); }},
-        {"perform", Kind::record, [&](auto& client) { return running(client.perform(tag)); },
+        {"perform", Shape::record, [&](auto& client) { return running(client.perform(tag)); },
          [&](auto& sdk, auto& done) { sdk.performClass(tag, done); }}};
 
     void arrange(const Fault& fault) {
@@ -212,7 +212,7 @@ protected:
 
 Reason expected(const Endpoint& endpoint, const Fault& fault) {
     if (endpoint.name == "perform" && fault.name == "403") return Reason::subscriptionRequired;
-    if (endpoint.kind == Kind::logIn && fault.name == "401") return Reason::refused;
+    if (endpoint.kind == Shape::logIn && fault.name == "401") return Reason::refused;
     return fault.reason;
 }
 
@@ -220,12 +220,12 @@ TEST_F(Matrix, EveryFaultOfEveryEndpointEndsOnceWithItsReasonBesideTheContractsD
     for (const auto& endpoint : endpoints) {
         for (const auto& fault : faults) {
             SCOPED_TRACE(endpoint.name + " and " + fault.name);
-            const bool means = endpoint.kind != Kind::outcome && endpoint.kind != Kind::untold;
+            const bool means = endpoint.kind != Shape::outcome && endpoint.kind != Shape::untold;
             const auto reason = expected(endpoint, fault);
             const bool accepted = reason == Reason::notUnderstood && !means;
             EXPECT_EQ(askClient(endpoint, fault),
                       std::vector<Told>{accepted ? "value" : std::string(nameOf(reason))});
-            if (fault.answer.hold || endpoint.kind == Kind::untold) continue;
+            if (fault.answer.hold || endpoint.kind == Shape::untold) continue;
             EXPECT_EQ(askByContract(endpoint, fault),
                       fault.contract.at(static_cast<std::size_t>(endpoint.kind)));
         }

@@ -15,6 +15,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using Kind = OutboxEvent::Kind;
+using Reason = Failure::Reason;
 
 constexpr const char* tracking = "/ondemand/v1/ondemandtracking";
 
@@ -102,7 +103,6 @@ TEST_F(OutboxTest, WhateverBecomesOfTheRequestThePerformanceArrivesOnce) {
         Failure::Reason reason;
         Sign sign;
     };
-    using Reason = Failure::Reason;
     const std::vector<Row> rows{
         {{.resetAfter = 0}, Reason::unreachable, Sign::answer},
         {{.resetAfter = 20}, Reason::unreachable, Sign::pause},

@@ -17,7 +17,7 @@ using namespace std::chrono_literals;
 using Reason = Failure::Reason;
 using Page = std::shared_ptr<KCSDKOndemandClassResponse>;
 
-const std::string page = pageJSON("");
+const std::string emptyPage = pageJSON("");
 const std::string anna = R"({"Username":"anna","UserId":"1","Code":"c1"})";
 
 /// A coroutine that begins at once and keeps what it is until it is destroyed.
@@ -70,7 +70,7 @@ TEST_F(PendingTest, ReadsAreRepeatedAfterGrowingPausesWhileTheFailurePasses) {
     fake.clock->advance(*timers, 1ms);
     fake.session->answer(503, "busy");
     fake.clock->advance(*timers, 500ms);
-    fake.session->answer(200, page);
+    fake.session->answer(200, emptyPage);
     EXPECT_EQ(heard(), Ends{"value"});
     EXPECT_EQ(fake.session->requests.size(), 3u);
     EXPECT_EQ(fake.events().size(), 1u) << "one listing, however often it was asked for";
@@ -120,7 +120,7 @@ TEST_F(PendingTest, CancellingEndsTheTransferOnceAndForAll) {
     EXPECT_EQ(fake.session->cancelled, 2u);
 
     auto pending = client.classes();
-    fake.session->answer(200, page);
+    fake.session->answer(200, emptyPage);
     pending.cancel();
     EXPECT_TRUE(std::move(pending).get()) << "what has come stays";
     fake.clock->advance(*timers, 1min);
@@ -148,7 +148,7 @@ TEST_F(PendingTest, WhatIsDroppedGoesOnUnheardAndOutlivesTheClient) {
 
 TEST_F(PendingTest, GetOnTheMainThreadDrivesTheMainQueue) {
     fake.mainQueue->drain();  // which makes this the main thread
-    fake.mainQueue->async([this] { fake.session->answer(200, page); });
+    fake.mainQueue->async([this] { fake.session->answer(200, emptyPage); });
     auto pending = client.classes();
     EXPECT_EQ(std::move(pending).get()->totalItems, 7);
 }
@@ -169,7 +169,7 @@ TEST_F(PendingTest, GetOnAnotherThreadWaitsForTheEndOrItsOwnDeadline) {
 TEST_F(PendingTest, ACoroutineResumesOnItsQueueUnlessItIsGone) {
     std::string told;
     auto first = await(told);
-    fake.session->answer(200, page);
+    fake.session->answer(200, emptyPage);
     EXPECT_EQ(told, "");
     fake.clock->settle(*queue);
     EXPECT_EQ(told, "value");
@@ -179,8 +179,8 @@ TEST_F(PendingTest, ACoroutineResumesOnItsQueueUnlessItIsGone) {
     auto early = await(told);
     early.handle.destroy();
     auto late = await(told);
-    fake.session->answer(200, page);
-    fake.session->answer(200, page);
+    fake.session->answer(200, emptyPage);
+    fake.session->answer(200, emptyPage);
     late.handle.destroy();  // its resumption waits in the queue
     fake.clock->settle(*queue);
     EXPECT_EQ(told, "");
@@ -208,7 +208,7 @@ TEST_F(PendingTest, WithoutAConfigurationItIsThatOfTheFacade) {
     EXPECT_EQ(heard(), Ends{"notInitialised"});
     KCSDK::initialize(config);
     hear(shared.classes());
-    fake.session->answer(200, page);
+    fake.session->answer(200, emptyPage);
     config->baseURL = "nowhere";
     hear(shared.classes());
     EXPECT_EQ(heard(), (Ends{"value", "unusableBaseURL"}));
@@ -229,7 +229,7 @@ struct UnsteadySession final : platform::URLSession {
         platform::DispatchQueue::global().async(
             [ended = task->ended, kind, handler = std::move(handler)] {
                 if (ended->exchange(true)) return;
-                auto exchange = FakeURLSession::answered(kind < 6 ? 200 : 503, page);
+                auto exchange = FakeURLSession::answered(kind < 6 ? 200 : 503, emptyPage);
                 if (kind == 1) exchange.error = NSError{platform::urlErrorDomain, -1005, {}};
                 handler(std::move(exchange));
             });

@@ -43,7 +43,7 @@ Sample sample(const char* name, std::string json, std::set<std::string> optional
             }};
 }
 
-const std::string classJSON =
+const std::string wholeClass =
     R"({"tag":"t1","className":"Früh","classDescription":"早い 🏃","classCategories":"Cardio",)"
     R"("languageTag":"de-DE","languageName":"Deutsch","providerID":"12","provider":"Nord",)"
     R"("intensity":3,"skill":-9223372036854775808,"calorieBurn":9223372036854775807,)"
@@ -58,15 +58,15 @@ const std::set<std::string> classOptional = {"classCategories", "languageTag",  
 
 std::vector<Sample> samples() {
     return {
-        sample<std::shared_ptr<KCSDKOndemandClass>>("class", classJSON, classOptional),
+        sample<std::shared_ptr<KCSDKOndemandClass>>("class", wholeClass, classOptional),
         sample<std::shared_ptr<KCSDKOndemandClassResponse>>(
-            "page",
-            R"({"totalItems":7,"itemsRemaining":5,"items":[)" + classJSON + "," + classJSON + "]}"),
+            "page", R"({"totalItems":7,"itemsRemaining":5,"items":[)" + wholeClass + "," +
+                        wholeClass + "]}"),
         sample<std::shared_ptr<KCSDKOndemandCollection>>(
             "collection",
             R"({"collectionType":"c","collectionName":"n","collectionTag":"t","creationDate":"d",)"
             R"("itemCount":9,"collectionItems":[)" +
-                classJSON + "]}",
+                wholeClass + "]}",
             {"collectionItems"}),
         sample<std::shared_ptr<KCSDKOndemandMetaData>>(
             "metadata",
@@ -84,7 +84,7 @@ std::vector<Sample> samples() {
         sample<std::shared_ptr<KCSDKOndemandSearchResult>>(
             "search", R"({"total":1,"itemsRemaining":0,"items":[{"equipmentTypes":"Mat",)"
                       R"("classTag":"other","virtualClass":)" +
-                          classJSON + "}]}"),
+                          wholeClass + "}]}"),
         sample<std::shared_ptr<KCSDKConsent>>(
             "consent",
             R"({"policy":"p","consentTag":"c","actionable":true,"urls":[{"linkText":"t",)"
@@ -187,7 +187,7 @@ TEST(Records, HostsReachOnlyWhatIsTheirs) {
     static_assert(!std::is_default_constructible_v<platform::DecodingKey>);
 
     const auto decode = [] {
-        return *platform::decodeJSON<std::shared_ptr<KCSDKOndemandClass>>(bytesOf(classJSON));
+        return *platform::decodeJSON<std::shared_ptr<KCSDKOndemandClass>>(bytesOf(wholeClass));
     };
     EXPECT_NE(decode(), decode()) << "records are equal only to themselves";
     EXPECT_EQ(decode()->imageLink, "\"\\\n\x01");

@@ -16,7 +16,7 @@ namespace {
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 constexpr std::size_t mostSegments = 100'000;
 constexpr std::size_t mostVariants = 500;
-constexpr std::size_t mostKeys = 8;
+constexpr std::size_t mostKeysAtOnce = 8;
 constexpr std::size_t mostDefinitions = 100;
 constexpr std::int64_t mostDiscontinuities = std::int64_t{1} << 60U;
 constexpr auto longestStream = std::chrono::hours(24 * 365);
@@ -102,7 +102,7 @@ private:
             variant(Attributes(value));
         } else if (name == "EXT-X-MEDIA") {
             rendition(Attributes(value));
-        } else if (name == "EXT-X-SESSION-KEY" && master_.sessionKeys.size() < mostKeys) {
+        } else if (name == "EXT-X-SESSION-KEY" && master_.sessionKeys.size() < mostKeysAtOnce) {
             const Attributes attributes(value);
             master_.sessionKeys.push_back({attributes.text("METHOD"), attributes.text("URI"), {}});
         }
@@ -118,7 +118,7 @@ private:
         const std::string method = attributes.text("METHOD");
         if (method == "NONE") {
             keys_.clear();
-        } else if (!method.empty() && keys_.size() < mostKeys) {
+        } else if (!method.empty() && keys_.size() < mostKeysAtOnce) {
             const auto iv = attributes["IV"];
             auto tag = std::make_shared<const KeyTag>(KeyTag{
                 method, attributes.text("URI"), iv ? initializationVectorIn(*iv) : std::nullopt});

@@ -214,7 +214,7 @@ void finalize(GObject* object) {
     G_OBJECT_CLASS(parentClass())->finalize(object);
 }
 
-void initializeClass(gpointer classPointer, gpointer) {
+void initializeSourceClass(gpointer classPointer, gpointer) {
     static GstStaticPadTemplate pad =
         GST_STATIC_PAD_TEMPLATE("src", GST_PAD_SRC, GST_PAD_ALWAYS, GST_STATIC_CAPS_ANY);
     G_OBJECT_CLASS(classPointer)->finalize = finalize;
@@ -242,7 +242,7 @@ void initializeInstance(GTypeInstance* instance, gpointer) {
 
 GType sourceType() {
     static const GType type = g_type_register_static_simple(
-        GST_TYPE_PUSH_SRC, "KorvelLoaderSource", sizeof(LoaderSourceClass), initializeClass,
+        GST_TYPE_PUSH_SRC, "KorvelLoaderSource", sizeof(LoaderSourceClass), initializeSourceClass,
         sizeof(LoaderSource), initializeInstance, static_cast<GTypeFlags>(0));
     return type;
 }

@@ -1,9 +1,6 @@
-#include <korvel/platform/backends/sqlite/Database.h>
-#include <korvel/platform/backends/sqlite/KeyFile.h>
 #include <korvel/platform/backends/sqlite/KeychainSQLite.h>
+#include <korvel/platform/backends/sqlite/SealedFile.h>
 
-#include <sys/stat.h>
-#include <cerrno>
 #include <utility>
 
 namespace korvel::platform {
@@ -14,11 +11,11 @@ using sqlite::Database;
 using sqlite::Outcome;
 using sqlite::Statement;
 
-constexpr const char* schema =
+constexpr const char* itemSchema =
     "CREATE TABLE IF NOT EXISTS item (account BLOB PRIMARY KEY, value BLOB NOT NULL) WITHOUT ROWID;"
     "SELECT account, value FROM item LIMIT 0;";
 /// For other processes. A log-in makes nine calls; only the first of them waits in vain.
-constexpr std::chrono::milliseconds patience{450};
+constexpr std::chrono::milliseconds itemPatience{450};
 
 OSStatus failureStatus(Outcome outcome) {
     return outcome == Outcome::unavailable ? errSecNotAvailable : errSecIO;
@@ -32,9 +29,7 @@ std::span<const std::uint8_t> bytesIn(std::string_view text) {
 class KeychainSQLite final : public Keychain {
 public:
     explicit KeychainSQLite(const std::filesystem::path& folder)
-        : file_(folder / "keychain.sqlite"),
-          database_(file_, schema, patience),
-          keyFile_(folder / "keychain.key", patience) {}
+        : store_(folder, "keychain.sqlite", itemSchema, itemPatience) {}
 
     OSStatus SecItemAdd(const SecItemQuery& query) override;
     OSStatus SecItemCopyMatching(const SecItemQuery& query, std::optional<Data>& result) override;
@@ -43,23 +38,16 @@ public:
 private:
     OSStatus unseal(std::string_view account, const Data& sealed, std::optional<Data>& result);
 
-    /// Looking for items must not leave files behind on a device that never stored one.
-    bool neverUsed() const {
-        struct stat found {};
-        return stat(file_.c_str(), &found) != 0 && errno == ENOENT;
-    }
-
-    const std::filesystem::path file_;
-    Database database_;
-    KeyFile keyFile_;
+    sqlite::SealedFile store_;
 };
 
 OSStatus KeychainSQLite::SecItemAdd(const SecItemQuery& query) {
     if (!query.account) return errSecParam;
     std::shared_ptr<const SealingKey> key;
-    if (const OSStatus status = keyFile_.readOrMake(key); status != errSecSuccess) return status;
+    if (const OSStatus status = store_.keyFile.readOrMake(key); status != errSecSuccess)
+        return status;
     const Data sealed = key->seal(*query.account, query.valueData.value_or(Data()));
-    const Outcome outcome = database_.write([&](Database& database) {
+    const Outcome outcome = store_.database.write([&](Database& database) {
         return database.statement("INSERT INTO item (account, value) VALUES (?, ?)")
             .bind(bytesIn(*query.account))
             .bind(sealed)
@@ -72,10 +60,10 @@ OSStatus KeychainSQLite::SecItemAdd(const SecItemQuery& query) {
 OSStatus KeychainSQLite::SecItemCopyMatching(const SecItemQuery& query,
                                              std::optional<Data>& result) {
     result.reset();
-    if (neverUsed()) return errSecItemNotFound;
+    if (store_.isMissing()) return errSecItemNotFound;
     std::string account;
     Data sealed;
-    const Outcome outcome = database_.read([&](Database& database) {
+    const Outcome outcome = store_.database.read([&](Database& database) {
         Statement select = database.statement(
             query.account ? "SELECT account, value FROM item WHERE account = ?"
                           : "SELECT account, value FROM item ORDER BY account LIMIT 1");
@@ -95,16 +83,16 @@ OSStatus KeychainSQLite::SecItemCopyMatching(const SecItemQuery& query,
 OSStatus KeychainSQLite::unseal(std::string_view account, const Data& sealed,
                                 std::optional<Data>& result) {
     std::shared_ptr<const SealingKey> key;
-    const OSStatus status = keyFile_.read(key);
+    const OSStatus status = store_.keyFile.read(key);
     if (status != errSecSuccess) return status == errSecItemNotFound ? errSecDecode : status;
     result = key->open(account, sealed);
     return result ? errSecSuccess : errSecDecode;
 }
 
 OSStatus KeychainSQLite::SecItemDelete(const SecItemQuery& query) {
-    if (neverUsed()) return errSecItemNotFound;
+    if (store_.isMissing()) return errSecItemNotFound;
     bool found = false;
-    const Outcome outcome = database_.write([&](Database& database) {
+    const Outcome outcome = store_.database.write([&](Database& database) {
         Statement erase =
             database.statement(query.account ? "DELETE FROM item WHERE account = ? RETURNING 1"
                                              : "DELETE FROM item RETURNING 1");

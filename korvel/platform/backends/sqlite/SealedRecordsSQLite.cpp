@@ -1,9 +1,7 @@
-#include <korvel/platform/backends/sqlite/Database.h>
-#include <korvel/platform/backends/sqlite/KeyFile.h>
 #include <korvel/platform/backends/sqlite/RecordClaims.h>
+#include <korvel/platform/backends/sqlite/SealedFile.h>
 #include <korvel/platform/backends/sqlite/SealedRecordsSQLite.h>
 
-#include <sys/stat.h>
 #include <utility>
 
 namespace korvel::platform {
@@ -15,10 +13,10 @@ using sqlite::Outcome;
 using sqlite::Statement;
 
 // Numbers are never used again, so that a claim is always one on the same record.
-constexpr const char* schema =
+constexpr const char* recordSchema =
     "CREATE TABLE IF NOT EXISTS record (number INTEGER PRIMARY KEY AUTOINCREMENT, sealed BLOB NOT "
     "NULL); SELECT number, sealed FROM record LIMIT 0;";
-constexpr std::chrono::milliseconds patience{250};
+constexpr std::chrono::milliseconds recordPatience{250};
 constexpr const char* sealContext = "outbox";
 
 bool isKept(Outcome outcome) { return outcome == Outcome::done || outcome == Outcome::row; }
@@ -26,9 +24,7 @@ bool isKept(Outcome outcome) { return outcome == Outcome::done || outcome == Out
 class SealedRecordsSQLite final : public SealedRecords {
 public:
     explicit SealedRecordsSQLite(const std::filesystem::path& folder)
-        : file_(folder / "outbox.sqlite"),
-          database_(file_, schema, patience),
-          keyFile_(folder / "keychain.key", patience),
+        : store_(folder, "outbox.sqlite", recordSchema, recordPatience),
           claims_(std::make_shared<RecordClaims>(folder / "outbox.claims")) {}
 
     std::optional<Added> add(const Data& value, Bounds bounds) override;
@@ -40,24 +36,16 @@ private:
     Outcome trim(Database& database, Bounds bounds, std::vector<Record>& crowdedOut) const;
     void unseal(std::vector<Record>& records);
 
-    /// Looking for records must not leave files behind on a device that never kept one.
-    bool neverUsed() const {
-        struct stat found {};
-        return stat(file_.c_str(), &found) != 0;
-    }
-
-    const std::filesystem::path file_;
-    Database database_;
-    KeyFile keyFile_;
+    sqlite::SealedFile store_;
     const std::shared_ptr<RecordClaims> claims_;
 };
 
 std::optional<SealedRecords::Added> SealedRecordsSQLite::add(const Data& value, Bounds bounds) {
     std::shared_ptr<const SealingKey> key;
-    if (keyFile_.readOrMake(key) != errSecSuccess) return std::nullopt;
+    if (store_.keyFile.readOrMake(key) != errSecSuccess) return std::nullopt;
     const Data sealed = key->seal(sealContext, value);
     Added added;
-    const Outcome outcome = database_.write([&](Database& database) {
+    const Outcome outcome = store_.database.write([&](Database& database) {
         added = {};
         {
             Statement insert =
@@ -94,8 +82,8 @@ Outcome SealedRecordsSQLite::trim(Database& database, Bounds bounds,
 
 std::vector<SealedRecords::Record> SealedRecordsSQLite::all() {
     std::vector<Record> records;
-    if (neverUsed()) return records;
-    const Outcome outcome = database_.read([&](Database& database) {
+    if (store_.isMissing()) return records;
+    const Outcome outcome = store_.database.read([&](Database& database) {
         records.clear();
         Statement select = database.statement("SELECT number, sealed FROM record ORDER BY number");
         Outcome found = select.step();
@@ -112,7 +100,7 @@ std::vector<SealedRecords::Record> SealedRecordsSQLite::all() {
 void SealedRecordsSQLite::unseal(std::vector<Record>& records) {
     if (records.empty()) return;
     std::shared_ptr<const SealingKey> key;
-    if (keyFile_.read(key) != errSecSuccess) return records.clear();
+    if (store_.keyFile.read(key) != errSecSuccess) return records.clear();
     std::erase_if(records, [&](Record& record) {
         auto plain = key->open(sealContext, record.value);
         if (plain) record.value = std::move(*plain);
@@ -124,14 +112,14 @@ SealedRecords::Claim SealedRecordsSQLite::claim(Number number) {
     auto claim = claims_->claim(number);
     if (!claim) return nullptr;
     // Whoever held it before may have dealt with it.
-    const Outcome outcome = database_.read([&](Database& database) {
+    const Outcome outcome = store_.database.read([&](Database& database) {
         return database.statement("SELECT 1 FROM record WHERE number = ?").bind(number).step();
     });
     return outcome == Outcome::row ? claim : nullptr;
 }
 
 bool SealedRecordsSQLite::remove(Number number) {
-    return isKept(database_.write([&](Database& database) {
+    return isKept(store_.database.write([&](Database& database) {
         return database.statement("DELETE FROM record WHERE number = ?").bind(number).step();
     }));
 }

@@ -14,7 +14,7 @@ using namespace platform;
 
 namespace {
 
-using Request = KeyHolder::Request;
+using Asked = KeyHolder::Request;
 
 double processorSeconds() { return static_cast<double>(std::clock()) / CLOCKS_PER_SEC; }
 
@@ -39,7 +39,7 @@ TEST_F(GStreamerTest, ProtectedPicturesEqualThePlainOnes) {
     // The whole exchange: SPC for the bundled certificate, token, key server, CKC.
     device.contentKeySystem = makeContentKeySystemSodium();
     const auto certificate = *Bundle("sdk", KORVEL_BUNDLE).contents("fairplay", "cer");
-    const auto exchange = [&](const Request& request) {
+    const auto exchange = [&](const Asked& request) {
         const std::string kid = KeyHolder::identifier(*request);
         NSError error;
         const auto spc = request->streamingContentKeyRequestData(certificate, bytesOf(kid), &error);
@@ -69,7 +69,7 @@ TEST_F(GStreamerTest, ProtectedPicturesEqualThePlainOnes) {
 
 TEST_F(GStreamerTest, KeyThatDoesNotOpenFailsTheItemAfterOneRequestAndThenAllIsQuiet) {
     const auto giving = [](auto change) {
-        return [change](const Request& request) {
+        return [change](const Asked& request) {
             Data key = KeyHolder::rightKey(*request);
             change(key);
             KeyHolder::give(*request, key);
@@ -77,10 +77,10 @@ TEST_F(GStreamerTest, KeyThatDoesNotOpenFailsTheItemAfterOneRequestAndThenAllIsQ
         };
     };
     constexpr auto notAuthorized = static_cast<std::int64_t>(AVError::contentIsNotAuthorized);
-    const std::map<std::string, std::pair<std::function<bool(const Request&)>, std::int64_t>> cases{
-        {"refused", {[](const Request&) { return false; }, notAuthorized}},
+    const std::map<std::string, std::pair<std::function<bool(const Asked&)>, std::int64_t>> cases{
+        {"refused", {[](const Asked&) { return false; }, notAuthorized}},
         {"failed",
-         {[](const Request& request) {
+         {[](const Asked& request) {
               request->finishLoading(NSError{"sdk", -3, {}});
               return false;
           },
@@ -105,10 +105,10 @@ TEST_F(GStreamerTest, KeyThatDoesNotOpenFailsTheItemAfterOneRequestAndThenAllIsQ
 }
 
 TEST_F(GStreamerTest, NeverAnsweredKeyHoldsNothingUpAndALateAnswerIsDropped) {
-    std::vector<Request> held;
+    std::vector<Asked> held;
     std::mutex mutex;
     for (int i = 0; i < 10; ++i) {
-        auto show = std::make_unique<Show>(encrypted, device, [&](const Request& request) {
+        auto show = std::make_unique<Show>(encrypted, device, [&](const Asked& request) {
             const std::lock_guard lock(mutex);
             held.push_back(request);
             return true;
@@ -123,7 +123,7 @@ TEST_F(GStreamerTest, NeverAnsweredKeyHoldsNothingUpAndALateAnswerIsDropped) {
         EXPECT_LT(std::chrono::steady_clock::now() - start, 500ms);
     }
     ASSERT_EQ(held.size(), 10u);
-    for (const Request& request : held) {
+    for (const Asked& request : held) {
         EXPECT_TRUE(request->isCancelled());
         KeyHolder::give(*request, KeyHolder::rightKey(*request));
     }
