@@ -116,6 +116,8 @@ Outcome Database::open() {
     if (outcome == Outcome::done) outcome = execute("PRAGMA journal_mode=WAL");
     if (outcome == Outcome::done) outcome = runSchema();
     if (outcome == Outcome::done) outcome = execute("PRAGMA synchronous=NORMAL");
+    // Hosts often end without closing, and the next start reads what the log holds by then.
+    if (outcome == Outcome::done) outcome = execute("PRAGMA wal_autocheckpoint=16");
     if (outcome != Outcome::done) close();
     return outcome;
 }
