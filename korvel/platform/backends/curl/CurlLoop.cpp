@@ -8,6 +8,7 @@ namespace korvel::platform {
 
 CurlLoop::CurlLoop(const URLSessionCurlOptions& options, BackgroundExecutor background)
     : background_(std::move(background)),
+      completions_(std::make_shared<CurlCompletions>(background_)),
       idleConnections_(options.idleConnections),
       settings_(settingsFrom(options)) {
     watchForExit();
@@ -101,14 +102,18 @@ bool CurlLoop::takeLead() {
 void CurlLoop::lead() {
     if (!takeLead()) return;
     closeIdle();
+    std::vector<Transfer> done;
     while (takeSubmitted()) {
         work();
-        auto last = completeAllButLast();
+        done.swap(done_);
         if (giveLeadBack()) {
-            if (last) std::exchange(last, nullptr)->complete();
+            const auto last = done.empty() ? nullptr : std::move(done.back());
+            if (last) done.pop_back();
+            completions_->add(done);
+            if (last) last->complete();
             if (!takeKeptLead()) return;
         } else {
-            if (last) complete(std::move(last));
+            completions_->add(done);
             waitForWork();
         }
     }
@@ -317,20 +322,6 @@ CurlLoop::Transfer CurlLoop::remove(CURL* easy) {
     auto transfer = std::move(inFlight_.extract(easy).mapped());
     turns_.leave(*transfer);
     return transfer;
-}
-
-/// The last one that is done, if any; the others go to the background.
-CurlLoop::Transfer CurlLoop::completeAllButLast() {
-    if (done_.empty()) return nullptr;
-    Transfer last = std::move(done_.back());
-    done_.pop_back();
-    for (auto& transfer : done_) complete(std::move(transfer));
-    done_.clear();
-    return last;
-}
-
-void CurlLoop::complete(Transfer transfer) {
-    background_([transfer = std::move(transfer)] { transfer->complete(); });
 }
 
 }  // namespace korvel::platform

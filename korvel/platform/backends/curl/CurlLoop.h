@@ -1,5 +1,6 @@
 #pragma once
 
+#include <korvel/platform/backends/curl/CurlCompletions.h>
 #include <korvel/platform/backends/curl/CurlEvents.h>
 #include <korvel/platform/backends/curl/CurlTransfer.h>
 #include <korvel/platform/backends/curl/CurlTurns.h>
@@ -73,10 +74,9 @@ private:
     void finishDone();
     void endStalled();
     Transfer remove(CURL* easy);
-    Transfer completeAllButLast();
-    void complete(Transfer transfer);
 
     const BackgroundExecutor background_;
+    const std::shared_ptr<CurlCompletions> completions_;
     const std::chrono::milliseconds idleConnections_;
     const OwnProcess process_;
     std::atomic<bool> stopping_ = false;  // asked within a round
