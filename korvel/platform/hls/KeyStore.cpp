@@ -35,48 +35,94 @@ KeyStore::Key keyInAddress(const std::string& address) {
 }  // namespace
 
 bool KeyStore::claim(const std::string& address) {
-    const std::lock_guard lock(mutex_);
-    if (closed_) return false;
-    if (entries_.size() > mostKeys) {
-        std::erase_if(entries_, [](const auto& each) { return each.second.key.has_value(); });
-    }
-    return !std::exchange(entries_[address].isAsked, true);
+    const std::lock_guard lock(state_->mutex);
+    if (state_->closed) return false;
+    auto& entries = state_->entries;
+    if (entries.size() > mostKeys)
+        std::erase_if(entries, [](const auto& each) { return each.second.key.has_value(); });
+    return !std::exchange(entries[address].isAsked, true);
 }
 
 void KeyStore::answer(const std::string& address, std::optional<Key> key) {
     {
-        const std::lock_guard lock(mutex_);
-        Entry& entry = entries_[address];
+        const std::lock_guard lock(state_->mutex);
+        Entry& entry = state_->entries[address];
         entry.isAsked = key.has_value();
         entry.key = std::move(key);
     }
     attention_->notify();
 }
 
+/// Whoever wants to know looks at the request itself, so that it does not matter whether the answer
+/// comes before the request is kept here.
+std::optional<KeyStore::Key> KeyStore::lookAt(Entry& entry) {
+    if (entry.request && entry.request->isFinished())
+        entry.key = std::exchange(entry.request, nullptr)->key();
+    return entry.key;
+}
+
+void KeyStore::answered(State& state, Attention& attention, const std::string& address) {
+    attention.notify();
+    Refused refused;
+    std::optional<Key> found;
+    {
+        const std::lock_guard lock(state.mutex);
+        const auto entry = state.entries.find(address);
+        if (state.closed || entry == state.entries.end()) return;
+        found = lookAt(entry->second);
+        if (!found) return;
+        refused = std::exchange(entry->second.refused, nullptr);
+        if (attention.isStale(entry->second.wantedIn)) return;
+    }
+    const auto* error = std::get_if<NSError>(&*found);
+    if (error && refused) refused(*error);
+}
+
+void KeyStore::obtain(const URL& address, Fetcher& fetcher, Attention::Generation generation) {
+    const std::string& text = address.absoluteString();
+    if (!claim(text)) return;
+    if (text.starts_with("data:")) {
+        answer(text, keyInAddress(text));
+    } else if (isWebScheme(address)) {
+        answer(text, load(address, fetcher, generation));
+    } else {
+        ask(address);
+    }
+}
+
+void KeyStore::want(const URL& address, Fetcher& fetcher, Attention::Generation generation,
+                    Refused refused) {
+    const std::string& text = address.absoluteString();
+    obtain(address, fetcher, generation);
+    {
+        const std::lock_guard lock(state_->mutex);
+        const auto entry = state_->entries.find(text);
+        if (entry == state_->entries.end() || entry->second.key) return;
+        entry->second.wantedIn = generation;
+        entry->second.refused = std::move(refused);
+    }
+    answered(*state_, *attention_, text);
+}
+
+std::optional<KeyStore::Key> KeyStore::found(const URL& address) {
+    const std::lock_guard lock(state_->mutex);
+    const auto entry = state_->entries.find(address.absoluteString());
+    return entry == state_->entries.end() ? std::nullopt : lookAt(entry->second);
+}
+
 std::optional<KeyStore::Key> KeyStore::key(const URL& address, Fetcher& fetcher,
                                            Attention::Generation generation) {
-    const std::string& text = address.absoluteString();
     while (true) {
-        if (claim(text)) {
-            if (text.starts_with("data:")) {
-                answer(text, keyInAddress(text));
-            } else if (isWebScheme(address)) {
-                answer(text, load(address, fetcher, generation));
-            } else {
-                ask(address);
-            }
-        }
-        std::optional<Key> found;
+        obtain(address, fetcher, generation);
+        std::optional<Key> key;
         const bool goesOn = attention_->wait(generation, std::nullopt, [&] {
-            const std::lock_guard lock(mutex_);
-            Entry& entry = entries_[text];
-            if (entry.request && entry.request->isFinished())
-                entry.key = std::exchange(entry.request, nullptr)->key();
-            found = entry.key;
-            return found || !entry.isAsked;
+            const std::lock_guard lock(state_->mutex);
+            Entry& entry = state_->entries[address.absoluteString()];
+            key = lookAt(entry);
+            return key || !entry.isAsked;
         });
         if (!goesOn) return std::nullopt;
-        if (found) return found;
+        if (key) return key;
     }
 }
 
@@ -88,16 +134,16 @@ bool KeyStore::preload(const URL& address) {
     return true;
 }
 
-/// Whoever waits looks at the request itself, so that it does not matter whether the answer comes
-/// before the request is kept here.
 void KeyStore::ask(const URL& address) {
-    const auto request = keys_->load(URLRequest(address), [weak = std::weak_ptr(attention_)] {
-        if (const auto attention = weak.lock()) attention->notify();
-    });
+    const auto& text = address.absoluteString();
+    const auto request =
+        keys_->load(URLRequest(address), [state = state_, weak = std::weak_ptr(attention_), text] {
+            if (const auto attention = weak.lock()) answered(*state, *attention, text);
+        });
     {
-        const std::lock_guard lock(mutex_);
-        if (!closed_) {
-            entries_[address.absoluteString()].request = request;
+        const std::lock_guard lock(state_->mutex);
+        if (!state_->closed) {
+            state_->entries[text].request = request;
             return;
         }
     }
@@ -118,9 +164,10 @@ std::optional<KeyStore::Key> KeyStore::load(const URL& address, Fetcher& fetcher
 void KeyStore::close() {
     std::vector<std::shared_ptr<AVAssetResourceLoadingRequest>> pending;
     {
-        const std::lock_guard lock(mutex_);
-        closed_ = true;
-        for (auto& [address, entry] : entries_) {
+        const std::lock_guard lock(state_->mutex);
+        state_->closed = true;
+        for (auto& [address, entry] : state_->entries) {
+            entry.refused = nullptr;
             if (auto request = std::exchange(entry.request, nullptr))
                 pending.push_back(std::move(request));
         }

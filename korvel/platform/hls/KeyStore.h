@@ -4,6 +4,7 @@
 #include <korvel/platform/hls/Attention.h>
 #include <korvel/platform/hls/Fetcher.h>
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -18,6 +19,7 @@ namespace korvel::platform::hls {
 class KeyStore {
 public:
     using Key = std::variant<ContentKey, NSError>;
+    using Refused = std::function<void(const NSError&)>;
 
     KeyStore(std::shared_ptr<AVAssetResourceLoader> keys, std::shared_ptr<Attention> attention)
         : keys_(std::move(keys)), attention_(std::move(attention)) {}
@@ -25,6 +27,13 @@ public:
     /// Waits for the key; nothing if the generation is overtaken first. The asset goes on
     /// answering then, and is not asked again.
     std::optional<Key> key(const URL& address, Fetcher& fetcher, Attention::Generation generation);
+    /// Asks for the key, so that what it opens may be loaded meanwhile. Waits for none but those of
+    /// http and https. `refused` runs, on any thread, if the asset ends without a key while the
+    /// generation lasts; who wants the key last is told.
+    void want(const URL& address, Fetcher& fetcher, Attention::Generation generation,
+              Refused refused);
+    /// The key or why there is none, if that is known by now.
+    std::optional<Key> found(const URL& address);
     /// Asks the asset for the key before it is wanted, and waits for nothing. False if nobody wants
     /// that, or if it has been asked for.
     bool preload(const URL& address);
@@ -36,17 +45,25 @@ private:
         std::optional<Key> key{};
         bool isAsked = false;
         std::shared_ptr<AVAssetResourceLoadingRequest> request{};
+        Attention::Generation wantedIn = 0;
+        Refused refused{};
     };
+    struct State {
+        std::mutex mutex;
+        std::map<std::string, Entry> entries;  ///< by address
+        bool closed = false;
+    };
+    static std::optional<Key> lookAt(Entry& entry);
+    static void answered(State& state, Attention& attention, const std::string& address);
     bool claim(const std::string& address);
+    void obtain(const URL& address, Fetcher& fetcher, Attention::Generation generation);
     void answer(const std::string& address, std::optional<Key> key);
     void ask(const URL& address);
     std::optional<Key> load(const URL& address, Fetcher& fetcher, Attention::Generation generation);
 
     const std::shared_ptr<AVAssetResourceLoader> keys_;
     const std::shared_ptr<Attention> attention_;
-    std::mutex mutex_;
-    std::map<std::string, Entry> entries_;  ///< by address
-    bool closed_ = false;
+    const std::shared_ptr<State> state_ = std::make_shared<State>();
 };
 
 }  // namespace korvel::platform::hls

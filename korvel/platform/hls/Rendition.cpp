@@ -146,11 +146,13 @@ void Rendition::loadSegment(std::size_t index) {
         goesOn_.reset();
     }
     discontinuity_ = segment.discontinuity;
-    bool failed = false;
     const auto url = address(segment.uri);
-    if (!url || (segment.map && !loadMap(segment))) return;
-    const auto key = segment.key ? encryption(*segment.key, segment.number, failed) : std::nullopt;
-    if (failed) return;
+    if (!url) return;
+    // Keys are asked for first and needed last.
+    const auto wish = std::make_shared<const std::shared_ptr<Stage>>(stage_);
+    const auto key =
+        segment.key ? opening(*segment.key, segment.number, wish) : std::optional(Opening());
+    if (!key || (segment.map && !loadMap(segment, wish))) return;
     static const Data none;
     const Data& map = segment.map ? map_ : none;
     SegmentReading reading(*stage_, feeding_, segment, map,
@@ -161,7 +163,7 @@ void Rendition::loadSegment(std::size_t index) {
                                          !list().playlist.segments[index - 1].isGap,
                             .isLast = isLast,
                             .goesOn = goesOn_});
-    auto result = fetch(*url, segment, key, reading);
+    auto result = fetch(*url, segment, *key, reading);
     measured(result);
     if (result.end == FetchResult::End::done) reading.finish();
     if (isStale() || stage_->hasFailed()) return;
@@ -172,7 +174,7 @@ void Rendition::loadSegment(std::size_t index) {
         goesOn_.reset();
         return feeding_.rejoin();
     }
-    segmentEnded(segment, reading, result, key.has_value());
+    segmentEnded(segment, reading, result, segment.key != nullptr);
 }
 
 void Rendition::segmentEnded(const Segment& segment, const SegmentReading& reading,
@@ -249,8 +251,8 @@ void Rendition::segmentFailed(const Segment& segment, const FetchResult& result,
     pass(segment);
 }
 
-FetchResult Rendition::fetch(const URL& url, const Segment& segment,
-                             const std::optional<Encryption>& encryption, SegmentReading& reading) {
+FetchResult Rendition::fetch(const URL& url, const Segment& segment, const Opening& opening,
+                             SegmentReading& reading) {
     download_ = {};
     const bool isSpare = hasOther(*variant_);
     const FetchRequest request{.url = url,
@@ -258,11 +260,14 @@ FetchResult Rendition::fetch(const URL& url, const Segment& segment,
                                .patience = isSpare ? 1 : 2,
                                .endurance = isSpare ? 4s : 60s};
     return segments_.get(
-        request, encryption, generation_,
+        request, opening, generation_,
         [&](Fetcher::Bytes bytes, const FetchResult& soFar, std::optional<std::uint64_t> total) {
             if (!stage_->hasTracks()) stage_->took(MediaStep::segment);
-            return reading.push(bytes) == SegmentReading::State::reading &&
-                   keepUp(soFar, total, segment);
+            if (!bytes.empty() &&
+                (!openMap() || reading.push(bytes) != SegmentReading::State::reading)) {
+                return false;
+            }
+            return keepUp(soFar, total, segment);
         });
 }
 
@@ -271,9 +276,10 @@ FetchResult Rendition::fetch(const URL& url, const Segment& segment,
 bool Rendition::keepUp(const FetchResult& soFar, std::optional<std::uint64_t> total,
                        const Segment& segment) {
     Attention& attention = stage_->attention();
+    download_.soFar = {soFar.bytes, soFar.busy};
     const auto isShort = [this] { return needs(mostStore); };
     if (!isShort()) {
-        if (!download_.beforePause) download_.beforePause.emplace(soFar.bytes, soFar.busy);
+        if (!download_.beforePause) download_.beforePause = download_.soFar;
         if (!attention.wait(generation_, std::nullopt, isShort)) return false;
     }
     download_.meter.add(soFar.bytes, soFar.busy);
@@ -301,61 +307,6 @@ void Rendition::measured(const FetchResult& result) {
         std::tie(bytes, busy) = std::pair(late.bytes(), late.busy());
     if (!hasGivenUp_) ladder_->measured(bytes, busy);
     statistics_->loaded(result.bytes, result.busy, stage_->levels().stalls());
-}
-
-std::optional<Encryption> Rendition::encryption(const KeyTag& key, std::int64_t number,
-                                                bool& failed) {
-    failed = true;
-    if (!isSupported(key)) {
-        stage_->fail(makeAVError(
-            AVError::contentIsProtected,
-            "The stream is encrypted by " + key.method + ", which cannot be opened here."));
-        return std::nullopt;
-    }
-    const auto url =
-        key.uri.starts_with("data:") ? URL::parse(key.uri) : resolved(list().address, key.uri);
-    if (!url || key.uri.empty()) {
-        stage_->fail(makeAVError(AVError::contentIsNotAuthorized, "The key has no valid address."));
-        return std::nullopt;
-    }
-    if (isWebScheme(*url) && !address(key.uri)) return std::nullopt;
-    stage_->took(MediaStep::keyAsked);
-    const auto answer = stage_->keys().key(*url, segments_.fetcher(), generation_);
-    if (!answer) return std::nullopt;
-    if (const auto* error = std::get_if<NSError>(&*answer)) {
-        stage_->fail(*error);
-        return std::nullopt;
-    }
-    failed = false;
-    stage_->took(MediaStep::key);
-    return Encryption{std::get<ContentKey>(*answer), vectorOf(key, number)};
-}
-
-bool Rendition::loadMap(const Segment& segment) {
-    constexpr std::uint64_t longestMap = std::uint64_t{16} << 20U;
-    const MapTag& map = *segment.map;
-    const auto url = address(map.uri);
-    if (!url) return false;
-    std::string name = url->absoluteString();
-    if (map.range) {
-        name += '@' + std::to_string(map.range->offset) + '+' + std::to_string(map.range->length);
-    }
-    if (name == mapName_) return true;
-    bool failed = false;
-    const auto key = map.key ? encryption(*map.key, segment.number, failed) : std::nullopt;
-    if (failed) return false;
-    Data bytes;
-    const auto result =
-        segments_.get({.url = *url, .range = map.range, .limit = longestMap}, key, generation_,
-                      [&](Fetcher::Bytes piece, const FetchResult&, auto) {
-                          bytes.insert(bytes.end(), piece.begin(), piece.end());
-                          return true;
-                      });
-    if (result.end == FetchResult::End::failed) segmentFailed(segment, result, result.error);
-    if (result.end != FetchResult::End::done) return false;
-    map_ = std::move(bytes);
-    mapName_ = std::move(name);
-    return true;
 }
 
 void Rendition::finishStream() {

@@ -67,10 +67,8 @@ private:
     // Segments.
     std::optional<std::size_t> next() const;
     void loadSegment(std::size_t index);
-    std::optional<Encryption> encryption(const KeyTag& key, std::int64_t number, bool& failed);
-    bool loadMap(const Segment& segment);
-    FetchResult fetch(const URL& url, const Segment& segment,
-                      const std::optional<Encryption>& encryption, SegmentReading& reading);
+    FetchResult fetch(const URL& url, const Segment& segment, const Opening& opening,
+                      SegmentReading& reading);
     bool keepUp(const FetchResult& soFar, std::optional<std::uint64_t> total,
                 const Segment& segment);
     void measured(const FetchResult& result);
@@ -81,6 +79,16 @@ private:
     void pass(const Segment& segment);
     void finishStream();
     std::optional<URL> address(const std::string& uri);
+
+    // Keys and what they open.
+    using Wish = std::shared_ptr<const std::shared_ptr<Stage>>;
+    std::optional<URL> keyAddress(const KeyTag& key);
+    std::optional<Opening> opening(const KeyTag& key, std::int64_t number, const Wish& wish);
+    std::optional<Encryption> open(const URL& address, const InitializationVector& vector,
+                                   bool waits);
+    bool loadMap(const Segment& segment, const Wish& wish);
+    bool openMap();
+
     bool isStale() const { return stage_->attention().isStale(generation_); }
     List& list() { return *lists_.at(*variant_); }
     const List& list() const { return *lists_.at(*variant_); }
@@ -107,6 +115,7 @@ private:
     /// What tells the line's speed of the segment on its way.
     struct Download {
         Meter meter{};
+        std::pair<std::uint64_t, Time> soFar{};
         /// So far it came as quickly as the line let it; then it waited here.
         std::optional<std::pair<std::uint64_t, Time>> beforePause{};
     };
@@ -116,6 +125,13 @@ private:
 
     std::string mapName_;
     Data map_;
+    /// One that is loaded and waits for its key.
+    struct UnopenedMap {
+        std::string name;
+        Data bytes;
+        Opening opening;
+    };
+    std::optional<UnopenedMap> unopenedMap_;
 };
 
 }  // namespace korvel::platform::hls

@@ -117,9 +117,6 @@ void Rendition::adopt(std::size_t variant) {
     if (source_.sound) source_.sound->follow(variant);
     if (!stage_->hasTracks()) stage_->took(MediaStep::playlist);
     const MediaPlaylist& playlist = list().playlist;
-    if (!playlist.segments.empty() && playlist.segments.front().key) {
-        stage_->preload(list().address, *playlist.segments.front().key);
-    }
     stage_->setDuration(playlist.isEnded ? std::optional(playlist.end()) : std::nullopt);
     if (stage_->target()) return;
     stage_->beginAt(startOf(playlist));

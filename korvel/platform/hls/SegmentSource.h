@@ -4,7 +4,9 @@
 #include <korvel/platform/hls/Fetcher.h>
 #include <korvel/platform/hls/KeyStore.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -15,6 +17,10 @@ struct Encryption {
     ContentKey key{};
     InitializationVector vector{};
 };
+
+/// How what is encrypted is opened, once the key is there: `waits` until then, and nothing comes of
+/// that if it never will be.
+using Opening = std::function<std::optional<Encryption>(bool waits)>;
 
 /// The vector of a key tag, or the one that the number of the segment makes.
 InitializationVector vectorOf(const KeyTag& key, std::int64_t segmentNumber);
@@ -29,12 +35,18 @@ public:
         : attention_(std::move(attention)), fetcher_(std::move(loader), *attention_) {}
 
     Fetcher& fetcher() { return fetcher_; }
-    /// As with `Fetcher::get`; the sink gets plain bytes, sizes are those on the line. A body that
-    /// does not end as an encrypted one must is not an error: what came before it has been given.
-    FetchResult get(const FetchRequest& request, const std::optional<Encryption>& encryption,
+    /// As with `Fetcher::get`; the sink gets plain bytes, sizes are those on the line. While the
+    /// key is on its way it gets none of what comes, which is kept. A body that does not end as an
+    /// encrypted one must is not an error: what came before it has been given.
+    FetchResult get(const FetchRequest& request, const Opening& opening,
                     Attention::Generation generation, const Fetcher::Sink& sink);
 
+    /// With so much kept nothing more is loaded before the key comes.
+    static constexpr std::size_t mostUnopened = std::size_t{4} << 20U;
+
 private:
+    struct Unopened;
+
     const std::shared_ptr<Attention> attention_;
     Fetcher fetcher_;
 };

@@ -78,6 +78,12 @@ public:
             asked_.begin(), asked_.end(),
             [&](const std::string& each) { return each.substr(0, each.find(' ')) == address; }));
     }
+    /// Bytes of its bodies that were read.
+    std::int64_t given(const std::string& address) const {
+        const std::lock_guard lock(mutex_);
+        const auto found = given_.find(address);
+        return found == given_.end() ? 0 : found->second;
+    }
     std::int64_t size(const std::string& address) const {
         const std::lock_guard lock(mutex_);
         return static_cast<std::int64_t>(answers_.at(address).body.size());
@@ -89,9 +95,14 @@ public:
 
 private:
     class Stream;
+    void gave(const std::string& address, std::size_t size) {
+        const std::lock_guard lock(mutex_);
+        given_[address] += static_cast<std::int64_t>(size);
+    }
     const std::shared_ptr<VirtualClock> clock_;
     mutable std::mutex mutex_;
     std::map<std::string, Answer> answers_;
+    std::map<std::string, std::int64_t> given_;
     std::vector<std::string> asked_;
 };
 
@@ -135,6 +146,7 @@ public:
         if (size == 0) return platform::Data();
         at_ += size;
         given_ += size;
+        server_.gave(request_.url.absoluteString(), size);
         return platform::Data(begin, begin + static_cast<std::ptrdiff_t>(size));
     }
     void cancel() override {

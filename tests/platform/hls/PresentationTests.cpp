@@ -183,32 +183,79 @@ TEST_F(PresentationTest, KeysThatDoNotComeOrDoNotOpenEndItWithTheirCause) {
               AVError::serverIncorrectlyConfigured);
 }
 
-TEST_F(PresentationTest, PreloadedKeysAreAskedForWhenAPlaylistNamesThem) {
+TEST_F(PresentationTest, SessionKeysAreAskedForBeforeTheyAreWantedWhereTheHostSaysSo) {
     answerKeys();
-    const std::string tag = "METHOD=AES-128,URI=\"skd://k\"\n";
-    server->put("https://h/session.m3u8", "#EXTM3U\n#EXT-X-SESSION-KEY:" + tag +
-                                              "#EXT-X-STREAM-INF:BANDWIDTH=1\nlist.m3u8\n");
+    server->put("https://h/session.m3u8",
+                "#EXTM3U\n#EXT-X-SESSION-KEY:METHOD=AES-128,URI=\"skd://k\"\n"
+                "#EXT-X-STREAM-INF:BANDWIDTH=1\nlist.m3u8\n");
     server->put("https://h/list.m3u8", {.isHeld = true});
-    server->put("https://h/map.m3u8",
-                "#EXTM3U\n#EXT-X-TARGETDURATION:2\n#EXT-X-MAP:URI=\"map\"\n#EXT-X-KEY:" + tag +
-                    "#EXTINF:2,\n0\n#EXT-X-ENDLIST\n");
-    server->put("https://h/map", {.isHeld = true});
-    const auto asked = [&] {
-        const std::lock_guard lock(keyMutex);
-        return keyRequests.size();
-    };
     for (const bool preloads : {false, true}) {
         keys->setPreloadsEligibleContentKeys(preloads);
-        for (const char* const list : {"session", "map"}) {
-            const std::string held =
-                std::string("https://h/") + (list[0] == 's' ? "list.m3u8" : "map");
-            const auto keysBefore = asked();
-            const auto before = server->count(held);
-            open(std::string("https://h/") + list + ".m3u8");
-            ASSERT_TRUE(until([&] { return server->count(held) > before; }));
-            EXPECT_TRUE(until([&] { return asked() == keysBefore + (preloads ? 1 : 0); })) << list;
-        }
+        const auto before = server->count("https://h/list.m3u8");
+        open("https://h/session.m3u8");
+        ASSERT_TRUE(until([&] { return server->count("https://h/list.m3u8") > before; }));
+        EXPECT_TRUE(until([&] { return keysAsked() == (preloads ? 1 : 0); }));
     }
+}
+
+TEST_F(PresentationTest, WhatAKeyOpensIsLoadedWhileTheKeyIsAwaited) {
+    answerKeys();
+    answersKeys = false;
+    const Data vector(16, 3);
+    server->put("https://h/init", {.body = encrypted(streams::initialization(), key, vector)});
+    for (std::uint8_t i = 0; i < 2; ++i) {
+        server->put("https://h/" + std::to_string(i),
+                    {.body = encrypted(streams::fragment(2000U * i, 50, i), key, vector)});
+    }
+    server->put("https://h/long", {.body = Data(3 * SegmentSource::mostUnopened)});
+    const auto list = [&](const char* name, const std::string& first) {
+        server->put(std::string("https://h/") + name,
+                    "#EXTM3U\n#EXT-X-KEY:METHOD=AES-128,URI=\"skd://k\","
+                    "IV=0x03030303030303030303030303030303\n#EXT-X-MAP:URI=\"init\"\n"
+                    "#EXTINF:2,\n" +
+                        first + "\n#EXTINF:2,\n1\n#EXT-X-ENDLIST\n");
+        const auto before = keysAsked();
+        open(std::string("https://h/") + name);
+        ASSERT_TRUE(until([&] { return keysAsked() > before; }));
+    };
+    const auto newest = [&] {
+        const std::lock_guard lock(keyMutex);
+        return keyRequests.back();
+    };
+    list("list", "0");
+    ASSERT_TRUE(until([&] { return server->given("https://h/0") == server->size("https://h/0"); }));
+    EXPECT_TRUE(output->lane(Kind::picture).samples.empty());
+    newest()->dataRequest()->respond(key);
+    newest()->finishLoading();
+    ASSERT_TRUE(until([&] { return output->lane(Kind::picture).ended; }));
+    expectPictures(0, 4);
+    for (const char* each : {"init", "0", "1"})
+        EXPECT_EQ(server->count(std::string("https://h/") + each), 1u) << each;
+
+    list("sought", "0");
+    presentation->seek(3s);
+    ASSERT_TRUE(until([&] { return server->count("https://h/1") == 2; }));
+    newest()->dataRequest()->respond(key);
+    newest()->finishLoading();
+    ASSERT_TRUE(until([&] { return output->lane(Kind::picture).ended; }));
+    EXPECT_EQ(keysAsked(), 2u) << "a seek does not ask again";
+
+    constexpr auto most = static_cast<std::int64_t>(SegmentSource::mostUnopened);
+    list("bounded", "long");
+    ASSERT_TRUE(until([&] { return server->given("https://h/long") >= most; }));
+    std::this_thread::sleep_for(5ms);
+    EXPECT_LE(server->given("https://h/long"), most + 20'000) << "no more is kept";
+    newest()->finishLoading(NSError{"sdk", -3, {}});
+    ASSERT_TRUE(fails());
+    EXPECT_EQ(output->error()->code, -3);
+
+    server->change("https://h/0", [](auto& answer) { answer.isHeld = true; });
+    const auto before = server->count("https://h/0");
+    list("refused", "0");
+    ASSERT_TRUE(until([&] { return server->count("https://h/0") > before; }));
+    newest()->finishLoading(NSError{"sdk", -4, {}});
+    ASSERT_TRUE(fails()) << "whatever the segment does";
+    EXPECT_EQ(output->error()->code, -4);
 }
 
 TEST_F(PresentationTest, ClosesAtOnceWhateverIsHeldAndThenAllIsQuiet) {
@@ -219,11 +266,7 @@ TEST_F(PresentationTest, ClosesAtOnceWhateverIsHeldAndThenAllIsQuiet) {
     server->change("https://s/0.ts", [](auto& answer) { answer.isHeld = true; });
     server->put("https://l/list.m3u8", {.isHeld = true});
     const std::pair<const char*, std::function<bool()>> rows[] = {
-        {"https://h/",
-         [&] {
-             const std::lock_guard lock(keyMutex);
-             return !keyRequests.empty();
-         }},
+        {"https://h/", [&] { return keysAsked() > 0; }},
         {"https://s/", [&] { return server->count("https://s/0.ts") > 0; }},
         {"https://l/", [&] { return server->count("https://l/list.m3u8") > 0; }}};
     for (const auto& [base, isHeld] : rows) {

@@ -192,6 +192,10 @@ protected:
         request->finishLoading();
         return true;
     }
+    std::size_t keysAsked() {
+        const std::lock_guard lock(keyMutex);
+        return keyRequests.size();
+    }
     /// Makes this the delegate of the asset.
     void answerKeys() {
         delegate = std::shared_ptr<PresentationTest>(this, [](auto*) {});
