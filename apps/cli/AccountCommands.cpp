@@ -2,6 +2,7 @@
 #include "Host.h"
 #include "Moment.h"
 #include "Output.h"
+#include "Values.h"
 #include "Views.h"
 
 #include <CLI/CLI.hpp>
@@ -33,7 +34,8 @@ struct Cancelled {
 void addLogin(CLI::App& app, Command& chosen) {
     const auto user = std::make_shared<std::string>();
     auto* command = app.add_subcommand("login", "Log a user in, for this one run");
-    command->add_option("USER", *user, "Name of the user")->required()->check(complaintIfEmpty);
+    takesName(command->add_option("USER", *user, "Name of the user"));
+    setExamples(command, "login anna");
     onCommand(command, chosen, [user](Host& host, Output& output) {
         const LoggedIn result{.userName = host.logIn(*user)};
         output.show(result, [&](PageWidth) { return "logged in as " + result.userName + "\n"; });
@@ -42,6 +44,7 @@ void addLogin(CLI::App& app, Command& chosen) {
 
 void addConsent(CLI::App& app, Command& chosen) {
     auto* command = app.add_subcommand("consent", "Show the consent documents in force");
+    setExamples(command, "consent");
     onCommand(command, chosen, [](Host& host, Output& output) {
         const auto list = host.value(host.client().consents());
         output.show(list, [&](PageWidth page) { return asText(list, page); });
@@ -51,7 +54,8 @@ void addConsent(CLI::App& app, Command& chosen) {
 void addAccept(CLI::App& app, Command& chosen) {
     const auto tag = std::make_shared<std::string>();
     auto* command = app.add_subcommand("accept", "Accept a consent document; needs a user");
-    command->add_option("TAG", *tag, "Tag of the document")->required()->check(complaintIfEmpty);
+    takesName(command->add_option("TAG", *tag, "Tag of the document"));
+    setExamples(command, "accept privacy-2024 --user anna");
     onCommand(command, chosen, [tag](Host& host, Output& output) {
         const auto user = host.logIn();
         host.value(host.client().acceptConsent(*tag));
@@ -67,12 +71,13 @@ void addSubscribe(CLI::App& app, Command& chosen) {
     };
     const auto arguments = std::make_shared<Arguments>();
     auto* command = app.add_subcommand("subscribe", "Start a subscription; needs a user");
-    command->add_option("ID", arguments->id, "Identifier of the subscription")
-        ->required()
-        ->check(complaintIfEmpty);
+    takesName(command->add_option("ID", arguments->id, "Identifier of the subscription"));
+    setExamples(command,
+                "subscribe gold-yearly --user anna\nsubscribe gold-yearly --start 2024-03-31");
     command
         ->add_option("--start", arguments->start,
                      "Start, such as 2024-03-31 or 2024-03-31T01:00:00+0100; now if left out")
+        ->type_name("DATE")
         ->check([](const std::string& text) {
             return moment(text) ? ""
                                 : "'" + text + "' is no date of the form YYYY-MM-DD[THH:MM:SS]";
@@ -85,13 +90,14 @@ void addSubscribe(CLI::App& app, Command& chosen) {
         host.value(host.client().activateSubscription(*request));
         output.show(request, [&](PageWidth) {
             return user + " is subscribed to " + request->subscriptionId + " from " +
-                   request->start + "\n";
+                   dateAndTime(request->start) + "\n";
         });
     });
 }
 
 void addCancel(CLI::App& app, Command& chosen) {
     auto* command = app.add_subcommand("cancel", "End the subscription; needs a user");
+    setExamples(command, "cancel --user anna");
     onCommand(command, chosen, [](Host& host, Output& output) {
         const auto user = host.logIn();
         host.value(host.client().cancelSubscription());

@@ -2,6 +2,7 @@
 
 #include "Picture.h"
 #include "Text.h"
+#include "Timings.h"
 
 #include <korvel/platform/uikit/Screen.h>
 
@@ -86,6 +87,7 @@ void ClassSession::play() {
     line->invalidate();
     host_.messages()->progress("");
     keyboard_.reset();
+    if (seekRefused_) throw Failure(*seekRefused_);  // not closed, so nothing is recorded
     close();
 }
 
@@ -94,7 +96,9 @@ void ClassSession::start() {
     const auto record =
         host_.value(host_.client().classDetails(tag), "there is no class '" + tag + "'");
     korvel::PlayOptions options;
-    options.look = [this](auto& builder) { builder.setAutoPlay(!arguments_.paused); };
+    // Whether there is such a second is known when the stream is, and before anything plays.
+    const bool plays = !arguments_.paused && !arguments_.seek;
+    options.look = [plays](auto& builder) { builder.setAutoPlay(plays); };
     options.listener = watch_;
     options.stallLimit = options.keyDeadline = host_.patience();
     if (!arguments_.fullScreen) {
@@ -127,16 +131,37 @@ void ClassSession::seekBy(float seconds) {
     }
 }
 
+void ClassSession::checkSeek() {
+    if (!arguments_.seek || !watch_->duration || std::exchange(seekChecked_, true)) return;
+    if (*arguments_.seek >= *watch_->duration) {
+        seekRefused_.emplace(ExitCode::usage, "--seek goes beyond the end: class '" +
+                                                  arguments_.tag + "' lasts " +
+                                                  clockTime(std::round(*watch_->duration)));
+    } else if (!arguments_.paused) {
+        playback_->play();
+    }
+}
+
+/// A start that is to be told of is not over before its picture is there, or sound alone plays.
+bool ClassSession::hasStarted() const {
+    return !arguments_.timings || playback_->timeline().picture ||
+           playback_->status().performedSeconds > 0;
+}
+
 bool ClassSession::isOver() {
-    if (watch_->exited || stopped_ || host_.wasInterrupted()) return true;
+    checkSeek();
+    if (seekRefused_ || watch_->exited || stopped_ || host_.wasInterrupted()) return true;
     // The seconds count from the same moment as the performed ones, or a little later.
-    if (watch_->likelyToKeepUp && !began_) began_ = now();
+    if (watch_->likelyToKeepUp && !began_ && hasStarted()) began_ = now();
     return began_ && arguments_.length &&
            now() - *began_ >= std::chrono::duration<double>(*arguments_.length);
 }
 
 void ClassSession::close() {
     if (!watch_->exited) playback_->events()->stopVideo();
+    if (arguments_.timings) {
+        for (const auto& each : timings(playback_->timeline())) host_.messages()->line(each);
+    }
     if (const auto failure = playback_->status().failure) {
         failure_ = failureOf(*failure, host_.options());
     }

@@ -21,6 +21,8 @@ struct PlayArguments {
     bool fullScreen = false;
     bool paused = false;
     bool mute = false;
+    bool timings = false;
+    bool lacksSound = false;  ///< though it was asked for
 };
 
 /// One class in windows that nobody sees, from its start to its performance's recording: what an
@@ -45,7 +47,9 @@ private:
     void start();
     void press(Key key);
     void seekBy(float seconds);
+    bool hasStarted() const;
     bool isOver();
+    void checkSeek();
     void close();
     void keepPicture() const;
     void tell();
@@ -58,6 +62,8 @@ private:
     std::optional<Keyboard> keyboard_;
     std::optional<Failure> failure_;
     bool stopped_ = false;  ///< by a key
+    bool seekChecked_ = false;
+    std::optional<Failure> seekRefused_;
     int ticks_ = 0;
     std::optional<korvel::platform::Clock::Instant> began_;
 };

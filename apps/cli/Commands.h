@@ -26,9 +26,7 @@ inline void onCommand(CLI::App* command, Command& chosen, Command action) {
     command->callback([&chosen, action = std::move(action)] { chosen = action; });
 }
 
-/// For arguments that must hold something.
-inline std::string complaintIfEmpty(const std::string& text) {
-    return text.empty() ? "must not be empty" : "";
-}
+/// `examples`: command lines, one to a line, without "korvel ".
+void setExamples(CLI::App* command, const std::string& examples);
 
 }  // namespace cli

@@ -63,12 +63,36 @@ std::string within(double seconds) {
     return text;
 }
 
+constexpr ExitCodeMeaning meanings[] = {
+    {ExitCode::ok, "done"},
+    {ExitCode::failed, "a fault of this machine: the data folder, standard output"},
+    {ExitCode::usage, "the command line or the profile is wrong"},
+    {ExitCode::rejected, "the service refused: its status and message are shown"},
+    {ExitCode::noAnswer, "no answer within --timeout"},
+    {ExitCode::noConnection, "no connection, or it broke"},
+    {ExitCode::notUnderstood, "the service's answer is not understood"},
+    {ExitCode::notLoggedIn,
+     "not logged in: no user was named, or the service did not take this one"},
+    {ExitCode::badAddress, "the address is missing or no absolute one"},
+    {ExitCode::notFound, "the service knows no such class"},
+    {ExitCode::consentRequired, "the user must give a consent first; the message names it"},
+    {ExitCode::subscriptionRequired, "the user needs a subscription"},
+    {ExitCode::streamFailed, "the stream failed, or its content key was refused"},
+    {ExitCode::interrupted, "interrupted"},
+};
+
 }  // namespace
+
+std::span<const ExitCodeMeaning> exitCodes() { return meanings; }
 
 std::string reasonIn(const korvel::NSError& error) {
     const auto* reason = error.text("NSLocalizedFailureReason");
     if (!reason) reason = error.text("NSLocalizedDescription");
     return reason ? fitted(printable(*reason), longestMessage) : error.description();
+}
+
+Failure badAddress(const std::string& address) {
+    return {ExitCode::badAddress, "not an absolute address: '" + address + "'"};
 }
 
 Failure failureOf(const korvel::Failure& failure, const Options& options) {
@@ -79,7 +103,7 @@ Failure failureOf(const korvel::Failure& failure, const Options& options) {
     };
     switch (failure.reason) {
         case Reason::unusableBaseURL:
-            return because(ExitCode::badAddress, "not an absolute address: '" + options.url + "'");
+            return badAddress(options.url);
         case Reason::timedOut:
             if (failure.transport) break;
             return because(ExitCode::noAnswer,

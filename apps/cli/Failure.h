@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <stdexcept>
 #include <string>
 
@@ -27,6 +28,13 @@ enum class ExitCode {
     interrupted = 130,
 };
 
+struct ExitCodeMeaning {
+    ExitCode code;
+    const char* text;
+};
+/// All of them, in order.
+std::span<const ExitCodeMeaning> exitCodes();
+
 /// The reason why a command ends without a result.
 class Failure : public std::runtime_error {
 public:
@@ -39,6 +47,8 @@ public:
 };
 
 inline Failure interrupted() { return {ExitCode::interrupted, "interrupted"}; }
+
+Failure badAddress(const std::string& address);
 
 struct Options;
 

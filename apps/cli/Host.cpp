@@ -20,6 +20,12 @@ std::shared_ptr<MainQueue> makeQueue() {
     return queue;
 }
 
+/// Asked before anything else, so that nothing else is complained about first.
+bool isAbsolute(const std::string& address) {
+    const auto url = korvel::platform::URL::parse(address);
+    return url && url->scheme() && !url->host().value_or("").empty();
+}
+
 /// Where the device keeps what outlives a process; it would go on without, and say nothing.
 std::filesystem::path usableDataFolder(const Options& options) {
     auto folder = dataFolder(options);
@@ -44,6 +50,7 @@ Host::Host(const Options& options, std::shared_ptr<Messages> messages, Interrupt
         throw Failure(ExitCode::badAddress,
                       "there is no service to ask: give --url or set KORVEL_URL");
     }
+    if (!isAbsolute(options.url)) throw badAddress(options.url);
     Device device;
     device.mainQueue = queue_;
     if (options.verbose) device.diagnostics = std::make_shared<RequestLog>(messages_);

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <ctime>
+#include <string_view>
 
 namespace cli {
 
@@ -42,6 +43,23 @@ std::optional<std::chrono::system_clock::time_point> moment(const std::string& t
         return std::nullopt;
     }
     return system_clock::from_time_t(*result);
+}
+
+std::string dateAndTime(const std::string& timestamp) {
+    constexpr std::string_view digits = "0123456789";
+    auto whole = timestamp;
+    const auto point = whole.find('.');
+    if (point != std::string::npos) {
+        whole.erase(point, whole.find_first_not_of(digits, point + 1) - point);
+    }
+    const auto found = moment(whole);
+    if (!found) return timestamp;
+    const auto time = std::chrono::system_clock::to_time_t(*found);
+    std::tm local{};
+    char text[64];
+    localtime_r(&time, &local);
+    std::strftime(text, sizeof text, " %b %Y, %H:%M", &local);
+    return std::to_string(local.tm_mday) + text;
 }
 
 }  // namespace cli

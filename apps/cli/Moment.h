@@ -11,4 +11,8 @@ namespace cli {
 /// April.
 std::optional<std::chrono::system_clock::time_point> moment(const std::string& text);
 
+/// A timestamp of the service, such as "2024-03-31T00:00:00.000+0000", for people: the device's
+/// date and time. As it is if it is none.
+std::string dateAndTime(const std::string& timestamp);
+
 }  // namespace cli

@@ -29,6 +29,10 @@ struct Options {
 /// `options` is filled when `app` parses and must live until then.
 void addOptions(CLI::App& app, Options& options);
 
+/// What an environment variable such as XDG_DATA_HOME names, else the folder's usual place below
+/// the user's home; relative where there is no home.
+std::filesystem::path userFolder(const char* variable, const char* usual);
+
 /// The data folder chosen, or the place where the user's applications keep their data.
 std::filesystem::path dataFolder(const Options& options);
 

@@ -2,6 +2,7 @@
 
 #include <sys/ioctl.h>
 #include <unistd.h>
+#include <cerrno>
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
@@ -24,9 +25,12 @@ PageWidth pageWidth() {
 
 Output::Output(bool asJSON) : json_(asJSON), page_(pageWidth()) {}
 
-bool Output::write() const {
-    const bool written = std::fwrite(text_.data(), 1, text_.size(), stdout) == text_.size();
-    return std::fflush(stdout) == 0 && written;
+bool Output::write() const { return writeOut(text_); }
+
+bool writeOut(const std::string& text) {
+    const bool written =
+        std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
+    return written || errno == EPIPE;
 }
 
 }  // namespace cli

@@ -8,6 +8,10 @@
 
 namespace cli {
 
+/// To standard output, at once; false if not all of it could be written. A reader that has seen
+/// enough, such as "head", is no failure.
+bool writeOut(const std::string& text);
+
 /// Collects the result of a command, as text for people or as one JSON document, and writes it in
 /// one go when the command is through.
 class Output {
@@ -26,7 +30,7 @@ public:
         }
     }
 
-    /// To standard output; false if not all of it could be written.
+    /// By `writeOut`.
     bool write() const;
 
 private:

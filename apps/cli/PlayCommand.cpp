@@ -2,6 +2,8 @@
 #include "Commands.h"
 #include "Options.h"
 #include "Output.h"
+#include "Sound.h"
+#include "Values.h"
 #include "Views.h"
 
 #include <korvel/platform/backends/gstreamer/MediaEngineGStreamer.h>
@@ -18,9 +20,13 @@ using korvel::platform::GStreamerOptions;
 
 namespace {
 
-bool installPlayer(Device device, const DeviceOptions& options, bool mute) {
+constexpr const char* silence = "fakesink";
+
+bool installPlayer(Device device, const DeviceOptions& options, PlayArguments& arguments,
+                   bool verbose) {
     GStreamerOptions media{.certificateAuthorityFile = options.certificateAuthorityFile};
-    if (mute) media.audioSink = "fakesink";
+    arguments.lacksSound = !arguments.mute && !canSound(media.audioSink, verbose);
+    if (arguments.mute || arguments.lacksSound) media.audioSink = silence;
     if (installDeviceGStreamer(std::move(device), options, media)) return true;
     korvel::NSError reason;
     if (!makeMediaEngineGStreamer(media, &reason)) {
@@ -30,6 +36,10 @@ bool installPlayer(Device device, const DeviceOptions& options, bool mute) {
 }
 
 void play(Host& host, Output& output, const PlayArguments& arguments) {
+    if (arguments.lacksSound) {
+        host.messages()->line(
+            "no sound: there is no device that could be used (--verbose tells what was tried)");
+    }
     host.logIn();
     ClassSession session(host, arguments);
     session.play();
@@ -45,21 +55,25 @@ void addPlayCommand(CLI::App& app, Command& chosen, Options& options) {
     constexpr double longest = 1e6;  // seconds
     const auto arguments = std::make_shared<PlayArguments>();
     auto* command = app.add_subcommand("play", "Play a class and record it; needs a user");
-    command->add_option("CLASS", arguments->tag, "Tag of the class")
-        ->required()
-        ->check(complaintIfEmpty);
-    command->add_option("--seek", arguments->seek, "Second to begin at")
-        ->check(CLI::Range(0.F, static_cast<float>(longest)));
-    command->add_option("--for", arguments->length, "Stop after so many seconds, pauses included")
-        ->check(CLI::Range(0., longest));
-    command->add_option("--frame", arguments->pictureFile,
-                        "Write the last picture to this PNG file");
+    takesName(command->add_option("CLASS", arguments->tag, "Tag of the class"));
+    takesSeconds(command->add_option("--seek", arguments->seek, "Second to begin at"), 0, longest);
+    takesSeconds(command->add_option("--for", arguments->length,
+                                     "Stop after so many seconds, pauses included"),
+                 0, longest);
+    takesNewFile(command->add_option("--frame", arguments->pictureFile,
+                                     "Write the last picture to this PNG file"));
     command->add_flag("--full-screen", arguments->fullScreen, "Play full screen, not embedded");
     command->add_flag("--no-autoplay", arguments->paused, "Begin paused");
     command->add_flag("--mute", arguments->mute, "No sound");
+    command->add_flag("--timings", arguments->timings,
+                      "Show on standard error how long each step of the start took");
+    setExamples(command,
+                "play 50102 --user anna\n"
+                "play 50102 --seek 12 --no-autoplay --for 0 --frame second12.png\n"
+                "play 50102 --for 0 --timings");
     command->callback([=, &chosen, &options] {
-        options.install = [arguments](Device device, const DeviceOptions& parts) {
-            return installPlayer(std::move(device), parts, arguments->mute);
+        options.install = [arguments, &options](Device device, const DeviceOptions& parts) {
+            return installPlayer(std::move(device), parts, *arguments, options.verbose);
         };
         chosen = [arguments](Host& host, Output& output) { play(host, output, *arguments); };
     });

@@ -118,6 +118,18 @@ std::vector<std::string> wrapped(std::string_view text, std::size_t width) {
     return lines;
 }
 
+std::string lengthOf(std::int64_t seconds) {
+    std::string result;
+    const auto add = [&](std::int64_t number, const char* unit) {
+        if (number == 0) return;
+        result += (result.empty() ? "" : " ") + std::to_string(number) + unit;
+    };
+    add(seconds / 3600, " h");
+    add(seconds / 60 % 60, " min");
+    add(seconds % 60, " s");
+    return result.empty() ? "0 s" : result;
+}
+
 std::string clockTime(double seconds) {
     constexpr long minute = 60;
     constexpr long hour = 60 * minute;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,6 +22,9 @@ std::string fitted(std::string_view text, std::size_t width);
 
 /// Printable text broken into lines of at most `width` columns, at blanks where there are any.
 std::vector<std::string> wrapped(std::string_view text, std::size_t width);
+
+/// "1 h 2 min 3 s", without what is 0.
+std::string lengthOf(std::int64_t seconds);
 
 /// "1:02:03", or "2:03".
 std::string clockTime(double seconds);

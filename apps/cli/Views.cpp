@@ -1,6 +1,8 @@
 #include "Views.h"
 
 #include "Fields.h"
+#include "Moment.h"
+#include "Text.h"
 
 #include <optional>
 
@@ -113,15 +115,14 @@ std::string asText(const KCSDKOndemandClass& ondemandClass, PageWidth page) {
     fields.add("category", it.classCategories);
     fields.add("language", language);
     fields.add("provider", it.provider);
-    fields.add("duration",
-               it.durationMinutes + " min (" + std::to_string(it.durationSecond) + " s)");
+    fields.add("duration", lengthOf(it.durationSecond));
     fields.add("intensity", std::to_string(it.intensity));
     fields.add("skill", std::to_string(it.skill));
     if (it.calorieBurn) fields.add("calories", std::to_string(*it.calorieBurn) + " kcal");
     if (it.equipmentNames) fields.add("equipment", joined(*it.equipmentNames));
     fields.add("favourite", yesOrNo(it.favourite));
-    fields.add("created", it.creationDate);
-    fields.add("changed", it.lastModifiedDate);
+    fields.add("created", dateAndTime(it.creationDate));
+    fields.add("changed", dateAndTime(it.lastModifiedDate));
     fields.add("trailer", it.trailerLinkMobile);
     fields.add("image", it.imageLink);
     fields.add("stream", it.streamingLink);
@@ -134,7 +135,7 @@ std::string asText(const korvel::KCSDKOndemandMetaData& metadata, PageWidth page
     fields.add("equipment", joined(metadata.equipments));
     fields.add("languages", joined(metadata.language));
     fields.add("providers", joined(metadata.providers));
-    fields.add("duration", range(metadata.duration));
+    fields.add("duration", range(metadata.duration) + " min");
     fields.add("intensity", range(metadata.intensity));
     return fields.text(page);
 }
@@ -159,11 +160,11 @@ std::string asText(const Consents& consents, PageWidth page) {
 
 std::string asText(const korvel::KCSDKOndemandResultRequest& performance, PageWidth page) {
     Fields fields;
-    fields.add("Recorded", performance.performDate);
+    fields.add("Recorded", dateAndTime(performance.performDate));
     fields.add("Class", performance.contentID + "  " + performance.contentName);
     fields.add("Provider", performance.providerName);
-    fields.add("Performed", std::to_string(performance.actualDurationSecond) + " s");
-    fields.add("Length", std::to_string(performance.playedDurationSecond) + " s");
+    fields.add("Performed", lengthOf(performance.actualDurationSecond));
+    fields.add("Length", lengthOf(performance.playedDurationSecond));
     fields.add("User", performance.userId);
     fields.add("Record", performance.ID);
     return fields.text(page);

@@ -1,18 +1,15 @@
-#include "Commands.h"
+#include "CommandLine.h"
 #include "Failure.h"
 #include "Host.h"
 #include "Interruption.h"
 #include "Messages.h"
-#include "Options.h"
 #include "Output.h"
 
-#include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
@@ -63,32 +60,9 @@ ExitCode run(const Command& command, const Options& options, Interruption& inter
 }
 
 ExitCode runCommandLine(int argc, char** argv, Interruption& interruption) {
-    CLI::App app("On-demand fitness classes at the command line", "korvel");
-    app.fallthrough();
-    app.set_version_flag("--version", KORVEL_VERSION);
-    app.footer(
-        "Exit codes: 0 ok, 1 this machine, 2 usage, 3 refused by the service, 4 no answer in "
-        "time,\n"
-        "5 no connection, 6 answer not understood, 7 not logged in, 8 bad address, 9 not found,\n"
-        "10 consent required, 11 subscription required, 12 stream failed, 130 interrupted.");
-    Options options;
-    Command chosen;
-    addOptions(app, options);
-    addAccountCommands(app, chosen);
-    addCatalogueCommands(app, chosen);
-#ifdef KORVEL_HAS_PLAYER
-    addPlayCommand(app, chosen, options);
-#endif
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? ExitCode::ok : ExitCode::usage;
-    }
-    if (!chosen) {
-        std::cerr << app.help();
-        return ExitCode::usage;
-    }
-    return run(chosen, options, interruption);
+    CommandLine line;
+    if (const auto end = line.parse(argc, argv)) return *end;
+    return run(line.command(), line.options(), interruption);
 }
 
 }  // namespace

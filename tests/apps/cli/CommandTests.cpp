@@ -47,16 +47,16 @@ TEST_F(CommandLine, EveryCommandWritesItsRecordsAsOneDocument) {
 }
 
 TEST_F(CommandLine, EveryCriterionOfASearchReachesTheService) {
-    run({"search", "--keywords", "k", "--query",    "q",   "--type",      "t", "--language",
-         "l",      "--provider", "p", "--duration", "1-2", "--intensity", "3", "--equipment",
-         "e",      "--level",    "4", "--sort",     "s",   "--dir",       "d", "--skip",
-         "-5",     "--take",     "7"});
+    run({"search", "--keywords", "k",  "--query",    "q",    "--type",      "t",    "--language",
+         "l",      "--provider", "p",  "--duration", "1-2",  "--intensity", "3",    "--equipment",
+         "e",      "--level",    "-4", "--sort",     "date", "--dir",       "desc", "--skip",
+         "5",      "--take",     "7"});
     ASSERT_EQ(service.requests().size(), 1U);
     EXPECT_EQ(json::parse(service.requests()[0].body, nullptr, false),
               json::parse(R"({"keywords": "k", "query": "q", "type": "t", "classLanguage": "l",
                               "provider": "p", "duration": "1-2", "intensity": "3",
-                              "equipment": "e", "level": "4", "sort": "s", "dir": "d",
-                              "skip": -5, "take": 7})"));
+                              "equipment": "e", "level": "-4", "sort": "date", "dir": "desc",
+                              "skip": 5, "take": 7})"));
 }
 
 TEST_F(CommandLine, FailuresHaveTheirExitCodeAndSayWhy) {
@@ -68,7 +68,15 @@ TEST_F(CommandLine, FailuresHaveTheirExitCodeAndSayWhy) {
         std::optional<Answer> answer{};
         Arguments environment{};
     } rows[] = {
-        {{"bogus"}, 2, "bogus"},
+        {{"clases", "--page", "2"}, 2, "no command 'clases', did you mean 'classes'?"},
+        {{"search", "--durtion=5"}, 2, "no option '--durtion', did you mean '--duration'?"},
+        {{"help", "xyz"}, 2, "no command 'xyz'\n"},
+        {{"consent", "more"}, 2, "'more' is more than \"consent\" takes"},
+        {{"search", "--duration", "abc"}, 2, "'abc' is no range such as 20, 10-30, -30 or 30-"},
+        {{"search", "--level", "3-2"}, 2, "--level: '3-2'"},
+        {{"classes", "--sort", "foo"}, 2, "none of alpha, date, duration, intensity, calories"},
+        {{"classes", "--page", "-1"}, 2, "'-1' is no whole number from 1 on"},
+        {{"metadata"}, 8, "not an absolute address: 'https:/x'", {}, {"KORVEL_URL=https:/x"}},
         {{"class", ""}, 2, "must not be empty"},
         {{"subscribe", "x", "--start", "2024-04-31"}, 2, "'2024-04-31' is no date"},
         {{"subscribe", "x", "--start", "24-04-30"}, 2, "'24-04-30' is no date"},

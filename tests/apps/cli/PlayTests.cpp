@@ -57,6 +57,14 @@ TEST_F(Play, ResultIsTheRecordThatTheServiceGotAndThePictureIsTheOneSought) {
     EXPECT_EQ(recorded(1)["actualDurationSecond"], 2);
     EXPECT_NE(played.output.find("Performed  2 s\n"), std::string::npos) << played.output;
     EXPECT_NE(played.errors.find(" of 0:30, performed 1 s\n"), std::string::npos);
+
+    const auto late = run({"play", "50102", "--mute", "--seek", "30"});
+    EXPECT_EQ(late.code, 2);
+    EXPECT_NE(late.errors.find("class '50102' lasts 0:30\n"), std::string::npos) << late.errors;
+    const auto nowhere = run({"play", "50102", "--mute", "--frame", "/nowhere/x.png"});
+    EXPECT_EQ(nowhere.code, 2);
+    EXPECT_NE(nowhere.errors.find("there is no folder /nowhere"), std::string::npos);
+    EXPECT_TRUE(recorded(2).is_null()) << "refused before it played";
 }
 
 TEST_F(Play, ReasonsWhyAClassDoesNotPlayHaveTheirExitCode) {
@@ -83,7 +91,6 @@ TEST_F(Play, ReasonsWhyAClassDoesNotPlayHaveTheirExitCode) {
         {when("/media/", {.status = 404}, 99), 12, "the stream failed: "},
         {when("/ondemand/v1/ondemandtracking", {.status = 500, .body = "full"}), 3,
          "a later run sends it again: the service answered 500: full"},
-        {[] {}, 1, "No such file", {"--frame", "/nowhere/x.png"}},
     };
     for (const auto& [prepare, code, reason, further] : rows) {
         SCOPED_TRACE(reason);
@@ -101,6 +108,25 @@ TEST_F(Play, ReasonsWhyAClassDoesNotPlayHaveTheirExitCode) {
     const auto stranger = run({"play", "50102", "--mute", "--user", "berta"});
     EXPECT_EQ(stranger.code, 10);
     EXPECT_NE(stranger.errors.find("korvel accept privacy-2024"), std::string::npos);
+}
+
+TEST_F(Play, TimingsShowEachStepAndAMissingSoundDeviceIsOneLine) {
+    const Arguments nothingToHear{"ALSA_CONFIG_PATH=/dev/null", "PULSE_SERVER=unix:/dev/null",
+                                  "JACK_NO_START_SERVER=1"};
+    const auto ended = run({"play", "50102", "--for", "0", "--timings", "--json"}, nothingToHear);
+    EXPECT_EQ(ended.code, 0);
+    EXPECT_EQ(json::parse(ended.output, nullptr, false), recorded(0));
+    EXPECT_NE(ended.errors.find("no sound: there is no device"), std::string::npos);
+    EXPECT_EQ(ended.errors.find(" lib"), std::string::npos) << ended.errors;
+    std::size_t at = 0;
+    for (const char* step : {"perform", "playlists", "token", "key request", "key ",
+                             "first segment", "first picture"}) {
+        at = ended.errors.find(std::string("\n") + step, at);
+        ASSERT_NE(at, std::string::npos) << step << " in " << ended.errors;
+        const auto line = ended.errors.substr(at + 1, ended.errors.find('\n', at + 1) - at - 1);
+        EXPECT_NE(line.find("█"), std::string::npos) << line;
+        EXPECT_NE(line.find(" ms, from "), std::string::npos) << line;
+    }
 }
 
 TEST_F(Play, KeysSteerAndTheTerminalIsAsBeforeWhateverTheEnd) {

@@ -47,6 +47,12 @@ Program::Program(std::vector<std::string> arguments, std::vector<std::string> en
         files[0] = open("/dev/null", O_RDONLY | O_CLOEXEC);
         files[1] = output_ = memfd_create("output", MFD_CLOEXEC);
         files[2] = errors_ = memfd_create("errors", MFD_CLOEXEC);
+        if (screen == Screen::goneReader) {
+            std::array<int, 2> ends{};
+            require(pipe2(ends.data(), O_CLOEXEC) == 0, "no pipe");
+            close(ends[0]);
+            files[1] = ends[1];
+        }
     }
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
@@ -57,6 +63,7 @@ Program::Program(std::vector<std::string> arguments, std::vector<std::string> en
                                    pointers(arguments).data(), pointers(environment).data());
     posix_spawn_file_actions_destroy(&actions);
     close(files[0]);
+    if (screen == Screen::goneReader) close(files[1]);
     require(failed == 0, "the program does not start");
 }
 
@@ -108,7 +115,7 @@ Ended Program::wait() {
     process_ = -1;
     ended_.code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     if (errors_ >= 0) {
-        ended_.output = contents(output_);
+        if (output_ >= 0) ended_.output = contents(output_);
         ended_.errors = contents(errors_);
     }
     return ended_;

@@ -17,8 +17,9 @@ struct Ended {
 /// The command-line host as a process of its own, with `environment` alone around it.
 class Program {
 public:
-    /// A terminal has 60 columns, and errors are output; without one there is no input.
-    enum class Screen { files, terminal };
+    /// A terminal has 60 columns, and errors are output; without one there is no input. A reader
+    /// that is gone reads no output.
+    enum class Screen { files, terminal, goneReader };
 
     Program(std::vector<std::string> arguments, std::vector<std::string> environment,
             Screen screen = Screen::files);
