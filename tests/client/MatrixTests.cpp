@@ -94,6 +94,7 @@ const std::vector<Fault> faults{
      Reason::unreachable,
      silent},
     {"black hole", {.hold = true}, Reason::timedOut, silent},
+    {"slow drip", {.status = 201, .body = "17", .drip = {{20, 10s}}}, Reason::timedOut, undecoded},
     {"cancelled", {.hold = true}, Reason::cancelled, silent},
     {"204", {.status = 204, .body = ""}, Reason::refused, rejected},
     {"401", {.status = 401, .body = "who?"}, Reason::loggedOut, rejected},
@@ -184,6 +185,7 @@ protected:
         service.forgetRequests();
         const auto client = makeClient();  // with no connection left open by the exchange before
         arrange(fault);
+        const auto before = service.counters().requests;
         auto operation = endpoint.ask(*client);
         fake.clock->advance(*fake.mainQueue, 500ms);  // a log-in waits so long
         if (fault.answer.hold) {
@@ -191,11 +193,15 @@ protected:
             if (fault.name == "cancelled") operation.cancel();
             fake.clock->advance(*timers, 30s + 50ms);
             service.release();
+        } else if (fault.answer.drip) {
+            EXPECT_TRUE(service.waitForRequests(before + 1));
+            fake.clock->advance(*timers, 30s + 50ms);
         }
         return soon(std::move(operation.ends));
     }
 
-    Told askByContract(const Endpoint& endpoint, const Fault& fault) {
+    Told askByContract(const Endpoint& endpoint, Fault fault) {
+        if (fault.answer.drip) fault.answer.drip->every = 1ms;  // it waits as long as it drips
         const auto manager = std::make_shared<KCSDKNetworkManager>(device());
         manager->setSdkConfig(config);
         arrange(fault);
