@@ -127,6 +127,7 @@ struct KeyLoading::Exchange {
         request.setValue("application/x-www-form-urlencoded", "Content-Type");
         request.setValue("Bearer " + token, "Authorization");
         request.largestBody = largestKeyAnswer;
+        request.mayRepeat = true;  // a question: who asks twice is answered twice
         return request;
     }
     /// Main queue. A request without a key is a success to the platform, which then finds none.
@@ -220,6 +221,7 @@ std::shared_ptr<KeyLoading::Exchange> KeyLoading::begin(
 }
 
 void KeyLoading::requestToken(const std::shared_ptr<Exchange>& exchange) const {
+    device_.urlSession->connect(exchange->keyServer);  // while the token is on its way
     if (const auto present = player_.lock()) {
         present->note(&KeyProgress::tokenAsked,
                       prefetch_ ? prefetch_->asked() : device_.clock->now());

@@ -14,6 +14,7 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
 #include <memory>
 #include <set>
 #include <sstream>
@@ -137,6 +138,21 @@ TEST_F(HTTP2, EveryEndpointWorksAndConsentIsAskedFor) {
     }
     EXPECT_EQ(statuses.count(200) + statuses.count(201), 13u);
     EXPECT_EQ(statuses.count(601), 1u);
+}
+
+TEST_F(HTTP2, AQuestionTakesTheConnectionThatWasOpenedForIt) {
+    const auto session = platform::makeURLSessionCurl(
+        {.certificateAuthorityFile = file("certificate.pem")},
+        [](auto task) { platform::DispatchQueue::global().async(std::move(task)); });
+    platform::URLRequest question(
+        *platform::URL::parse("https://localhost:" + std::to_string(port) + "/none"));
+    question.method = "POST";
+    question.mayRepeat = true;
+    session->connect(question.url);
+    std::promise<platform::Exchange> promise;
+    session->dataTask(question, [&](auto exchange) { promise.set_value(std::move(exchange)); });
+    EXPECT_TRUE(promise.get_future().get().metrics.reusedConnection);
+    EXPECT_EQ(answered(1).front().protocol, "HTTP/2.0");
 }
 
 TEST_F(HTTP2, ManyRequestsAtOnceTakeOneConnection) {

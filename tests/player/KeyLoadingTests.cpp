@@ -125,10 +125,13 @@ TEST_F(KeyLoadingTest, KeyIsFetchedWithAFreshTokenAndDeliveredOnTheMainQueue) {
         const auto asked = ask(address);
         ASSERT_TRUE(fake.session->waitForRequests(1));
         EXPECT_EQ(requests[0].url.absoluteString(), "https://service.test/ondemand/v1/token/50122");
+        ASSERT_EQ(fake.session->connected.size(), static_cast<std::size_t>(round) + 1);
         fake.session->answer(200, R"({"token":"T"})");
         ASSERT_TRUE(fake.session->waitForRequests(2));
         const auto& sent = requests[1];
         EXPECT_EQ(sent.url.absoluteString(), "https://keys.test:8443/p?kid=%C3%81%2F&x=1");
+        EXPECT_EQ(fake.session->connected.back(), sent.url.absoluteString());
+        EXPECT_TRUE(sent.mayRepeat);
         EXPECT_EQ(sent.method, "POST");
         EXPECT_EQ(platform::viewOf(*sent.body), "spc=+//+/w==&assetId=A/");
         EXPECT_EQ(sent.headers(), (std::vector<std::pair<std::string, std::string>>{

@@ -18,6 +18,12 @@ class FakeURLSession final : public platform::URLSession {
 public:
     std::vector<platform::URLRequest> requests;  ///< everything ever sent, oldest first
 
+    std::vector<std::string> connected;  ///< hints
+    void connect(const platform::URL& url) override {
+        const std::lock_guard lock(mutex_);
+        connected.push_back(url.absoluteString());
+    }
+
     std::shared_ptr<platform::URLSessionTask> dataTask(
         platform::URLRequest request, CompletionHandler completionHandler) override {
         const std::lock_guard lock(mutex_);

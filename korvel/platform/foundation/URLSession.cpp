@@ -13,6 +13,8 @@ bool Exchange::isTooLong() const {
            error->code == static_cast<std::int64_t>(URLErrorCode::dataLengthExceedsMaximum);
 }
 
+void URLSession::connect(const URL&) {}
+
 std::shared_ptr<URLSessionTask> URLSession::uploadTask(URLRequest request,
                                                        std::optional<Data> bodyData,
                                                        CompletionHandler completionHandler) {

@@ -64,10 +64,15 @@ public:
 
     virtual ~URLSession();
     /// Starts `request` at once and returns. Redirects are followed; a request that is not a GET or
-    /// a HEAD reaches the service at most once. Null from a session that cannot cancel.
+    /// a HEAD, nor `mayRepeat`, reaches the service at most once. Null from a session that cannot
+    /// cancel.
     virtual std::shared_ptr<URLSessionTask> dataTask(URLRequest request,
                                                      CompletionHandler completionHandler) = 0;
-    /// The same with `bodyData` as the body, whatever the request says.
+    /// A hint that `url` will be asked soon by a request that may be repeated: opens a connection
+    /// for it, over which nothing is said before and which is closed if nobody comes. Any thread;
+    /// returns at once. Here it does nothing.
+    virtual void connect(const URL& url);
+    /// `dataTask` with `bodyData` as the body, whatever the request says.
     std::shared_ptr<URLSessionTask> uploadTask(URLRequest request, std::optional<Data> bodyData,
                                                CompletionHandler completionHandler);
 };

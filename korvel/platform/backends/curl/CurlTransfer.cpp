@@ -39,7 +39,7 @@ std::string headerLine(const std::string& name, const std::string& value) {
     return line;
 }
 
-bool mayRepeat(const std::string& method) { return method == "GET" || method == "HEAD"; }
+bool isReading(const std::string& method) { return method == "GET" || method == "HEAD"; }
 
 bool wantsBody(const std::string& method) {
     return method == "POST" || method == "PUT" || method == "PATCH";
@@ -51,6 +51,13 @@ CurlTransfer::CurlTransfer(URLRequest request, URLSession::CompletionHandler com
     : request_(std::move(request)),
       service_(serviceOf(request_.url)),
       completionHandler_(std::move(completionHandler)) {}
+
+CurlTransfer::CurlTransfer(const URL& connectTo) : CurlTransfer(URLRequest(connectTo), nullptr) {
+    // Whoever waits for a slower one would do better to try for itself.
+    constexpr std::chrono::seconds patience{10};
+    request_.timeoutInterval = patience;
+    isConnection_ = true;
+}
 
 CURL* CurlTransfer::start(const CurlSettings& settings, Clock::time_point now) {
     if (!isWebAddress(request_.url)) {
@@ -74,7 +81,7 @@ CURL* CurlTransfer::start(const CurlSettings& settings, Clock::time_point now) {
     bodyTooLong_ = false;
     curl_easy_setopt(easy_.get(), CURLOPT_PRIVATE, this);
     setConnectionOptions(easy_.get(), settings, request_.timeoutInterval);
-    if (!mayRepeat(request_.method)) takeOwnConnection(settings);
+    takeOwnConnection(settings);
     setRequestOptions();
     setHeaders();
     return easy_.get();
@@ -83,10 +90,39 @@ CURL* CurlTransfer::start(const CurlSettings& settings, Clock::time_point now) {
 /// On a reused connection that the service closed meanwhile the library sends once more, not
 /// knowing whether the service had read the first one. Where there are connections already nobody
 /// waits for this one: it is closed behind the answer.
+///
+/// What may be repeated takes a connection that was opened for it, if there is one. It is closed
+/// likewise, so that none that carried a request is ever among these.
 void CurlTransfer::takeOwnConnection(const CurlSettings& settings) {
+    if (isConnection_) {
+        curl_easy_setopt(easy_.get(), CURLOPT_PREREQFUNCTION, &CurlTransfer::connected);
+        curl_easy_setopt(easy_.get(), CURLOPT_PREREQDATA, easy_.get());
+        return;
+    }
+    if (request_.mayRepeat) {
+        // Nobody is coming to say whether the service takes several at once.
+        curl_easy_setopt(easy_.get(), CURLOPT_PIPEWAIT, 0L);
+        curl_easy_setopt(easy_.get(), CURLOPT_FORBID_REUSE, 1L);
+        return;
+    }
+    if (isReading(request_.method)) return;
     curl_easy_setopt(easy_.get(), CURLOPT_FRESH_CONNECT, 1L);
     const bool isOnlyOne = settings.events && settings.events->sockets() == 0;
     curl_easy_setopt(easy_.get(), CURLOPT_FORBID_REUSE, isOnlyOne ? 0L : 1L);
+}
+
+/// The connection stands and nothing has been said. From here on the transfer counts as one that
+/// wanted no more than that, and ends; the connection, not having been made as such a one's, which
+/// are the application's own, goes to the others. Should the library think otherwise one day, the
+/// next request opens a connection as any does.
+int CurlTransfer::connected(void* easy, char*, char*, int, int) {
+    const bool ends = curl_easy_setopt(easy, CURLOPT_CONNECT_ONLY, 1L) == CURLE_OK;
+    return ends ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
+}
+
+/// A connection that only its own transfer may use is closed when that is taken out.
+void CurlTransfer::leave() {
+    if (isConnection_) curl_easy_setopt(easy_.get(), CURLOPT_CONNECT_ONLY, 0L);
 }
 
 void CurlTransfer::setRequestOptions() {

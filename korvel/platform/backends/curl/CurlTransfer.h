@@ -23,15 +23,21 @@ public:
     using Clock = std::chrono::steady_clock;
 
     CurlTransfer(URLRequest request, URLSession::CompletionHandler completionHandler);
+    /// No request: opens a connection to the service, for the next one that asks it.
+    explicit CurlTransfer(const URL& connectTo);
     CurlTransfer(const CurlTransfer&) = delete;
     CurlTransfer& operator=(const CurlTransfer&) = delete;
 
     /// Whom the next hop, or the present one, asks.
     const std::string& service() const { return service_; }
+    bool isConnection() const { return isConnection_; }
 
     /// The handle of the next hop, owned by this transfer. Null if there is nothing to send: then
     /// the exchange has failed.
     CURL* start(const CurlSettings& settings, Clock::time_point now);
+
+    /// To be called before the handle is taken out of its multi handle.
+    void leave();
 
     /// Takes in what the hop came to. True if another one follows. The handle is in no multi handle
     /// any more, and is gone afterwards.
@@ -65,6 +71,7 @@ private:
     };
 
     void takeOwnConnection(const CurlSettings& settings);
+    static int connected(void* easy, char*, char*, int, int);
     static std::size_t receive(char* bytes, std::size_t one, std::size_t count, void* self);
     NSError tooLong() const;
     bool append(const char* bytes, std::size_t count);
@@ -81,6 +88,7 @@ private:
     std::atomic<Fate> fate_ = Fate::open;
     URLRequest request_;
     std::string service_;
+    bool isConnection_ = false;
     URLSession::CompletionHandler completionHandler_;
     std::unique_ptr<CURL, EasyCleanup> easy_;
     std::unique_ptr<curl_slist, ListCleanup> headers_;

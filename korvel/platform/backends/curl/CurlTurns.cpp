@@ -24,6 +24,7 @@ CurlTurns::Transfer CurlTurns::next() {
     if (!first) return nullptr;
     Transfer transfer = std::move(first->queue.front().transfer);
     first->queue.pop_front();
+    first->connects = transfer->isConnection();
     ++first->underWay;
     ++underWay_;
     --waiting_;
@@ -33,6 +34,7 @@ CurlTurns::Transfer CurlTurns::next() {
 void CurlTurns::leave(const CurlTransfer& transfer) {
     const auto found = services_.find(transfer.service());
     --underWay_;
+    if (transfer.isConnection()) found->second.connects = false;
     const bool isIdle = --found->second.underWay == 0 && found->second.queue.empty();
     if (isIdle && services_.size() > mostIdleServices) services_.erase(found);
 }

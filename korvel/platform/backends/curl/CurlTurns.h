@@ -40,9 +40,10 @@ private:
     };
     struct Service {
         std::size_t underWay = 0;
+        bool connects = false;  ///< a connection is opened, which whoever waits is to have
         std::deque<Waiting> queue;
 
-        bool hasNext() const { return !queue.empty() && underWay < mostPerService; }
+        bool hasNext() const { return !queue.empty() && underWay < mostPerService && !connects; }
     };
 
     std::unordered_map<std::string, Service> services_;

@@ -1,0 +1,104 @@
+// Connections that are opened before there is a request for them.
+
+#include "Client.h"
+#include "RawServer.h"
+#include "support/ChildProcess.h"
+
+#include <semaphore>
+
+namespace korvel::platform {
+namespace {
+
+URLRequest question(const std::string& address) {
+    URLRequest made(*URL::parse(address));
+    made.method = "POST";
+    made.body = bytesOf("why");
+    made.mayRepeat = true;
+    return made;
+}
+
+/// Asks with a handler whose end can be seen.
+std::weak_ptr<int> ask(URLSession& session, const URLRequest& request,
+                       std::shared_ptr<URLSessionTask>* task = nullptr) {
+    auto kept = std::make_shared<int>();
+    std::weak_ptr<int> seen = kept;
+    auto begun = session.dataTask(request, [kept = std::move(kept)](const Exchange&) {});
+    if (task) *task = std::move(begun);
+    return seen;
+}
+
+}  // namespace
+
+TEST_F(URLSessionTest, AConnectionOpenedAheadServesOneQuestionAndCarriesNothingBefore) {
+    session->connect(*URL::parse(service.baseURL()));
+    session->connect(*URL::parse(service.baseURL()));
+    const auto first = send(question(service.baseURL() + "x"));  // comes while it is being opened
+    EXPECT_TRUE(first.metrics.reusedConnection);
+    const auto second = send(question(service.baseURL() + "x"));
+    EXPECT_FALSE(second.metrics.reusedConnection) << "what was asked over one is closed behind it";
+    session->connect(*URL::parse(service.baseURL()));
+    EXPECT_FALSE(send(request("POST", "x")).metrics.reusedConnection) << "not for what counts once";
+    EXPECT_TRUE(send(question(service.baseURL() + "x")).metrics.reusedConnection);
+    EXPECT_EQ(arrived().size(), 4u);
+
+    std::binary_semaphore asked{0};
+    std::atomic<bool> wasSilent = true;
+    RawServer server([&](const RawServer::Connection& connection) {
+        const std::string head = connection.readHead();
+        wasSilent = wasSilent && (head.empty() || asked.try_acquire());
+        connection.send("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nok");
+    });
+    session->connect(*URL::parse(server.url()));
+    ASSERT_TRUE(tests::eventually([&] { return server.accepted() == 1; }));
+    asked.release();
+    EXPECT_EQ(bodyOf(send(question(server.url()))), "ok");
+    EXPECT_TRUE(wasSilent);
+    EXPECT_EQ(server.accepted(), 1u);
+}
+
+TEST_F(URLSessionTest, AConnectionOpenedAheadThatComesToNothingHoldsUpNobody) {
+    // The service closes what it hears nothing of.
+    std::atomic<int> connections = 0;
+    RawServer hasty([&](const RawServer::Connection& connection) {
+        if (connections++ == 0) return;
+        connection.readHead();
+        connection.send("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nok");
+    });
+    session->connect(*URL::parse(hasty.url()));
+    ASSERT_TRUE(tests::eventually([&] { return connections == 1; }));
+    EXPECT_EQ(bodyOf(send(question(hasty.url()))), "ok");
+
+    for (const char* const address : {"http://127.0.0.1:1/", "https://none.invalid/", "ftp://h/"}) {
+        session->connect(*URL::parse(address));
+        const auto answer = send(question(address));
+        EXPECT_NE(errorOf(answer), code(URLErrorCode::unknown)) << address;
+    }
+
+    // Nobody asks: it is closed.
+    auto options = trusting(service);
+    options.idleConnections = 20ms;
+    session = makeSession(options);
+    std::atomic<bool> left = false;
+    RawServer patient(
+        [&](const RawServer::Connection& connection) { left = connection.readHead().empty(); });
+    session->connect(*URL::parse(patient.url()));
+    EXPECT_TRUE(tests::eventually([&] { return left.load(); }));
+
+    // The handshake is never answered: whoever waits behind it can be cancelled, and the session
+    // ends.
+    std::binary_semaphore open{0};
+    RawServer silent([&](const RawServer::Connection&) { open.acquire(); });
+    const std::string address = "https" + silent.url().substr(4);
+    session->connect(*URL::parse(address));
+    std::shared_ptr<URLSessionTask> task;
+    const auto cancelled = ask(*session, question(address), &task);
+    ASSERT_TRUE(tests::eventually([&] { return silent.accepted() == 1; }));
+    task->cancel();
+    EXPECT_TRUE(tests::eventually([&] { return cancelled.expired(); }));
+    const auto dropped = ask(*session, question(address));
+    session.reset();
+    EXPECT_TRUE(dropped.expired());
+    open.release();
+}
+
+}  // namespace korvel::platform
