@@ -50,6 +50,7 @@ void KCSDKPlayerOverlay::toggleControls() {
         viewTap->setAlpha(dimmedAlpha);
         for (const auto& control : controls) control->setAlpha(1);
     }
+    view()->setAccessibilityLabel(controlsShown() ? "Hide controls" : "Show controls");
 }
 
 }  // namespace korvel

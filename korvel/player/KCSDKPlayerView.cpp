@@ -13,6 +13,9 @@
 #include <korvel/player/PlayerStoryboard.h>
 #include <korvel/player/ViewPinning.h>
 
+#include <cmath>
+#include <iomanip>
+#include <sstream>
 #include <utility>
 
 namespace korvel {
@@ -30,6 +33,16 @@ constexpr const char* likelyToKeepUp = "playbackLikelyToKeepUp";
 constexpr const char* bufferEmpty = "playbackBufferEmpty";
 constexpr const char* manifestSuffix = "(format=m3u8-aapl)";
 constexpr double progressInterval = 1.0 / 150;  // smooth sliders, and hosts that count on it
+
+/// "0:12", "1:02:03".
+std::string clockText(float seconds) {
+    const auto whole = static_cast<std::int64_t>(std::isfinite(seconds) ? seconds : 0);
+    std::ostringstream text;
+    text << std::setfill('0');
+    if (whole >= 3600) text << whole / 3600 << ':' << std::setw(2);
+    text << whole / 60 % 60 << ':' << std::setw(2) << whole % 60;
+    return text.str();
+}
 
 URL withManifestSuffix(const URL& url) {
     const auto last = url.lastPathComponent();
@@ -163,6 +176,14 @@ void KCSDKPlayerView::wireControls() {
                               UIControlEvents::valueChanged);
     overlay.btnClose->addTarget(view, &KCSDKPlayerView::closeBtnTapped,
                                 UIControlEvents::touchUpInside);
+    overlay.slider->setAccessibilityValue([&slider = *overlay.slider.get()] {
+        return clockText(slider.value()) + " of " + clockText(slider.maximumValue());
+    });
+    overlay.btnPlay->setAccessibilityValue([weak = std::weak_ptr(view)] {
+        const auto held = weak.lock();
+        const auto current = held ? held->player() : nullptr;
+        return std::string(current && current->rate() != 0 ? "playing" : "paused");
+    });
 }
 
 // ----------------------------------------------------------------------------------------
@@ -266,7 +287,9 @@ void KCSDKPlayerView::sliderMoved() {
 }
 
 bool KCSDKPlayerView::accessibilityPerformEscape() {
-    if (!controls() || !player()) return false;
+    const auto shownBy = controller.lock();
+    const bool fullScreen = shownBy && shownBy->presentingViewController();
+    if (!player() || (!controls() && !fullScreen)) return false;
     closeBtnTapped();
     return true;
 }

@@ -94,7 +94,7 @@ public:
     void observeValueForKeyPath(const std::string& keyPath, platform::Object& object,
                                 const platform::KeyValueChange& change) override;
     // Under the SDK's own controls, as the close and the play button; a host's overlay decides for
-    // itself.
+    // itself, but nobody is to be caught in full screen.
     bool accessibilityPerformEscape() override;
     bool accessibilityPerformMagicTap() override;
 

@@ -41,6 +41,12 @@ UIControlState UIControl::state() const {
     return highlighted_ ? UIControlState::highlighted : UIControlState::normal;
 }
 
+CGRect UIControl::touchBounds() const {
+    const auto [width, height] = bounds().size;
+    return bounds().insetBy(std::min(0.0, (width - leastTouchSize) / 2),
+                            std::min(0.0, (height - leastTouchSize) / 2));
+}
+
 bool UIControl::keepsTouch(CGPoint point) const {
     constexpr double stray = 24;
     return bounds().insetBy(-stray, -stray).contains(point);

@@ -36,6 +36,9 @@ public:
     bool isTracking() const { return tracking_; }
     UIControlState state() const;
 
+    /// A finger cannot hit anything smaller.
+    static constexpr double leastTouchSize = 48;
+
     void touchesBegan(const UITouch& touch) override;
     void touchesMoved(const UITouch& touch) override;
     void touchesEnded(const UITouch& touch) override;
@@ -47,6 +50,7 @@ protected:
     virtual void beginTracking(CGPoint) {}
     virtual void continueTracking(CGPoint) {}
     virtual void endTracking() {}
+    CGRect touchBounds() const override;  ///< grown to the least size, about its centre
     /// Whether a touch there still belongs to it; a finger may stray a little.
     virtual bool keepsTouch(CGPoint point) const;
     virtual bool looksHighlighted() const { return true; }  ///< while it is touched

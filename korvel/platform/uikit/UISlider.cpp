@@ -11,8 +11,8 @@ namespace {
 
 constexpr double trackHeight = 4;
 constexpr double plainThumbSize = 24;
-constexpr double leastHeight = 44;   // of something that a finger can take
-constexpr double grabDistance = 12;  // beside the knob
+constexpr double leastHeight = 44;        // of something that a finger can take
+constexpr double leastGrabDistance = 12;  // beside the knob
 constexpr double visibleStep = 0.25;
 constexpr UIColor restOfTrack{1, 1, 1, 0.35F};
 
@@ -105,11 +105,19 @@ std::optional<CGSize> UISlider::intrinsicContentSize() const {
     return CGSize{4 * thumbSize().width, std::max(leastHeight, thumbSize().height)};
 }
 
+double UISlider::grabDistance() const {
+    return std::max(leastGrabDistance, (leastTouchSize - thumbSize().width) / 2);
+}
+
+CGRect UISlider::touchBounds() const {
+    return UIControl::touchBounds().insetBy(-grabDistance(), 0);
+}
+
 void UISlider::beginTracking(CGPoint point) {
     dragged_ = false;
     const auto thumb = thumbRect();
-    const bool taken =
-        point.x >= thumb.minX() - grabDistance && point.x < thumb.maxX() + grabDistance;
+    const double beside = grabDistance();
+    const bool taken = point.x >= thumb.minX() - beside && point.x < thumb.maxX() + beside;
     grip_ = taken ? point.x - thumb.minX() : thumb.size.width / 2;
     if (!taken) drag(point.x - grip_);
 }

@@ -42,6 +42,7 @@ public:
     std::optional<CGSize> intrinsicContentSize() const override;
 
 protected:
+    CGRect touchBounds() const override;  ///< at both ends as far as the knob can be taken
     void beginTracking(CGPoint point) override;
     void continueTracking(CGPoint point) override;
     void endTracking() override;
@@ -50,6 +51,7 @@ protected:
 
 private:
     CGSize thumbSize() const;
+    double grabDistance() const;
     double fraction() const;
     void moved();
     void drag(double thumbLeft);

@@ -1,6 +1,7 @@
 #include <korvel/platform/uikit/AnimationContext.h>
 #include <korvel/platform/uikit/Canvas.h>
 #include <korvel/platform/uikit/Screen.h>
+#include <korvel/platform/uikit/UIControl.h>
 #include <korvel/platform/uikit/UITapGestureRecognizer.h>
 
 #include <algorithm>
@@ -214,15 +215,22 @@ void UIView::addGestureRecognizer(std::shared_ptr<UITapGestureRecognizer> recogn
     if (recognizer) recognizers_.push_back(std::move(recognizer));
 }
 
+bool UIView::takesTouches() const {
+    return !hidden_ && alpha_ >= leastTouchableAlpha && interaction_;
+}
+
 std::shared_ptr<UIView> UIView::hitTest(CGPoint point) {
-    if (hidden_ || alpha_ < leastTouchableAlpha || !interaction_ || !bounds().contains(point)) {
-        return nullptr;
-    }
+    if (!takesTouches() || !bounds().contains(point)) return nullptr;
+    std::shared_ptr<UIView> missed;  // by a little, and in front of whatever is met
     for (auto view = subviews_.rbegin(); view != subviews_.rend(); ++view) {
         const auto inside = outwards((*view)->rect_, (*view)->transform_).inverted().apply(point);
-        if (auto hit = (*view)->hitTest(inside)) return hit;
+        if (auto hit = (*view)->hitTest(inside)) {
+            return missed && !dynamic_cast<UIControl*>(hit.get()) ? missed : hit;
+        }
+        const bool near = (*view)->takesTouches() && (*view)->touchBounds().contains(inside);
+        if (near && !missed) missed = *view;
     }
-    return shared_from_this();
+    return missed ? missed : shared_from_this();
 }
 
 void UIView::animate(double seconds, const std::function<void()>& animations,

@@ -107,7 +107,8 @@ public:
         return recognizers_;
     }
     /// The frontmost view there that takes touches: not hidden, alpha at least 0.01, interaction
-    /// enabled, and so all above it. In this view's coordinates; null if there is none.
+    /// enabled, and so all above it. A control is hit a little beside it, too, where no other is.
+    /// In this view's coordinates; null if there is none.
     std::shared_ptr<UIView> hitTest(CGPoint point);
 
     // Accessibility
@@ -116,6 +117,15 @@ public:
         assign(accessibilityLabel_, std::move(label), UIViewChange::accessibility);
     }
     virtual UIAccessibilityRole accessibilityRole() const { return UIAccessibilityRole::none; }
+    /// What it stands at, in words: "paused", "0:12 of 0:30". Asked for whenever somebody wants to
+    /// know, since it may change many times a second.
+    std::string accessibilityValue() const {
+        return accessibilityValue_ ? accessibilityValue_() : std::string();
+    }
+    void setAccessibilityValue(std::function<std::string()> value) {
+        accessibilityValue_ = std::move(value);
+        changed(UIViewChange::accessibility);
+    }
     /// What a keyboard's escape and its space bar mean where no control has the focus; true if it
     /// did something.
     virtual bool accessibilityPerformEscape() { return false; }
@@ -140,6 +150,7 @@ public:
 
 protected:
     virtual std::shared_ptr<CALayer> makeLayer() const;
+    virtual CGRect touchBounds() const { return bounds(); }  ///< where a touch is meant for it
     virtual void layoutSubviews() {}  ///< after the constraints were followed
     void changed(UIViewChange what);
     template <class T> bool assign(T& property, T value, UIViewChange what) {
@@ -158,6 +169,7 @@ private:
     friend UIWindow;
     friend class ViewLayout;
 
+    bool takesTouches() const;
     void setRect(const CGRect& rect);
     void enter(UIWindow* window);
     void tellTint();
@@ -180,6 +192,7 @@ private:
     bool needsLayout_ = true;
     bool subtreeNeedsLayout_ = false;
     std::string accessibilityLabel_;
+    std::function<std::string()> accessibilityValue_;
     UIView* superview_ = nullptr;
     UIWindow* window_ = nullptr;  ///< above it; cleared by the window's destructor
     std::vector<std::shared_ptr<UIView>> subviews_;

@@ -55,6 +55,25 @@ TEST_F(Controls, ATouchGoesToTheFrontmostViewThatTakesIt) {
     EXPECT_EQ(window->hitTest({200, 100}), root) << "the right edge lies outside";
 }
 
+TEST_F(Controls, ASmallControlIsHitBesideItUnlessAnotherOrWhatLiesOverItIs) {
+    const auto small = add<UIButton>("small", {300, 100, 20, 20}, root);    // 286 to 334, 86 to 134
+    const auto beside = add<UIButton>("beside", {322, 100, 20, 20}, root);  // in front of it
+    const auto cover = add("cover", {280, 125, 30, 30}, root);
+    slider->setFrame({20, 200, 360, 44});
+    const std::pair<platform::CGPoint, std::shared_ptr<UIView>> hits[] = {
+        {{286, 86}, small},   {{285, 100}, root},   {{319, 110}, small}, {{321, 110}, beside},
+        {{290, 130}, cover},  {{150, 49}, root},    {{8, 222}, slider},  {{7, 222}, root},
+        {{391, 222}, slider}, {{200, 245}, slider}, {{200, 246}, root},  {{200, 198}, slider},
+    };
+    for (const auto& [point, wanted] : hits) {
+        EXPECT_EQ(window->hitTest(point), wanted) << point.x << ' ' << point.y;
+    }
+    press({9, 222});
+    move({49, 222});
+    EXPECT_NEAR(slider->value(), 40 * 400 / 336., 0.1)
+        << "taken beside its knob, which is held there";
+}
+
 TEST_F(Controls, AButtonFiresWhereItIsReleasedInside) {
     press({150, 100});
     EXPECT_EQ(button->state(), UIControlState::highlighted);

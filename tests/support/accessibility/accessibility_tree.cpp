@@ -126,7 +126,7 @@ public:
         if (!description.isEmpty()) line << quoted(description);
         if (interfaces.contains(QStringLiteral("org.a11y.atspi.Value"))) {
             const auto number = [&](const char* what) {
-                return QString::number(property(place, "Value", what).toDouble());
+                return QString::number(property(place, "Value", what).toDouble(), 'g', 3);
             };
             line << number("CurrentValue") + QStringLiteral(" of ") + number("MinimumValue") +
                         QStringLiteral(" to ") + number("MaximumValue");

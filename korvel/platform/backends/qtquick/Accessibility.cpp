@@ -1,18 +1,20 @@
 #include <korvel/platform/backends/qtquick/Accessibility.h>
+#include <korvel/platform/backends/qtquick/Surface.h>
+#include <korvel/platform/backends/qtquick/ViewAccessible.h>
+#include <korvel/platform/backends/qtquick/WindowAccessible.h>
 
 #include <QtQml/qqml.h>
 #include <QtCore/QUrl>
 #include <QtQml/QQmlComponent>
 #include <QtQml/QQmlEngine>
-#include <QtQuick/QQuickItem>
 
 namespace korvel::platform::qtquick {
 
 namespace {
 
 /// The type behind QML's `Accessible`, which is the only door to Qt Quick's accessibility. Its
-/// header is private and promises nothing from one release to the next; its name and its
-/// properties are QML's own and stay.
+/// header is private and promises nothing from one release to the next; its name is QML's own and
+/// stays.
 const QMetaObject* findType() {
     return QMetaType::fromName("QQuickAccessibleAttached*").metaObject();
 }
@@ -28,21 +30,50 @@ const QMetaObject* attachedType() {
     return type;
 }
 
+QAccessibleInterface* makeInterface(const QString& className, QObject* object) {
+    if (className == QLatin1String(ViewItem::staticMetaObject.className())) {
+        auto* item = qobject_cast<ViewItem*>(object);
+        return item && item->isDescribed() ? new ViewAccessible(*item) : nullptr;
+    }
+    if (className == QLatin1String(QQuickWindow::staticMetaObject.className())) {
+        auto* window = qobject_cast<QQuickWindow*>(object);
+        return window && Surface::covering(*window) ? new WindowAccessible(*window) : nullptr;
+    }
+    return nullptr;
+}
+
+/// Who was installed last is asked first; Qt Quick's own comes with its types.
+void install() {
+    attachedType();
+    QAccessible::installFactory(makeInterface);
+}
+
+/// A window that was asked about before has an interface already: another one takes its place.
+void replaceInterface(QQuickWindow& window) {
+    auto* known = QAccessible::queryAccessibleInterface(&window);
+    if (!known || dynamic_cast<WindowAccessible*>(known)) return;
+    QAccessibleEvent gone(known, QAccessible::ObjectDestroyed);
+    QAccessible::updateAccessibility(&gone);
+    QAccessible::deleteAccessibleInterface(QAccessible::uniqueId(known));
+    QAccessibleEvent come(&window, QAccessible::ObjectCreated);
+    QAccessible::updateAccessibility(&come);
+}
+
 }  // namespace
 
-void describe(QQuickItem& item, QAccessible::Role role, const QString& name) {
+void makeAccessible(QQuickItem& item) {
+    install();
     const auto* type = attachedType();
     const auto attach = type ? qmlAttachedPropertiesFunction(&item, type) : nullptr;
-    if (!attach) return;
-    const bool known = qmlAttachedPropertiesObject(&item, attach, false) != nullptr;
-    auto* accessible = qmlAttachedPropertiesObject(&item, attach);
-    if (!accessible) return;
-    accessible->setProperty("role", static_cast<int>(role));
-    accessible->setProperty("name", name);
-    if (known) return;
-    QObject::connect(accessible, SIGNAL(pressAction()), &item, SLOT(press()));
-    QObject::connect(accessible, SIGNAL(increaseAction()), &item, SLOT(increase()));
-    QObject::connect(accessible, SIGNAL(decreaseAction()), &item, SLOT(decrease()));
+    if (attach) qmlAttachedPropertiesObject(&item, attach);
+}
+
+void tellCovering(QQuickWindow& window) {
+    install();
+    if (!QAccessible::isActive()) return;
+    replaceInterface(window);
+    QAccessibleEvent reordered(&window, QAccessible::ObjectReorder);
+    QAccessible::updateAccessibility(&reordered);
 }
 
 }  // namespace korvel::platform::qtquick

@@ -1,13 +1,15 @@
 #pragma once
 
-#include <QtGui/qaccessible.h>
-
 class QQuickItem;
+class QQuickWindow;
 
 namespace korvel::platform::qtquick {
 
-/// Tells screen readers what the item is. At the first call for an item, `press()`, `increase()`
-/// and `decrease()` of the item, if it has such slots, become what they can do with it.
-void describe(QQuickItem& item, QAccessible::Role role, const QString& name);
+/// From now on screen readers find the item, as a `ViewAccessible`.
+void makeAccessible(QQuickItem& item);
+
+/// Screen readers find in the window only what is not covered. To be called again whenever that
+/// has changed.
+void tellCovering(QQuickWindow& window);
 
 }  // namespace korvel::platform::qtquick

@@ -20,11 +20,9 @@ bool moveByKey(UISlider& slider, int key) {
     constexpr double page = 10;
     switch (key) {
         case Qt::Key_Right:
-        case Qt::Key_Up:
             moveBy(slider, 1);
             return true;
         case Qt::Key_Left:
-        case Qt::Key_Down:
             moveBy(slider, -1);
             return true;
         case Qt::Key_PageUp:

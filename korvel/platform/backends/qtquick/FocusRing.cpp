@@ -12,14 +12,15 @@ constexpr double radius = 8;
 
 }  // namespace
 
-FocusRing::FocusRing(QQuickItem& control) : QQuickPaintedItem(&control) {
+FocusRing::FocusRing(QQuickItem& control, Side side)
+    : QQuickPaintedItem(&control), margin_(side == Side::outside ? margin : -margin) {
     setZ(1);
     follow(control.size());
 }
 
 void FocusRing::follow(QSizeF control) {
-    setPosition({-margin, -margin});
-    setSize(control.grownBy({margin, margin, margin, margin}));
+    setPosition({-margin_, -margin_});
+    setSize(control.grownBy({margin_, margin_, margin_, margin_}));
 }
 
 void FocusRing::paint(QPainter* painter) {

@@ -9,11 +9,15 @@ class FocusRing final : public QQuickPaintedItem {
     Q_OBJECT
 
 public:
-    /// Around `control`, whose child it is.
-    explicit FocusRing(QQuickItem& control);
+    enum class Side { outside, inside };
+    /// Along the edge of `control`, whose child it is.
+    explicit FocusRing(QQuickItem& control, Side side = Side::outside);
     void follow(QSizeF control);
 
     void paint(QPainter* painter) override;
+
+private:
+    const double margin_;
 };
 
 }  // namespace korvel::platform::qtquick

@@ -38,6 +38,8 @@ public:
     ItemLoan& operator=(const ItemLoan&) = delete;
 
     bool isOf(const QQuickItem* item) const { return item_ == item; }
+    /// Null once it is somewhere else.
+    QQuickItem* item() const { return item_ && item_->parentItem() == place_ ? item_ : nullptr; }
     void resize(QSizeF size) const;
 
 private:

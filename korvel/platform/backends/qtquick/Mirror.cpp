@@ -9,6 +9,10 @@ Surface* Mirror::surfaceOf(const UIView& view) const {
     return found == surfaces_.end() ? nullptr : found->second;
 }
 
+void Mirror::restoreFocus() {
+    for (const auto& [window, surface] : surfaces_) surface->restoreFocus();
+}
+
 void Mirror::viewChanged(UIView& view, UIViewChange what) {
     if (auto* surface = surfaceOf(view)) surface->viewChanged(view, what);
 }

@@ -17,6 +17,9 @@ public:
     void add(const UIWindow& window, Surface& surface) { surfaces_[&window] = &surface; }
     void remove(const UIWindow& window) { surfaces_.erase(&window); }
 
+    /// In whichever surface remembers that it had it.
+    void restoreFocus();
+
     void viewChanged(UIView& view, UIViewChange what) override;
     void subviewsChanged(UIView& superview) override;
     void animationBegan(UIView& view, const UIViewAnimation& animation) override;

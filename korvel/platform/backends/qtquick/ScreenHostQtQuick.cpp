@@ -27,6 +27,7 @@ public:
     QHash<QQuickWindow*, QPointer<Surface>> windows;
     QHash<QQuickItem*, Place> places;
     bool presenting = false;
+    std::function<bool()> leave;
 
     Surface* surfaceOf(QQuickWindow* window) const { return windows.value(window).data(); }
 };
@@ -61,6 +62,10 @@ void ScreenHostQtQuick::attach(QQuickWindow* window) {
                                 private_->mirror);
     private_->windows[window] = surface;
     surface->onShownChanged = [this] { updatePresenting(); };
+    surface->onLeave = [this] {
+        const auto leave = private_->leave;  // which may be replaced meanwhile
+        return leave && leave();
+    };
     surface->shown()->setRootViewController(make<UIViewController>());
     surface->shown()->makeKeyAndVisible();
     QObject::connect(window, &QWindow::activeChanged, surface, [window, surface] {
@@ -97,6 +102,10 @@ std::shared_ptr<UIView> ScreenHostQtQuick::view(QQuickItem* item) {
     }
     view->goHome();
     return view;
+}
+
+void ScreenHostQtQuick::setLeaveHandler(std::function<bool()> leave) {
+    private_->leave = std::move(leave);
 }
 
 void ScreenHostQtQuick::updatePresenting() {

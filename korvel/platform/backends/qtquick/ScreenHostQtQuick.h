@@ -4,6 +4,7 @@
 
 #include <QtCore/QObject>
 
+#include <functional>
 #include <memory>
 
 class QQuickItem;
@@ -50,6 +51,10 @@ public:
     /// takes the size, opacity and visibility of the overlay, gets its input first, and returns to
     /// where it was when the player lets go of it.
     std::shared_ptr<UIView> view(QQuickItem* item);
+
+    /// Asked when Escape or Back is pressed in full screen and no item of an overlay took it: true
+    /// if it has seen to it, by `exitFullScreen` for example. Else the player closes.
+    void setLeaveHandler(std::function<bool()> leave);
 
     /// Whether something covers an attached window: time to stop what runs underneath.
     bool isPresenting() const;

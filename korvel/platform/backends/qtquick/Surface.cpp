@@ -1,3 +1,4 @@
+#include <korvel/platform/backends/qtquick/Accessibility.h>
 #include <korvel/platform/backends/qtquick/Mirror.h>
 #include <korvel/platform/backends/qtquick/Surface.h>
 
@@ -58,6 +59,11 @@ Surface::Surface(QQuickItem& place, Kind kind, std::shared_ptr<Screen> screen,
     QObject::connect(&place, &QQuickItem::heightChanged, this, &Surface::follow);
     follow();
     polish();
+    if (!covers()) return;
+    window()->installEventFilter(this);
+    QObject::connect(window(), &QQuickWindow::activeFocusItemChanged, this,
+                     &Surface::keepFocusInside);
+    tellCovering(*window());
 }
 
 Surface::~Surface() { close(); }
@@ -66,6 +72,7 @@ void Surface::close() {
     if (!shown_) return;
     std::exchange(mirror_, nullptr)->remove(*shown_);
     ring_.reset();
+    if (covers() && window()) window()->removeEventFilter(this);
     giveBackAll(*this);
     for (const auto& [view, item] : std::exchange(items_, {})) item->freeze();
     const auto closed = std::exchange(shown_, nullptr);
@@ -177,8 +184,8 @@ bool Surface::isPlaceholder(const UIView& view) const {
 
 void Surface::reconcile() {
     ++round_;
-    const bool hadFocus =
-        window() && window()->activeFocusItem() && isAncestorOf(window()->activeFocusItem());
+    const bool hadFocus = holdsFocus();
+    if (hadFocus && !covers()) rememberFocus();
     place(shown_, *this, 0);
     std::vector<ViewItem*> left;
     for (const auto& [view, item] : items_) {
@@ -187,9 +194,9 @@ void Surface::reconcile() {
     std::erase_if(items_, [&](const auto& entry) { return entry.second->round != round_; });
     for (auto* item : left) retire(*item);
     updateShown();
-    if (hadFocus && showsAnything_ && window() && !isAncestorOf(window()->activeFocusItem())) {
-        forceActiveFocus(Qt::OtherFocusReason);
-    }
+    if (!showsAnything_) return;
+    remembers_ = remembers_ && !hadFocus;
+    if (hadFocus && !holdsFocus()) forceActiveFocus(Qt::OtherFocusReason);
 }
 
 ViewItem& Surface::place(const std::shared_ptr<UIView>& view, QQuickItem& parent, double z) {
@@ -227,17 +234,14 @@ void Surface::updateShown() {
     setVisible(shows || !fading_.empty());
     if (shows == showsAnything_) return;
     showsAnything_ = shows;
-    if (kind_ == Kind::window) {
+    if (covers()) {
         setAcceptHoverEvents(shows);
-        if (shows) {
-            formerFocus_ = window() ? window()->activeFocusItem() : nullptr;
-            forceActiveFocus(Qt::PopupFocusReason);
-        } else if (formerFocus_) {
-            formerFocus_->forceActiveFocus(Qt::PopupFocusReason);
-        }
+        shows ? takeFocus() : giveFocusBack();
+        if (window()) tellCovering(*window());
     } else {
         if (!shows) setFocus(false);
         setActiveFocusOnTab(shows);
+        restoreFocus();
     }
     if (onShownChanged) onShownChanged();
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <korvel/platform/backends/qtquick/FocusOrder.h>
 #include <korvel/platform/backends/qtquick/ViewItem.h>
 #include <korvel/platform/uikit/Screen.h>
 
@@ -22,7 +23,7 @@ class Surface final : public QQuickItem {
 public:
     enum class Kind {
         item,    ///< beside others in the window
-        window,  ///< before all others: keeps the focus and hovering pointers while it shows
+        window,  ///< before all others: keeps the focus, keys and hovering pointers while it shows
                  ///< anything
     };
     Surface(QQuickItem& place, Kind kind, std::shared_ptr<Screen> screen,
@@ -34,6 +35,12 @@ public:
     /// Runs after each change of whether there is anything to see.
     std::function<void()> onShownChanged;
     bool showsAnything() const { return showsAnything_; }
+    /// Asked when somebody wants to leave what covers the window and no item there has seen to it.
+    std::function<bool()> onLeave;
+    /// The one of kind `window` there; null if there is none.
+    static Surface* covering(const QQuickWindow& window);
+    /// Whether the item is not covered while this covers the window.
+    bool leavesVisible(const QQuickItem& item) const;
     /// Lets go of the views and vanishes; deleted a little later.
     void close();
 
@@ -51,9 +58,17 @@ public:
     void animate(ViewItem& item);
     bool isMoving(const ViewItem& item) const;
     Clock::Instant now() const { return screen_->clock().now(); }
-    /// To the next control that takes keys, round and round; false if there is none.
-    bool moveFocus(const QQuickItem* from, bool forward);
-    bool keepsFocus() const { return kind_ == Kind::window; }
+    /// The control cannot keep the focus that it has; it gets it back when it can, if nobody else
+    /// wanted it.
+    void lost(ViewItem& item);
+    void found(ViewItem& item);
+
+    // From the mirror, or another surface.
+    void rememberFocus();  ///< it will be back
+    void restoreFocus();   ///< if it had it, and nobody has
+
+    /// Of its window.
+    bool eventFilter(QObject* window, QEvent* event) override;
 
 protected:
     void updatePolish() override;
@@ -90,9 +105,22 @@ private:
     void step();
     bool takes(QPointF point) const;
     bool press(QPointF point);
-    void tapMiddle();
+    void tapPicture();
     bool performKey(int key);
-    void collectFocusable(const UIView& view, std::vector<ViewItem*>& found) const;
+    bool leave();
+
+    bool covers() const { return kind_ == Kind::window; }
+    QQuickItem* focusItem() const;
+    bool holdsFocus() const;
+    void collectStops(const UIView& view, FocusStops& found) const;
+    FocusStops stops() const;
+    static bool goTo(QQuickItem* stop, Qt::FocusReason reason);
+    bool showControls();
+    bool moveFocus(bool forward);
+    bool moveFocusTowards(int arrow);
+    void keepFocusInside();
+    void takeFocus();
+    void giveFocusBack();
 
     const Kind kind_;
     const std::shared_ptr<Screen> screen_;
@@ -110,6 +138,10 @@ private:
     QBasicTimer video_;  ///< waits for the next picture, but not for ever
     Clock::Instant lastVideo_{};
     QPointer<QQuickItem> formerFocus_;
+    QPointer<QQuickItem> lastInside_;  ///< that had the focus, while this covers the window
+    QPointer<ViewItem> returning_;
+    bool remembers_ = false;
+    std::weak_ptr<UIView> rememberedView_;
     std::unique_ptr<FocusRing> ring_;
 };
 

@@ -1,6 +1,7 @@
 #include <korvel/platform/backends/qtquick/ControlKeys.h>
 #include <korvel/platform/backends/qtquick/Surface.h>
 #include <korvel/platform/uikit/UISlider.h>
+#include <korvel/platform/uikit/UITapGestureRecognizer.h>
 
 #include <QtGui/QEventPoint>
 #include <QtQuick/QQuickWindow>
@@ -112,67 +113,53 @@ bool Surface::performKey(int key) {
     if (!kept || !showsAnything_) return false;
     const auto top = kept->subviews().back();
     switch (key) {
-        case Qt::Key_Tab:
-        case Qt::Key_Backtab:
-            return keepsFocus() && moveFocus(window()->activeFocusItem(), key == Qt::Key_Tab);
         case Qt::Key_Escape:
         case Qt::Key_Back:
-            return inFront(top, [](UIView& view) { return view.accessibilityPerformEscape(); });
+            return leave();
         case Qt::Key_Space:
         case Qt::Key_MediaTogglePlayPause:
             return inFront(top, [](UIView& view) { return view.accessibilityPerformMagicTap(); });
         case Qt::Key_Return:
         case Qt::Key_Enter:
         case Qt::Key_Select:
-            tapMiddle();
+            if (!stops().empty() || !showControls()) tapPicture();
             return true;
         case Qt::Key_Left:
         case Qt::Key_Right:
-            return inFront(top, [&](UIView& view) { return moveSlider(view, key, now()); });
+            return (hasActiveFocus() &&
+                    inFront(top, [&](UIView& view) { return moveSlider(view, key, now()); })) ||
+                   moveFocusTowards(key);
+        case Qt::Key_Up:
+        case Qt::Key_Down:
+            return moveFocusTowards(key);
         default:
             return false;
     }
 }
 
-void Surface::tapMiddle() {
+/// What lies behind never hears of it.
+bool Surface::leave() {
+    if (covers() && onLeave && onLeave()) return true;
+    if (!shown_ || shown_->subviews().empty()) return true;
+    return inFront(shown_->subviews().back(),
+                   [](UIView& view) { return view.accessibilityPerformEscape(); }) ||
+           covers();
+}
+
+/// A tap that hits no control; in the middle, where there is nobody whose tap it could be.
+void Surface::tapPicture() {
     const auto kept = shown_;
+    if (covers()) ring_.reset();  // where only the picture is left, it goes without saying
+    const auto recognize = [](UIView& view) {
+        const auto recognizers = view.gestureRecognizers();
+        for (const auto& recognizer : recognizers) recognizer->recognize();
+        return !recognizers.empty();
+    };
+    if (inFront(kept->subviews().back(), recognize)) return;
     const auto middle = kept->bounds().center();
     if (!takes({middle.x, middle.y})) return;
     kept->touchBegan(middle, now());
     kept->touchEnded(middle, now());
-}
-
-void Surface::collectFocusable(const UIView& view, std::vector<ViewItem*>& found) const {
-    auto* item = itemOf(view);
-    if (!item || view.isHidden()) return;
-    if (item->takesFocus()) found.push_back(item);
-    for (const auto& subview : view.subviews()) collectFocusable(*subview, found);
-}
-
-bool Surface::moveFocus(const QQuickItem* from, bool forward) {
-    if (!shown_ || shown_->subviews().empty()) return false;
-    std::vector<ViewItem*> items;
-    collectFocusable(*shown_->subviews().back(), items);
-    if (items.empty()) return false;
-    if (!forward) std::reverse(items.begin(), items.end());
-    const auto current = std::find(items.begin(), items.end(), from);
-    auto* const next =
-        current == items.end() || current + 1 == items.end() ? items.front() : current[1];
-    next->forceActiveFocus(forward ? Qt::TabFocusReason : Qt::BacktabFocusReason);
-    return true;
-}
-
-void Surface::focusInEvent(QFocusEvent* event) {
-    QQuickItem::focusInEvent(event);
-    const auto reason = event->reason();
-    if (reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason) {
-        ring_ = std::make_unique<FocusRing>(*this);
-    }
-}
-
-void Surface::focusOutEvent(QFocusEvent* event) {
-    QQuickItem::focusOutEvent(event);
-    ring_.reset();
 }
 
 }  // namespace korvel::platform::qtquick

@@ -3,9 +3,9 @@
 #include <korvel/platform/backends/qtquick/ControlKeys.h>
 #include <korvel/platform/backends/qtquick/PainterCanvas.h>
 #include <korvel/platform/backends/qtquick/Surface.h>
+#include <korvel/platform/backends/qtquick/ViewAccessible.h>
 #include <korvel/platform/backends/qtquick/ViewItem.h>
 #include <korvel/platform/backends/qtquick/ViewNode.h>
-#include <korvel/platform/uikit/UILabel.h>
 #include <korvel/platform/uikit/UISlider.h>
 
 #include <QtGui/QMatrix4x4>
@@ -43,27 +43,6 @@ private:
 };
 
 namespace {
-
-QAccessible::Role roleOf(UIAccessibilityRole role) {
-    switch (role) {
-        case UIAccessibilityRole::button:
-            return QAccessible::Button;
-        case UIAccessibilityRole::slider:
-            return QAccessible::Slider;
-        case UIAccessibilityRole::staticText:
-            return QAccessible::StaticText;
-        case UIAccessibilityRole::progress:
-            return QAccessible::ProgressBar;
-        case UIAccessibilityRole::none:
-            break;
-    }
-    return QAccessible::NoRole;
-}
-
-std::string nameOf(const UIView& view) {
-    const auto* label = dynamic_cast<const UILabel*>(&view);
-    return label && view.accessibilityLabel().empty() ? label->text() : view.accessibilityLabel();
-}
 
 /// Pixels of a view that is hidden while it fades away stay until they have faded.
 bool isFadingAway(const UIView& view, Clock::Instant now) {
@@ -177,7 +156,6 @@ void ViewItem::paintLike(UIView& view) {
     if (draws_ || showsVideo_ || background_.alpha() > 0) setFlag(ItemHasContents);
     if (flags() & ItemHasContents) update();
     if (view.secondsPerTurn() > 0) surface_.animate(*this);
-    if (QAccessible::isActive() && dynamic_cast<const UISlider*>(&view)) Q_EMIT valueChanged();
 }
 
 /// Only as large as it must be: what is transparent has to be blended, too.
@@ -201,17 +179,34 @@ void ViewItem::takeInputLike(const UIView& view) {
     const auto* control = dynamic_cast<const UIControl*>(&view);
     takesFocus_ =
         control && control->isEnabled() && !view.isHidden() && view.isUserInteractionEnabled();
-    if (!takesFocus_ && hasActiveFocus()) surface_.forceActiveFocus(Qt::OtherFocusReason);
+    if (!takesFocus_ && hasActiveFocus()) surface_.lost(*this);
     setActiveFocusOnTab(takesFocus_);
     if (control) setEnabled(control->isEnabled());
+    if (takesFocus_) surface_.found(*this);
 }
 
 void ViewItem::describeLike(const UIView& view) {
-    const auto role = roleOf(view.accessibilityRole());
-    auto name = QString::fromStdString(nameOf(view));
-    if (role == QAccessible::NoRole || name_ == name) return;
-    describe(*this, role, name);
-    name_ = std::move(name);
+    if (ViewAccessible::roleOf(view) == QAccessible::NoRole) return;
+    const auto name = ViewAccessible::nameOf(view);
+    const auto before = std::exchange(name_, name);
+    if (!before) return makeAccessible(*this);
+    if (*before != name) tell(QAccessible::NameChanged);
+    if (!QAccessible::isActive() || dynamic_cast<const UISlider*>(&view)) return;
+    const auto value = ViewAccessible::valueTextOf(view);
+    if (std::exchange(valueText_, value) != value) tell(QAccessible::DescriptionChanged);
+}
+
+void ViewItem::tell(QAccessible::Event what) {
+    QAccessibleEvent event(this, what);
+    QAccessible::updateAccessibility(&event);
+}
+
+void ViewItem::tellMoved() {
+    const auto view = view_.lock();
+    const auto* slider = dynamic_cast<const UISlider*>(view.get());
+    if (!slider) return;
+    QAccessibleValueChangeEvent event(this, static_cast<double>(slider->value()));
+    QAccessible::updateAccessibility(&event);
 }
 
 void ViewItem::lend(const std::shared_ptr<UIView>& view) {
@@ -289,15 +284,12 @@ void ViewItem::itemChange(ItemChange change, const ItemChangeData& data) {
 }
 
 void ViewItem::keyPressEvent(QKeyEvent* event) {
-    const int key = event->key();
-    const bool tab = key == Qt::Key_Tab || key == Qt::Key_Backtab;
-    if (tab && surface_.keepsFocus()) {
-        return event->setAccepted(surface_.moveFocus(this, key == Qt::Key_Tab));
-    }
     const auto view = view_.lock();
     auto* control = dynamic_cast<UIControl*>(view.get());
-    const bool used = control && pressKey(*control, key, event->isAutoRepeat(), surface_.now());
+    const bool used =
+        control && pressKey(*control, event->key(), event->isAutoRepeat(), surface_.now());
     if (used && !ring_ && hasActiveFocus()) ring_ = std::make_unique<FocusRing>(*this);
+    if (used) tellMoved();
     event->setAccepted(used);
 }
 
@@ -320,41 +312,5 @@ void ViewItem::focusOutEvent(QFocusEvent* event) {
     QQuickItem::focusOutEvent(event);
     ring_.reset();
 }
-
-// MARK: what screen readers ask and do
-
-double ViewItem::value() const {
-    const auto view = view_.lock();
-    const auto* slider = dynamic_cast<const UISlider*>(view.get());
-    return slider ? slider->value() : 0;
-}
-
-void ViewItem::setValue(double value) {
-    const auto view = view_.lock();
-    if (auto* slider = dynamic_cast<UISlider*>(view.get())) moveTo(*slider, value);
-}
-
-double ViewItem::minimumValue() const {
-    const auto view = view_.lock();
-    const auto* slider = dynamic_cast<const UISlider*>(view.get());
-    return slider ? slider->minimumValue() : 0;
-}
-
-double ViewItem::maximumValue() const {
-    const auto view = view_.lock();
-    const auto* slider = dynamic_cast<const UISlider*>(view.get());
-    return slider ? slider->maximumValue() : 0;
-}
-
-double ViewItem::stepSize() const { return (maximumValue() - minimumValue()) / 100; }
-
-void ViewItem::press() {
-    const auto view = view_.lock();
-    auto* control = dynamic_cast<UIControl*>(view.get());
-    if (control && !dynamic_cast<UISlider*>(control)) activate(*control, surface_.now());
-}
-
-void ViewItem::increase() { setValue(value() + stepSize()); }
-void ViewItem::decrease() { setValue(value() - stepSize()); }
 
 }  // namespace korvel::platform::qtquick

@@ -4,6 +4,8 @@
 #include <korvel/platform/backends/qtquick/HostItemView.h>
 #include <korvel/platform/backends/qtquick/VideoPicture.h>
 
+#include <QtGui/qaccessible.h>
+
 #include <memory>
 #include <optional>
 
@@ -16,11 +18,6 @@ class ViewNode;
 /// control that has the focus; touches go past it to the surface. Holds the view weakly.
 class ViewItem final : public QQuickItem {
     Q_OBJECT
-    // The names by which screen readers' bridges ask for what a slider has.
-    Q_PROPERTY(double value READ value WRITE setValue NOTIFY valueChanged)
-    Q_PROPERTY(double minimumValue READ minimumValue)
-    Q_PROPERTY(double maximumValue READ maximumValue)
-    Q_PROPERTY(double stepSize READ stepSize)
 
 public:
     enum Part : unsigned { geometry = 1, look = 2, content = 4, input = 8, description = 16 };
@@ -42,20 +39,17 @@ public:
     /// Takes in the host's item for which the view stands as an overlay, or gives it back.
     void lend(const std::shared_ptr<UIView>& view);
     void giveBack() { loan_.reset(); }
+    /// The host's item that is in it; null if none is.
+    QQuickItem* lentItem() const { return loan_ ? loan_->item() : nullptr; }
     bool takesFocus() const { return takesFocus_; }
+    bool isFrozen() const { return frozen_; }
+    Surface& surface() const { return surface_; }
 
-    double value() const;
-    void setValue(double value);
-    double minimumValue() const;
-    double maximumValue() const;
-    double stepSize() const;
-
-    Q_SLOT void press();
-    Q_SLOT void increase();
-    Q_SLOT void decrease();
-
-Q_SIGNALS:
-    void valueChanged();
+    /// Whether screen readers find it.
+    bool isDescribed() const { return name_.has_value(); }
+    /// The user has moved the slider's knob. That it moves by itself while a class plays would be
+    /// read out for ever.
+    void tellMoved();
 
 protected:
     QSGNode* updatePaintNode(QSGNode* old, UpdatePaintNodeData*) override;
@@ -73,6 +67,7 @@ private:
     void paintLike(UIView& view);
     void takeInputLike(const UIView& view);
     void describeLike(const UIView& view);
+    void tell(QAccessible::Event what);
     void draw(const UIView& view);
     void updateVideo(ViewNode& node);
 
@@ -88,6 +83,7 @@ private:
     bool frozen_ = false;
     bool takesFocus_ = false;
     std::optional<QString> name_;  ///< that screen readers were told
+    QString valueText_;            ///< likewise
 
     QColor background_ = Qt::transparent;
     QImage picture_;
