@@ -36,6 +36,8 @@ int main(int argc, char** argv) {
         parser.addOption({QLatin1String(each.name), QLatin1String(each.description), "VALUE"});
     }
     parser.addOption({"user", "Who is logged in at the start (KORVEL_USER)", "NAME"});
+    parser.addOption({"ten-foot", "For a television: large, with margins, full screen"});
+    parser.addOption({"developer", "Also show ids, what the player says, what was recorded"});
     parser.addOption({"report-first-picture", "Print first_picture_ms and end"});
     parser.process(application);
 
@@ -48,7 +50,10 @@ int main(int argc, char** argv) {
     const auto user =
         parser.isSet("user") ? parser.value("user") : qEnvironmentVariable("KORVEL_USER");
     QQmlApplicationEngine engine;
-    engine.setInitialProperties({{"settings", configuration}, {"user", user}});
+    engine.setInitialProperties({{"settings", configuration},
+                                 {"user", user},
+                                 {"tenFoot", parser.isSet("ten-foot")},
+                                 {"developer", parser.isSet("developer")}});
     engine.load(QStringLiteral("qrc:/qt-project.org/imports/Showcase/Main.qml"));
     if (engine.rootObjects().isEmpty()) return 1;
     if (parser.isSet("report-first-picture")) reportFirstPicture(*engine.rootObjects().first());

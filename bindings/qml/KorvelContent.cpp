@@ -162,6 +162,7 @@ void KorvelContent::setLoggedIn(bool loggedIn, const QString& userName) {
         loginRequest_.forget();
         acceptedConsents_.clear();
         Q_EMIT acceptedConsentsChanged();
+        setMembership(UnknownMembership);
         setSubscriptionId({});
     }
     loggedIn_ = loggedIn;
@@ -211,17 +212,25 @@ void KorvelContent::activateSubscription(const QString& subscriptionId, const QD
         std::chrono::milliseconds(from.toMSecsSinceEpoch())};
     subscriptionRequest_.ask([this, subscriptionId, date] {
         const KCSDKUserSubscriptionRequest subscription(date, subscriptionId.toStdString());
-        subscriptionRequest_.expect(
-            client().activateSubscription(subscription),
-            [this, subscriptionId](Done) { setSubscriptionId(subscriptionId); });
+        subscriptionRequest_.expect(client().activateSubscription(subscription),
+                                    [this, subscriptionId](Done) {
+                                        setMembership(Member);
+                                        setSubscriptionId(subscriptionId);
+                                    });
     });
 }
 
 void KorvelContent::cancelSubscription() {
     subscriptionRequest_.ask([this] {
-        subscriptionRequest_.expect(client().cancelSubscription(),
-                                    [this](Done) { setSubscriptionId({}); });
+        subscriptionRequest_.expect(client().cancelSubscription(), [this](Done) {
+            setMembership(NoMember);
+            setSubscriptionId({});
+        });
     });
+}
+
+void KorvelContent::setMembership(Membership membership) {
+    if (std::exchange(membership_, membership) != membership) Q_EMIT membershipChanged();
 }
 
 void KorvelContent::setSubscriptionId(const QString& subscriptionId) {

@@ -52,11 +52,17 @@ class KorvelContent : public QObject {
     Q_PROPERTY(QStringList acceptedConsents READ acceptedConsents NOTIFY acceptedConsentsChanged)
     /// The subscription activated by this log-in; empty: none, or none that is known of.
     Q_PROPERTY(QString subscriptionId READ subscriptionId NOTIFY subscriptionIdChanged)
+    /// Whether the user is a member: known once this log-in began or ended a membership, or a class
+    /// was refused for want of one. The service does not tell by itself.
+    Q_PROPERTY(Membership membership READ membership NOTIFY membershipChanged)
     /// How the player wants the device held: 1 portrait, 4 landscape. A host with a screen that
     /// turns turns it; others need not care.
     Q_PROPERTY(int deviceOrientation READ deviceOrientation NOTIFY deviceOrientationChanged)
 
 public:
+    enum Membership { UnknownMembership, Member, NoMember };
+    Q_ENUM(Membership)
+
     ~KorvelContent() override;
     /// The engine's own way to the one object of the process.
     static KorvelContent* create(QQmlEngine* engine, QJSEngine* scriptEngine);
@@ -92,12 +98,15 @@ public:
     const QVariantList& consents() const { return consents_; }
     const QStringList& acceptedConsents() const { return acceptedConsents_; }
     const QString& subscriptionId() const { return subscriptionId_; }
+    Membership membership() const { return membership_; }
     int deviceOrientation() const;
 
     /// The screen's mirror, attached to `window`: the first that plays shows full screen, too.
     platform::ScreenHostQtQuick& screenOn(QQuickWindow& window);
     /// Asks the service; only once configured.
     const ContentClient& client() const { return *client_; }
+    /// A class was refused for want of a membership.
+    void lacksMembership() { setMembership(NoMember); }
     /// That player has closed: before the application quits, its record goes out.
     void playerClosed(std::shared_ptr<Playback> playback);
 
@@ -110,6 +119,7 @@ Q_SIGNALS:
     void acceptedConsentsChanged();
     void consentAccepted(const QString& consentTag);
     void subscriptionIdChanged();
+    void membershipChanged();
     void deviceOrientationChanged();
 
 private:
@@ -119,6 +129,7 @@ private:
     void end();
     void setLoggedIn(bool loggedIn, const QString& userName);
     void setSubscriptionId(const QString& subscriptionId);
+    void setMembership(Membership membership);
 
     std::shared_ptr<KCSDKConfig> config_;
     std::unique_ptr<ContentClient> client_;
@@ -131,6 +142,7 @@ private:
     QVariantList consents_;
     QStringList acceptedConsents_;
     QString subscriptionId_;
+    Membership membership_ = UnknownMembership;
     ServiceRequest loginRequest_;
     ServiceRequest consentRequest_;
     ServiceRequest subscriptionRequest_;

@@ -12,6 +12,8 @@
 #include <korvel/presentation/KCSDKVideoViewBuilder.h>
 
 #include <QQuickWindow>
+#include <QTimerEvent>
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -19,7 +21,10 @@ namespace korvel::qml {
 
 namespace {
 constexpr int consentRequiredStatus = 601;
+constexpr int subscriptionRequiredStatus = 403;
 constexpr qreal timeStep = 1.0 / 30;
+/// A start that takes longer is one to say something about.
+constexpr int patience = 4000;  // milliseconds
 
 platform::AVLayerVideoGravity gravityOf(PlayerItem::FillMode mode) {
     using enum platform::AVLayerVideoGravity;
@@ -39,9 +44,11 @@ PlayerItem::PlayerItem(QQuickItem* parent) : QQuickItem(parent) {
     connect(&request_, &ServiceRequest::failed, this, [this](const QString& text, int status) {
         const QPointer self(this);
         const Consent consent(request_.consent());
+        if (status == subscriptionRequiredStatus) KorvelContent::instance().lacksMembership();
         Q_EMIT failed(text, status);
         if (self && status == consentRequiredStatus) Q_EMIT consentRequired(consent);
     });
+    connect(&request_, &ServiceRequest::changed, this, &PlayerItem::updateCondition);
     connect(&KorvelContent::instance(), &KorvelContent::ending, this, &PlayerItem::stop);
 }
 
@@ -90,8 +97,22 @@ bool PlayerItem::setTime(qreal& member, qreal seconds, Signal signal) {
 }
 
 void PlayerItem::start() {
+    const QPointer self(this);
     stop();
-    request_.ask([this] { send(); });
+    if (!self) return;
+    ended_ = nullptr;
+    streamMessage_.clear();
+    takesLong_ = false;
+    patience_.start(patience, this);
+    setRecord(NoRecord);
+    if (self) request_.ask([this] { send(); });
+}
+
+void PlayerItem::timerEvent(QTimerEvent* event) {
+    if (event->timerId() != patience_.timerId()) return QQuickItem::timerEvent(event);
+    patience_.stop();
+    takesLong_ = true;
+    updateCondition();
 }
 
 void PlayerItem::send() {
@@ -125,9 +146,14 @@ void PlayerItem::adopt(std::shared_ptr<Playback> playback) {
         return request_.fail(*failure);
     }
     playback_ = std::move(playback);
+    state_ = Playback::State::preparing;
+    hasPicture_ = false;
+    performedSeconds_ = 0;
     playback_->observe([self = QPointer(this), told = playback_.get()](const auto& status) {
         if (self && self->playback_.get() == told) self->follow(status);
+        if (self && self->ended_.get() == told) self->follow(status.recorded);
     });
+    applySound();
     if (view()) view()->playerLayer()->setVideoGravity(gravityOf(fillMode_));
     const bool remains = set(fullScreen_, !events()->parentView, &PlayerItem::fullScreenChanged) &&
                          set(playing_, autoPlay_, &PlayerItem::playingChanged) &&
@@ -135,27 +161,45 @@ void PlayerItem::adopt(std::shared_ptr<Playback> playback) {
                          setTime(position_, 0, &PlayerItem::positionChanged) &&
                          setTime(duration_, 0, &PlayerItem::durationChanged) &&
                          tell(&PlayerItem::activeChanged);
+    const QPointer self(this);
     if (remains) Q_EMIT started();
+    if (self) updateCondition();
 }
 
 void PlayerItem::follow(const Playback::Status& status) {
+    using enum Playback::State;
+    state_ = status.state;
+    hasPicture_ = hasPicture_ || state_ == playing || state_ == paused;
+    if (hasPicture_) patience_.stop();
+    const QPointer self(this);
+    const auto* const told = playback_.get();
+    if (status.failure) streamMessage_ = ServiceRequest::message(*status.failure);
+    updateCondition();
+    if (!self || playback_.get() != told) return;
     if (status.failure) {
         const auto why = ServiceRequest::wording(*status.failure);
         const bool remains = set(playing_, false, &PlayerItem::playingChanged) &&
                              set(buffering_, false, &PlayerItem::bufferingChanged);
         if (remains) Q_EMIT streamFailed(why);
-    } else if (status.state == Playback::State::ended) {
+    } else if (status.state == ended) {
         exit(static_cast<int>(status.performedSeconds));  // its view went, and nobody was told
     }
 }
 
 void PlayerItem::exit(int seconds) {
     if (!playback_) return;
-    performedSeconds_ = seconds;
-    if (returning_) return Q_EMIT exited(seconds);
     const QPointer self(this);
+    if (std::exchange(performedSeconds_, seconds) != seconds) Q_EMIT performedSecondsChanged();
+    if (!self || !playback_) return;
+    if (returning_) return Q_EMIT exited(seconds);
     listener_->leave();
-    KorvelContent::instance().playerClosed(std::exchange(playback_, nullptr));
+    ended_ = std::exchange(playback_, nullptr);
+    KorvelContent::instance().playerClosed(ended_);
+    setRecord(Sending);
+    if (!self) return;
+    follow(ended_ ? ended_->status().recorded : std::nullopt);
+    if (self) updateCondition();
+    if (!self) return;
     const bool remains = set(playing_, false, &PlayerItem::playingChanged) &&
                          set(buffering_, false, &PlayerItem::bufferingChanged) &&
                          set(fullScreen_, false, &PlayerItem::fullScreenChanged) &&
@@ -163,6 +207,83 @@ void PlayerItem::exit(int seconds) {
     if (!remains) return;
     Q_EMIT exited(seconds);
     if (self) Q_EMIT closed();
+}
+
+void PlayerItem::follow(const std::optional<Outcome<Done>>& recorded) {
+    if (!recorded) return;
+    setRecord(*recorded ? Saved : recorded->failure().isKept ? Kept : Lost);
+}
+
+void PlayerItem::setRecord(Record record) {
+    if (std::exchange(record_, record) != record) Q_EMIT recordChanged();
+}
+
+void PlayerItem::updatePerformed() {
+    if (!view()) return;
+    const int seconds = static_cast<int>(view()->totalPerformedTime);
+    if (std::exchange(performedSeconds_, seconds) != seconds) Q_EMIT performedSecondsChanged();
+}
+
+PlayerItem::Condition PlayerItem::conditionNow() const {
+    if (request_.busy()) return takesLong_ ? Stalled : Starting;
+    if (!playback_) {
+        const bool failed = !streamMessage_.isEmpty() || !request_.errorText().isEmpty();
+        return failed ? Failed : ended_ ? Ended : Idle;
+    }
+    using State = Playback::State;
+    switch (state_) {
+        case State::preparing:
+            return takesLong_ ? Stalled : Starting;
+        case State::buffering:
+            return hasPicture_ ? Waiting : takesLong_ ? Stalled : Starting;
+        case State::playing:
+            return Playing;
+        case State::paused:
+            return Paused;
+        case State::stalled:
+            return Stalled;
+        case State::failed:
+            return Failed;
+        case State::ended:
+            break;
+    }
+    return Ended;
+}
+
+void PlayerItem::updateCondition() {
+    const auto condition = conditionNow();
+    QString message;
+    if (condition == Failed) {
+        message = streamMessage_.isEmpty() ? request_.message() : streamMessage_;
+    } else if (condition == Stalled) {
+        message = request_.busy() ? tr("The service takes its time to answer.")
+                  : hasPicture_   ? tr("The video does not go on. Is the connection slow?")
+                                  : tr("The video takes long to come. Is the connection slow?");
+    }
+    if (condition == condition_ && message == message_) return;
+    condition_ = condition;
+    message_ = message;
+    Q_EMIT conditionChanged();
+}
+
+void PlayerItem::setVolume(qreal volume) {
+    volume = std::clamp(volume, 0.0, 1.0);
+    if (std::exchange(volume_, volume) == volume) return;
+    applySound();
+    Q_EMIT volumeChanged();
+}
+
+void PlayerItem::setMuted(bool muted) {
+    if (std::exchange(muted_, muted) == muted) return;
+    applySound();
+    Q_EMIT mutedChanged();
+}
+
+void PlayerItem::applySound() const {
+    const auto player = view() ? view()->player() : nullptr;
+    if (!player) return;
+    player->setVolume(static_cast<float>(volume_));
+    player->setMuted(muted_);
 }
 
 std::shared_ptr<KCSDKPlayerEvents> PlayerItem::events() const {
@@ -198,9 +319,12 @@ void PlayerItem::seek(qreal seconds) {
 
 void PlayerItem::stop() {
     request_.forget();  // what is on its way starts nothing
+    patience_.stop();
     if (const auto remote = events()) {
         returning_ = false;  // from here on it is the end that is told
         remote->stopVideo();
+    } else {
+        updateCondition();
     }
 }
 

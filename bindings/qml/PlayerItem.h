@@ -6,9 +6,11 @@
 #include <bindings/qml/ServiceRequest.h>
 #include <korvel/client/Playback.h>
 
+#include <QBasicTimer>
 #include <QPointer>
 #include <QQuickItem>
 #include <memory>
+#include <optional>
 
 namespace korvel {
 
@@ -58,12 +60,42 @@ class PlayerItem : public QQuickItem {
     Q_PROPERTY(qreal position READ position NOTIFY positionChanged)
     /// Seconds; 0: not known yet.
     Q_PROPERTY(qreal duration READ duration NOTIFY durationChanged)
-    /// Seconds performed, as told with the last exit.
-    Q_PROPERTY(int performedSeconds READ performedSeconds NOTIFY exited)
+    /// Seconds performed: so far, or in all once it has ended.
+    Q_PROPERTY(int performedSeconds READ performedSeconds NOTIFY performedSecondsChanged)
+    /// All that a host has to show beside the picture.
+    Q_PROPERTY(Condition condition READ condition NOTIFY conditionChanged)
+    /// What is wrong, for people to read, while `condition` is `Stalled` or `Failed`; else empty.
+    /// `start()` is to try again.
+    Q_PROPERTY(QString message READ message NOTIFY conditionChanged)
+    /// What became of the record of the performance that has ended.
+    Q_PROPERTY(Record record READ record NOTIFY recordChanged)
+    /// 0 to 1, of this and further starts.
+    Q_PROPERTY(qreal volume READ volume WRITE setVolume NOTIFY volumeChanged)
+    /// No sound, whatever the volume.
+    Q_PROPERTY(bool muted READ muted WRITE setMuted NOTIFY mutedChanged)
 
 public:
     enum FillMode { Crop, Fit, Stretch };
     Q_ENUM(FillMode)
+    enum Condition {
+        Idle,      ///< nothing was started
+        Starting,  ///< until the first picture
+        Playing,
+        Paused,
+        Waiting,  ///< is to play, and waits for the stream
+        Stalled,  ///< has been starting, or waiting, for longer than one would like
+        Failed,   ///< did not start, or broke off
+        Ended
+    };
+    Q_ENUM(Condition)
+    enum Record {
+        NoRecord,  ///< nothing has ended since the last start
+        Sending,
+        Saved,  ///< the service has it
+        Kept,   ///< on disk, and sent again until the service has it
+        Lost    ///< refused, or it could not be kept
+    };
+    Q_ENUM(Record)
 
     explicit PlayerItem(QQuickItem* parent = nullptr);
     ~PlayerItem() override;
@@ -101,6 +133,13 @@ public:
     qreal position() const { return position_; }
     qreal duration() const { return duration_; }
     int performedSeconds() const { return performedSeconds_; }
+    Condition condition() const { return condition_; }
+    const QString& message() const { return message_; }
+    Record record() const { return record_; }
+    qreal volume() const { return volume_; }
+    void setVolume(qreal volume);
+    bool muted() const { return muted_; }
+    void setMuted(bool muted);
 
 Q_SIGNALS:
     /// The player is shown.
@@ -133,8 +172,14 @@ Q_SIGNALS:
     void fullScreenChanged();
     void positionChanged();
     void durationChanged();
+    void performedSecondsChanged();
+    void conditionChanged();
+    void recordChanged();
+    void volumeChanged();
+    void mutedChanged();
 
 protected:
+    void timerEvent(QTimerEvent* event) override;
     void itemChange(ItemChange change, const ItemChangeData& data) override;
 
 private:
@@ -143,6 +188,12 @@ private:
     void adopt(std::shared_ptr<Playback> playback);
     void follow(const Playback::Status& status);
     void exit(int seconds);
+    Condition conditionNow() const;
+    void updateCondition();
+    void updatePerformed();
+    void follow(const std::optional<Outcome<Done>>& recorded);
+    void setRecord(Record record);
+    void applySound() const;
     // False if a handler of the signal has ended the player, or this item.
     using Signal = void (PlayerItem::*)();
     bool tell(Signal signal);
@@ -160,6 +211,7 @@ private:
     PlayerLook look_;
     ServiceRequest request_;
     std::shared_ptr<Playback> playback_;
+    std::shared_ptr<Playback> ended_;  ///< the last one, until the next start
     std::shared_ptr<PlayerListener> listener_;
     bool startFullScreen_ = false;
     bool autoPlay_ = true;
@@ -170,6 +222,16 @@ private:
     qreal position_ = 0;
     qreal duration_ = 0;
     int performedSeconds_ = 0;
+    QBasicTimer patience_;     ///< with the start
+    bool takesLong_ = false;   ///< the start
+    bool hasPicture_ = false;  ///< the playback
+    Playback::State state_ = Playback::State::preparing;
+    Condition condition_ = Idle;
+    QString message_;
+    QString streamMessage_;  ///< why the last playback failed
+    Record record_ = NoRecord;
+    qreal volume_ = 1;
+    bool muted_ = false;
 };
 
 }  // namespace qml

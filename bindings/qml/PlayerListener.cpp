@@ -16,6 +16,7 @@ void PlayerListener::playerExitWithDuration(std::int64_t duration) {
 
 void PlayerListener::currentVideoPositionWithDurationPlayedSeconds(float seconds) {
     if (item_) item_->setTime(item_->position_, seconds, &PlayerItem::positionChanged);
+    if (item_) item_->updatePerformed();
 }
 
 void PlayerListener::totalVideoDurationWithTotalDuration(float seconds) {

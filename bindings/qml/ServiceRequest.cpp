@@ -59,6 +59,50 @@ QString ServiceRequest::wording(const Failure& failure) {
     }
 }
 
+QString ServiceRequest::message(const Failure& failure) {
+    constexpr int unauthorized = 401;
+    constexpr int forbidden = 403;
+    constexpr int firstOfItsOwn = 500;
+    using enum Failure::Reason;
+    switch (failure.reason) {
+        case unreachable:
+        case noAnswer:
+            return tr("There is no connection to the service.");
+        case untrusted:
+            return tr("There is no safe connection to the service.");
+        case timedOut:
+            return tr("The service takes too long to answer.");
+        case loggedOut:
+            return tr("You have been signed out. Please sign in again.");
+        case subscriptionRequired:
+            return tr("This is for members.");
+        case consentRequired:
+            return tr("Your consent is needed first.");
+        case notFound:
+            return tr("This class is not there any more.");
+        case notUnderstood:
+            return tr("The service's answer cannot be read. A newer version may help.");
+        case keyRefused:
+            return tr("This video is not released for you.");
+        case keyUnanswered:
+            return tr("The permission to play this video does not come.");
+        case stalled:
+            return tr("Nothing comes of the video any more.");
+        case refused:
+            if (failure.status == unauthorized || failure.status == forbidden) {
+                return tr("The service does not let this app in. Please tell whoever set it up.");
+            }
+            return failure.status >= firstOfItsOwn
+                       ? tr("The service has a problem. Please try again in a while.")
+                       : tr("The service refused this.");
+        case notInitialised:
+        case unusableBaseURL:
+            return tr("This app is not set up for a service. Please tell whoever set it up.");
+        default:
+            return tr("This video cannot be played.");
+    }
+}
+
 ServiceRequest::~ServiceRequest() { forget(); }
 
 void ServiceRequest::forget() {
@@ -72,6 +116,7 @@ void ServiceRequest::ask(std::function<void()> send) {
     send_ = std::move(send);
     state_ = State::busy;
     errorText_.clear();
+    message_.clear();
     errorStatus_ = 0;
     consent_ = nullptr;
     Q_EMIT changed();
@@ -98,12 +143,13 @@ void ServiceRequest::settle(const Failure* failure, const std::function<void()>&
 
 void ServiceRequest::fail(const Failure& failure) {
     consent_ = failure.consent;
-    fail(wording(failure), isRefusal(failure) ? failure.status : 0);
+    fail(wording(failure), message(failure), isRefusal(failure) ? failure.status : 0);
 }
 
-void ServiceRequest::fail(const QString& text, int status) {
+void ServiceRequest::fail(const QString& text, const QString& message, int status) {
     state_ = State::failed;
     errorText_ = text;
+    message_ = message;
     errorStatus_ = status;
     Q_EMIT changed();
     Q_EMIT failed(text, status);

@@ -25,8 +25,11 @@ class ServiceRequest : public QObject {
     Q_PROPERTY(bool busy READ busy NOTIFY changed)
     /// Whether the last question was answered, and as it should be.
     Q_PROPERTY(bool succeeded READ hasSucceeded NOTIFY changed)
-    /// Why the last question failed, for people to read; empty if it did not.
+    /// Why the last question failed, in full, for whoever looks after the host: with statuses and
+    /// the service's own words; empty if it did not.
     Q_PROPERTY(QString errorText READ errorText NOTIFY changed)
+    /// The same for who uses the host, in words of no technical kind.
+    Q_PROPERTY(QString message READ message NOTIFY changed)
     /// The service's HTTP status if it refused; 0 if it was not that.
     Q_PROPERTY(int errorStatus READ errorStatus NOTIFY changed)
 
@@ -37,6 +40,7 @@ public:
     bool busy() const { return state_ == State::busy; }
     bool hasSucceeded() const { return state_ == State::succeeded; }
     const QString& errorText() const { return errorText_; }
+    const QString& message() const { return message_; }
     int errorStatus() const { return errorStatus_; }
     /// The document that a refusal asks to accept first; null if there was none.
     const std::shared_ptr<KCSDKConsent>& consent() const { return consent_; }
@@ -65,13 +69,13 @@ public:
     }
 
     /// Ends the wait.
-    void fail(const QString& text, int status = 0);
+    void fail(const QString& text) { fail(text, text, 0); }
     void fail(const Failure& failure);
     /// No answer counts any more.
     void forget();
 
-    /// In words for the user.
-    static QString wording(const Failure& failure);
+    static QString wording(const Failure& failure);  ///< as `errorText`
+    static QString message(const Failure& failure);  ///< as `message`
 
 Q_SIGNALS:
     void changed();
@@ -83,12 +87,14 @@ Q_SIGNALS:
 private:
     enum class State { idle, busy, succeeded, failed };
 
+    void fail(const QString& text, const QString& message, int status);
     void settle(const Failure* failure, const std::function<void()>& take);
 
     std::function<void()> send_;
     std::stop_source stop_;  ///< of the question under way
     State state_ = State::idle;
     QString errorText_;
+    QString message_;
     int errorStatus_ = 0;
     std::shared_ptr<KCSDKConsent> consent_;
 };

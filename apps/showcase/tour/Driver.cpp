@@ -4,6 +4,7 @@
 #include <QDateTime>
 #include <QDir>
 #include <QImage>
+#include <QPointer>
 #include <QTest>
 #include <QWheelEvent>
 #include <cstdio>
@@ -48,7 +49,10 @@ void Driver::step(const char* title) {
 
 void Driver::giveUp(const QString& what) {
     shoot("gave-up");
-    throw std::runtime_error("this did not come about: " + what.toStdString());
+    const auto* focus = window_.activeFocusItem();
+    throw std::runtime_error("this did not come about: " + what.toStdString() + "; keys go to " +
+                             (focus ? focus->metaObject()->className() : "nothing") + " " +
+                             (focus ? focus->objectName().toStdString() : ""));
 }
 
 void Driver::waitUntil(const char* what, const std::function<bool()>& come) {
@@ -105,6 +109,40 @@ void Driver::drag(QPointF from, QPointF to) {
 }
 
 void Driver::key(Qt::Key key) { QTest::keyClick(&window_, key); }
+
+QQuickItem& Driver::focused() {
+    const QRectF seen({}, QSizeF(window_.size()));
+    return need(QStringLiteral("something in view that has the focus"), [&]() -> QQuickItem* {
+        auto* item = window_.activeFocusItem();
+        const bool isStop = item && item->isVisible() && item->activeFocusOnTab();
+        return isStop && seen.contains(centreOf(*item)) ? item : nullptr;
+    });
+}
+
+void Driver::walkTo(QQuickItem& item) {
+    constexpr int longestWay = 60;
+    constexpr int scrolling = 220;
+    const QPointer<QQuickItem> target(&item);
+    for (int steps = 0; steps < longestWay; ++steps) {
+        auto& from = focused();
+        if (&from == target) return;
+        if (!target) giveUp(QStringLiteral("the item to walk to, which has gone"));
+        const auto here = from.mapRectToScene(from.boundingRect());
+        const auto there = target->mapRectToScene(target->boundingRect());
+        const bool level = here.top() < there.bottom() && there.top() < here.bottom();
+        const auto aside = there.center().x() < here.center().x() ? Qt::Key_Left : Qt::Key_Right;
+        const auto along = there.center().y() < here.center().y() ? Qt::Key_Up : Qt::Key_Down;
+        key(level ? aside : along);
+        pause(scrolling);
+        if (&focused() == &from) key(level ? along : aside);
+    }
+    giveUp(QStringLiteral("a way to ") + item.objectName());
+}
+
+void Driver::choose(const QString& objectName) {
+    walkTo(see(objectName));
+    key(Qt::Key_Return);
+}
 
 void Driver::type(const QString& text) {
     for (const auto letter : text) {

@@ -31,6 +31,12 @@ public:
     void click(QQuickItem& item);
     void drag(QPointF from, QPointF to);
     void key(Qt::Key key);
+    /// What keys go to, which has to be in view.
+    QQuickItem& focused();
+    /// By arrow keys alone, as somebody with a remote control would go there.
+    void walkTo(QQuickItem& item);
+    /// The same, and OK.
+    void choose(const QString& objectName);
     void type(const QString& text);
     void scroll(QQuickItem& over, int notches);
     /// Writes the next numbered picture.

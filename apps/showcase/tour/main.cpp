@@ -291,7 +291,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     QQmlApplicationEngine engine;
-    engine.setInitialProperties({{"settings", configuration()}});
+    engine.setInitialProperties({{"settings", configuration()}, {"developer", true}});
     engine.load(QStringLiteral("qrc:/qt-project.org/imports/Showcase/Main.qml"));
     auto* window = engine.rootObjects().isEmpty()
                        ? nullptr

@@ -1,23 +1,19 @@
 import QtQuick
-import QtQuick.Templates as T
 
-T.Button {
+Tappable {
     id: button
     enum Kind { Primary, Secondary, Quiet }
     property int kind: AppButton.Secondary
     property string glyph
+    property string means: text  // for who does not see the glyph
     property bool busy: false
     readonly property color ink: kind === AppButton.Primary ? Theme.accentInk
                                  : kind === AppButton.Quiet && !hovered ? Theme.muted : Theme.text
 
-    implicitHeight: 44
-    implicitWidth: row.implicitWidth + 2 * (text ? 20 : 11)
-    opacity: enabled ? 1 : 0.45
-    activeFocusOnTab: true
-    Accessible.name: text || glyph
-    Keys.onReturnPressed: clicked()
-    Keys.onEnterPressed: clicked()
-    HoverHandler { cursorShape: Qt.PointingHandCursor }
+    implicitHeight: Theme.target
+    implicitWidth: Math.max(Theme.target, row.implicitWidth + 2 * Theme.px(text ? 20 : 11))
+    opacity: enabled || busy ? 1 : 0.6
+    Accessible.name: means
 
     background: Rectangle {
         radius: height / 2
@@ -26,7 +22,7 @@ T.Button {
                : button.kind === AppButton.Secondary || button.hovered
                ? (button.down ? Theme.line : button.hovered ? Qt.lighter(Theme.raised, 1.2) : Theme.raised)
                : "transparent"
-        FocusRing { shown: button.visualFocus }
+        FocusRing { shown: button.activeFocus }
     }
     contentItem: Item {
         Row {
@@ -38,19 +34,18 @@ T.Button {
                 visible: button.glyph !== "" && !button.busy
                 name: button.glyph
                 color: button.ink
-                width: 20
-                height: 20
             }
             Spinner {
                 anchors.verticalCenter: parent.verticalCenter
-                width: 20
-                height: 20
+                width: Theme.icon
+                height: Theme.icon
                 running: button.busy
                 color: button.ink
             }
             Label {
                 anchors.verticalCenter: parent.verticalCenter
                 visible: text !== ""
+                silent: true
                 text: button.text
                 color: button.ink
                 font.weight: Font.DemiBold

@@ -3,9 +3,9 @@ import QtQuick
 // A fact about a class.
 Rectangle {
     property alias text: label.text
-    implicitWidth: label.implicitWidth + 24
-    implicitHeight: 32
-    radius: 16
+    implicitWidth: label.implicitWidth + Theme.wide
+    implicitHeight: Theme.px(32)
+    radius: height / 2
     color: Theme.raised
     Label {
         id: label

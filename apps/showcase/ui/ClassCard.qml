@@ -1,62 +1,64 @@
 import QtQuick
 
-Item {
+// A class among others: one stop, read aloud with all that it says.
+Tappable {
     id: card
     property var ondemandClass
-    property bool current: false
-    signal opened()
-    implicitWidth: 256
-    implicitHeight: picture.height + 58
-    Accessible.role: Accessible.Button
+    readonly property string details: [ondemandClass.classCategories, ondemandClass.provider, ondemandClass.languageName]
+                                      .filter(each => each).join("  ·  ")
+    implicitWidth: Theme.card
+    implicitHeight: Math.round(width * 9 / 16) + below
+    readonly property int below: Theme.px(58)
     Accessible.name: ondemandClass.className
-    Accessible.onPressAction: opened()
+    Accessible.description: [qsTr("%1 min").arg(ondemandClass.durationMinutes), ondemandClass.classCategories,
+                             ondemandClass.provider, ondemandClass.languageName,
+                             ondemandClass.favourite ? qsTr("favourite") : ""].filter(each => each).join(", ")
 
-    ClassImage {
-        id: picture
-        width: parent.width
-        height: Math.round(width * 9 / 16)
-        source: card.ondemandClass.imageLink
-        caption: card.ondemandClass.className
-        scale: hover.hovered ? 1.02 : 1
-        Behavior on scale { NumberAnimation { duration: Theme.quick } }
+    contentItem: Item {
+        ClassImage {
+            id: picture
+            width: parent.width
+            height: Math.round(width * 9 / 16)
+            source: card.ondemandClass.imageLink
+            scale: card.hovered ? 1.02 : 1
+            Behavior on scale { NumberAnimation { duration: Theme.quick } }
 
-        Rectangle {
-            anchors { right: parent.right; bottom: parent.bottom; margins: 10 }
-            width: minutes.implicitWidth + 14
-            height: 24
-            radius: 6
-            color: "#cc0b0e13"
-            Label {
-                id: minutes
-                anchors.centerIn: parent
-                text: qsTr("%1 min").arg(card.ondemandClass.durationMinutes)
-                font.pixelSize: 12
-                font.weight: Font.DemiBold
+            Rectangle {
+                anchors { right: parent.right; bottom: parent.bottom; margins: Theme.px(10) }
+                width: minutes.implicitWidth + Theme.px(14)
+                height: minutes.implicitHeight + Theme.small
+                radius: Theme.px(6)
+                color: "#e00b0e13"
+                Label {
+                    id: minutes
+                    anchors.centerIn: parent
+                    silent: true
+                    text: qsTr("%1 min").arg(card.ondemandClass.durationMinutes)
+                    font.pixelSize: Theme.caption
+                    font.weight: Font.DemiBold
+                }
             }
+            Icon {
+                anchors { right: parent.right; top: parent.top; margins: Theme.px(12) }
+                visible: card.ondemandClass.favourite
+                name: "heart"
+                color: Theme.accent
+            }
+            FocusRing { shown: card.activeFocus; radius: Theme.radius + Theme.tiny }
         }
-        Icon {
-            anchors { right: parent.right; top: parent.top; margins: 12 }
-            visible: card.ondemandClass.favourite
-            name: "heart"
-            color: Theme.accent
-            width: 20
-            height: 20
+        Label {
+            id: name
+            anchors { left: parent.left; right: parent.right; top: picture.bottom; topMargin: Theme.px(10) }
+            silent: true
+            text: card.ondemandClass.className
+            font.weight: Font.DemiBold
         }
-        FocusRing { shown: card.current; radius: Theme.radius + 4 }
+        Label {
+            anchors { left: parent.left; right: parent.right; top: name.bottom; topMargin: Theme.px(3) }
+            silent: true
+            text: card.details
+            font.pixelSize: Theme.caption
+            color: Theme.muted
+        }
     }
-    Label {
-        id: name
-        anchors { left: parent.left; right: parent.right; top: picture.bottom; topMargin: 10 }
-        text: card.ondemandClass.className
-        font.weight: Font.DemiBold
-    }
-    Label {
-        anchors { left: parent.left; right: parent.right; top: name.bottom; topMargin: 3 }
-        text: [card.ondemandClass.classCategories, card.ondemandClass.provider,
-               card.ondemandClass.languageName].filter(each => each).join("  ·  ")
-        font.pixelSize: Theme.caption
-        color: Theme.muted
-    }
-    HoverHandler { id: hover; cursorShape: Qt.PointingHandCursor }
-    TapHandler { onTapped: card.opened() }
 }

@@ -4,39 +4,37 @@ import QtQuick.Templates as T
 // Cards in as many columns as fit; fetches further pages as it is scrolled.
 GridView {
     id: grid
-    property int side: Theme.huge
-    property bool narrow: false
-    readonly property int columns: Math.max(narrow && width < 420 ? 1 : 2, Math.floor((width - 2 * side + 18) / 274))
+    readonly property real inner: width - 2 * Theme.side + Theme.between
+    readonly property int columns: Math.max(Theme.narrow && width < 420 ? 1 : 2,
+                                            Math.floor(inner / (Theme.card + Theme.between)))
     signal opened(var ondemandClass)
-    leftMargin: side
-    rightMargin: side - 18
-    cellWidth: Math.floor((width - 2 * side + 18) / columns)
-    cellHeight: Math.round((cellWidth - 18) * 9 / 16) + 58 + 14
+    leftMargin: Theme.side
+    rightMargin: Theme.side - Theme.between
+    topMargin: Theme.px(6)
+    bottomMargin: Theme.safeY
+    cellWidth: Math.floor(inner / columns)
+    cellHeight: Math.round((cellWidth - Theme.between) * 9 / 16) + Theme.px(72)
     clip: true
     boundsBehavior: Flickable.StopAtBounds
-    keyNavigationEnabled: true
-    activeFocusOnTab: true
-    Keys.onReturnPressed: if (currentItem) opened(currentItem.ondemandClass)
+    keyNavigationEnabled: false  // the arrows are the page's
+    highlightFollowsCurrentItem: false
     delegate: Item {
         id: cell
         required property var model
         required property int index
-        readonly property var ondemandClass: model.ondemandClass
         width: grid.cellWidth
         height: grid.cellHeight
         ClassCard {
-            width: parent.width - 18
-            ondemandClass: cell.ondemandClass
-            current: grid.activeFocus && cell.GridView.isCurrentItem
-            onOpened: {
-                grid.currentIndex = cell.index
-                grid.opened(cell.ondemandClass)
-            }
+            width: parent.width - Theme.between
+            height: implicitHeight
+            ondemandClass: cell.model.ondemandClass
+            onActiveFocusChanged: if (activeFocus) grid.currentIndex = cell.index
+            onClicked: grid.opened(ondemandClass)
         }
     }
     footer: Item {
-        width: grid.width - 2 * grid.side
-        height: grid.model && grid.model.count > 0 ? 96 : 0
+        width: grid.width - 2 * Theme.side
+        height: grid.model && grid.model.count > 0 ? Theme.px(96) : 0
         StateView {
             anchors.fill: parent
             compact: true
@@ -47,11 +45,11 @@ GridView {
     T.ScrollBar.vertical: T.ScrollBar {
         id: bar
         padding: 3
-        implicitWidth: 10
+        implicitWidth: Theme.px(10)
         minimumSize: 0.08
         contentItem: Rectangle {
-            implicitWidth: 4
-            radius: 2
+            implicitWidth: Theme.px(4)
+            radius: Theme.px(2)
             color: Theme.line
             opacity: bar.active && bar.size < 1 ? 1 : 0
             Behavior on opacity { NumberAnimation { duration: Theme.calm } }

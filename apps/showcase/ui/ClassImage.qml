@@ -1,23 +1,26 @@
 import QtQuick
 
-// A class's picture: its place is there from the start, the picture fades in when it has come.
+// A class's picture: its place is there from the start, the picture fades in when it has come. One that
+// does not come leaves a drawing, which says nothing of the class.
 Rectangle {
     id: frame
     property url source
-    property string caption
     property color around: Theme.background  // what shows behind the rounded corners
     property int corner: Theme.radius
     readonly property bool settled: !source.toString() || picture.status === Image.Ready
                                     || picture.status === Image.Error
     color: Theme.surface
 
-    Label {
+    Loader {
         anchors.centerIn: parent
-        visible: picture.status !== Image.Ready && picture.status !== Image.Loading
-        text: frame.caption.slice(0, 1).toUpperCase()
-        font.pixelSize: Math.max(Theme.title, parent.height / 3)
-        font.weight: Font.Bold
-        color: Theme.line
+        active: picture.status !== Image.Ready && picture.status !== Image.Loading
+        sourceComponent: Icon {
+            width: Math.min(Theme.px(56), frame.height / 3)
+            height: width
+            name: "picture"
+            strokeWidth: 1.3
+            color: Theme.faint
+        }
     }
     Image {
         id: picture

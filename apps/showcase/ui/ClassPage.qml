@@ -1,13 +1,13 @@
 import QtQuick
 import Korvel.Content
+import Showcase
 
 // All of a class's record, and its player.
-FocusScope {
+DirectionalFocus {
     id: page
     property var ondemandClass
-    property bool narrow: false
     property bool ownControls: false
-    readonly property int side: narrow ? 20 : Theme.huge
+    readonly property bool onePane: Theme.narrow || width < 900 * Theme.unit
     readonly property alias player: player
     signal closed()
     signal signInWanted()
@@ -16,7 +16,6 @@ FocusScope {
 
     function play(fullScreen) {
         if (!KorvelContent.loggedIn) return signInWanted()
-        failure.text = ""
         player.startFullScreen = fullScreen
         player.start()
     }
@@ -24,21 +23,23 @@ FocusScope {
         player.stop()
         closed()
     }
-    Keys.onEscapePressed: player.fullScreen ? player.exitFullScreen() : leave()
+    function goBack() { player.fullScreen ? player.exitFullScreen() : leave() }
+    Keys.onEscapePressed: goBack()
+    Keys.onBackPressed: goBack()
 
     Rectangle { anchors.fill: parent; color: Theme.background }
 
     Flickable {
         id: flick
         anchors.fill: parent
-        contentHeight: content.y + content.height + Theme.huge
+        contentHeight: content.y + content.height + Math.max(Theme.huge, Theme.safeY)
         boundsBehavior: Flickable.StopAtBounds
 
         AppButton {
             id: back
             objectName: "back"
-            x: page.side - 12
-            y: 14
+            x: Theme.side - Theme.radius
+            y: Math.max(Theme.low ? Theme.tiny : Theme.radius, Theme.safeY)
             kind: AppButton.Quiet
             glyph: "back"
             text: qsTr("Back")
@@ -46,38 +47,26 @@ FocusScope {
         }
         Grid {
             id: content
-            x: page.side
-            y: back.y + back.height + 10
-            width: flick.width - 2 * page.side
-            columns: page.narrow ? 1 : 2
+            x: Theme.side
+            y: back.y + back.height + (Theme.low ? Theme.tiny : Theme.px(10))
+            width: flick.width - 2 * Theme.side
+            columns: page.onePane ? 1 : 2
             columnSpacing: Theme.huge
             rowSpacing: Theme.wide
-            readonly property real main: page.narrow ? width : Math.round((width - columnSpacing) * 0.64)
+            readonly property real main: page.onePane ? width : Math.round((width - columnSpacing) * 0.64)
 
             Column {
                 width: content.main
-                spacing: 18
+                spacing: Theme.between
 
                 Item {
                     id: stage
                     objectName: "stage"
                     width: parent.width
-                    height: Math.round(Math.min(width * 9 / 16, Math.max(240, page.height * 0.66)))
+                    height: Math.round(Math.min(width * 9 / 16, Math.max(Theme.px(240), page.height * 0.66)))
                     ClassImage {
                         anchors.fill: parent
                         source: page.ondemandClass.imageLink
-                        caption: page.ondemandClass.className
-                    }
-                    Rectangle {
-                        anchors.fill: parent
-                        visible: player.request.busy
-                        color: "#b00b0e13"
-                        Spinner {
-                            anchors.centerIn: parent
-                            width: 52
-                            height: 52
-                            running: player.request.busy
-                        }
                     }
                     PlayerItem {
                         id: player
@@ -90,21 +79,47 @@ FocusScope {
                         look.playImage: "qrc:/qt-project.org/imports/Showcase/pictures/play@3x.png"
                         look.pauseImage: "qrc:/qt-project.org/imports/Showcase/pictures/pause@3x.png"
                         look.sliderMaximumColor: "#66ffffff"
-                        look.titleFont: Qt.font({ family: Theme.family, pixelSize: 22, weight: Font.Bold })
+                        look.titleFont: Qt.font({ family: Theme.family, pixelSize: Theme.px(22), weight: Font.Bold })
                         onStarted: { log.note(qsTr("started")); own.wake() }
                         onConsentRequired: (document) => page.consentWanted(document, () => player.start())
                         onFailed: (errorText, errorStatus) => {
-                            if (errorStatus === 601) return
-                            if (errorStatus === 403) return page.subscriptionWanted(() => player.start())
-                            failure.text = errorText
+                            if (errorStatus === 403) page.subscriptionWanted(() => player.start())
                         }
-                        onStreamFailed: (errorText) => { failure.text = errorText; player.stop() }
+                        onStreamFailed: (errorText) => { log.note(errorText); player.stop() }
                         onStatusChanged: (playing) => log.note(playing ? qsTr("status 1: playing") : qsTr("status 0: paused"))
                         onBufferEmpty: log.note(qsTr("buffer empty"))
                         onLikelyToKeepUp: log.note(qsTr("likely to keep up"))
-                        onExited: (seconds) => log.note(qsTr("exit after %1 performed").arg(Theme.count(seconds, qsTr("second"), qsTr("seconds"))))
+                        onExited: (seconds) => {
+                            const performed = Theme.count(seconds, qsTr("second"), qsTr("seconds"))
+                            log.note((active ? qsTr("left full screen, %1 performed so far") : qsTr("closed, %1 performed")).arg(performed))
+                        }
                     }
-                    Corners {}
+                    Starting {
+                        id: starting
+                        parent: player.fullScreen || (player.startFullScreen && player.request.busy) ? page.Window.contentItem : stage
+                        anchors.fill: parent
+                        z: 2e6  // above what plays full screen
+                        player: player
+                        onAgain: page.play(player.startFullScreen)
+                    }
+                    Corners { visible: !player.fullScreen }
+                    Column {  // in the picture, so that nothing moves away below
+                        anchors { left: parent.left; right: parent.right; bottom: parent.bottom; margins: Theme.radius }
+                        visible: !player.active && !player.request.busy
+                        spacing: Theme.small
+                        Notice {
+                            width: parent.width
+                            // Consent and membership are asked for instead.
+                            text: player.condition === PlayerItem.Failed && player.request.errorStatus !== 601
+                                  && player.request.errorStatus !== 403 ? player.message : ""
+                            detail: player.request.errorText
+                            onActed: page.play(player.startFullScreen)
+                        }
+                        Summary {
+                            width: parent.width
+                            player: player
+                        }
+                    }
                     Item {  // where the application's controls wait until the player takes them
                         visible: false
                         OwnControls {
@@ -115,37 +130,9 @@ FocusScope {
                         }
                     }
                 }
-                Rectangle {
-                    visible: failure.text !== "" && !player.request.busy && !player.active
-                    width: parent.width
-                    height: 56
-                    radius: Theme.radius
-                    color: "#2a1719"
-                    border.color: "#5c2c2c"
-                    Icon {
-                        id: failureIcon
-                        anchors { left: parent.left; leftMargin: 16; verticalCenter: parent.verticalCenter }
-                        name: "offline"
-                        color: Theme.danger
-                    }
-                    Label {
-                        id: failure
-                        objectName: "failure"
-                        anchors { left: failureIcon.right; right: again.left; margins: 12; verticalCenter: parent.verticalCenter }
-                        wrapMode: Text.WordWrap
-                        maximumLineCount: 2
-                        font.pixelSize: Theme.caption + 1
-                    }
-                    AppButton {
-                        id: again
-                        anchors { right: parent.right; rightMargin: 6; verticalCenter: parent.verticalCenter }
-                        text: qsTr("Try again")
-                        onClicked: page.play(player.startFullScreen)
-                    }
-                }
                 Flow {
                     width: parent.width
-                    spacing: 12
+                    spacing: Theme.radius
                     AppButton {
                         id: playButton
                         objectName: "play"
@@ -153,15 +140,14 @@ FocusScope {
                         kind: AppButton.Primary
                         glyph: player.active && player.playing ? "pause" : "play"
                         text: player.active ? (player.playing ? qsTr("Pause") : qsTr("Play")) : qsTr("Play class")
-                        enabled: !player.request.busy
-                        onClicked: player.active ? player.toggle() : page.play(false)
+                        busy: player.request.busy
+                        onClicked: player.active ? player.toggle() : busy ? undefined : page.play(Theme.tenFoot)
                     }
                     AppButton {
                         objectName: "fullScreen"
                         glyph: "expand"
                         text: qsTr("Full screen")
-                        enabled: !player.request.busy
-                        onClicked: player.active ? player.enterFullScreen() : page.play(true)
+                        onClicked: player.active ? player.enterFullScreen() : player.request.busy ? undefined : page.play(true)
                     }
                     Segments {
                         choices: [qsTr("SDK's controls"), qsTr("Own controls")]
@@ -172,6 +158,7 @@ FocusScope {
                 }
                 Label {
                     width: parent.width
+                    heading: true
                     wrapMode: Text.WordWrap
                     text: page.ondemandClass.className
                     font.pixelSize: Theme.title + 3
@@ -203,25 +190,29 @@ FocusScope {
                 }
             }
             Column {
-                width: page.narrow ? content.width : content.width - content.main - content.columnSpacing
+                width: page.onePane ? content.width : content.width - content.main - content.columnSpacing
                 spacing: Theme.gap
                 EventLog {
                     id: log
+                    visible: Theme.developer
                     width: parent.width
                     player: player
                 }
                 Facts {
                     width: parent.width
                     title: qsTr("About this class")
-                    facts: [[qsTr("Studio"), page.ondemandClass.provider], [qsTr("Studio id"), page.ondemandClass.providerID],
+                    readonly property var known: [[qsTr("Studio"), page.ondemandClass.provider],
                             [qsTr("Equipment"), page.ondemandClass.equipmentNames.join(", ") || (page.ondemandClass.equipmentTypes ? qsTr("yes") : qsTr("none"))],
-                            [qsTr("Length"), Theme.clock(page.ondemandClass.durationSecond)],
-                            [qsTr("Language"), page.ondemandClass.languageTag],
+                            [qsTr("Length"), Theme.length(page.ondemandClass.durationSecond)],
+                            [qsTr("Language"), page.ondemandClass.languageName || page.ondemandClass.languageTag],
                             [qsTr("Trailer"), page.ondemandClass.trailerName],
                             [qsTr("Added"), Theme.day(page.ondemandClass.creationDate)],
                             [qsTr("Changed"), Theme.day(page.ondemandClass.lastModifiedDate)],
-                            [qsTr("Favourite"), page.ondemandClass.favourite ? qsTr("yes") : qsTr("no")],
-                            [qsTr("Class id"), page.ondemandClass.tag]]
+                            [qsTr("Favourite"), page.ondemandClass.favourite ? qsTr("yes") : qsTr("no")]]
+                    readonly property var ids: [[qsTr("Studio id"), page.ondemandClass.providerID],
+                                                [qsTr("Language tag"), page.ondemandClass.languageTag],
+                                                [qsTr("Class id"), page.ondemandClass.tag]]
+                    facts: Theme.developer ? known.concat(ids) : known
                 }
             }
         }

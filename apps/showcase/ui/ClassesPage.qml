@@ -1,10 +1,9 @@
 import QtQuick
 import Korvel.Content
+import Showcase
 
-FocusScope {
+DirectionalFocus {
     id: page
-    property bool narrow: false
-    readonly property int side: narrow ? 20 : Theme.huge
     signal opened(var ondemandClass)
 
     ClassesModel {
@@ -15,23 +14,24 @@ FocusScope {
     }
     Label {
         id: title
-        x: page.side
-        y: Theme.wide
+        x: Theme.side
+        y: Theme.top
+        heading: true
         text: qsTr("All classes")
         font.pixelSize: Theme.title
         font.weight: Font.ExtraBold
     }
     Label {
         objectName: "counter"
-        anchors { left: title.right; leftMargin: 14; baseline: title.baseline }
+        anchors { left: title.right; leftMargin: Theme.radius; baseline: title.baseline }
         visible: classes.total >= 0
         text: qsTr("%1 of %2").arg(classes.count).arg(classes.total)
         color: Theme.faint
     }
     Row {
         id: chips
-        anchors { left: parent.left; leftMargin: page.side; top: title.bottom; topMargin: Theme.gap }
-        spacing: 10
+        anchors { left: parent.left; leftMargin: Theme.side; top: title.bottom; topMargin: Theme.low ? Theme.small : Theme.radius }
+        spacing: Theme.px(10)
         FilterChip {
             id: sorting
             objectName: "sorting"
@@ -49,22 +49,23 @@ FocusScope {
             onChosen: (chosenValue) => value = chosenValue
         }
     }
-    ClassGrid {
-        id: grid
-        objectName: "grid"
-        anchors { left: parent.left; right: parent.right; top: chips.bottom; topMargin: Theme.gap + 4; bottom: parent.bottom }
+    DirectionalFocus {
+        anchors { left: parent.left; right: parent.right; top: chips.bottom; topMargin: Theme.radius; bottom: parent.bottom }
         focus: true
-        side: page.side
-        narrow: page.narrow
-        model: classes
-        topMargin: 6
-        onOpened: (ondemandClass) => page.opened(ondemandClass)
-    }
-    StateView {
-        anchors.fill: grid
-        request: classes.request
-        visible: classes.count === 0 && shown
-        empty: classes.total === 0
-        emptyTitle: qsTr("No classes yet")
+        ClassGrid {
+            id: grid
+            objectName: "grid"
+            anchors.fill: parent
+            focus: true
+            model: classes
+            onOpened: (ondemandClass) => page.opened(ondemandClass)
+        }
+        StateView {
+            anchors.fill: parent
+            request: classes.request
+            visible: classes.count === 0 && shown
+            empty: classes.total === 0
+            emptyTitle: qsTr("No classes yet")
+        }
     }
 }

@@ -6,14 +6,23 @@ Sheet {
     id: dialog
     property var document
     property var then
+    property var declined: []  // tags of documents that a class was refused for
     function ask(consent, action) {
         document = consent
         then = action
         asked = false
+        if (action && !declined.includes(consent.consentTag)) declined = declined.concat(consent.consentTag)
         shown = true
-        accept.forceActiveFocus()
+        accept.forceActiveFocus(Qt.TabFocusReason)
     }
     property bool asked: false
+    // Those in the text, too, which keys cannot reach there.
+    readonly property var links: {
+        if (!document) return []
+        const found = (document.policyHtml.match(/<a\s[^>]*href="[^"]*"[^>]*>.*?<\/a>/g) ?? [])
+            .map(each => ({ linkText: each.replace(/<[^>]*>/g, ""), linkUrl: each.match(/href="([^"]*)"/)[1] }))
+        return found.concat(document.urls)
+    }
     title: document ? document.title : ""
     subtitle: document ? qsTr("Version %1 · %2").arg(document.version).arg(Theme.day(document.publishedDate))
                          + (document.isMandatory ? qsTr(" · needed to take classes") : "") : ""
@@ -37,23 +46,43 @@ Sheet {
         lineHeight: 1.3
         font.family: Theme.family
         font.pixelSize: Theme.body
+        Accessible.role: Accessible.StaticText
+        Accessible.name: dialog.document ? dialog.document.policy : ""
         onLinkActivated: (link) => Qt.openUrlExternally(link)
     }
     Repeater {
-        model: dialog.document ? dialog.document.urls : []
-        Label {
+        model: dialog.links
+        Tappable {
+            id: link
             required property var modelData
-            text: modelData.linkText + "  ↗"
-            color: Theme.accent
-            TapHandler { onTapped: Qt.openUrlExternally(modelData.linkUrl) }
-            HoverHandler { cursorShape: Qt.PointingHandCursor }
+            text: modelData.linkText
+            implicitWidth: name.implicitWidth + 2 * Theme.small
+            implicitHeight: Theme.target
+            Accessible.role: Accessible.Link
+            onClicked: Qt.openUrlExternally(modelData.linkUrl)
+            background: Rectangle {
+                anchors { fill: parent; margins: Theme.tiny }
+                radius: Theme.small
+                color: link.hovered ? Theme.raised : "transparent"
+                FocusRing { shown: link.activeFocus }
+            }
+            contentItem: Item {
+                Label {
+                    id: name
+                    anchors.verticalCenter: parent.verticalCenter
+                    x: Theme.small
+                    silent: true
+                    text: link.text + "  ↗"
+                    color: Theme.accent
+                }
+            }
         }
     }
     Label {
         width: parent.width
         visible: dialog.asked && text !== ""
         wrapMode: Text.WordWrap
-        text: KorvelContent.consentRequest.errorText
+        text: KorvelContent.consentRequest.message
         color: Theme.danger
     }
     buttons: [
@@ -63,8 +92,8 @@ Sheet {
             kind: AppButton.Primary
             text: qsTr("I agree")
             busy: dialog.asked && KorvelContent.consentRequest.busy
-            enabled: !busy
             onClicked: {
+                if (busy) return
                 dialog.asked = true
                 KorvelContent.acceptConsent(dialog.document.consentTag)
             }
@@ -73,8 +102,7 @@ Sheet {
             objectName: "decline"
             kind: AppButton.Quiet
             text: qsTr("Not now")
-            enabled: !accept.busy
-            onClicked: dialog.shown = false
+            onClicked: dialog.dismissed()
         }
     ]
 }

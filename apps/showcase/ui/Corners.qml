@@ -9,6 +9,6 @@ Rectangle {
     anchors.margins: -border.width
     color: "transparent"
     radius: corner + border.width
-    border.width: 8
+    border.width: Theme.px(8)
     border.color: around
 }

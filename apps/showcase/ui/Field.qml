@@ -1,49 +1,81 @@
 import QtQuick
 import QtQuick.Templates as T
 
-T.TextField {
-    id: field
+// A line of text; who has no keyboard gets letters to choose from.
+Item {
+    id: whole
     property string glyph
-    implicitHeight: 48
-    leftPadding: glyph ? 48 : 18
-    rightPadding: clear.visible ? 48 : 18
-    verticalAlignment: Text.AlignVCenter
-    color: Theme.text
-    selectionColor: Theme.accent
-    selectedTextColor: Theme.accentInk
-    placeholderTextColor: Theme.faint
-    font.family: Theme.family
-    font.pixelSize: Theme.body + 1
-    selectByMouse: true
-    Accessible.name: placeholderText
-    background: Rectangle {
-        radius: height / 2
-        color: Theme.surface
-        border.width: field.activeFocus ? 2 : 1
-        border.color: field.activeFocus ? Theme.accent : Theme.line
-    }
-    Label {
-        anchors { left: parent.left; leftMargin: field.leftPadding; verticalCenter: parent.verticalCenter }
-        visible: field.text === "" && field.preeditText === ""
-        text: field.placeholderText
-        color: Theme.faint
-        font.pixelSize: field.font.pixelSize
-    }
-    Icon {
-        anchors { left: parent.left; leftMargin: 16; verticalCenter: parent.verticalCenter }
-        visible: field.glyph !== ""
-        name: field.glyph
-        color: Theme.muted
+    property alias text: field.text
+    property alias placeholderText: field.placeholderText
+    property alias inputName: field.objectName
+    signal accepted()
+    signal edited()
+    function clear() { field.clear() }
+    implicitHeight: Theme.px(52)
+    implicitWidth: Theme.px(400)
+
+    T.TextField {
+        id: field
+        anchors { fill: parent; rightMargin: letters.width + Theme.small }
+        focus: true
+        activeFocusOnTab: true
+        leftPadding: Theme.px(whole.glyph ? 48 : 18)
+        rightPadding: Theme.px(clear.visible ? 48 : 18)
+        verticalAlignment: Text.AlignVCenter
+        color: Theme.text
+        selectionColor: Theme.accent
+        selectedTextColor: Theme.accentInk
+        placeholderTextColor: "transparent"
+        font.family: Theme.family
+        font.pixelSize: Theme.body + 1
+        selectByMouse: true
+        Accessible.name: placeholderText
+        onTextChanged: whole.edited()
+        Keys.onReturnPressed: text === "" ? pad.open() : whole.accepted()
+        Keys.onEnterPressed: text === "" ? pad.open() : whole.accepted()
+        Keys.onSelectPressed: pad.open()
+        background: Rectangle {
+            radius: height / 2
+            color: Theme.surface
+            border.width: field.activeFocus ? Theme.px(2) : 1
+            border.color: field.activeFocus ? Theme.text : Theme.faint
+        }
+        Label {
+            anchors { left: parent.left; right: parent.right; leftMargin: field.leftPadding; rightMargin: Theme.gap; verticalCenter: parent.verticalCenter }
+            visible: field.text === "" && field.preeditText === ""
+            silent: true
+            text: field.placeholderText
+            color: Theme.faint
+            font.pixelSize: field.font.pixelSize
+        }
+        Icon {
+            anchors { left: parent.left; leftMargin: Theme.gap; verticalCenter: parent.verticalCenter }
+            visible: whole.glyph !== ""
+            name: whole.glyph
+            color: Theme.muted
+        }
+        AppButton {
+            id: clear
+            anchors { right: parent.right; rightMargin: 2; verticalCenter: parent.verticalCenter }
+            visible: field.text !== "" && whole.glyph !== ""
+            kind: AppButton.Quiet
+            glyph: "close"
+            means: qsTr("Clear")
+            activeFocusOnTab: false
+            onClicked: field.clear()
+        }
     }
     AppButton {
-        id: clear
-        anchors { right: parent.right; rightMargin: 4; verticalCenter: parent.verticalCenter }
-        visible: field.text !== "" && field.glyph !== ""
-        kind: AppButton.Quiet
-        glyph: "close"
-        implicitWidth: 40
-        implicitHeight: 40
-        activeFocusOnTab: false
-        onClicked: field.clear()
+        id: letters
+        objectName: "letters"
+        anchors { right: parent.right; verticalCenter: parent.verticalCenter }
+        glyph: "keys"
+        means: qsTr("Letters to choose from")
+        onClicked: pad.open()
+    }
+    KeyPad {
+        id: pad
+        field: field
+        onEntered: whole.accepted()
     }
 }

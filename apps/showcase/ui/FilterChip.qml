@@ -3,7 +3,7 @@ import QtQuick.Templates as T
 
 // One criterion: shows what is chosen, opens the choices. `choices` holds texts, or objects with
 // `text` and `value`.
-T.AbstractButton {
+Tappable {
     id: chip
     property string label
     property var choices: []
@@ -14,31 +14,31 @@ T.AbstractButton {
         Array.from(choices).map(each => typeof each === "string" ? { text: each, value: each } : each))
     readonly property string shownText: (entries.find(each => each.value === value) ?? entries[0]).text
 
-    implicitHeight: 38
-    implicitWidth: row.implicitWidth + 26
+    implicitHeight: Theme.target
+    implicitWidth: row.implicitWidth + Theme.px(26)
     enabled: entries.length > 1
-    opacity: enabled ? 1 : 0.5
-    activeFocusOnTab: true
+    opacity: enabled ? 1 : 0.6
     Accessible.name: label + ": " + shownText
     onClicked: menu.open()
-    Keys.onReturnPressed: menu.open()
-    Keys.onDownPressed: menu.open()
-    HoverHandler { id: hover; cursorShape: Qt.PointingHandCursor }
 
-    background: Rectangle {
-        radius: height / 2
-        color: hover.hovered ? Theme.raised : Theme.surface
-        border.width: 1
-        border.color: chip.value ? Theme.accent : Theme.line
-        FocusRing { shown: chip.visualFocus }
+    background: Item {
+        Rectangle {
+            anchors { fill: parent; topMargin: Theme.tiny; bottomMargin: Theme.tiny }
+            radius: height / 2
+            color: chip.hovered ? Theme.raised : Theme.surface
+            border.width: 1
+            border.color: chip.value ? Theme.accent : Theme.line
+            FocusRing { shown: chip.activeFocus }
+        }
     }
     contentItem: Item {
         Row {
             id: row
             anchors.centerIn: parent
-            spacing: 6
+            spacing: Theme.px(6)
             Label {
                 anchors.verticalCenter: parent.verticalCenter
+                silent: true
                 text: chip.value ? chip.shownText : chip.label
                 font.pixelSize: Theme.caption + 1
                 font.weight: Font.Medium
@@ -47,25 +47,26 @@ T.AbstractButton {
             Icon {
                 anchors.verticalCenter: parent.verticalCenter
                 name: "down"
-                width: 15
-                height: 15
+                width: Theme.px(15)
+                height: width
                 color: chip.value ? Theme.accent : Theme.muted
             }
         }
     }
     T.Popup {
         id: menu
-        y: chip.height + 6
-        width: 220
-        height: Math.min(list.contentHeight + 12, 320)
-        padding: 6
-        margins: Theme.small
+        y: chip.height + Theme.tiny
+        width: Theme.px(220)
+        height: Math.min(list.contentHeight + 2 * padding, Theme.px(344), Theme.window.height - 2 * margins)
+        padding: Theme.px(6)
+        margins: Math.max(Theme.small, Theme.safeY)
         focus: true
         closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutside
         onOpened: {
             list.currentIndex = Math.max(0, chip.entries.findIndex(each => each.value === chip.value))
             list.forceActiveFocus()
         }
+        onClosed: if (chip.visible) chip.forceActiveFocus(Qt.TabFocusReason)
         background: Rectangle {
             radius: Theme.radius
             color: Theme.raised
@@ -76,33 +77,42 @@ T.AbstractButton {
             clip: true
             model: chip.entries
             keyNavigationEnabled: true
+            Accessible.role: Accessible.PopupMenu
+            Accessible.name: chip.label
             Keys.onReturnPressed: currentItem.pick()
+            Keys.onEnterPressed: currentItem.pick()
+            Keys.onSelectPressed: currentItem.pick()
+            Keys.onSpacePressed: currentItem.pick()
             delegate: Rectangle {
                 id: entry
                 required property var modelData
                 required property int index
                 function pick() {
-                    chip.chosen(modelData.value)
                     menu.close()
+                    chip.chosen(modelData.value)
                 }
                 width: list.width
-                height: 38
-                radius: 8
-                color: entryHover.hovered || ListView.isCurrentItem ? Theme.line : "transparent"
+                height: Theme.target
+                radius: Theme.small
+                color: entryHover.hovered ? Theme.line : "transparent"
                 Accessible.role: Accessible.MenuItem
                 Accessible.name: modelData.text
+                Accessible.checked: tick.visible
+                Accessible.onPressAction: pick()
+                FocusRing { anchors.margins: 2; radius: Theme.small; shown: entry.ListView.isCurrentItem }
                 Label {
-                    anchors { left: parent.left; right: tick.left; leftMargin: 10; verticalCenter: parent.verticalCenter }
+                    anchors { left: parent.left; right: tick.left; leftMargin: Theme.radius; verticalCenter: parent.verticalCenter }
+                    silent: true
                     text: entry.modelData.text
                     font.pixelSize: Theme.caption + 1
                 }
                 Icon {
                     id: tick
-                    anchors { right: parent.right; rightMargin: 10; verticalCenter: parent.verticalCenter }
+                    anchors { right: parent.right; rightMargin: Theme.px(10); verticalCenter: parent.verticalCenter }
                     visible: entry.modelData.value === chip.value
                     name: "check"
-                    width: 16
-                    height: 16
+                    width: Theme.gap
+                    height: width
                     color: Theme.accent
                 }
                 HoverHandler { id: entryHover }

@@ -1,13 +1,13 @@
 import QtQuick
 
-// Where the keyboard is, around its parent.
+// Where the keys are, around its parent.
 Rectangle {
-    property bool shown: false
+    property bool shown: parent.activeFocus
     anchors.fill: parent
-    anchors.margins: -4
+    anchors.margins: -Theme.tiny
     visible: shown
     color: "transparent"
-    radius: parent.radius + 4
-    border.width: 2
-    border.color: Theme.accent
+    radius: parent.radius + Theme.tiny
+    border.width: Theme.px(2.5)
+    border.color: Theme.text
 }

@@ -1,30 +1,30 @@
 import QtQuick
+import Showcase
 
 // The class that the start page opens with.
-Item {
+DirectionalFocus {
     id: hero
     property var ondemandClass
-    property int side: Theme.huge
-    property bool narrow: false
     readonly property bool settled: picture.settled
     signal opened()
     readonly property bool valid: !!ondemandClass && ondemandClass.valid
-    height: narrow ? width * 9 / 16 + texts.height : Math.min(420, Math.max(300, width * 0.33))
+    height: Theme.narrow ? Math.round(width * 9 / 16) + texts.height
+                         : Math.max(texts.height + Theme.huge + Theme.top,
+                                    Math.min(Theme.px(420), width * 0.33, Theme.window.height * 0.6))
     visible: valid
 
     ClassImage {
         id: picture
         anchors.right: parent.right
-        width: hero.narrow ? parent.width : Math.round(height * 16 / 9)
-        height: hero.narrow ? Math.round(width * 9 / 16) : parent.height
+        width: Theme.narrow ? hero.width : Math.round(hero.height * 16 / 9)
+        height: Theme.narrow ? Math.round(hero.width * 9 / 16) : hero.height
         corner: 0
         source: hero.valid ? hero.ondemandClass.imageLink : ""
-        caption: hero.valid ? hero.ondemandClass.className : ""
     }
     Rectangle {  // lets the picture end in the page
         anchors { left: picture.left; top: picture.top; bottom: picture.bottom }
         width: picture.width * 0.7
-        visible: !hero.narrow
+        visible: !Theme.narrow
         gradient: Gradient {
             orientation: Gradient.Horizontal
             GradientStop { position: 0; color: Theme.background }
@@ -41,24 +41,25 @@ Item {
     }
     Column {
         id: texts
-        x: hero.side
-        width: hero.narrow ? hero.width - 2 * hero.side : Math.min(520, hero.width * 0.5)
+        x: Theme.side
+        width: Theme.narrow ? hero.width - 2 * Theme.side : Math.min(Theme.px(520), hero.width * 0.55)
         anchors.bottom: parent.bottom
-        anchors.bottomMargin: Theme.huge
-        spacing: 10
+        anchors.bottomMargin: Theme.low ? Theme.wide : Theme.huge
+        spacing: Theme.px(10)
         Label {
             text: qsTr("TODAY'S PICK")
             color: Theme.accent
-            font.pixelSize: 12
+            font.pixelSize: Theme.caption
             font.weight: Font.Bold
             font.letterSpacing: 1.6
         }
         Label {
             width: parent.width
+            heading: true
             wrapMode: Text.WordWrap
             maximumLineCount: 2
             text: hero.valid ? hero.ondemandClass.className : ""
-            font.pixelSize: hero.narrow ? Theme.title + 3 : Theme.display
+            font.pixelSize: Theme.narrow ? Theme.title + 3 : Theme.display
             font.weight: Font.ExtraBold
             lineHeight: 1.05
         }
@@ -74,6 +75,7 @@ Item {
         Item { width: 1; height: 2 }
         AppButton {
             objectName: "heroOpen"
+            focus: true
             kind: AppButton.Primary
             glyph: "play"
             text: qsTr("View class")

@@ -1,11 +1,11 @@
 import QtQuick
 import Korvel.Content
+import Showcase
 
-FocusScope {
+DirectionalFocus {
     id: page
-    property bool narrow: false
-    readonly property int side: narrow ? 20 : Theme.huge
     readonly property bool pictured: collections.count > 0 && !!list.headerItem && list.headerItem.settled
+    property var places: ({})  // of the shelves, which go when they are scrolled far away
     signal opened(var ondemandClass)
 
     CollectionsModel { id: collections }
@@ -19,27 +19,28 @@ FocusScope {
         model: collections
         cacheBuffer: 400
         boundsBehavior: Flickable.StopAtBounds
-        highlightMoveDuration: Theme.calm
-        spacing: 0
+        keyNavigationEnabled: false
+        highlightFollowsCurrentItem: false
+        currentIndex: -1  // so that the page opens with its header
         header: Hero {
             width: list.width
-            side: page.side
-            narrow: page.narrow
             ondemandClass: collections.count > 0 ? collections.classesAt(0)[0] : null
             onOpened: page.opened(ondemandClass)
         }
         headerPositioning: ListView.InlineHeader
-        footer: Item { height: Theme.gap; width: 1 }
+        footer: Item { height: Theme.gap + Theme.safeY; width: 1 }
         delegate: Shelf {
             required property string collectionName
             required property string collectionType
             required itemCount
             required classes
+            required property int index
             width: list.width
-            side: page.side
-            cardWidth: page.narrow ? 216 : 256
             name: collectionName
             kind: collectionType
+            Component.onCompleted: place = page.places[name] ?? 0
+            onPlaceChanged: page.places[name] = place
+            onActiveFocusChanged: if (activeFocus) list.currentIndex = index
             onOpened: (ondemandClass) => page.opened(ondemandClass)
         }
     }
@@ -49,6 +50,6 @@ FocusScope {
         visible: collections.count === 0
         empty: request.succeeded && collections.count === 0
         emptyTitle: qsTr("Nothing on the shelves yet")
-        emptyText: qsTr("The service has no collections at the moment.")
+        emptyText: qsTr("There are no collections at the moment.")
     }
 }

@@ -1,33 +1,56 @@
 import QtQuick
 import Korvel.Content
+import Showcase
 
 Window {
     id: window
     required property var settings  // for KorvelContent.configure
     property string user            // logged in at the start; empty: the user is asked
     property bool signInFirst: true
-    readonly property bool narrow: width < 820 || height > width
+    property bool tenFoot: false    // for who sits far away, whatever the window's size
+    property bool developer: false  // panels that tell what the player and the service say
     readonly property bool pictured: home.item !== null && home.item.pictured && !signIn.visible
     property string page: "home"
+    property var pagesBefore: []
     property var shownClass: null
     property size held: Qt.size(0, 0)  // before the device was turned
 
     width: 1280
     height: 800
     minimumWidth: 360
-    minimumHeight: 520
+    minimumHeight: 400
     visible: true
+    visibility: tenFoot ? Window.FullScreen : Window.AutomaticVisibility
     title: qsTr("Korvel Studio")
     color: Theme.background
+
+    Binding { target: Theme; property: "window"; value: Qt.size(window.width, window.height) }
+    Binding { target: Theme; property: "fromAfar"; value: window.tenFoot }
+    Binding { target: Theme; property: "developer"; value: window.developer }
 
     Component.onCompleted: {
         if (!KorvelContent.configure(settings)) return
         if (user) KorvelContent.login(user)
     }
     function open(ondemandClass) { shownClass = ondemandClass }
-    function go(where) {
+    function show(where) {
         shownClass = null
         page = where
+    }
+    function go(where) {
+        if (where !== page) pagesBefore = pagesBefore.concat(page)
+        show(where)
+    }
+    // From a class to the page that it was opened on, from there to the page before, at last to the pages' names.
+    function back() {
+        if (shownClass !== null) return classPage.item.goBack()
+        if (pagesBefore.length > 0) {
+            const before = pagesBefore[pagesBefore.length - 1]
+            pagesBefore = pagesBefore.slice(0, -1)
+            return show(before)
+        }
+        if (page !== "home") return show("home")
+        navigation.enter()
     }
 
     // A window is turned as a device would be: only what stands upright can be laid on its side.
@@ -51,13 +74,12 @@ Window {
         property string name
         property bool seen: false
         readonly property bool current: window.page === name
-        anchors { fill: parent; leftMargin: window.narrow ? 0 : navigation.width; bottomMargin: window.narrow ? navigation.height : 0 }
+        anchors { fill: parent; leftMargin: Theme.narrow ? 0 : navigation.width; bottomMargin: Theme.narrow ? navigation.height : 0 }
         onCurrentChanged: if (current) seen = true
         Component.onCompleted: if (current) seen = true
         active: seen
         visible: current && window.shownClass === null
         focus: visible
-        onLoaded: item.narrow = Qt.binding(() => window.narrow)
     }
     component Opening: Connections {
         ignoreUnknownSignals: true
@@ -68,16 +90,22 @@ Window {
         function onClosed() { window.shownClass = null }
     }
 
-    FocusScope {
+    DirectionalFocus {
         id: pages
+        readonly property bool covered: signIn.visible || consents.shown || subscription.shown
         anchors.fill: parent
-        focus: !signIn.visible
-        enabled: !signIn.visible && !consents.visible && !subscription.visible
+        focus: !signIn.shown
+        visible: !signIn.visible && !consents.covers && !subscription.covers
+        enabled: !covered
+        onCoveredChanged: if (!covered) forceActiveFocus(Qt.TabFocusReason)
+        Keys.onEscapePressed: window.back()
+        Keys.onBackPressed: window.back()
+        Keys.onMenuPressed: navigation.enter()
 
         Page { id: home; name: "home"; sourceComponent: HomePage { focus: true } }
         Page { id: classes; name: "classes"; sourceComponent: ClassesPage { focus: true } }
         Page { id: search; name: "search"; sourceComponent: SearchPage { focus: true } }
-        Page { id: membership; name: "membership"; sourceComponent: MembershipPage { focus: true } }
+        Page { id: membership; name: "membership"; sourceComponent: MembershipPage { focus: true; refused: consents.declined } }
         Page { id: record; name: "record"; sourceComponent: RecordPage { focus: true; service: KorvelContent.baseURL } }
         Opening { target: home.item }
         Opening { target: classes.item }
@@ -93,7 +121,6 @@ Window {
             sourceComponent: ClassPage {
                 focus: true
                 ondemandClass: window.shownClass
-                narrow: window.narrow
             }
         }
         Opening { target: classPage.item }
@@ -102,16 +129,15 @@ Window {
             id: navigation
             objectName: "navigation"
             anchors.bottom: parent.bottom
-            narrow: window.narrow
             current: window.page
             userName: KorvelContent.loggedIn ? KorvelContent.userName : ""
             pages: [{ page: "home", text: qsTr("Home"), glyph: "home" },
                     { page: "classes", text: qsTr("Classes"), glyph: "grid" },
                     { page: "search", text: qsTr("Search"), glyph: "search" },
-                    { page: "membership", text: qsTr("Member"), glyph: "member" },
-                    { page: "record", text: qsTr("Record"), glyph: "record" }]
+                    { page: "membership", text: qsTr("Member"), glyph: "member" }]
+                   .concat(window.developer ? [{ page: "record", text: qsTr("Record"), glyph: "record" }] : [])
             onChosen: (where) => window.go(where)
-            onUserChosen: KorvelContent.loggedIn ? KorvelContent.logout() : signIn.shown = true
+            onUserChosen: KorvelContent.loggedIn ? window.go("membership") : signIn.shown = true
         }
     }
     ConsentDialog {
@@ -131,9 +157,10 @@ Window {
         active: shown
         visible: shown
         focus: shown
+        Keys.onEscapePressed: shown = false
+        Keys.onBackPressed: shown = false
         sourceComponent: SignInPage {
             focus: true
-            narrow: window.narrow
             onDone: signIn.shown = false
         }
     }

@@ -1,102 +1,120 @@
 import QtQuick
+import Showcase
 
 // The way between the pages: a rail on the left of wide windows, a bar below narrow ones.
-Rectangle {
+DirectionalFocus {
     id: navigation
-    property bool narrow: false
     property string current
     property var pages: []
     property string userName
+    readonly property bool narrow: Theme.narrow
     signal chosen(string page)
     signal userChosen()
-    color: Theme.surface
-    width: narrow ? parent.width : 88
-    height: narrow ? 68 : parent.height
+    width: narrow ? parent.width : Theme.px(88) + Theme.safeX
+    height: narrow ? Theme.px(68) + Theme.safeY : parent.height
+    Accessible.role: Accessible.PageTabList
+    Accessible.name: qsTr("Pages")
 
     Rectangle {
-        visible: !navigation.narrow
-        anchors.horizontalCenter: parent.horizontalCenter
-        y: 20
-        width: 40
-        height: 40
-        radius: 12
-        color: Theme.accent
-        Icon { anchors.centerIn: parent; name: "play"; color: Theme.accentInk; width: 24; height: 24 }
+        anchors.fill: parent
+        color: Theme.surface
     }
-    Grid {
-        id: items
-        anchors.centerIn: parent
-        columns: navigation.narrow ? navigation.pages.length : 1
-        readonly property real cellWidth: navigation.narrow ? navigation.width / navigation.pages.length : navigation.width
-        Repeater {
-            model: navigation.pages
-            Item {
-                id: item
-                required property var modelData
-                readonly property bool current: modelData.page === navigation.current
-                objectName: "nav-" + modelData.page
-                width: items.cellWidth
-                height: navigation.narrow ? 68 : 76
-                activeFocusOnTab: true
-                Accessible.role: Accessible.PageTab
-                Accessible.name: modelData.text
-                Accessible.onPressAction: navigation.chosen(modelData.page)
-                Keys.onReturnPressed: navigation.chosen(modelData.page)
-                Keys.onSpacePressed: navigation.chosen(modelData.page)
-                Rectangle {
-                    anchors.horizontalCenter: parent.horizontalCenter
-                    y: navigation.narrow ? 9 : 10
-                    width: 56
-                    height: 32
-                    radius: 16
-                    color: item.current ? Theme.accent : hover.hovered ? Theme.raised : "transparent"
-                    FocusRing { shown: item.activeFocus }
-                    Icon {
-                        anchors.centerIn: parent
-                        name: item.modelData.glyph
-                        color: item.current ? Theme.accentInk : Theme.muted
+    Item {
+        id: inside
+        anchors { fill: parent; leftMargin: Theme.safeX; bottomMargin: Theme.safeY; topMargin: navigation.narrow ? 0 : Theme.safeY }
+
+        Rectangle {
+            visible: !navigation.narrow && !Theme.low
+            anchors.horizontalCenter: parent.horizontalCenter
+            y: Theme.px(20)
+            width: Theme.huge
+            height: Theme.huge
+            radius: Theme.radius
+            color: Theme.accent
+            Icon { anchors.centerIn: parent; name: "play"; color: Theme.accentInk; width: Theme.px(24); height: width }
+        }
+        Grid {
+            id: items
+            anchors.horizontalCenter: parent.horizontalCenter
+            y: navigation.narrow || Theme.low ? 0 : Math.round((parent.height - height) / 2)
+            columns: navigation.narrow ? cells : 1
+            readonly property int cells: Math.max(1, navigation.pages.length)
+            readonly property real cellWidth: navigation.narrow ? inside.width / cells : inside.width
+            readonly property real cellHeight: navigation.narrow ? Theme.px(68)
+                                               : Math.min(Theme.px(76), (inside.height - user.height - Theme.gap) / navigation.pages.length)
+            Repeater {
+                model: navigation.pages
+                Tappable {
+                    id: item
+                    required property var modelData
+                    readonly property bool current: modelData.page === navigation.current
+                    objectName: "nav-" + modelData.page
+                    text: modelData.text
+                    width: items.cellWidth
+                    height: items.cellHeight
+                    focus: current
+                    Accessible.role: Accessible.PageTab
+                    Accessible.selected: current
+                    onClicked: navigation.chosen(modelData.page)
+                    contentItem: Item {
+                        Rectangle {
+                            id: pill
+                            anchors.horizontalCenter: parent.horizontalCenter
+                            y: Theme.px(9)
+                            width: Theme.px(56)
+                            height: Theme.px(32)
+                            radius: height / 2
+                            color: item.current ? Theme.accent : item.hovered ? Theme.raised : "transparent"
+                            FocusRing { shown: item.activeFocus }
+                            Icon {
+                                anchors.centerIn: parent
+                                name: item.modelData.glyph
+                                color: item.current ? Theme.accentInk : Theme.muted
+                            }
+                        }
+                        Label {
+                            anchors { horizontalCenter: parent.horizontalCenter; top: pill.bottom; topMargin: Theme.tiny }
+                            silent: true
+                            text: item.text
+                            font.pixelSize: Theme.caption
+                            font.weight: item.current ? Font.DemiBold : Font.Normal
+                            color: item.current ? Theme.text : Theme.muted
+                        }
                     }
                 }
-                Label {
-                    anchors.horizontalCenter: parent.horizontalCenter
-                    y: navigation.narrow ? 44 : 47
-                    text: item.modelData.text
-                    font.pixelSize: 12
-                    font.weight: item.current ? Font.DemiBold : Font.Normal
-                    color: item.current ? Theme.text : Theme.muted
-                }
-                HoverHandler { id: hover; cursorShape: Qt.PointingHandCursor }
-                TapHandler { onTapped: navigation.chosen(item.modelData.page) }
             }
         }
-    }
-    Rectangle {
-        objectName: "user"
-        visible: !navigation.narrow
-        anchors { horizontalCenter: parent.horizontalCenter; bottom: parent.bottom; bottomMargin: 20 }
-        width: 40
-        height: 40
-        radius: 20
-        color: Theme.raised
-        activeFocusOnTab: true
-        Accessible.role: Accessible.Button
-        Accessible.name: navigation.userName ? qsTr("Sign out %1").arg(navigation.userName) : qsTr("Sign in")
-        Keys.onReturnPressed: navigation.userChosen()
-        FocusRing { shown: parent.activeFocus }
-        Label {
-            anchors.centerIn: parent
-            visible: navigation.userName !== ""
-            text: navigation.userName.slice(0, 1).toUpperCase()
-            font.weight: Font.Bold
-            color: Theme.accent
+        Tappable {
+            id: user
+            objectName: "user"
+            visible: !navigation.narrow
+            x: (inside.width - width) / 2
+            y: inside.height - height - Theme.radius
+            width: Theme.target
+            height: Theme.target
+            text: navigation.userName ? qsTr("Membership of %1").arg(navigation.userName) : qsTr("Sign in")
+            onClicked: navigation.userChosen()
+            background: Rectangle {
+                radius: height / 2
+                color: user.hovered ? Theme.line : Theme.raised
+                FocusRing { shown: user.activeFocus }
+            }
+            contentItem: Item {
+                Label {
+                    anchors.centerIn: parent
+                    visible: navigation.userName !== ""
+                    silent: true
+                    text: navigation.userName.slice(0, 1).toUpperCase()
+                    font.weight: Font.Bold
+                    color: Theme.accent
+                }
+                Icon {
+                    anchors.centerIn: parent
+                    visible: navigation.userName === ""
+                    name: "user"
+                    color: Theme.muted
+                }
+            }
         }
-        Icon {
-            anchors.centerIn: parent
-            visible: navigation.userName === ""
-            name: "user"
-            color: Theme.muted
-        }
-        HoverHandler { cursorShape: Qt.PointingHandCursor }
-        TapHandler { onTapped: navigation.userChosen() }
     }
 }

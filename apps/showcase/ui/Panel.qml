@@ -4,23 +4,24 @@ Rectangle {
     id: panel
     property string title
     default property alias content: column.data
-    implicitHeight: column.y + column.height + 18
+    implicitHeight: column.y + column.height + Theme.between
     radius: Theme.radius
     color: Theme.surface
     Label {
         id: heading
-        x: 20
-        y: 18
-        width: panel.width - 40
+        x: Theme.icon
+        y: Theme.between
+        width: panel.width - 2 * Theme.icon
+        heading: true
         text: panel.title
         font.weight: Font.Bold
         font.pixelSize: Theme.body + 1
     }
     Column {
         id: column
-        x: 20
-        y: heading.y + heading.height + 12
-        width: panel.width - 40
-        spacing: 10
+        x: Theme.icon
+        y: heading.y + heading.height + Theme.radius
+        width: panel.width - 2 * Theme.icon
+        spacing: Theme.px(10)
     }
 }

@@ -1,11 +1,10 @@
 import QtQuick
+import Showcase
 
 // What the development service says it has been told. Another service has no such page.
-FocusScope {
+DirectionalFocus {
     id: page
-    property bool narrow: false
     property url service
-    readonly property int side: narrow ? 20 : Theme.huge
     property var state: null
     property var performances: []
     property var requests: []
@@ -40,21 +39,22 @@ FocusScope {
 
     Flickable {
         anchors.fill: parent
-        contentHeight: column.y + column.height + Theme.huge
+        contentHeight: column.y + column.height + Math.max(Theme.huge, Theme.safeY)
         boundsBehavior: Flickable.StopAtBounds
         Column {
             id: column
-            x: page.side
-            y: Theme.wide
-            width: parent.width - 2 * page.side
+            x: Theme.side
+            y: Theme.top
+            width: parent.width - 2 * Theme.side
             spacing: Theme.gap
             Item {
                 width: parent.width
-                height: 44
+                height: Theme.target
                 Label {
                     anchors.verticalCenter: parent.verticalCenter
+                    heading: true
                     text: qsTr("What the service recorded")
-                    font.pixelSize: page.narrow ? Theme.heading + 2 : Theme.title
+                    font.pixelSize: Theme.narrow ? Theme.heading + 2 : Theme.title
                     font.weight: Font.ExtraBold
                 }
                 AppButton {
@@ -73,10 +73,10 @@ FocusScope {
             Grid {
                 id: grid
                 width: parent.width
-                columns: page.narrow ? 1 : 2
+                columns: Theme.narrow ? 1 : 2
                 spacing: Theme.gap
                 visible: page.state !== null
-                readonly property real cell: page.narrow ? width : (width - Theme.gap) / 2
+                readonly property real cell: Theme.narrow ? width : (width - Theme.gap) / 2
                 Panel {
                     width: grid.cell
                     title: qsTr("Users")
@@ -119,22 +119,22 @@ FocusScope {
                             id: performance
                             required property var modelData
                             width: parent.width
-                            height: 40
+                            height: Theme.px(44)
                             Label {
                                 id: performed
                                 anchors.right: parent.right
-                                text: qsTr("%1 s").arg(performance.modelData.actualDurationSecond)
+                                text: Theme.length(performance.modelData.actualDurationSecond)
                                 font.weight: Font.Bold
                                 color: Theme.accent
                             }
                             Label {
-                                anchors { left: parent.left; right: performed.left; rightMargin: 10 }
+                                anchors { left: parent.left; right: performed.left; rightMargin: Theme.px(10) }
                                 text: performance.modelData.contentName
                                 font.weight: Font.DemiBold
                             }
                             Label {
-                                y: 21
-                                text: performance.modelData.performDate
+                                y: Theme.px(21)
+                                text: Theme.moment(performance.modelData.performDate)
                                 color: Theme.faint
                                 font.pixelSize: Theme.caption
                             }
@@ -157,10 +157,10 @@ FocusScope {
                         id: line
                         required property var modelData
                         width: parent.width
-                        height: 20
+                        height: Theme.px(20)
                         Label {
                             id: method
-                            width: 52
+                            width: Theme.px(52)
                             text: line.modelData.method
                             font.pixelSize: Theme.caption
                             font.weight: Font.Bold

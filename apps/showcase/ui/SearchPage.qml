@@ -1,12 +1,11 @@
 import QtQuick
 import Korvel.Content
+import Showcase
 
-FocusScope {
+DirectionalFocus {
     id: page
-    property bool narrow: false
-    readonly property int side: narrow ? 20 : Theme.huge
-    readonly property bool filtered: type.value || language.value || equipment.value || provider.value
-                                     || duration.value || intensity.value || search.text
+    readonly property var chips: [type, duration, intensity, equipment, language, provider]
+    readonly property bool filtered: chips.some(each => each.value !== "")
     signal opened(var ondemandClass)
 
     function ranges(least, most, step) {
@@ -21,6 +20,7 @@ FocusScope {
             list.push({ text: qsTr("Intensity %1").arg(each), value: String(each) })
         return list
     }
+    function clearFilters() { for (const each of chips) each.value = "" }
 
     MetaData { id: metadata }
     SearchModel {
@@ -41,22 +41,19 @@ FocusScope {
 
     Column {
         id: head
-        anchors { left: parent.left; right: parent.right; top: parent.top; margins: page.side; topMargin: Theme.wide }
-        spacing: Theme.gap
+        anchors { left: parent.left; right: parent.right; top: parent.top; margins: Theme.side; topMargin: Theme.low ? Math.max(Theme.radius, Theme.safeY) : Theme.top }
+        spacing: Theme.low ? Theme.small : Theme.radius
         Field {
             id: search
-            objectName: "search"
-            focus: true
-            width: Math.min(parent.width, 640)
+            inputName: "search"
+            width: Math.min(parent.width, Theme.px(640))
             glyph: "search"
             placeholderText: qsTr("Search classes, instructors, studios")
-            onTextEdited: pause.restart()
-            onTextChanged: if (text === "") pause.restart()
-            Keys.onDownPressed: grid.forceActiveFocus()
+            onEdited: pause.restart()
         }
         Flow {
             width: parent.width
-            spacing: 10
+            spacing: Theme.px(Theme.low ? 6 : 10)
             FilterChip {
                 id: type
                 objectName: "type"
@@ -98,55 +95,42 @@ FocusScope {
             AppButton {
                 visible: page.filtered
                 kind: AppButton.Quiet
-                implicitHeight: 38
-                text: qsTr("Clear all")
+                text: qsTr("Clear filters")
                 onClicked: {
-                    for (const each of [type, duration, intensity, equipment, language, provider]) each.value = ""
-                    search.clear()
+                    page.clearFilters()
+                    type.forceActiveFocus(Qt.TabFocusReason)
                 }
             }
         }
-        Row {
-            spacing: 10
-            height: counter.implicitHeight
-            Label {
-                id: counter
-                objectName: "counter"
-                text: results.total < 0 ? "" : Theme.count(results.total, qsTr("class"), qsTr("classes"))
-                color: Theme.faint
-                font.pixelSize: Theme.caption
-            }
-            Label {
-                visible: !KorvelContent.loggedIn
-                text: qsTr("Sign in to filter.")
-                color: Theme.faint
-                font.pixelSize: Theme.caption
-            }
-            Label {
-                visible: metadata.request.errorText !== ""
-                text: qsTr("The filters could not be loaded.")
-                color: Theme.danger
-                font.pixelSize: Theme.caption
-            }
+        Label {
+            objectName: "counter"
+            text: !KorvelContent.loggedIn ? qsTr("Sign in to filter.")
+                  : metadata.request.errorText !== "" ? qsTr("The filters could not be loaded.")
+                  : results.total < 0 ? "" : Theme.count(results.total, qsTr("class"), qsTr("classes"))
+            color: metadata.request.errorText !== "" ? Theme.danger : Theme.faint
+            font.pixelSize: Theme.caption
         }
     }
-    ClassGrid {
-        id: grid
-        objectName: "grid"
-        anchors { left: parent.left; right: parent.right; top: head.bottom; topMargin: 12; bottom: parent.bottom }
-        side: page.side
-        narrow: page.narrow
-        model: results
-        topMargin: 6
-        opacity: results.request.busy && results.count > 0 ? 0.6 : 1
-        onOpened: (ondemandClass) => page.opened(ondemandClass)
-    }
-    StateView {
-        anchors.fill: grid
-        request: results.request
-        visible: results.count === 0 && shown
-        empty: results.total === 0
-        emptyTitle: qsTr("Nothing matches")
-        emptyText: qsTr("Try fewer words, or take a filter away.")
+    DirectionalFocus {
+        anchors { left: parent.left; right: parent.right; top: head.bottom; topMargin: Theme.small; bottom: parent.bottom }
+        ClassGrid {
+            id: grid
+            objectName: "grid"
+            anchors.fill: parent
+            focus: true
+            model: results
+            opacity: results.request.busy && results.count > 0 ? 0.6 : 1
+            onOpened: (ondemandClass) => page.opened(ondemandClass)
+        }
+        StateView {
+            anchors.fill: parent
+            request: results.request
+            visible: results.count === 0 && shown
+            empty: results.total === 0
+            emptyTitle: qsTr("Nothing matches")
+            emptyText: page.filtered ? qsTr("Try fewer words, or take the filters away.") : qsTr("Try fewer or other words.")
+            emptyAction: page.filtered ? qsTr("Clear filters") : qsTr("Clear search")
+            onActed: page.filtered ? page.clearFilters() : search.clear()
+        }
     }
 }

@@ -6,45 +6,47 @@ Rectangle {
     property var choices: []
     property int current: 0
     signal chosen(int index)
-    implicitWidth: row.implicitWidth + 8
-    implicitHeight: 44
+    implicitWidth: row.implicitWidth
+    implicitHeight: Theme.target
     radius: height / 2
     color: Theme.surface
-    opacity: enabled ? 1 : 0.45
+    opacity: enabled ? 1 : 0.6
     Row {
         id: row
-        x: 4
-        y: 4
         Repeater {
             model: segments.choices
-            Rectangle {
+            Tappable {
                 id: choice
                 required property string modelData
                 required property int index
                 readonly property bool current: index === segments.current
                 objectName: "segment-" + index
-                width: label.implicitWidth + 32
-                height: segments.height - 8
-                radius: height / 2
-                color: current ? Theme.line : "transparent"
-                activeFocusOnTab: segments.enabled
+                text: modelData
+                width: label.implicitWidth + Theme.px(32)
+                height: segments.height
                 Accessible.role: Accessible.RadioButton
-                Accessible.name: modelData
+                Accessible.checkable: true
                 Accessible.checked: current
-                Accessible.onPressAction: segments.chosen(index)
-                Keys.onReturnPressed: segments.chosen(index)
-                Keys.onSpacePressed: segments.chosen(index)
-                FocusRing { shown: parent.activeFocus }
-                Label {
-                    id: label
-                    anchors.centerIn: parent
-                    text: choice.modelData
-                    font.pixelSize: Theme.caption + 1
-                    font.weight: Font.Medium
-                    color: choice.current ? Theme.text : Theme.muted
+                onClicked: segments.chosen(index)
+                background: Item {
+                    Rectangle {
+                        anchors { fill: parent; margins: Theme.tiny }
+                        radius: height / 2
+                        color: choice.current ? Theme.line : "transparent"
+                        FocusRing { shown: choice.activeFocus }
+                    }
                 }
-                HoverHandler { cursorShape: Qt.PointingHandCursor }
-                TapHandler { onTapped: segments.chosen(choice.index) }
+                contentItem: Item {
+                    Label {
+                        id: label
+                        anchors.centerIn: parent
+                        silent: true
+                        text: choice.modelData
+                        font.pixelSize: Theme.caption + 1
+                        font.weight: Font.Medium
+                        color: choice.current ? Theme.text : Theme.muted
+                    }
+                }
             }
         }
     }

@@ -1,29 +1,32 @@
 import QtQuick
+import Showcase
 
 // One collection: its name over a row of cards.
-FocusScope {
+DirectionalFocus {
     id: shelf
     property string name
     property string kind
     property int itemCount
     property var classes: []
-    property int side: Theme.huge
-    property int cardWidth: 256
+    property alias place: row.currentIndex
     signal opened(var ondemandClass)
     height: row.y + row.height + Theme.wide
+    Accessible.role: Accessible.List
+    Accessible.name: name
 
     Label {
         id: title
-        x: shelf.side
+        x: Theme.side
+        heading: true
         text: shelf.name
         font.pixelSize: Theme.heading + 1
         font.weight: Font.Bold
-        width: Math.min(implicitWidth, shelf.width - 2 * shelf.side - count.width - Theme.gap)
+        width: Math.min(implicitWidth, shelf.width - 2 * Theme.side - count.width - Theme.gap)
     }
     Label {
         id: count
-        anchors { left: title.right; leftMargin: 12; baseline: title.baseline }
-        text: shelf.kind + " · " + Theme.count(shelf.itemCount, qsTr("class"), qsTr("classes"))
+        anchors { left: title.right; leftMargin: Theme.px(12); baseline: title.baseline }
+        text: Theme.count(shelf.itemCount, qsTr("class"), qsTr("classes"))
         font.pixelSize: Theme.caption
         color: Theme.faint
     }
@@ -31,28 +34,23 @@ FocusScope {
         id: row
         objectName: "cards"
         focus: true
-        anchors { top: title.bottom; topMargin: 14; left: parent.left; right: parent.right }
-        height: Math.round(shelf.cardWidth * 9 / 16) + 58
+        anchors { top: title.bottom; topMargin: Theme.px(14); left: parent.left; right: parent.right }
+        height: Math.round(Theme.card * 9 / 16) + Theme.px(58)
         orientation: ListView.Horizontal
-        spacing: 18
-        leftMargin: shelf.side
-        rightMargin: shelf.side
+        spacing: Theme.between
+        leftMargin: Theme.side
+        rightMargin: Theme.side
         model: shelf.classes
-        cacheBuffer: shelf.cardWidth
+        cacheBuffer: Theme.card
         boundsBehavior: Flickable.StopAtBounds
-        highlightMoveDuration: Theme.calm
-        Keys.onReturnPressed: if (currentItem) shelf.opened(currentItem.modelData)
-        onActiveFocusChanged: if (activeFocus && currentIndex < 0) currentIndex = 0
+        keyNavigationEnabled: false
+        highlightFollowsCurrentItem: false
         delegate: ClassCard {
             required property var modelData
             required property int index
-            width: shelf.cardWidth
             ondemandClass: modelData
-            current: row.activeFocus && ListView.isCurrentItem
-            onOpened: {
-                row.currentIndex = index
-                shelf.opened(modelData)
-            }
+            onActiveFocusChanged: if (activeFocus) row.currentIndex = index
+            onClicked: shelf.opened(modelData)
         }
     }
 }

@@ -1,9 +1,9 @@
 import QtQuick
 import Korvel.Content
+import Showcase
 
-FocusScope {
+DirectionalFocus {
     id: page
-    property bool narrow: false
     signal done()
 
     Rectangle {
@@ -14,89 +14,95 @@ FocusScope {
         }
         MouseArea { anchors.fill: parent }
     }
-    Column {
-        anchors.centerIn: parent
-        width: Math.min(parent.width - 48, 400)
-        spacing: Theme.gap
-        Row {
-            spacing: 12
-            Rectangle {
-                width: 44
-                height: 44
-                radius: 12
-                color: Theme.accent
-                Icon {
-                    anchors.centerIn: parent
-                    name: "play"
-                    color: Theme.accentInk
-                    width: 26
-                    height: 26
+    Flickable {
+        anchors { fill: parent; topMargin: Theme.safeY; bottomMargin: Theme.safeY }
+        contentHeight: Math.max(height, column.height + 2 * Theme.wide)
+        boundsBehavior: Flickable.StopAtBounds
+        Column {
+            id: column
+            anchors.centerIn: parent
+            width: Math.min(parent.width - 2 * Theme.wide, Theme.px(420))
+            spacing: Theme.low ? Theme.radius : Theme.gap
+            Row {
+                spacing: Theme.radius
+                Rectangle {
+                    width: Theme.px(44)
+                    height: width
+                    radius: Theme.radius
+                    color: Theme.accent
+                    Icon {
+                        anchors.centerIn: parent
+                        name: "play"
+                        color: Theme.accentInk
+                        width: Theme.px(26)
+                        height: width
+                    }
+                }
+                Label {
+                    anchors.verticalCenter: parent.verticalCenter
+                    text: qsTr("Korvel Studio")
+                    font.pixelSize: Theme.heading
+                    font.weight: Font.Bold
                 }
             }
             Label {
-                anchors.verticalCenter: parent.verticalCenter
-                text: qsTr("Korvel Studio")
-                font.pixelSize: Theme.heading
-                font.weight: Font.Bold
+                width: parent.width
+                heading: true
+                wrapMode: Text.WordWrap
+                text: Theme.low ? qsTr("Train where you are.") : qsTr("Train where\nyou are.")
+                font.pixelSize: Theme.px(Theme.low ? 32 : 44)
+                font.weight: Font.ExtraBold
+                lineHeight: 1.02
             }
-        }
-        Item { width: 1; height: 4 }
-        Label {
-            width: parent.width
-            wrapMode: Text.WordWrap
-            text: qsTr("Train where\nyou are.")
-            font.pixelSize: 44
-            font.weight: Font.ExtraBold
-            lineHeight: 1.02
-        }
-        Label {
-            width: parent.width
-            wrapMode: Text.WordWrap
-            text: qsTr("Sign in to take classes and keep track of what you did.")
-            color: Theme.muted
-            font.pixelSize: Theme.body + 1
-            lineHeight: 1.25
-        }
-        Item { width: 1; height: 4 }
-        Field {
-            id: name
-            objectName: "userName"
-            focus: true
-            width: parent.width
-            placeholderText: qsTr("User name")
-            enabled: !KorvelContent.loginRequest.busy
-            onAccepted: enter.clicked()
-        }
-        AppButton {
-            id: enter
-            objectName: "signIn"
-            width: parent.width
-            implicitHeight: 48
-            kind: AppButton.Primary
-            text: qsTr("Sign in")
-            busy: KorvelContent.loginRequest.busy
-            enabled: name.text.trim() !== "" && !busy
-            onClicked: if (enabled) KorvelContent.login(name.text.trim())
-        }
-        Label {
-            width: parent.width
-            visible: text !== ""
-            wrapMode: Text.WordWrap
-            horizontalAlignment: Text.AlignHCenter
-            text: KorvelContent.loginRequest.errorText
-            color: Theme.danger
-            font.pixelSize: Theme.caption + 1
-        }
-        AppButton {
-            objectName: "browse"
-            anchors.horizontalCenter: parent.horizontalCenter
-            kind: AppButton.Quiet
-            text: qsTr("Just look around")
-            onClicked: page.done()
+            Label {
+                width: parent.width
+                wrapMode: Text.WordWrap
+                text: qsTr("Sign in to take classes and keep track of what you did.")
+                color: Theme.muted
+                font.pixelSize: Theme.body + 1
+                lineHeight: 1.25
+            }
+            Field {
+                id: name
+                inputName: "userName"
+                width: parent.width
+                placeholderText: qsTr("User name")
+                onAccepted: enter.clicked()
+            }
+            AppButton {
+                id: enter
+                objectName: "signIn"
+                width: parent.width
+                kind: AppButton.Primary
+                text: qsTr("Sign in")
+                busy: KorvelContent.loginRequest.busy
+                enabled: name.text.trim() !== ""
+                onClicked: if (enabled && !busy) KorvelContent.login(name.text.trim())
+            }
+            Label {
+                width: parent.width
+                objectName: "signInFailure"
+                visible: text !== ""
+                wrapMode: Text.WordWrap
+                horizontalAlignment: Text.AlignHCenter
+                text: KorvelContent.loginRequest.message
+                      + (Theme.developer && KorvelContent.loginRequest.errorText !== KorvelContent.loginRequest.message
+                         ? "\n" + KorvelContent.loginRequest.errorText : "")
+                color: Theme.danger
+                font.pixelSize: Theme.caption + 1
+            }
+            AppButton {
+                objectName: "browse"
+                anchors.horizontalCenter: parent.horizontalCenter
+                kind: AppButton.Quiet
+                text: qsTr("Just look around")
+                onClicked: page.done()
+            }
         }
     }
     Connections {
         target: KorvelContent
         function onLoggedInChanged() { if (KorvelContent.loggedIn) page.done() }
     }
+    Component.onCompleted: name.forceActiveFocus(Qt.TabFocusReason)
 }

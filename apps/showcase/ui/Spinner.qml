@@ -5,11 +5,12 @@ Item {
     id: spinner
     property bool running: false
     property color color: Theme.accent
-    implicitWidth: 36
-    implicitHeight: 36
+    implicitWidth: Theme.px(36)
+    implicitHeight: Theme.px(36)
     visible: delay.elapsed && running
     onRunningChanged: delay.elapsed = false
     Accessible.role: Accessible.Animation
+    Accessible.ignored: !visible
     Accessible.name: qsTr("Loading")
 
     Timer {

@@ -10,7 +10,7 @@ Sheet {
         then = action
         asked = false
         shown = true
-        start.forceActiveFocus()
+        start.forceActiveFocus(Qt.TabFocusReason)
     }
     property bool asked: false
     title: qsTr("Classes are for members")
@@ -35,7 +35,7 @@ Sheet {
         width: parent.width
         visible: dialog.asked && text !== ""
         wrapMode: Text.WordWrap
-        text: KorvelContent.subscriptionRequest.errorText
+        text: KorvelContent.subscriptionRequest.message
         color: Theme.danger
     }
     buttons: [
@@ -45,8 +45,8 @@ Sheet {
             kind: AppButton.Primary
             text: qsTr("Start Gold")
             busy: KorvelContent.subscriptionRequest.busy
-            enabled: !busy
             onClicked: {
+                if (busy) return
                 dialog.asked = true
                 KorvelContent.activateSubscription("gold-yearly")
             }

@@ -127,9 +127,11 @@ Item {
             KorvelContent.login("anna")
             tryCompare(KorvelContent.loginRequest, "errorStatus", 401)
             verify(!KorvelContent.loggedIn)
+            compare(KorvelContent.loginRequest.errorText, "The service answered 401: who?")
+            verify(!/401|who\?/.test(KorvelContent.loginRequest.message) && KorvelContent.loginRequest.message !== "")
             KorvelContent.loginRequest.retry()
             tryCompare(KorvelContent, "loggedIn", true)
-            compare(KorvelContent.userName, "anna")
+            compare([KorvelContent.userName, KorvelContent.membership], ["anna", KorvelContent.UnknownMembership])
             tryVerify(() => metadata.classTypes.includes("Yoga"))
             verify(metadata.maxDuration > metadata.minDuration)
             KorvelContent.loadConsents()
@@ -153,13 +155,19 @@ Item {
             player.start()
             tryCompare(failures, "count", 3)
             compare(failures.signalArguments[2][1], 403)
+            compare([player.condition, player.message], [PlayerItem.Failed, "This is for members."])
+            compare(KorvelContent.membership, KorvelContent.NoMember)
             KorvelContent.activateSubscription("gold")
             tryCompare(KorvelContent, "subscriptionId", "gold")
+            compare(KorvelContent.membership, KorvelContent.Member)
 
+            player.volume = 3
             player.start()
+            compare([player.condition, player.message, player.volume], [PlayerItem.Starting, "", 1])
             tryCompare(player, "active", true)
             verify(player.playing)
             tryVerify(() => player.position > 0.2, 20000)
+            tryCompare(player, "condition", PlayerItem.Playing)
             verify(Math.abs(player.duration - 30) < 0.5)
         }
 
@@ -167,6 +175,7 @@ Item {
             player.pause()
             player.pause()
             compare(player.playing, false)
+            tryCompare(player, "condition", PlayerItem.Paused)
             player.seek(20)
             tryVerify(() => Math.abs(player.position - 20) < 0.1, 3000, "at " + player.position)
             player.play()
@@ -178,10 +187,13 @@ Item {
             verify(!player.fullScreen)
             compare([exits.count, closings.count], [1, 0])
             tryVerify(() => player.position > 20.3, 20000)
+            tryVerify(() => player.performedSeconds > 0)  // while it plays
+            compare(player.record, PlayerItem.NoRecord)
             player.stop()
             compare([exits.count, closings.count], [2, 1])
-            verify(!player.active)
-            tryCompare(service, "performances", 1)
+            compare([player.active, player.condition, player.record], [false, PlayerItem.Ended, PlayerItem.Sending])
+            tryCompare(player, "record", PlayerItem.Saved)
+            compare(service.performances, 1)
         }
 
         function test_9_APlayerThatGoesIsClosedAndOneThatIsLateDoesNotStart() {
@@ -195,6 +207,20 @@ Item {
             tryCompare(open, "active", true)
             service.quit()
             compare([open.active, service.performances], [false, 3])
+
+            service.breakOff("/ondemand/v1/ondemandtracking")
+            player.start()
+            tryCompare(player, "condition", PlayerItem.Playing, 20000)
+            player.stop()
+            tryCompare(player, "record", PlayerItem.Kept)
+
+            service.hold("/ondemand/v1/perform/")
+            player.start()
+            tryCompare(player, "condition", PlayerItem.Stalled, 10000)
+            verify(player.message !== "" && service.waitForHeld())
+            player.stop()
+            compare([player.condition, player.message], [PlayerItem.Idle, ""])
+            service.release()
 
             service.hold("/ondemand/v1/perform/")
             const late = createTemporaryObject(playerComponent, host, { ondemandClass: details.ondemandClass, startFullScreen: true })
