@@ -1,9 +1,9 @@
 // The service behind a real HTTP/2 server, as it is deployed: nginx in front of the development
 // service.
 
+#include <korvel/doubles/FakeDevice.h>
 #include "support/ServerProgram.h"
 #include "support/TemporaryFolder.h"
-#include "support/TestDevice.h"
 
 #include <korvel/KorvelContentSDK.h>
 #include <korvel/client/ContentClient.h>
@@ -20,6 +20,8 @@
 #include <sstream>
 
 namespace korvel::tests {
+
+using namespace doubles;
 namespace {
 
 using namespace std::chrono_literals;
@@ -104,7 +106,7 @@ protected:
     TemporaryFolder folder;
     service::ContentService service{{.tls = false}};
     std::uint16_t port = freePort();
-    TestDevice fake;
+    FakeDevice fake;
     std::unique_ptr<ServerProgram> server;
     std::unique_ptr<ContentClient> client;
 };

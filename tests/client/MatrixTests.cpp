@@ -1,5 +1,5 @@
+#include <korvel/doubles/FakeDevice.h>
 #include "support/Samples.h"
-#include "support/TestDevice.h"
 
 #include <korvel/KorvelContentSDK.h>
 #include <korvel/client/ContentClient.h>
@@ -14,6 +14,8 @@
 #include <future>
 
 namespace korvel::tests {
+
+using namespace doubles;
 namespace {
 
 using namespace std::chrono_literals;
@@ -111,7 +113,7 @@ const std::vector<Fault> faults{
 class Matrix : public testing::Test {
 protected:
     service::ContentService service;
-    TestDevice fake;
+    FakeDevice fake;
     std::shared_ptr<platform::MainQueue> timers =
         platform::make<platform::MainQueue>(fake.clock, platform::MainQueue::Driver::manual);
     std::shared_ptr<KCSDKConfig> config = std::make_shared<KCSDKConfig>(

@@ -1,16 +1,19 @@
+#include <korvel/doubles/FakeDevice.h>
 #include "support/ChildProcess.h"
 #include "support/Samples.h"
-#include "support/TestDevice.h"
 
 #include <korvel/KorvelContentSDK.h>
 #include <korvel/client/ContentClient.h>
 #include <korvel/model/KCSDKUser.h>
 #include <korvel/platform/backends/curl/URLSessionCurl.h>
+#include <korvel/platform/backends/sqlite/SealedRecordsSQLite.h>
 #include <service/ContentService.h>
 
 #include <gtest/gtest.h>
 
 namespace korvel::tests {
+
+using namespace doubles;
 namespace {
 
 using namespace std::chrono_literals;
@@ -60,7 +63,7 @@ struct Host {
     /// So long that no test's own steps come near it.
     static constexpr auto deadline = 24h;
 
-    TestDevice fake;
+    FakeDevice fake;
     std::shared_ptr<platform::MainQueue> timers =
         platform::make<platform::MainQueue>(fake.clock, platform::MainQueue::Driver::manual);
     std::shared_ptr<KCSDKConfig> config;

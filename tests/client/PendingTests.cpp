@@ -1,5 +1,5 @@
+#include <korvel/doubles/FakeDevice.h>
 #include "support/Samples.h"
-#include "support/TestDevice.h"
 
 #include <korvel/KorvelContentSDK.h>
 #include <korvel/client/ContentClient.h>
@@ -11,6 +11,8 @@
 #include <thread>
 
 namespace korvel::tests {
+
+using namespace doubles;
 namespace {
 
 using namespace std::chrono_literals;
@@ -36,7 +38,7 @@ struct Task {
 
 class PendingTest : public testing::Test {
 protected:
-    TestDevice fake;
+    FakeDevice fake;
     std::shared_ptr<platform::MainQueue> timers =
         platform::make<platform::MainQueue>(fake.clock, platform::MainQueue::Driver::manual);
     std::shared_ptr<platform::MainQueue> queue =

@@ -8,7 +8,7 @@
 #include <korvel/platform/foundation/JSONDecoder.h>
 #include <korvel/platform/foundation/JSONEncoder.h>
 
-#include "support/TestDevice.h"
+#include <korvel/doubles/FakeDevice.h>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -17,6 +17,8 @@
 #include <set>
 
 namespace korvel {
+
+using namespace doubles;
 namespace {
 
 using nlohmann::ordered_json;
@@ -195,7 +197,7 @@ TEST(Records, HostsReachOnlyWhatIsTheirs) {
 }
 
 TEST(Subscription, StartsAtTheHostsDateAsTheDeviceWritesIt) {
-    const tests::TestDevice device;
+    const doubles::FakeDevice device;
     device.locale->chosenIdentifier = "th_TH";
     device.locale->chosenTimeZone = "Europe/Vienna";
     ASSERT_TRUE(platform::Device::install(device.device()));

@@ -1,7 +1,7 @@
 #pragma once
 
+#include <korvel/doubles/FakeDevice.h>
 #include "support/Samples.h"
-#include "support/TestDevice.h"
 
 #include <korvel/KorvelContentSDK.h>
 #include <korvel/model/KCSDKOndemandContentToken.h>
@@ -11,6 +11,8 @@
 #include <gtest/gtest.h>
 
 namespace korvel::tests {
+
+using namespace doubles;
 
 /// What a host was told.
 template <class Value> struct Told {
@@ -29,7 +31,7 @@ template <class Value> struct Told {
 
 class NetworkTest : public testing::Test {
 protected:
-    TestDevice fake;
+    FakeDevice fake;
     std::shared_ptr<KCSDKConfig> config = std::make_shared<KCSDKConfig>(
         "https://service.test/", "secret", "key", "tenant", "analytics");
     std::shared_ptr<KCSDKNetworkManager> manager = makeManager();

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "support/FakeConsole.h"
-#include "support/FakeKeychain.h"
-#include "support/FakeLocalytics.h"
+#include <korvel/doubles/FakeConsole.h>
+#include <korvel/doubles/FakeKeychain.h>
+#include <korvel/doubles/FakeLocalytics.h>
 #include "support/Listener.h"
 
 #include <korvel/KorvelContentSDK.h>
@@ -20,6 +20,8 @@
 #include <ctime>
 
 namespace korvel::tests {
+
+using namespace doubles;
 
 using namespace std::chrono_literals;
 using Lines = std::vector<std::string>;

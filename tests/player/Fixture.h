@@ -1,8 +1,8 @@
 #pragma once
 
+#include <korvel/doubles/FakeDevice.h>
 #include "support/Listener.h"
 #include "support/Samples.h"
-#include "support/TestDevice.h"
 
 #include <korvel/KorvelContentSDK.h>
 #include <korvel/network/KCSDKNetworkManager.h>
@@ -22,6 +22,8 @@
 
 namespace korvel::tests {
 
+using namespace doubles;
+
 using namespace std::chrono_literals;
 using platform::UIView;
 
@@ -29,7 +31,7 @@ using platform::UIView;
 /// facade is once per process, and so is each of these tests.
 class PlayerTest : public testing::Test {
 protected:
-    TestDevice fake;
+    FakeDevice fake;
     std::shared_ptr<KCSDKConfig> config =
         std::make_shared<KCSDKConfig>("https://service.test/", "secret", "key", "tenant", "a");
     std::shared_ptr<platform::UIWindow> window;

@@ -1,4 +1,4 @@
-#include "support/TestDevice.h"
+#include <korvel/doubles/FakeDevice.h>
 
 #include <korvel/KorvelContentSDK.h>
 #include <korvel/network/KCSDKNetworkManager.h>
@@ -7,12 +7,14 @@
 #include <gtest/gtest.h>
 
 namespace korvel::tests {
+
+using namespace doubles;
 namespace {
 
 // The facade is once per process: each of these tests runs in a process of its own.
 class Facade : public testing::Test {
 protected:
-    TestDevice fake;
+    FakeDevice fake;
     std::shared_ptr<KCSDKConfig> config =
         std::make_shared<KCSDKConfig>("https://h/", "secret", "key", "tenant", "analytics-key");
 

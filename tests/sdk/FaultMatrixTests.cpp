@@ -1,5 +1,5 @@
+#include <korvel/doubles/FakeDevice.h>
 #include "support/Samples.h"
-#include "support/TestDevice.h"
 
 #include <korvel/KorvelContentSDK.h>
 #include <korvel/network/KCSDKNetworkManager.h>
@@ -11,6 +11,8 @@
 #include <future>
 
 namespace korvel::tests {
+
+using namespace doubles;
 namespace {
 
 using namespace std::chrono_literals;
@@ -102,7 +104,7 @@ const struct Fault {
 class FaultMatrix : public testing::Test {
 protected:
     service::ContentService service;
-    TestDevice fake;
+    FakeDevice fake;
     std::shared_ptr<KCSDKConfig> config = std::make_shared<KCSDKConfig>(
         service.baseURL(), service.options().secretKey, service.options().apiKey,
         service.options().tenant, "analytics");

@@ -1,4 +1,4 @@
-#include "support/TestDevice.h"
+#include <korvel/doubles/FakeDevice.h>
 
 #include <korvel/platform/avfoundation/AVError.h>
 #include <korvel/platform/avfoundation/AVPlayer.h>
@@ -9,6 +9,8 @@
 #include <limits>
 
 namespace korvel::tests {
+
+using namespace doubles;
 
 using namespace platform;
 using namespace std::chrono_literals;
@@ -57,7 +59,7 @@ protected:
     double position() const { return CMTimeGetSeconds(player->currentTime()); }
     FakeMediaEngine::Stream& stream() const { return fake.media->last(); }
 
-    TestDevice fake;
+    FakeDevice fake;
     std::shared_ptr<Listener> listener = std::make_shared<Listener>();
     std::shared_ptr<AVPlayerItem> item = make<AVPlayerItem>(*URL::parse("https://h/v.m3u8"));
     std::shared_ptr<AVPlayer> player = make<AVPlayer>(item, fake.device());

@@ -2,11 +2,13 @@
 #include <korvel/platform/foundation/RunLoop.h>
 #include <korvel/platform/foundation/Semaphore.h>
 #include <korvel/platform/foundation/Timer.h>
-#include <support/VirtualClock.h>
+#include <korvel/doubles/VirtualClock.h>
 #include <thread>
 #include <vector>
 
 namespace korvel::tests {
+
+using namespace doubles;
 namespace {
 
 using namespace platform;

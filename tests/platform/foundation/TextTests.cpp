@@ -4,13 +4,15 @@
 #include <korvel/platform/foundation/Bundle.h>
 #include <korvel/platform/foundation/DateFormatter.h>
 #include <korvel/platform/foundation/UTF8.h>
-#include <support/FakeLocale.h>
+#include <korvel/doubles/FakeLocale.h>
 #include <array>
 #include <cstdlib>
 #include <fstream>
 #include "support/TemporaryFolder.h"
 
 namespace korvel::tests {
+
+using namespace doubles;
 namespace {
 
 using namespace platform;

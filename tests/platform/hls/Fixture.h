@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support/VirtualClock.h"
+#include <korvel/doubles/VirtualClock.h>
 
 #include <korvel/platform/hls/Presentation.h>
 
@@ -19,6 +19,8 @@
 #include <vector>
 
 namespace korvel::tests {
+
+using namespace doubles;
 
 using namespace std::chrono_literals;
 

@@ -1,8 +1,8 @@
 #pragma once
 
+#include <korvel/doubles/Journal.h>
 #include "platform/hls/Fixture.h"
 #include "platform/hls/Streams.h"
-#include "support/Journal.h"
 
 #include <korvel/platform/avfoundation/AVAssetResourceLoader.h>
 
@@ -14,6 +14,8 @@
 #include <sstream>
 
 namespace korvel::tests {
+
+using namespace doubles;
 
 /// Takes whatever a presentation gives.
 class Recorder final : public platform::hls::SampleOutput,

@@ -1,7 +1,7 @@
 #pragma once
 
+#include <korvel/doubles/FakeKeychain.h>
 #include "support/ChildProcess.h"
-#include "support/FakeKeychain.h"
 #include "support/TemporaryFolder.h"
 
 #include <korvel/platform/backends/libsecret/KeychainLibsecret.h>
@@ -16,6 +16,8 @@
 #include <vector>
 
 namespace korvel::tests {
+
+using namespace doubles;
 
 /// A place that items are kept in. `open` gives a keychain on it, several at once if asked;
 /// `missing` says why this machine cannot have the place, or nothing.

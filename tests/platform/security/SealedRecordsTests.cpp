@@ -1,6 +1,7 @@
 #include "support/ChildProcess.h"
 #include "support/TemporaryFolder.h"
 
+#include <korvel/doubles/FakeSealedRecords.h>
 #include <korvel/platform/backends/sqlite/SealedRecordsSQLite.h>
 
 #include <gtest/gtest.h>
@@ -27,17 +28,28 @@ struct SealedRecordsTest : testing::Test {
 };
 
 TEST_F(SealedRecordsTest, TheOldestGoForTheSakeOfTheBoundsAndTheNewestStays) {
-    const auto records = open();
-    EXPECT_TRUE(records->all().empty());
-    EXPECT_FALSE(std::filesystem::exists(folder / "data")) << "looking leaves nothing behind";
-    for (const char* text : {"a", "b", "c"}) {
-        EXPECT_EQ(texts(records->add(platform::bytesOf(text), three)->crowdedOut), "");
+    const auto inMemory = std::make_shared<doubles::FakeSealedRecords>();
+    for (const auto& [records, later] :
+         {std::pair<std::shared_ptr<SealedRecords>, std::shared_ptr<SealedRecords>>{open(), open()},
+          {inMemory, inMemory}}) {
+        EXPECT_TRUE(records->all().empty());
+        EXPECT_FALSE(std::filesystem::exists(folder / "data")) << "looking leaves nothing behind";
+        for (const char* text : {"a", "b", "c"}) {
+            EXPECT_EQ(texts(records->add(platform::bytesOf(text), three)->crowdedOut), "");
+        }
+        auto last = records->add(platform::bytesOf("d"), three);
+        EXPECT_EQ(texts(last->crowdedOut), "a ");
+        EXPECT_EQ(later->claim(last->number), nullptr);
+        last->claim = nullptr;
+        EXPECT_NE(later->claim(last->number), nullptr);
+        EXPECT_EQ(texts(later->all()), "b c d ");
+        const auto large = records->add(platform::Data(20'000, 'x'), three);
+        EXPECT_EQ(texts(large->crowdedOut), "b c d ");
+        EXPECT_EQ(later->all().size(), 1u);
+        EXPECT_TRUE(later->remove(large->number));
+        EXPECT_EQ(later->claim(large->number), nullptr) << "it is gone";
+        std::filesystem::remove_all(folder / "data");
     }
-    EXPECT_EQ(texts(records->add(platform::bytesOf("d"), three)->crowdedOut), "a ");
-    EXPECT_EQ(texts(open()->all()), "b c d ");
-    const auto large = records->add(platform::Data(20'000, 'x'), three);
-    EXPECT_EQ(texts(large->crowdedOut), "b c d ");
-    EXPECT_EQ(open()->all().size(), 1u);
 }
 
 TEST_F(SealedRecordsTest, AClaimHoldsAgainstEverybodyUntilItsHolderIsGone) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support/VirtualClock.h"
+#include <korvel/doubles/VirtualClock.h>
 
 #include <gtest/gtest.h>
 #include <korvel/platform/uikit/Screen.h>
@@ -19,6 +19,8 @@ inline void PrintTo(const CGRect& rect, std::ostream* out) {
 }  // namespace korvel::platform
 
 namespace korvel::tests {
+
+using namespace doubles;
 
 using namespace platform;
 using namespace std::chrono_literals;

@@ -1,6 +1,6 @@
-#include "support/FakeURLSession.h"
+#include <korvel/doubles/FakeURLSession.h>
+#include <korvel/doubles/VirtualClock.h>
 #include "support/TemporaryFolder.h"
-#include "support/VirtualClock.h"
 
 #include <korvel/platform/backends/journal/LocalyticsJournal.h>
 
@@ -11,6 +11,8 @@
 #include <fstream>
 
 namespace korvel::tests {
+
+using namespace doubles;
 namespace {
 
 using namespace platform;

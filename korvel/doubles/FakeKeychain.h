@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support/Journal.h"
+#include <korvel/doubles/Journal.h>
 
 #include <korvel/platform/security/Keychain.h>
 
@@ -8,7 +8,7 @@
 #include <memory>
 #include <optional>
 
-namespace korvel::tests {
+namespace korvel::doubles {
 
 /// A keychain in memory. Passes the same contract suite as the real stores. Any thread.
 class FakeKeychain final : public platform::Keychain {
@@ -80,4 +80,4 @@ private:
     platform::OSStatus failure_ = platform::errSecSuccess;
 };
 
-}  // namespace korvel::tests
+}  // namespace korvel::doubles

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "support/Journal.h"
+#include <korvel/doubles/Journal.h>
 
 #include <korvel/platform/localytics/Localytics.h>
 
 #include <functional>
 #include <memory>
 
-namespace korvel::tests {
+namespace korvel::doubles {
 
 /// An analytics library that only writes down what it is told: "integrate KEY",
 /// "setLoggingEnabled false", "openSession", "setCustomerId 42",
@@ -47,4 +47,4 @@ private:
     const std::shared_ptr<Journal> journal_;
 };
 
-}  // namespace korvel::tests
+}  // namespace korvel::doubles

@@ -1,31 +1,30 @@
 #pragma once
 
-#include "support/FakeConsole.h"
-#include "support/FakeDiagnostics.h"
-#include "support/FakeKeychain.h"
-#include "support/FakeLocale.h"
-#include "support/FakeLocalytics.h"
-#include "support/FakeMediaEngine.h"
-#include "support/FakeURLSession.h"
-#include "support/TemporaryFolder.h"
-#include "support/VirtualClock.h"
-
+#include <korvel/doubles/FakeConsole.h>
+#include <korvel/doubles/FakeDiagnostics.h>
+#include <korvel/doubles/FakeKeychain.h>
+#include <korvel/doubles/FakeLocale.h>
+#include <korvel/doubles/FakeLocalytics.h>
+#include <korvel/doubles/FakeMediaEngine.h>
+#include <korvel/doubles/FakeSealedRecords.h>
+#include <korvel/doubles/FakeURLSession.h>
+#include <korvel/doubles/VirtualClock.h>
 #include <korvel/platform/Device.h>
-#include <korvel/platform/backends/sqlite/SealedRecordsSQLite.h>
 
-namespace korvel::tests {
+namespace korvel::doubles {
 
-/// A device made of fakes, but for the outbox: nothing happens but what the test says.
-struct TestDevice {
+/// A device made of doubles, for the tests of a host: no network, no files, no streams and no time
+/// but what the test says. Give `device()` to a `ContentClient`, or to `Device::install` before
+/// anything else of the SDK is used. `mainQueue` runs only when the test says so: `clock->settle`,
+/// `clock->advance`.
+struct FakeDevice {
     /// Console lines, keychain and analytics calls, in order.
     std::shared_ptr<Journal> journal = std::make_shared<Journal>();
     std::shared_ptr<VirtualClock> clock = std::make_shared<VirtualClock>();
     std::shared_ptr<FakeConsole> console = std::make_shared<FakeConsole>(journal);
     std::shared_ptr<FakeDiagnostics> diagnostics = std::make_shared<FakeDiagnostics>();
     std::shared_ptr<FakeKeychain> keychain = std::make_shared<FakeKeychain>(journal);
-    TemporaryFolder folder;
-    std::shared_ptr<platform::SealedRecords> outbox =
-        platform::makeSealedRecordsSQLite(folder / "outbox");
+    std::shared_ptr<platform::SealedRecords> outbox = std::make_shared<FakeSealedRecords>();
     std::shared_ptr<FakeLocale> locale = std::make_shared<FakeLocale>();
     std::shared_ptr<FakeLocalytics> localytics = std::make_shared<FakeLocalytics>(journal);
     std::shared_ptr<FakeURLSession> session = std::make_shared<FakeURLSession>();
@@ -58,4 +57,4 @@ struct TestDevice {
     }
 };
 
-}  // namespace korvel::tests
+}  // namespace korvel::doubles

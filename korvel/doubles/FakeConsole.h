@@ -1,12 +1,12 @@
 #pragma once
 
-#include "support/Journal.h"
+#include <korvel/doubles/Journal.h>
 
 #include <korvel/platform/foundation/Console.h>
 
 #include <memory>
 
-namespace korvel::tests {
+namespace korvel::doubles {
 
 /// Keeps the lines, in a journal of other fakes too. Any thread.
 class FakeConsole final : public platform::Console, public Journal {
@@ -23,4 +23,4 @@ private:
     const std::shared_ptr<Journal> common_;
 };
 
-}  // namespace korvel::tests
+}  // namespace korvel::doubles

@@ -5,7 +5,7 @@
 #include <atomic>
 #include <stdexcept>
 
-namespace korvel::tests {
+namespace korvel::doubles {
 
 /// A clock that stands still until a test moves it. Any thread.
 class VirtualClock final : public platform::Clock {
@@ -52,4 +52,4 @@ private:
     std::atomic<Duration::rep> elapsed_ = 0;
 };
 
-}  // namespace korvel::tests
+}  // namespace korvel::doubles

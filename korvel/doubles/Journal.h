@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-namespace korvel::tests {
+namespace korvel::doubles {
 
 /// Lines in the order in which they came. Any thread.
 class Journal {
@@ -39,4 +39,4 @@ private:
     std::vector<std::string> lines_;
 };
 
-}  // namespace korvel::tests
+}  // namespace korvel::doubles

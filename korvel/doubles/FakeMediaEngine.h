@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-namespace korvel::tests {
+namespace korvel::doubles {
 
 /// A media engine in which things happen when a test says so. What it reports arrives with the main
 /// queue's next drain. Positions move with the clock, at the rate that the player set.
@@ -151,4 +151,4 @@ private:
     const std::shared_ptr<const platform::Clock> clock_;
 };
 
-}  // namespace korvel::tests
+}  // namespace korvel::doubles

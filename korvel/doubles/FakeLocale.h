@@ -2,7 +2,7 @@
 
 #include <korvel/platform/foundation/Locale.h>
 
-namespace korvel::tests {
+namespace korvel::doubles {
 
 /// Says what the test set, before it hands the locale over.
 struct FakeLocale final : platform::Locale {
@@ -17,4 +17,4 @@ struct FakeLocale final : platform::Locale {
     std::string timeZone() const override { return chosenTimeZone; }
 };
 
-}  // namespace korvel::tests
+}  // namespace korvel::doubles

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace korvel::tests {
+namespace korvel::doubles {
 
 /// Counts exchanges. Any thread.
 struct FakeDiagnostics final : platform::Diagnostics {
@@ -28,4 +28,4 @@ struct FakeDiagnostics final : platform::Diagnostics {
     }
 };
 
-}  // namespace korvel::tests
+}  // namespace korvel::doubles

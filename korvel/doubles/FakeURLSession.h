@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-namespace korvel::tests {
+namespace korvel::doubles {
 
 /// A session that answers when told, on the thread that tells it. Requests may come from any
 /// thread; look at them when they have come.
@@ -97,4 +97,4 @@ private:
     std::deque<std::shared_ptr<CompletionHandler>> pending_;
 };
 
-}  // namespace korvel::tests
+}  // namespace korvel::doubles
