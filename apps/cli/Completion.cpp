@@ -9,7 +9,7 @@ namespace {
 
 using Option = Outline::Option;
 
-std::string joined(const std::vector<std::string>& texts, const char* separator = " ") {
+std::string spaced(const std::vector<std::string>& texts, const char* separator = " ") {
     std::string result;
     for (const auto& text : texts) result += (result.empty() ? "" : separator) + text;
     return result;
@@ -38,13 +38,13 @@ std::string optionNames(const Outline::Command& command) {
     for (const auto& option : command.options) {
         if (!option.isArgument) names.push_back(option.name());
     }
-    return joined(names);
+    return spaced(names);
 }
 
 std::string commandNames(const Outline& outline) {
     std::vector<std::string> names;
     for (const auto& command : outline.commands) names.push_back(command.name);
-    return joined(names);
+    return spaced(names);
 }
 
 /// `text(command, option)` of all options that take a value; those of every command come with "*".
@@ -66,7 +66,7 @@ std::string forValues(const Outline& outline,
 
 std::string bashValue(const std::string& command, const Option& option) {
     std::string what;
-    if (!option.choices().empty()) what = "-W '" + joined(option.choices()) + "'";
+    if (!option.choices().empty()) what = "-W '" + spaced(option.choices()) + "'";
     if (option.value == "FILE") what = "-f";
     if (option.value == "FOLDER") what = "-d";
     std::string text = "        " + command + "' " + option.name() + "') ";
@@ -117,7 +117,7 @@ _korvel() {
 
 std::string zshOption(const Option& option) {
     std::string action;
-    if (!option.choices().empty()) action = "(" + joined(option.choices()) + ")";
+    if (!option.choices().empty()) action = "(" + spaced(option.choices()) + ")";
     if (option.value == "FILE") action = "_files";
     if (option.value == "FOLDER") action = "_files -/";
     const auto described = escaped(option.description, "[]:\\");
@@ -173,7 +173,7 @@ std::string fishOption(const std::string& condition, const Option& option) {
         text += name.starts_with("--") ? " -l " + name.substr(2) : " -s " + name.substr(1);
     }
     if (!option.choices().empty()) {
-        text += " -x -a '" + joined(option.choices()) + "'";
+        text += " -x -a '" + spaced(option.choices()) + "'";
     } else if (option.value == "FILE") {
         text += " -r -F";
     } else if (option.value == "FOLDER") {

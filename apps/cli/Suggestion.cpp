@@ -9,7 +9,7 @@ namespace {
 
 /// How many letters are missing, too many, wrong, or swapped with their neighbour.
 std::size_t slips(const std::string& from, const std::string& to) {
-    std::vector<std::size_t> before;
+    std::vector<std::size_t> beforeLast;
     std::vector<std::size_t> last(to.size() + 1);
     std::iota(last.begin(), last.end(), 0U);
     for (std::size_t i = 1; i <= from.size(); ++i) {
@@ -19,9 +19,9 @@ std::size_t slips(const std::string& from, const std::string& to) {
             row.push_back(std::min({last[j] + 1, row[j - 1] + 1, last[j - 1] + wrong}));
             const bool swapped =
                 i > 1 && j > 1 && from[i - 1] == to[j - 2] && from[i - 2] == to[j - 1];
-            if (swapped) row[j] = std::min(row[j], before[j - 2] + 1);
+            if (swapped) row[j] = std::min(row[j], beforeLast[j - 2] + 1);
         }
-        before = std::move(last);
+        beforeLast = std::move(last);
         last = std::move(row);
     }
     return last.back();

@@ -9,7 +9,7 @@ namespace cli {
 
 namespace {
 constexpr std::string_view gap = "  ";
-constexpr std::size_t narrowestProse = 8;
+constexpr std::size_t narrowestColumn = 8;
 }  // namespace
 
 Table::Table(std::vector<Column> tableColumns) : columns_(std::move(tableColumns)) {}
@@ -45,7 +45,7 @@ std::vector<std::size_t> Table::widths(PageWidth page) const {
     while (total > *page) {  // the widest prose gives way, a column at a time
         std::size_t* widest = nullptr;
         for (std::size_t i = 0; i < columns_.size(); ++i) {
-            if (columns_[i].cells == Cells::prose && lengths[i] > narrowestProse &&
+            if (columns_[i].cells == Cells::prose && lengths[i] > narrowestColumn &&
                 (!widest || lengths[i] > *widest)) {
                 widest = &lengths[i];
             }
