@@ -22,8 +22,19 @@ using namespace std::chrono_literals;
 using service::Answer;
 using Reason = Failure::Reason;
 
-/// What one door tells: a reason, "value", or, of completions, "silence", "neither" or "error".
+/// What one door tells: a reason, "value", or, of completions, "silence", "neither" or the error.
 using Told = std::string;
+
+Told render(const NSError& error) {
+    Told text = error.domain + " " + std::to_string(error.code);
+    for (const auto& [name, value] : error.userInfo) {
+        text += " " + name + "=";
+        if (const auto* bytes = error.data(name)) text += platform::viewOf(*bytes);
+        if (const auto* words = error.text(name)) text += *words;
+        if (error.object(name)) text += "a record";
+    }
+    return text;
+}
 
 /// A completion of any kind. When its last copy is destroyed, it tells what it was told.
 class Completion {
@@ -34,7 +45,7 @@ public:
         const auto& error = std::get<sizeof...(results) - 1>(all);
         const bool hasValue = sizeof...(results) == 1 ? !error : static_cast<bool>(get<0>(all));
         EXPECT_EQ(state_->text, "silence") << "called twice";
-        state_->text = error ? "error" : hasValue ? "value" : "neither";
+        state_->text = error ? render(*error) : hasValue ? "value" : "neither";
     }
 
 private:
@@ -80,12 +91,14 @@ struct Fault {
     std::string name;
     Answer answer;
     Reason reason;
-    std::array<Told, 4> contract;  ///< of each kind
+    std::array<Told, 4> contract;  ///< of each kind; "error": by the answer
 };
 
 const std::array<Told, 4> silent{"silence", "silence", "silence", "silence"};
 const std::array<Told, 4> undecoded{"neither", "value", "value", "silence"};
 const std::array<Told, 4> rejected{"error", "error", "value", "silence"};
+
+const std::string tooLong((2 << 20) + 1, '[');
 
 const std::vector<Fault> faults{
     {"refused", {}, Reason::unreachable, silent},
@@ -102,10 +115,14 @@ const std::vector<Fault> faults{
     {"401", {.status = 401, .body = "who?"}, Reason::loggedOut, rejected},
     {"403", {.status = 403, .body = "no"}, Reason::refused, rejected},
     {"404", {.status = 404, .body = ""}, Reason::notFound, rejected},
-    {"500", {.status = 500, .body = "\xff"}, Reason::refused, rejected},
+    {"500", {.status = 500, .body = "\xff\xfe junk"}, Reason::refused, rejected},
+    {"too long a refusal", {.status = 404, .body = tooLong}, Reason::notFound, rejected},
     {"601", {.status = 601, .body = consentJSON("c")}, Reason::consentRequired, rejected},
     {"not JSON", {.status = 200, .body = "<html>"}, Reason::notUnderstood, undecoded},
     {"wrong record", {.status = 201, .body = "17"}, Reason::notUnderstood, undecoded},
+    {"truncated", {.status = 200, .body = R"([{"tag":"c)"}, Reason::notUnderstood, undecoded},
+    {"empty", {.status = 200, .body = ""}, Reason::notUnderstood, undecoded},
+    {"too long", {.status = 200, .body = tooLong}, Reason::notUnderstood, undecoded},
 };
 
 /// Both doors on the real transport against the real service; deadlines by a clock that stands
@@ -204,17 +221,38 @@ protected:
 
     Told askByContract(const Endpoint& endpoint, Fault fault) {
         if (fault.answer.drip) fault.answer.drip->every = 1ms;  // it waits as long as it drips
-        const auto manager = std::make_shared<KCSDKNetworkManager>(device());
-        manager->setSdkConfig(config);
+        const auto manager = makeManager();
         arrange(fault);
+        fake.console->takeLines();
+        return askByContract(endpoint, *manager);
+    }
+    std::shared_ptr<KCSDKNetworkManager> makeManager() const {
+        auto manager = std::make_shared<KCSDKNetworkManager>(device());
+        manager->setSdkConfig(config);
+        return manager;
+    }
+    Told askByContract(const Endpoint& endpoint, KCSDKNetworkManager& manager, bool sent = true) {
         std::future<Told> told;
         {
             Completion completion;
             told = completion.told();
-            endpoint.askByContract(*manager, completion);
+            endpoint.askByContract(manager, completion);
         }
         fake.clock->advance(*fake.mainQueue, 500ms);
+        if (endpoint.kind == Shape::untold && sent) {
+            EXPECT_TRUE(fake.console->waitForLines(2)) << "the record, then the end";
+        }
         return soon(std::move(told));
+    }
+
+    /// Of the contract's door, as the answer has it.
+    static Told rejection(const Answer& answer, const Endpoint& endpoint) {
+        const auto body = answer.body == tooLong ? "" : answer.body.value();
+        const bool isText = !body.starts_with("\xff");
+        if (answer.status == 601 && endpoint.name == "perform") return "SDK 601 consent=a record";
+        return render({"SDK",
+                       answer.status.value(),
+                       {{"message", isText ? body : "na"}, {"data", platform::bytesOf(body)}}});
     }
 };
 
@@ -233,10 +271,47 @@ TEST_F(Matrix, EveryFaultOfEveryEndpointEndsOnceWithItsReasonBesideTheContractsD
             const bool accepted = reason == Reason::notUnderstood && !means;
             EXPECT_EQ(askClient(endpoint, fault),
                       std::vector<Told>{accepted ? "value" : std::string(nameOf(reason))});
-            if (fault.answer.hold || endpoint.kind == Shape::untold) continue;
+            if (fault.answer.hold) continue;
+            const auto told = fault.contract.at(static_cast<std::size_t>(endpoint.kind));
             EXPECT_EQ(askByContract(endpoint, fault),
-                      fault.contract.at(static_cast<std::size_t>(endpoint.kind)));
+                      told == "error" ? rejection(fault.answer, endpoint) : told);
+            const auto lines = fake.console->takeLines();
+            ASSERT_EQ(lines.size(),
+                      endpoint.name == "filter" || endpoint.name == "tracking" ? 2 : 1)
+                << "two print what they send";
+            EXPECT_EQ(lines.back(), told == fault.contract.back() && fault.contract == silent
+                                        ? "error"
+                                        : "statusCode: " + std::to_string(*fault.answer.status));
         }
+    }
+}
+
+TEST_F(Matrix, AnUnusableBaseURLIsRejectedAtOnceAndLeavesNoTrace) {
+    for (const auto* base : {"", "not a url", "foo", "https://h/\u00FC", "https://h/%zz"}) {
+        config->baseURL = base;
+        for (const auto& endpoint : endpoints) {
+            EXPECT_EQ(askByContract(endpoint, *makeManager(), false),
+                      endpoint.kind == Shape::untold ? "silence" : render({"", 0, {}}))
+                << endpoint.name << " at " << base;
+        }
+    }
+    EXPECT_TRUE(service.requests().empty());
+    EXPECT_TRUE(fake.events().empty());
+    EXPECT_TRUE(fake.console->lines().empty());
+    EXPECT_EQ(KCSDKNetworkManager(fake.device()).sdkConfig()->baseURL, "") << "until it is set";
+}
+
+TEST_F(Matrix, RequestsThatMustNotRepeatReachTheServiceOnceWhenTheConnectionDies) {
+    const auto manager = makeManager();
+    for (const auto& endpoint : endpoints) {
+        if (endpoint.kind == Shape::record && endpoint.name != "filter") continue;
+        askByContract(endpoints.at(1), *manager);  // leaves a connection behind
+        service.forgetRequests();
+        fake.console->takeLines();
+        service.script({.cutOffAfter = 0});
+        EXPECT_EQ(askByContract(endpoint, *manager), "silence") << endpoint.name;
+        EXPECT_EQ(fake.console->lines().back(), "error");
+        EXPECT_EQ(service.requests().size(), 1u);
     }
 }
 
