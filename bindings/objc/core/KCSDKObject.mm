@@ -22,6 +22,16 @@ Shard& shardOf(const void* core) {
 
 @implementation KCSDKObject
 
+// Objects are born with zeroes, which are a null pointer to its destructor, too.
+using Core = std::shared_ptr<korvel::platform::Object>;
+
+static Core* coreOf(KCSDKObject* object) { return reinterpret_cast<Core*>(&object->_core); }
+
+static void takeCore(KCSDKObject* object, Core core) {
+    static_assert(sizeof(Core) == sizeof object->_core);
+    std::construct_at(coreOf(object), std::move(core));
+}
+
 - (instancetype)init {
     kc::noInit(self);
 }
@@ -32,7 +42,7 @@ Shard& shardOf(const void* core) {
 - (instancetype)initWithCore:(std::shared_ptr<korvel::platform::Object>)core {
     if (!(self = [super init])) return nil;
     const void* key = core.get();
-    _core = new std::shared_ptr<korvel::platform::Object>(std::move(core));
+    takeCore(self, std::move(core));
     Shard& shard = shardOf(key);
     std::unique_lock lock(shard.mutex);
     const auto [entry, first] = shard.objects.emplace(key, self);
@@ -43,12 +53,8 @@ Shard& shardOf(const void* core) {
     return other;
 }
 
-static std::shared_ptr<korvel::platform::Object>* coreOf(KCSDKObject* object) {
-    return static_cast<std::shared_ptr<korvel::platform::Object>*>(object->_core);
-}
-
 - (void)dealloc {
-    delete coreOf(self);
+    std::destroy_at(coreOf(self));
     [super dealloc];
 }
 
@@ -65,7 +71,7 @@ static std::shared_ptr<korvel::platform::Object>* coreOf(KCSDKObject* object) {
             return;
         }
     }
-    if (_core) {
+    if (*coreOf(self)) {
         const void* key = coreOf(self)->get();
         Shard& shard = shardOf(key);
         const std::lock_guard lock(shard.mutex);
@@ -98,13 +104,19 @@ const std::shared_ptr<Object>& core(KCSDKObject* object) { return *coreOf(object
 
 id wrap(Class cls, std::shared_ptr<Object> core) {
     if (!core) return nil;
+    Shard& shard = shardOf(core.get());
+    KCSDKObject* object = nil;
     {
-        Shard& shard = shardOf(core.get());
         const std::lock_guard lock(shard.mutex);
-        const auto found = shard.objects.find(core.get());
-        if (found != shard.objects.end()) return [[found->second retain] autorelease];
+        KCSDKObject*& known = shard.objects[core.get()];
+        if (known) {
+            object = [known retain];
+        } else {
+            known = object = [cls alloc];  // what `init` would do besides is nothing
+            takeCore(object, std::move(core));
+        }
     }
-    return [[[cls alloc] initWithCore:std::move(core)] autorelease];
+    return [object autorelease];
 }
 
 namespace {

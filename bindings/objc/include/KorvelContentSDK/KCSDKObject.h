@@ -19,7 +19,7 @@ NS_ASSUME_NONNULL_BEGIN
 KORVEL_OBJC_API
 @interface KCSDKObject : NSObject <NSCopying> {
 @private  // where instance variables are fragile a subclass adds none, so this never changes
-    void* _core;
+    void* _core[2];
     int _references;
 }
 - (instancetype)init KCSDK_NO_INIT;
