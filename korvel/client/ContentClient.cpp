@@ -69,7 +69,8 @@ std::shared_ptr<KCSDKNetworkManager> managerOn(Device device, std::shared_ptr<KC
 ContentClient::ContentClient(ClientOptions options)
     : options_(std::move(options)),
       surroundings_(surroundingsOn(Device::current(), options_)),
-      outbox_(outboxOn(Device::current(), options_, surroundings_)) {}
+      outbox_(outboxOn(Device::current(), options_, surroundings_)),
+      servers_(std::make_shared<KnownServers>()) {}
 
 ContentClient::ContentClient(std::shared_ptr<KCSDKConfig> config, ClientOptions options)
     : ContentClient(Device::current(), std::move(config), std::move(options)) {}
@@ -79,7 +80,8 @@ ContentClient::ContentClient(const Device& device, std::shared_ptr<KCSDKConfig> 
     : options_(std::move(options)),
       manager_(managerOn(device, std::move(config))),
       surroundings_(surroundingsOn(device, options_)),
-      outbox_(outboxOn(device, options_, surroundings_)) {}
+      outbox_(outboxOn(device, options_, surroundings_)),
+      servers_(std::make_shared<KnownServers>()) {}
 
 ContentClient::~ContentClient() = default;
 
@@ -120,7 +122,9 @@ namespace {
 /// On the main queue.
 void startPlaying(const std::shared_ptr<KCSDKOndemandClass>& ondemandClass,
                   const PlayOptions& options, const std::shared_ptr<KCSDKNetworkManager>& manager,
-                  const std::shared_ptr<Outbox>& outbox, const std::shared_ptr<Conduct>& conduct,
+                  const std::shared_ptr<Outbox>& outbox,
+                  const std::shared_ptr<KnownServers>& servers,
+                  const std::shared_ptr<Conduct>& conduct,
                   OutcomeHandler<std::shared_ptr<Playback>> done) {
     const auto& device = Device::current();
     const auto builder = KCSDKVideoViewBuilder::create(ondemandClass);
@@ -132,7 +136,7 @@ void startPlaying(const std::shared_ptr<KCSDKOndemandClass>& ondemandClass,
     direction.conduct = conduct;
     direction.endsWithoutStream = true;
     direction.answered = [watch] { watch->performed(); };
-    if (options.prefetch) direction.tokens = std::make_shared<TokenPrefetch>(device.clock);
+    if (options.prefetch) direction.tokens = std::make_shared<TokenPrefetch>(device.clock, servers);
     const auto tokens = direction.tokens;
     direction.done = [watch, done = std::move(done)](
                          const Outcome<std::shared_ptr<KCSDKPlayerEvents>>& started) {
@@ -151,7 +155,9 @@ void startPlaying(const std::shared_ptr<KCSDKOndemandClass>& ondemandClass,
         manager->operations().record(*request, told);
     };
     builder->start(options.in, options.overlay, std::move(direction));
-    if (tokens) tokens->begin(manager->operations());
+    if (!tokens) return;
+    tokens->begin(manager->operations());
+    servers->prepare(device);
 }
 
 }  // namespace
@@ -161,9 +167,9 @@ ContentClient::PendingRecord<Playback> ContentClient::play(
     return beginOn<std::shared_ptr<Playback>>([&](const auto& manager, auto done, auto& conduct) {
         if (!ondemandClass) return done(Failure{.reason = Failure::Reason::missingArgument});
         surroundings_->mainQueue->async([ondemandClass, options = std::move(options), manager,
-                                         outbox = outbox_, conduct, done] {
+                                         outbox = outbox_, servers = servers_, conduct, done] {
             if (conduct->isOver()) return;
-            startPlaying(ondemandClass, options, manager, outbox, conduct, done);
+            startPlaying(ondemandClass, options, manager, outbox, servers, conduct, done);
         });
     });
 }

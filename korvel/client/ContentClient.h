@@ -29,6 +29,7 @@ class KCSDKOndemandMetaData;
 class KCSDKOndemandSearchResult;
 class KCSDKUser;
 class KCSDKUserSubscriptionRequest;
+class KnownServers;
 class Outbox;
 class Playback;
 struct ClientSurroundings;
@@ -118,6 +119,7 @@ private:
     const std::shared_ptr<KCSDKNetworkManager> manager_;  ///< null: that of `KCSDK`
     const std::shared_ptr<const ClientSurroundings> surroundings_;
     const std::shared_ptr<Outbox> outbox_;  ///< null: off
+    const std::shared_ptr<KnownServers> servers_;
 };
 
 }  // namespace korvel

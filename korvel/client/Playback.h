@@ -26,7 +26,8 @@ struct PlayOptions {
     std::function<void(KCSDKVideoViewBuilder&)> look = {};  ///< main queue, before the start
     std::shared_ptr<KCSDKPlayerEventsListner> listener = {};
     /// Asks for the content token together with the class, and for keys as soon as a playlist names
-    /// them: a protected class starts sooner, at the price of a token that another may not need.
+    /// them, and opens connections to where the client's last class came from: a protected class
+    /// starts sooner, at the price of a token and of connections that another may not need.
     bool prefetch = false;
     /// A stream that brings nothing for so long, at the start or while it is to play, has failed.
     platform::Clock::Duration stallLimit = std::chrono::seconds(30);

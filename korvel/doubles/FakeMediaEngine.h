@@ -82,6 +82,10 @@ public:
         : clock_(std::move(clock)) {}
 
     std::vector<std::shared_ptr<Stream>> streams;  ///< every one ever opened, oldest first
+    std::vector<std::string> prepared;             ///< hints; "" without an address
+    void prepare(const std::optional<platform::URL>& url) override {
+        prepared.push_back(url ? url->absoluteString() : "");
+    }
 
     Stream& last() const {
         if (streams.empty()) throw std::logic_error("no stream was opened");

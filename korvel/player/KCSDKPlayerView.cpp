@@ -11,6 +11,7 @@
 #include <korvel/player/KCSDKPlayerViewModel.h>
 #include <korvel/player/KeyLoading.h>
 #include <korvel/player/PlayerStoryboard.h>
+#include <korvel/player/TokenPrefetch.h>
 #include <korvel/player/ViewPinning.h>
 
 #include <cmath>
@@ -102,10 +103,12 @@ void KCSDKPlayerView::setViewModel(std::shared_ptr<KCSDKPlayerViewModel> viewMod
 // loading
 
 void KCSDKPlayerView::loadVideo(const URL& url) {
+    if (tokenPrefetch_) tokenPrefetch_->servers().noteStream(url);
     attachPlayerItem(platform::make<AVPlayerItem>(url));
 }
 
 void KCSDKPlayerView::loadProtectedVideo(const URL& url) {
+    if (tokenPrefetch_) tokenPrefetch_->servers().noteStream(url);
     const auto asset = std::make_shared<AVURLAsset>(withManifestSuffix(url));
     if (!keyWaiting_) keyWaiting_ = std::make_shared<KeyWaiting>();
     keyLoading_ =

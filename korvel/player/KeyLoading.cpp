@@ -222,6 +222,7 @@ std::shared_ptr<KeyLoading::Exchange> KeyLoading::begin(
 
 void KeyLoading::requestToken(const std::shared_ptr<Exchange>& exchange) const {
     device_.urlSession->connect(exchange->keyServer);  // while the token is on its way
+    if (prefetch_) prefetch_->servers().noteKey(exchange->keyServer);
     if (const auto present = player_.lock()) {
         present->note(&KeyProgress::tokenAsked,
                       prefetch_ ? prefetch_->asked() : device_.clock->now());

@@ -7,8 +7,9 @@
 
 namespace korvel {
 
-TokenPrefetch::TokenPrefetch(std::shared_ptr<const platform::Clock> clock)
-    : clock_(std::move(clock)) {}
+TokenPrefetch::TokenPrefetch(std::shared_ptr<const platform::Clock> clock,
+                             std::shared_ptr<KnownServers> servers)
+    : clock_(std::move(clock)), servers_(std::move(servers)) {}
 
 void TokenPrefetch::begin(const ServiceOperations& service) {
     {

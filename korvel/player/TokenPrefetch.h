@@ -2,6 +2,7 @@
 
 #include <korvel/network/Outcome.h>
 #include <korvel/platform/foundation/Clock.h>
+#include <korvel/player/KnownServers.h>
 
 #include <memory>
 #include <mutex>
@@ -18,8 +19,12 @@ class TokenPrefetch : public std::enable_shared_from_this<TokenPrefetch> {
 public:
     using Token = std::shared_ptr<KCSDKOndemandContentToken>;
 
-    explicit TokenPrefetch(std::shared_ptr<const platform::Clock> clock);
+    TokenPrefetch(std::shared_ptr<const platform::Clock> clock,
+                  std::shared_ptr<KnownServers> servers);
     void begin(const ServiceOperations& service);
+
+    /// Learns where this class's stream and keys come from.
+    KnownServers& servers() const { return *servers_; }
 
     platform::Clock::Instant asked() const;
     /// Hands the token to `done` once it is there. False if it has been taken, or if none was to be
@@ -30,6 +35,7 @@ private:
     void came(Outcome<Token> outcome);
 
     const std::shared_ptr<const platform::Clock> clock_;
+    const std::shared_ptr<KnownServers> servers_;
     mutable std::mutex mutex_;
     platform::Clock::Instant asked_{};
     bool isTaken_ = false;

@@ -248,6 +248,13 @@ TEST_F(PlaybackTest, PrefetchAsksForTheTokenWithTheClassAndTheTimelineSaysWhen) 
     EXPECT_EQ(steps.keyRequested, began + 120ms);
     EXPECT_EQ(steps.key, std::nullopt);
     EXPECT_EQ(steps.picture, std::nullopt);
+    EXPECT_EQ(fake.media->prepared, std::vector<std::string>{""}) << "no server is known yet";
+    const auto next = client->play(decoded<KCSDKOndemandClass>(classJSON("asked")),
+                                   {.in = place, .prefetch = true});
+    run();
+    EXPECT_EQ(fake.media->prepared.back(), "https://s/manifest") << "where the last class was";
+    const std::vector<std::string> keyServer(2, "https://keys.test/key?kid=k1");
+    EXPECT_EQ(fake.session->connected, keyServer);
 }
 
 }  // namespace

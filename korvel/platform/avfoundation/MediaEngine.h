@@ -67,6 +67,9 @@ public:
                                                 std::shared_ptr<AVAssetResourceLoader> keys,
                                                 std::shared_ptr<MediaEvents> events,
                                                 std::vector<std::string> languages) = 0;
+    /// A hint that a stream will be opened soon, probably of the server of `url`: gets ready what
+    /// takes time. Returns at once. Any thread. Here it does nothing.
+    virtual void prepare(const std::optional<URL>& url);
 };
 
 }  // namespace korvel::platform

@@ -34,6 +34,9 @@ public:
     /// Nothing is sent before the stream is asked. The time-out counts while somebody waits. A GET,
     /// whatever the request says.
     virtual std::shared_ptr<ResponseStream> open(URLRequest request) = 0;
+    /// A hint that `url` will be opened soon: opens a connection for it, which is closed if nobody
+    /// comes; who comes before it stands waits for it. Returns at once. Here it does nothing.
+    virtual void connect(const URL& url);
 };
 
 }  // namespace korvel::platform

@@ -7,6 +7,7 @@ URLSession::~URLSession() = default;
 URLSessionTask::~URLSessionTask() = default;
 ResponseStream::~ResponseStream() = default;
 StreamLoader::~StreamLoader() = default;
+void StreamLoader::connect(const URL&) {}
 
 bool Exchange::isTooLong() const {
     return error && response && error->domain == urlErrorDomain &&

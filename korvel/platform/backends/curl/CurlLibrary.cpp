@@ -157,6 +157,20 @@ void setConnectionOptions(CURL* easy, const CurlSettings& settings,
     }
 }
 
+/// From here on the transfer counts as one that wanted no more than a connection, and ends; the
+/// connection, not having been made as such a one's, which are the application's own, goes to the
+/// others. Should the library think otherwise one day, the next request opens one as any does.
+void endWhenConnected(CURL* easy) {
+    const curl_prereq_callback connected = [](void* self, char*, char*, int, int) {
+        const bool ends = curl_easy_setopt(self, CURLOPT_CONNECT_ONLY, 1L) == CURLE_OK;
+        return ends ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
+    };
+    curl_easy_setopt(easy, CURLOPT_PREREQFUNCTION, connected);
+    curl_easy_setopt(easy, CURLOPT_PREREQDATA, easy);
+}
+
+void keepConnection(CURL* easy) { curl_easy_setopt(easy, CURLOPT_CONNECT_ONLY, 0L); }
+
 NSError transferError(CURLcode result, const char* text) {
     // What the library calls so is a line of a head that is longer than it takes.
     if (result == CURLE_OUT_OF_MEMORY) text = "The answer's head is too long";

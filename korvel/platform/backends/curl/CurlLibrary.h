@@ -67,6 +67,17 @@ std::string systemAuthorities();
 void setConnectionOptions(CURL* easy, const CurlSettings& settings,
                           std::chrono::milliseconds timeout);
 
+// Of connections that are opened ahead of their request: how long one may take to open, as whoever
+// waits for a slower one would do better to try for itself, and how long it then waits to be used.
+inline constexpr std::chrono::seconds longestOpening{10};
+inline constexpr std::chrono::seconds longestUnused{15};
+
+/// Ends the transfer as soon as its connection stands, before anything is said. The connection
+/// stays with the multi handle for the next one, if `keepConnection` is called before the transfer
+/// is taken out of it.
+void endWhenConnected(CURL* easy);
+void keepConnection(CURL* easy);
+
 /// What a transfer that ended with `result` failed of; `text` is the library's own, which may be
 /// empty.
 NSError transferError(CURLcode result, const char* text);

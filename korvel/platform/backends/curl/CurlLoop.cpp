@@ -318,7 +318,7 @@ void CurlLoop::endStalled() {
 }
 
 CurlLoop::Transfer CurlLoop::remove(CURL* easy) {
-    inFlight_.at(easy)->leave();
+    keepConnection(easy);
     curl_multi_remove_handle(multi_, easy);
     auto transfer = std::move(inFlight_.extract(easy).mapped());
     turns_.leave(*transfer);

@@ -53,9 +53,7 @@ CurlTransfer::CurlTransfer(URLRequest request, URLSession::CompletionHandler com
       completionHandler_(std::move(completionHandler)) {}
 
 CurlTransfer::CurlTransfer(const URL& connectTo) : CurlTransfer(URLRequest(connectTo), nullptr) {
-    // Whoever waits for a slower one would do better to try for itself.
-    constexpr std::chrono::seconds patience{10};
-    request_.timeoutInterval = patience;
+    request_.timeoutInterval = longestOpening;
     isConnection_ = true;
 }
 
@@ -95,8 +93,7 @@ CURL* CurlTransfer::start(const CurlSettings& settings, Clock::time_point now) {
 /// likewise, so that none that carried a request is ever among these.
 void CurlTransfer::takeOwnConnection(const CurlSettings& settings) {
     if (isConnection_) {
-        curl_easy_setopt(easy_.get(), CURLOPT_PREREQFUNCTION, &CurlTransfer::connected);
-        curl_easy_setopt(easy_.get(), CURLOPT_PREREQDATA, easy_.get());
+        endWhenConnected(easy_.get());
         return;
     }
     if (request_.mayRepeat) {
@@ -109,20 +106,6 @@ void CurlTransfer::takeOwnConnection(const CurlSettings& settings) {
     curl_easy_setopt(easy_.get(), CURLOPT_FRESH_CONNECT, 1L);
     const bool isOnlyOne = settings.events && settings.events->sockets() == 0;
     curl_easy_setopt(easy_.get(), CURLOPT_FORBID_REUSE, isOnlyOne ? 0L : 1L);
-}
-
-/// The connection stands and nothing has been said. From here on the transfer counts as one that
-/// wanted no more than that, and ends; the connection, not having been made as such a one's, which
-/// are the application's own, goes to the others. Should the library think otherwise one day, the
-/// next request opens a connection as any does.
-int CurlTransfer::connected(void* easy, char*, char*, int, int) {
-    const bool ends = curl_easy_setopt(easy, CURLOPT_CONNECT_ONLY, 1L) == CURLE_OK;
-    return ends ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
-}
-
-/// A connection that only its own transfer may use is closed when that is taken out.
-void CurlTransfer::leave() {
-    if (isConnection_) curl_easy_setopt(easy_.get(), CURLOPT_CONNECT_ONLY, 0L);
 }
 
 void CurlTransfer::setRequestOptions() {

@@ -36,9 +36,6 @@ public:
     /// the exchange has failed.
     CURL* start(const CurlSettings& settings, Clock::time_point now);
 
-    /// To be called before the handle is taken out of its multi handle.
-    void leave();
-
     /// Takes in what the hop came to. True if another one follows. The handle is in no multi handle
     /// any more, and is gone afterwards.
     bool finish(CURLcode result);
@@ -71,7 +68,6 @@ private:
     };
 
     void takeOwnConnection(const CurlSettings& settings);
-    static int connected(void* easy, char*, char*, int, int);
     static std::size_t receive(char* bytes, std::size_t one, std::size_t count, void* self);
     NSError tooLong() const;
     bool append(const char* bytes, std::size_t count);

@@ -1,7 +1,9 @@
 #include <korvel/platform/backends/curl/AnswerHead.h>
 #include <korvel/platform/backends/curl/CurlLibrary.h>
 #include <korvel/platform/backends/curl/Redirection.h>
+#include <korvel/platform/backends/curl/StreamConnections.h>
 #include <korvel/platform/backends/curl/StreamLoaderCurl.h>
+#include <korvel/platform/foundation/DispatchQueue.h>
 
 #include <algorithm>
 #include <array>
@@ -15,107 +17,29 @@ namespace korvel::platform {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using Connections = StreamConnections;
+using Multi = Connections::Multi;
+using Easy = Connections::Easy;
 
 /// More than that is not fetched before somebody wants it.
 constexpr std::size_t largestChunk = 256 << 10;
-constexpr std::size_t mostIdle = 6;
 constexpr std::size_t largestSkipped = 256 << 10;
 /// Taken from the network at once. What a packed body holds may be a thousand times that, all of
 /// which is kept when it is not wanted yet.
 constexpr long largestRead = 32 << 10;
 
-struct CleanUp {
-    void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
-    void operator()(curl_slist* list) const { curl_slist_free_all(list); }
-};
-struct ShareCleanUp {
-    void operator()(CURLSH* share) const { curl_share_cleanup(share); }
-};
-struct MultiCleanUp {
-    void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
-};
-using Easy = std::unique_ptr<CURL, CleanUp>;
-using Multi = std::unique_ptr<CURLM, MultiCleanUp>;
-
-/// The connections of streams that have ended, for those to come: one handle has them, and is used
-/// by one stream at a time.
-class Connections final : public CurlUser, public std::enable_shared_from_this<Connections> {
-public:
-    explicit Connections(CurlSettings common) : settings(std::move(common)) {
-        curl_share_setopt(cookies_.get(), CURLSHOPT_USERDATA, this);
-        curl_share_setopt(cookies_.get(), CURLSHOPT_LOCKFUNC, lockCookies);
-        curl_share_setopt(cookies_.get(), CURLSHOPT_UNLOCKFUNC, unlockCookies);
-        curl_share_setopt(cookies_.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_COOKIE);
-    }
-    ~Connections() override {
-        if (process_.isThis()) return;
-        for (Multi& multi : idle_) (void)multi.release();
-        (void)cookies_.release();
-    }
-    /// What servers set with a playlist they want to see with its segments.
-    CURLSH* cookies() const { return cookies_.get(); }
-    Multi take() {
-        {
-            const std::lock_guard lock(mutex_);
-            if (!idle_.empty()) {
-                Multi last = std::move(idle_.back());
-                idle_.pop_back();
-                return last;
-            }
-        }
-        Multi multi(curl_multi_init());
-        curl_multi_setopt(multi.get(), CURLMOPT_MAXCONNECTS, 4L);
-        return multi;
-    }
-    /// Ends the transfer. At the end of the process a stream may be on its way here, unseen by
-    /// whoever stops the streams.
-    void give(Easy easy, Multi multi) {
-        const std::lock_guard lock(mutex_);
-        if (stopped_) {
-            (void)easy.release();
-            (void)multi.release();
-            return;
-        }
-        curl_multi_remove_handle(multi.get(), easy.get());
-        easy.reset();
-        if (idle_.size() < mostIdle) idle_.push_back(std::move(multi));
-    }
-    void stop() override {
-        if (!process_.isThis()) return;
-        const std::lock_guard lock(mutex_);
-        stopped_ = true;
-        idle_.clear();
-    }
-
-    const CurlSettings settings;
-
-private:
-    static void lockCookies(CURL*, curl_lock_data, curl_lock_access, void* self) {
-        static_cast<Connections*>(self)->cookiesInUse_.lock();
-    }
-    static void unlockCookies(CURL*, curl_lock_data, void* self) {
-        static_cast<Connections*>(self)->cookiesInUse_.unlock();
-    }
-
-    const OwnProcess process_;
-    std::mutex cookiesInUse_;
-    std::unique_ptr<CURLSH, ShareCleanUp> cookies_{curl_share_init()};
-    std::mutex mutex_;
-    std::vector<Multi> idle_;
-    bool stopped_ = false;
-};
-
 class StreamCurl final : public ResponseStream, public CurlUser {
 public:
-    StreamCurl(std::shared_ptr<Connections> connections, URLRequest request)
-        : connections_(std::move(connections)), request_(std::move(request)) {}
+    /// `connects`: wants no more than a connection.
+    StreamCurl(std::shared_ptr<Connections> connections, URLRequest request, bool connects = false)
+        : connections_(std::move(connections)), connects_(connects), request_(std::move(request)) {}
 
     ~StreamCurl() override {
         if (!process_.isThis()) {
             (void)easy_.release();
-            (void)multi_.release();
+            (void)multi_.handle.release();
         }
-        if (easy_) connections_->give(std::move(easy_), std::move(multi_));
+        if (easy_) connections_->give(std::move(easy_), std::move(multi_), connects_);
     }
 
     std::variant<HTTPURLResponse, NSError> response() override {
@@ -141,8 +65,9 @@ public:
 
     void cancel() override {
         cancelled_ = true;
+        connections_->wake();
         const std::lock_guard lock(handle_);
-        if (multi_) curl_multi_wakeup(multi_.get());
+        if (multi_.handle) curl_multi_wakeup(multi_.handle.get());
     }
 
     void stop() override {
@@ -151,10 +76,10 @@ public:
         const std::lock_guard lock(use_);
         end(makeURLError(URLErrorCode::unknown, "Cancelled"));
         if (!easy_) return;
-        curl_multi_remove_handle(multi_.get(), easy_.get());
+        curl_multi_remove_handle(multi_.handle.get(), easy_.get());
         easy_.reset();
         const std::lock_guard handle(handle_);
-        multi_.reset();
+        multi_.handle.reset();
     }
 
 private:
@@ -182,14 +107,17 @@ private:
         if (!isWebAddress(request_.url)) {
             return end(makeURLError(URLErrorCode::unsupportedURL, "Not an http or https address"));
         }
-        if (!multi_) {
+        if (!multi_.handle) {
+            auto multi =
+                connects_ ? Connections::make() : connections_->take(service(), cancelled_);
             const std::lock_guard lock(handle_);
-            multi_ = connections_->take();
+            multi_ = std::move(multi);
         }
+        multi_.serve(service());
         easy_.reset(curl_easy_init());
         setConnectionOptions(easy_.get(), connections_->settings, request_.timeoutInterval);
         setRequestOptions();
-        curl_multi_add_handle(multi_.get(), easy_.get());
+        curl_multi_add_handle(multi_.handle.get(), easy_.get());
     }
 
     void setRequestOptions() {
@@ -198,6 +126,8 @@ private:
         curl_easy_setopt(easy, CURLOPT_PATH_AS_IS, 1L);
         curl_easy_setopt(easy, CURLOPT_SHARE, connections_->cookies());
         curl_easy_setopt(easy, CURLOPT_COOKIEFILE, "");
+        curl_easy_setopt(easy, CURLOPT_PIPEWAIT, 0L);  // there is nobody to share with
+        if (connects_) endWhenConnected(easy);
         curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, largestRead);
         curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, errorText_.data());
         curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &StreamCurl::receive);
@@ -226,9 +156,9 @@ private:
         if (ended_) return;
         if (cancelled_) return end(makeURLError(URLErrorCode::unknown, "Cancelled"));
         int running = 0;
-        curl_multi_perform(multi_.get(), &running);
+        curl_multi_perform(multi_.handle.get(), &running);
         int left = 0;
-        if (const CURLMsg* message = curl_multi_info_read(multi_.get(), &left))
+        if (const CURLMsg* message = curl_multi_info_read(multi_.handle.get(), &left))
             return finish(message->data.result);
         if (!chunk_.empty()) return;
         if (std::exchange(headBytes_, head_.bytes()) != head_.bytes()) lastMoved_ = Clock::now();
@@ -237,7 +167,8 @@ private:
             return end(makeURLError(URLErrorCode::timedOut, "Nothing came for too long"));
         const auto patience =
             std::chrono::ceil<std::chrono::milliseconds>(request_.timeoutInterval - idle);
-        curl_multi_poll(multi_.get(), nullptr, 0, static_cast<int>(patience.count()), nullptr);
+        curl_multi_poll(multi_.handle.get(), nullptr, 0, static_cast<int>(patience.count()),
+                        nullptr);
     }
 
     void finish(CURLcode result) {
@@ -264,6 +195,8 @@ private:
                *location->value;
     }
 
+    std::string service() const { return serviceOf(request_.url); }
+
     std::optional<std::string> redirectedTo() const {
         char* location = nullptr;
         curl_easy_getinfo(easy_.get(), CURLINFO_REDIRECT_URL, &location);
@@ -280,7 +213,7 @@ private:
     void follow(const std::string& location) {
         auto next = redirection(request_, statusCode(), location, followed_++);
         if (auto* refusal = std::get_if<NSError>(&next)) return end(std::move(*refusal));
-        curl_multi_remove_handle(multi_.get(), easy_.get());
+        curl_multi_remove_handle(multi_.handle.get(), easy_.get());
         request_ = std::move(std::get<URLRequest>(next));
         errorText_[0] = '\0';
         skipped_ = 0;
@@ -300,6 +233,7 @@ private:
     }
 
     const std::shared_ptr<Connections> connections_;
+    const bool connects_;
     const OwnProcess process_;
     std::atomic<bool> cancelled_ = false;
     std::mutex handle_;  ///< guards the pointer `multi_` for those who cancel
@@ -312,7 +246,7 @@ private:
     std::size_t headBytes_ = 0;
     std::size_t skipped_ = 0;
     Easy easy_;
-    std::unique_ptr<curl_slist, CleanUp> headers_;
+    std::unique_ptr<curl_slist, Connections::CleanUp> headers_;
     std::array<char, CURL_ERROR_SIZE> errorText_{};
     Clock::time_point lastMoved_;
     bool headIsThere_ = false;
@@ -330,13 +264,31 @@ public:
         : connections_(std::make_shared<Connections>(std::move(settings))) {}
 
     std::shared_ptr<ResponseStream> open(URLRequest request) override {
-        auto stream = std::make_shared<StreamCurl>(connections_, std::move(request));
+        return make(std::move(request), false);
+    }
+
+    void connect(const URL& url) override {
+        auto service = serviceOf(url);
+        if (!isWebAddress(url) || !connections_->expect(service)) return;
+        URLRequest request(url);
+        request.timeoutInterval = longestOpening;
+        DispatchQueue::global().async([stream = make(std::move(request), true),
+                                       connections = connections_,
+                                       service = std::move(service)]() mutable {
+            (void)stream->response();
+            stream.reset();
+            connections->came(service);
+        });
+    }
+
+private:
+    std::shared_ptr<StreamCurl> make(URLRequest request, bool connects) {
+        auto stream = std::make_shared<StreamCurl>(connections_, std::move(request), connects);
         std::call_once(known_, [this] { (void)stopAtExit(connections_); });
         if (!stopAtExit(stream)) stream->stop();
         return stream;
     }
 
-private:
     const std::shared_ptr<Connections> connections_;
     std::once_flag known_;  // to the end of the process
 };

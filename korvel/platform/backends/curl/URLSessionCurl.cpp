@@ -24,12 +24,9 @@ private:
     const std::weak_ptr<CurlTransfer> transfer_;
 };
 
-/// For how long an open connection waits to be used.
-constexpr std::chrono::seconds patience{15};
-
 URLSessionCurlOptions optionsAhead(URLSessionCurlOptions options) {
     options.idleConnections =
-        std::min<std::chrono::milliseconds>(options.idleConnections, patience);
+        std::min<std::chrono::milliseconds>(options.idleConnections, longestUnused);
     return options;
 }
 

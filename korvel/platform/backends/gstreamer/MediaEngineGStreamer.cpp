@@ -2,7 +2,10 @@
 #include <korvel/platform/backends/gstreamer/Handles.h>
 #include <korvel/platform/backends/gstreamer/MediaEngineGStreamer.h>
 #include <korvel/platform/backends/gstreamer/PlaybackGStreamer.h>
+#include <korvel/platform/backends/gstreamer/Registry.h>
+#include <korvel/platform/foundation/DispatchQueue.h>
 
+#include <atomic>
 #include <utility>
 
 namespace korvel::platform {
@@ -27,7 +30,28 @@ public:
                                             .languages = std::move(languages)});
     }
 
+    void prepare(const std::optional<URL>& url) override {
+        if (url) loader_->connect(*url);
+        if (!isWarm_.exchange(true)) DispatchQueue::global().async([] { loadUsualPlugins(); });
+    }
+
 private:
+    /// Plugins are loaded when their first element is made, which takes as long as a round trip.
+    static void loadUsualPlugins() {
+        for (const char* const samples : {"video/x-h264", "audio/mpeg, mpegversion=(int)4"}) {
+            const gst::Caps caps(gst_caps_from_string(samples));
+            (void)gst::makeParser(caps.get());
+            const auto decoder = gst::makeDecoder(caps.get());
+            if (decoder) gst_element_set_state(decoder.get(), GST_STATE_NULL);
+        }
+        for (const char* const element :
+             {"appsink", "videoconvert", "audioconvert", "scaletempo", "audioresample", "volume"}) {
+            GstElement* made = gst_element_factory_make(element, nullptr);
+            if (made) gst_object_unref(gst_object_ref_sink(made));
+        }
+    }
+
+    std::atomic<bool> isWarm_ = false;
     const std::shared_ptr<StreamLoader> loader_;
     const std::string audioSink_;
 };

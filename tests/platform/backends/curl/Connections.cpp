@@ -4,6 +4,8 @@
 #include "RawServer.h"
 #include "support/ChildProcess.h"
 
+#include <korvel/platform/backends/curl/StreamLoaderCurl.h>
+
 #include <semaphore>
 
 namespace korvel::platform {
@@ -98,6 +100,35 @@ TEST_F(URLSessionTest, AConnectionOpenedAheadThatComesToNothingHoldsUpNobody) {
     const auto dropped = ask(*session, question(address));
     session.reset();
     EXPECT_TRUE(dropped.expired());
+    open.release();
+}
+
+TEST(StreamConnectionsTest, AStreamTakesTheConnectionThatWasOpenedForItAndWaitsForNoOther) {
+    std::binary_semaphore open{0};
+    RawServer silent([&](const RawServer::Connection&) { open.acquire(); });
+    RawServer server([&](const RawServer::Connection& connection) {
+        while (!connection.readHead().empty())
+            connection.send("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nok");
+    });
+    const auto loader = makeStreamLoaderCurl({});
+    const auto silentURL = *URL::parse("https" + silent.url().substr(4));
+    loader->connect(silentURL);
+    loader->connect(*URL::parse(server.url()));
+    loader->connect(*URL::parse(server.url()));
+    for (int i = 0; i < 2; ++i) {
+        const auto stream = loader->open(URLRequest(*URL::parse(server.url())));
+        ASSERT_TRUE(std::holds_alternative<HTTPURLResponse>(stream->response()));
+        while (!std::get<Data>(stream->read()).empty()) continue;
+    }
+    EXPECT_EQ(server.accepted(), 1u);
+
+    // Behind a handshake that is never answered a stream can be cancelled.
+    const auto waiting = loader->open(URLRequest(silentURL));
+    std::thread thread([&] { EXPECT_TRUE(std::holds_alternative<NSError>(waiting->response())); });
+    ASSERT_TRUE(tests::eventually([&] { return silent.accepted() == 1; }));
+    waiting->cancel();
+    thread.join();
+    EXPECT_EQ(silent.accepted(), 1u);
     open.release();
 }
 
