@@ -81,7 +81,7 @@ void StreamConnections::give(Easy easy, Multi multi, bool isAhead) {
     keepConnection(easy.get());
     curl_multi_remove_handle(multi.handle.get(), easy.get());
     easy.reset();
-    if (idle_.size() >= mostIdle) return;
+    if (multi.services.empty() || idle_.size() >= mostIdle) return;
     if (isAhead) {
         multi.ahead = ++lastAhead_;
         runAfter(longestUnused, [weak = weak_from_this(), ahead = multi.ahead] {

@@ -39,6 +39,8 @@ public:
             (void)easy_.release();
             (void)multi_.handle.release();
         }
+        // A connection on which an answer was broken off is closed.
+        if (!ended_ || error_) multi_.services.erase(service());
         if (easy_) connections_->give(std::move(easy_), std::move(multi_), connects_);
     }
 

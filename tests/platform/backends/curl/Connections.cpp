@@ -107,8 +107,11 @@ TEST(StreamConnectionsTest, AStreamTakesTheConnectionThatWasOpenedForItAndWaitsF
     std::binary_semaphore open{0};
     RawServer silent([&](const RawServer::Connection&) { open.acquire(); });
     RawServer server([&](const RawServer::Connection& connection) {
-        while (!connection.readHead().empty())
-            connection.send("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nok");
+        for (std::string head; !(head = connection.readHead()).empty();) {
+            const char* const length = head.starts_with("GET /long") ? "9" : "2";
+            connection.send(std::string("HTTP/1.1 200 OK\r\nContent-Length: ") + length +
+                            "\r\n\r\nok");
+        }
     });
     const auto loader = makeStreamLoaderCurl({});
     const auto silentURL = *URL::parse("https" + silent.url().substr(4));
@@ -121,6 +124,12 @@ TEST(StreamConnectionsTest, AStreamTakesTheConnectionThatWasOpenedForItAndWaitsF
         while (!std::get<Data>(stream->read()).empty()) continue;
     }
     EXPECT_EQ(server.accepted(), 1u);
+
+    // An answer that is broken off takes its connection with it; the next one is opened ahead, too.
+    ASSERT_TRUE(std::holds_alternative<HTTPURLResponse>(
+        loader->open(URLRequest(*URL::parse(server.url() + "long")))->response()));
+    loader->connect(*URL::parse(server.url()));
+    ASSERT_TRUE(tests::eventually([&] { return server.accepted() == 2; }));
 
     // Behind a handshake that is never answered a stream can be cancelled.
     const auto waiting = loader->open(URLRequest(silentURL));
