@@ -23,6 +23,29 @@ void giveBackAll(QQuickItem& item) {
     for (auto* child : item.childItems()) giveBackAll(*child);
 }
 
+bool isSteady(const UIView& view, Clock::Instant now) {
+    return !view.animation() || now >= view.animation()->end();
+}
+
+/// What lies directly over the view's own pixels, on all of them, and is nothing but black; null if
+/// anything else does, or if it is about to change.
+const UIView* veilOver(const UIView& view, Clock::Instant now) {
+    if (view.alpha() < 1 || !isSteady(view, now)) return nullptr;
+    const auto* over = &view;
+    while (!over->subviews().empty()) {
+        const auto all = over->bounds();
+        over = over->subviews().front().get();
+        const bool plain = !over->isHidden() && !over->drawsContent() && over->frame() == all &&
+                           over->transform().isIdentity() && isSteady(*over, now);
+        if (!plain) return nullptr;
+        if (const auto& color = over->backgroundColor()) {
+            return color->red == 0 && color->green == 0 && color->blue == 0 ? over : nullptr;
+        }
+        if (over->alpha() < 1) return nullptr;
+    }
+    return nullptr;
+}
+
 unsigned partsOf(UIViewChange what) {
     switch (what) {
         case UIViewChange::geometry:
@@ -173,6 +196,21 @@ void Surface::updatePolish() {
     step();
 }
 
+/// To blend a colour over every pixel of a video costs nearly as much as the video. Where that only
+/// makes it darker, the video is made darker in the first place.
+void Surface::shadeVideos() {
+    std::unordered_map<const UIView*, double> veils;
+    for (const auto& [address, item] : items_) {
+        const auto view = item->showsVideo() ? item->view() : nullptr;
+        if (!view) continue;
+        const auto* const veil = veilOver(*view, now());
+        const double opacity = veil ? veil->alpha() * veil->backgroundColor()->alpha : 0;
+        item->setLight(1 - opacity);
+        if (veil) veils[veil] = opacity;
+    }
+    for (const auto& [view, item] : items_) item->setVeilBelow(veils.contains(view));
+}
+
 /// There for the host's sake, and nothing to a user.
 bool Surface::isPlaceholder(const UIView& view) const {
     if (&view == shown_.get()) return true;
@@ -262,6 +300,7 @@ void Surface::step() {
         return true;
     });
     if (fading_.empty()) setVisible(showsAnything_);
+    shadeVideos();
     if (moving_.empty() && fading_.empty()) {
         ticks_.stop();
     } else if (!ticks_.isActive()) {

@@ -102,6 +102,7 @@ private:
     void retire(ViewItem& item);
     void askForFrame();
     void updateShown();
+    void shadeVideos();
     void step();
     bool takes(QPointF point) const;
     bool press(QPointF point);

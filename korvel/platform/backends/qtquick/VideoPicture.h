@@ -21,9 +21,9 @@ struct VideoFit {
 /// for each picture costs as much as filling it.
 class VideoPicture {
 public:
-    /// The part of the frame, in exactly that size. What was returned before stays as it is for as
-    /// long as somebody keeps it. Null if there is nothing to show.
-    QImage rgb(const VideoFrame& frame, const QRect& part, QSize size);
+    /// The part of the frame, in exactly that size and with so much of its light. What was returned
+    /// before stays as it is for as long as somebody keeps it. Null if there is nothing to show.
+    QImage rgb(const VideoFrame& frame, const QRect& part, QSize size, double light = 1);
 
 private:
     QImage& buffer(QSize size);
@@ -31,6 +31,7 @@ private:
     std::array<QImage, 4> buffers_;
     std::size_t next_ = 0;
     std::vector<std::uint8_t> scaled_;
+    std::vector<std::uint8_t> dimmed_;
 };
 
 }  // namespace korvel::platform::qtquick

@@ -158,6 +158,16 @@ void ViewItem::paintLike(UIView& view) {
     if (view.secondsPerTurn() > 0) surface_.animate(*this);
 }
 
+void ViewItem::setLight(double light) {
+    if (std::exchange(light_, light) == light) return;
+    pictureChanged_ = true;
+    update();
+}
+
+void ViewItem::setVeilBelow(bool below) {
+    if (std::exchange(veilBelow_, below) != below) update();
+}
+
 /// Only as large as it must be: what is transparent has to be blended, too.
 void ViewItem::draw(const UIView& view) {
     BoundsCanvas measuring;
@@ -238,8 +248,15 @@ QSGNode* ViewItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
         const QRectF pixels = picture_.rect();
         node->setPicture(*window(), picture_, {origin_, picture_.deviceIndependentSize()}, pixels);
     }
-    node->setBackground(boundingRect(), background_);
+    node->setBackground(boundingRect(), shownBackground());
     return node;
+}
+
+QColor ViewItem::shownBackground() const {
+    if (veilBelow_) return Qt::transparent;
+    const auto light = static_cast<float>(light_);
+    return QColor::fromRgbF(background_.redF() * light, background_.greenF() * light,
+                            background_.blueF() * light, background_.alphaF());
 }
 
 void ViewItem::updateVideo(ViewNode& node) {
@@ -249,13 +266,13 @@ void ViewItem::updateVideo(ViewNode& node) {
         window()->rendererInterface()->graphicsApi() == QSGRendererInterface::Software;
     if (!software) {
         const QSize whole(static_cast<int>(frame_->width), static_cast<int>(frame_->height));
-        const auto image = frames_.rgb(*frame_, {{}, whole}, whole);
+        const auto image = frames_.rgb(*frame_, {{}, whole}, whole, light_);
         return node.setPicture(*window(), image, fit.target, fit.source);
     }
     // The renderer scales a picture slowly, the converter does it in passing.
     const double scale = window()->effectiveDevicePixelRatio();
     const auto pixels = (fit.target.size() * scale).toSize();
-    const auto image = frames_.rgb(*frame_, fit.source.toRect(), pixels);
+    const auto image = frames_.rgb(*frame_, fit.source.toRect(), pixels, light_);
     node.setPicture(*window(), image, {fit.target.topLeft(), QSizeF(pixels) / scale},
                     QRectF({}, QSizeF(pixels)));
 }

@@ -34,6 +34,11 @@ public:
     void refresh();
     /// What moves by itself goes on to that time; false once nothing does.
     bool step(Clock::Instant now);
+    /// The colour that the view lies under is in its pixels, or its own colour is in those of the
+    /// video below it.
+    void setLight(double light);
+    void setVeilBelow(bool below);
+    bool showsVideo() const { return showsVideo_; }
     /// From now on the pixels stay as they are.
     void freeze();
     /// Takes in the host's item for which the view stands as an overlay, or gives it back.
@@ -70,6 +75,7 @@ private:
     void tell(QAccessible::Event what);
     void draw(const UIView& view);
     void updateVideo(ViewNode& node);
+    QColor shownBackground() const;
 
     const std::weak_ptr<UIView> view_;
     Surface& surface_;
@@ -86,6 +92,8 @@ private:
     QString valueText_;            ///< likewise
 
     QColor background_ = Qt::transparent;
+    double light_ = 1;
+    bool veilBelow_ = false;
     QImage picture_;
     QPointF origin_;  ///< of the picture
     bool pictureChanged_ = false;

@@ -181,6 +181,8 @@ TEST(VideoPicture, HasTheColoursOfItsMatrixAndKeepsWhatItGaveOut) {
         }
         const auto plain = picture.rgb(frame, {0, 0, 5, 3}, {5, 3});
         const auto larger = picture.rgb(frame, {1, 1, 4, 2}, {9, 7});
+        const auto half = picture.rgb(frame, {0, 0, 5, 3}, {5, 40}, 0.5);
+        EXPECT_TRUE(areAlike(half.pixelColor(4, 39), QColor(128, 0, 0)));
         frame.planes[1] = frame.planes[2] = frame.planes[0];
         picture.rgb(frame, {0, 0, 5, 3}, {5, 3});
         for (const auto& image : {plain, larger}) {
@@ -190,6 +192,27 @@ TEST(VideoPicture, HasTheColoursOfItsMatrixAndKeepsWhatItGaveOut) {
         }
     }
     EXPECT_TRUE(picture.rgb({}, {0, 0, 5, 3}, {5, 3}).isNull());
+}
+
+TEST_F(QtQuickTest, AVideoUnderAVeilLooksTheSameWhoeverDarkensIt) {
+    startEmbedded();
+    const auto at = item->mapToScene({100, 100});
+    const auto light = [&] { return colorAt(at).red(); };
+    EXPECT_EQ(light(), 255);
+    click(item->mapToScene({10, 180}));
+    passAndShow(990ms);
+    const int blended = light();
+    passAndShow(20ms);
+    EXPECT_NEAR(light(), blended, 4);
+    EXPECT_NEAR(light(), 255 * 0.4, 2);
+    overlay().viewTap->setBackgroundColor(UIColor{1, 0, 0, 1});
+    settle();
+    EXPECT_EQ(colorAt(at).red(), 255) << "a colour that is not black lies over it";
+    EXPECT_NEAR(colorAt(at).green(), 255 * 0.4, 2);
+    overlay().viewTap->setBackgroundColor(UIColor::black());
+    overlay().viewTap->setHidden(true);
+    settle();
+    EXPECT_EQ(light(), 255);
 }
 
 TEST(PainterCanvas, TakesTheImageMadeForThePixelsItHas) {
