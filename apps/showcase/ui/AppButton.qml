@@ -12,7 +12,7 @@ Tappable {
 
     implicitHeight: Theme.target
     implicitWidth: Math.max(Theme.target, row.implicitWidth + 2 * Theme.px(text ? 20 : 11))
-    opacity: enabled || busy ? 1 : 0.6
+    opacity: enabled || busy ? 1 : 0.75
     Accessible.name: means
 
     background: Rectangle {

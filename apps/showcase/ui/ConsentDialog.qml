@@ -23,6 +23,12 @@ Sheet {
             .map(each => ({ linkText: each.replace(/<[^>]*>/g, ""), linkUrl: each.match(/href="([^"]*)"/)[1] }))
         return found.concat(document.urls)
     }
+    // What `document.policy` says may differ from what is shown.
+    function spoken(html) {
+        const characters = { ndash: "–", mdash: "—", nbsp: " ", quot: '"', lt: "<", gt: ">", amp: "&" }
+        return html.replace(/<\/(p|li|h\d)>|<br[^>]*>/g, "\n").replace(/<[^>]*>/g, "")
+                   .replace(/&(\w+);/g, (whole, name) => characters[name] ?? whole)
+    }
     title: document ? document.title : ""
     subtitle: document ? qsTr("Version %1 · %2").arg(document.version).arg(Theme.day(document.publishedDate))
                          + (document.isMandatory ? qsTr(" · needed to take classes") : "") : ""
@@ -47,7 +53,7 @@ Sheet {
         font.family: Theme.family
         font.pixelSize: Theme.body
         Accessible.role: Accessible.StaticText
-        Accessible.name: dialog.document ? dialog.document.policy : ""
+        Accessible.name: dialog.spoken(text)
         onLinkActivated: (link) => Qt.openUrlExternally(link)
     }
     Repeater {

@@ -48,7 +48,8 @@ bool holdsRegion(const QQuickItem& item) {
 
 bool isStop(const QQuickItem& item) {
     if (qobject_cast<const DirectionalFocus*>(&item)) return holdsStop(item);
-    return item.activeFocusOnTab() && !holdsRegion(item);
+    if (!item.activeFocusOnTab() || holdsRegion(item)) return false;
+    return !scrolling::isFlickable(item) || !holdsStop(item);  // what only has text is one itself
 }
 
 /// The innermost.

@@ -17,7 +17,7 @@ Tappable {
     implicitHeight: Theme.target
     implicitWidth: row.implicitWidth + Theme.px(26)
     enabled: entries.length > 1
-    opacity: enabled ? 1 : 0.6
+    opacity: enabled ? 1 : 0.75
     Accessible.name: label + ": " + shownText
     onClicked: menu.open()
 

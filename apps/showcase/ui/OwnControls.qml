@@ -137,7 +137,6 @@ DirectionalFocus {
             id: elapsed
             anchors { left: parent.left; leftMargin: controls.inset + Theme.tiny; verticalCenter: slider.verticalCenter }
             width: Theme.px(44)
-            silent: true
             text: Theme.clock(slider.value)
             font.pixelSize: Theme.caption
         }
@@ -187,7 +186,6 @@ DirectionalFocus {
         Label {
             id: total
             anchors { right: parent.right; rightMargin: controls.inset + Theme.tiny; verticalCenter: slider.verticalCenter }
-            silent: true
             text: Theme.clock(Math.round(controls.player.duration))
             font.pixelSize: Theme.caption
         }
@@ -229,7 +227,7 @@ DirectionalFocus {
                 objectName: "ownSofter"
                 visible: controls.roomy
                 kind: AppButton.Quiet
-                text: "−"
+                glyph: "minus"
                 means: qsTr("Softer")
                 onClicked: controls.turn(-0.1)
             }
@@ -245,7 +243,7 @@ DirectionalFocus {
                 objectName: "ownLouder"
                 visible: controls.roomy
                 kind: AppButton.Quiet
-                text: "+"
+                glyph: "plus"
                 means: qsTr("Louder")
                 onClicked: controls.turn(0.1)
             }

@@ -10,7 +10,7 @@ Rectangle {
     implicitHeight: Theme.target
     radius: height / 2
     color: Theme.surface
-    opacity: enabled ? 1 : 0.6
+    opacity: enabled ? 1 : 0.75
     Row {
         id: row
         Repeater {

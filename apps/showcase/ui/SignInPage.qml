@@ -24,6 +24,7 @@ DirectionalFocus {
             width: Math.min(parent.width - 2 * Theme.wide, Theme.px(420))
             spacing: Theme.low ? Theme.radius : Theme.gap
             Row {
+                visible: !Theme.low  // letters to choose from need the room
                 spacing: Theme.radius
                 Rectangle {
                     width: Theme.px(44)

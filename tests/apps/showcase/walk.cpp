@@ -1,8 +1,11 @@
 #include <apps/showcase/tour/Driver.h>
+#include <support/accessibility/Tree.h>
 
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
 #include <QQmlExtensionPlugin>
+#include <QRegularExpression>
+#include <QTextDocumentFragment>
 #include <cstdio>
 #include <exception>
 #include <stdexcept>
@@ -33,6 +36,20 @@ void expect(bool holds, const char* what) {
     if (!holds) throw std::runtime_error(what);
 }
 
+/// Texts that somebody sees, in the pieces that they are read in.
+void collectSeen(const QQuickItem& item, const QRectF& within, QStringList& pieces) {
+    if (!item.isVisible() || item.opacity() <= 0) return;
+    const auto rect = item.mapRectToScene(item.boundingRect());
+    const auto seen = item.clip() ? within.intersected(rect) : within;
+    if (item.inherits("QQuickText") && seen.contains(rect.center())) {
+        auto text = item.property("text").toString();
+        if (text.contains('<')) text = QTextDocumentFragment::fromHtml(text).toPlainText();
+        static const QRegularExpression between(QStringLiteral("  ·  | · |↗|\\n"));
+        pieces += text.split(between, Qt::SkipEmptyParts);
+    }
+    for (const auto* child : item.childItems()) collectSeen(*child, seen, pieces);
+}
+
 class Walk {
 public:
     Walk(QQuickWindow& window, const QString& folder) : window_(window), driver_(window, folder) {}
@@ -55,6 +72,27 @@ private:
     void shoot(const char* name) {
         driver_.pause(500);
         driver_.shoot(name);
+        if (QGuiApplication::platformName() == "xcb") listen(name);
+    }
+    /// A screen reader finds what is seen.
+    void listen(const char* name) {
+        const auto told = QString::fromStdString(korvel::tests::accessibilityTree());
+        const bool full = driver_.sees("player") && player().property("fullScreen").toBool();
+        const bool covered = full || driver_.sees("accept") || driver_.sees("startMembership");
+        expect(told.contains("page tab list") != (covered || driver_.sees("browse")),
+               "nobody hears what is covered");
+        if (full) return;
+        QStringList pieces;
+        collectSeen(*window_.contentItem(), QRectF({}, QSizeF(window_.size())), pieces);
+        for (const auto& piece : pieces) {
+            static const QRegularExpression clock(QStringLiteral("^\\d+:\\d\\d$"));
+            if (clock.match(piece).hasMatch()) continue;  // goes on meanwhile
+            if (told.simplified().contains(piece.simplified(), Qt::CaseInsensitive)) continue;
+            std::printf("%s\n", qPrintable(told));
+            throw std::runtime_error(std::string(name) +
+                                     " is seen to say what nobody hears: " + piece.toStdString());
+        }
+        expect(pieces.size() > 2, "there is something to read");
     }
     void press(Qt::Key key) {
         driver_.key(key);
