@@ -47,6 +47,7 @@ public:
         fullScreen();
         close();
         ownControls();
+        slowStart();
         otherPages();
         failure();
         portrait();
@@ -147,12 +148,12 @@ private:
         driver_.shoot("controls");
         driver_.step("Seek by dragging");
         auto& slider = driver_.hear("Position");
-        const double most = slider.property("maximumValue").toDouble();
+        const double most = player().property("duration").toDouble();
         const auto at = [&](double seconds) {
             return slider.mapToScene(
                 {14 + (slider.width() - 28) * seconds / most, slider.height() / 2});
         };
-        driver_.drag(at(slider.property("value").toDouble()), at(most * 0.6));
+        driver_.drag(at(position()), at(most * 0.6));
         driver_.waitUntil("the place that the knob was dropped at",
                           [&] { return position() > most * 0.57 && position() < most * 0.75; });
         std::printf("   dropped at %.1f of %.1f s, plays at %.1f s\n", most * 0.6, most,
@@ -205,6 +206,20 @@ private:
         driver_.moveTo(stage.mapToScene({stage.width() / 2, stage.height() / 4}));
         driver_.pause(400);
         driver_.shoot("own-embedded-again");
+        driver_.click(driver_.see("ownClose"));
+        waitForClosing();
+    }
+
+    /// A start that takes long says so, and offers another.
+    void slowStart() {
+        driver_.step("A class that is slow to come");
+        order(R"({"path": "/ondemand/v1/perform/", "delayMs": 7000})");
+        driver_.click(driver_.see("play"));
+        auto& again = driver_.see("startAgain");
+        driver_.shoot("slow-start");
+        driver_.click(again);
+        waitForPlayback();
+        driver_.moveTo(driver_.see("stage").mapToScene({40, 40}));
         driver_.click(driver_.see("ownClose"));
         waitForClosing();
     }
