@@ -78,7 +78,7 @@ Planes dimmed(const Planes& from, QSize size, double light, bool fullRange,
     const std::array<QSize, 3> sizes{size, QSize(half(size.width()), half(size.height())),
                                      QSize(half(size.width()), half(size.height()))};
     const auto area = [](QSize part) {
-        return static_cast<std::size_t>(part.width() * part.height());
+        return static_cast<std::size_t>(part.width()) * static_cast<std::size_t>(part.height());
     };
     const auto wide = static_cast<std::size_t>(size.width());
     memory.resize(wide + area(sizes[0]) + 2 * area(sizes[1]));
