@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Templates as T
 
 // A line of text; who has no keyboard gets letters to choose from.
-Item {
+FocusScope {
     id: whole
     property string glyph
     property alias text: field.text
