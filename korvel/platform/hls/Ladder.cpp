@@ -21,6 +21,12 @@ constexpr std::chrono::nanoseconds storeToClimb = 3s;
 /// ... and with so much in store a variant is kept that is a little too much for the line.
 constexpr std::chrono::nanoseconds storeToStay = 8s;
 constexpr double staying = 1.1;
+/// A line that trickles, without a pause for which it might be a quick one that is only finding out
+/// what it can carry, tells sooner that a segment is far too much for it.
+constexpr std::chrono::nanoseconds trickle = 25ms;
+constexpr std::chrono::nanoseconds trickleToTell = 40ms;
+constexpr std::uint64_t leastTrickle = 4'000;
+constexpr double farTooMuch = 3;  // times as long as the segment plays
 constexpr std::chrono::seconds firstRest{5};
 constexpr int mostDoublings = 4;
 
@@ -135,7 +141,10 @@ bool Ladder::gaveUp(std::size_t variant, const Progress& progress, Clock::Instan
     // The less there is to lose, the sooner.
     const auto longEnough = std::clamp<Time>(progress.level / 2, 100ms, 300ms);
     const auto [bytes, busy] = std::pair(progress.meter.bytes(), progress.meter.busy());
-    if (busy < longEnough || bytes < leastBytes) return false;
+    const bool isPlain = busy >= longEnough && bytes >= leastBytes;
+    const bool trickles =
+        progress.meter.longestWait() <= trickle && busy >= trickleToTell && bytes >= leastTrickle;
+    if (!isPlain && !trickles) return false;
     const double speed = static_cast<double>(bytes) / seconds(busy);
     const double length = seconds(progress.duration);
     const std::lock_guard lock(mutex_);
@@ -144,7 +153,7 @@ bool Ladder::gaveUp(std::size_t variant, const Progress& progress, Clock::Instan
     };
     const double total = progress.total ? static_cast<double>(*progress.total) : sizeOf(variant);
     const double left = (total - static_cast<double>(progress.bytes)) / speed;
-    if (left <= seconds(progress.level) + 0.3) return false;
+    if (left <= seconds(progress.level) + (isPlain ? 0.3 : farTooMuch * length)) return false;
     const auto other = affordable(speed * 8, now);
     if (variants_[other].bitRate >= variants_[variant].bitRate) return false;
     if (sizeOf(other) / speed >= left * 0.7) return false;
@@ -154,6 +163,7 @@ bool Ladder::gaveUp(std::size_t variant, const Progress& progress, Clock::Instan
 
 void Meter::add(std::uint64_t bytes, Time busy) {
     constexpr auto step = 10ms;  // however small the pieces are
+    if (!points_.empty()) longestWait_ = std::max(longestWait_, busy - points_.back().busy);
     if (points_.size() > 1 && busy - points_[points_.size() - 2].busy < step) points_.pop_back();
     points_.push_back({bytes, busy});
     while (points_.size() > 2 && points_[1].busy <= busy - 1s) points_.pop_front();

@@ -26,6 +26,8 @@ public:
     Time busy() const {
         return points_.empty() ? Time::zero() : points_.back().busy - points_.front().busy;
     }
+    /// For one piece, so far.
+    Time longestWait() const { return longestWait_; }
 
 private:
     struct Point {
@@ -33,6 +35,7 @@ private:
         Time busy;
     };
     std::deque<Point> points_;
+    Time longestWait_{};
 };
 
 /// Chooses the variant for each segment, by the measured speed of the line and what is queued. Any

@@ -200,6 +200,28 @@ TEST(LadderTest, ChoosesBySpeedStoreAndBounds) {
     EXPECT_EQ(ladder.choice(2, 9s, now + 6s), 2u) << "and later still";
 }
 
+TEST(LadderTest, ALineThatTricklesTellsSoonerThanOneThatPauses) {
+    struct Case {
+        std::uint64_t piece;
+        std::chrono::nanoseconds wait;
+        std::chrono::nanoseconds toldAfter;  ///< zero: never
+        const char* why;
+    };
+    for (const Case& each :
+         {Case{2000, 16ms, 48ms, "a megabit, evenly"}, Case{14'000, 40ms, 120ms, "bursts may grow"},
+          Case{12'500, 10ms, 0ms, "ten megabits"}}) {
+        Ladder ladder({{300'000, 0, 0, 0, {}, {}}, {5'000'000, 0, 0, 0, {}, {}}});
+        Meter meter;
+        std::chrono::nanoseconds told{};
+        for (std::uint64_t i = 0; i < 40 && told == 0ms; ++i) {
+            const auto busy = each.wait * static_cast<int>(i);
+            meter.add(each.piece * (i + 1), busy);
+            if (ladder.gaveUp(1, {each.piece * (i + 1), 1'250'000, meter, 2s, 0s}, {})) told = busy;
+        }
+        EXPECT_EQ(told, each.toldAfter) << each.why;
+    }
+}
+
 TEST(LadderTest, ADownloadThatWouldEndAfterTheStoreIsGivenUpForALesserOneOnly) {
     struct Case {
         std::chrono::nanoseconds
