@@ -127,7 +127,7 @@ struct KeyLoading::Exchange {
         request.setValue("application/x-www-form-urlencoded", "Content-Type");
         request.setValue("Bearer " + token, "Authorization");
         request.largestBody = largestKeyAnswer;
-        request.mayRepeat = true;  // a question: who asks twice is answered twice
+        request.takesOpenedConnection = true;
         return request;
     }
     /// Main queue. A request without a key is a success to the platform, which then finds none.

@@ -149,7 +149,7 @@ TEST_F(HTTP2, AQuestionTakesTheConnectionThatWasOpenedForIt) {
     platform::URLRequest question(
         *platform::URL::parse("https://localhost:" + std::to_string(port) + "/none"));
     question.method = "POST";
-    question.mayRepeat = true;
+    question.takesOpenedConnection = true;
     session->connect(question.url);
     std::promise<platform::Exchange> promise;
     session->dataTask(question, [&](auto exchange) { promise.set_value(std::move(exchange)); });

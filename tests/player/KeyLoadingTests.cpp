@@ -131,7 +131,7 @@ TEST_F(KeyLoadingTest, KeyIsFetchedWithAFreshTokenAndDeliveredOnTheMainQueue) {
         const auto& sent = requests[1];
         EXPECT_EQ(sent.url.absoluteString(), "https://keys.test:8443/p?kid=%C3%81%2F&x=1");
         EXPECT_EQ(fake.session->connected.back(), sent.url.absoluteString());
-        EXPECT_TRUE(sent.mayRepeat);
+        EXPECT_TRUE(sent.takesOpenedConnection);
         EXPECT_EQ(sent.method, "POST");
         EXPECT_EQ(platform::viewOf(*sent.body), "spc=+//+/w==&assetId=A/");
         EXPECT_EQ(sent.headers(), (std::vector<std::pair<std::string, std::string>>{

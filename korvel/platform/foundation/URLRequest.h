@@ -26,9 +26,9 @@ public:
     /// Bytes that the answer's body may have, after decompression, where that is fewer than the
     /// session takes of any.
     std::optional<std::size_t> largestBody;
-    /// Asking twice changes nothing at the service: where the line breaks off it may be asked
-    /// again, whatever the method.
-    bool mayRepeat = false;
+    /// Takes a connection that `URLSession::connect` opened, if there is one. Should that break
+    /// off, the request fails: it reaches the service at most once.
+    bool takesOpenedConnection = false;
 
     /// Sets a header, replacing one of the same name whatever its case; nothing removes it. An
     /// empty value is sent as an empty header.

@@ -64,11 +64,10 @@ public:
 
     virtual ~URLSession();
     /// Starts `request` at once and returns. Redirects are followed; a request that is not a GET or
-    /// a HEAD, nor `mayRepeat`, reaches the service at most once. Null from a session that cannot
-    /// cancel.
+    /// a HEAD reaches the service at most once. Null from a session that cannot cancel.
     virtual std::shared_ptr<URLSessionTask> dataTask(URLRequest request,
                                                      CompletionHandler completionHandler) = 0;
-    /// A hint that `url` will be asked soon by a request that may be repeated: opens a connection
+    /// A hint that `url` will be asked soon by a request that `takesOpenedConnection`: opens one
     /// for it, over which nothing is said before and which is closed if nobody comes. Any thread;
     /// returns at once. Here it does nothing.
     virtual void connect(const URL& url);

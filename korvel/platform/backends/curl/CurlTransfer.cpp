@@ -89,14 +89,21 @@ CURL* CurlTransfer::start(const CurlSettings& settings, Clock::time_point now) {
 /// knowing whether the service had read the first one. Where there are connections already nobody
 /// waits for this one: it is closed behind the answer.
 ///
-/// What may be repeated takes a connection that was opened for it, if there is one. It is closed
-/// likewise, so that none that carried a request is ever among these.
+/// One that was opened ahead counts as reused, too: there the second time is refused as it comes.
+/// It is closed behind the answer likewise, so that none that carried a request is among these.
 void CurlTransfer::takeOwnConnection(const CurlSettings& settings) {
     if (isConnection_) {
         endWhenConnected(easy_.get());
         return;
     }
-    if (request_.mayRepeat) {
+    if (request_.takesOpenedConnection) {
+        goesOut_ = false;
+        const curl_prereq_callback once = [](void* self, char*, char*, int, int) {
+            const bool again = std::exchange(static_cast<CurlTransfer*>(self)->goesOut_, true);
+            return again ? CURL_PREREQFUNC_ABORT : CURL_PREREQFUNC_OK;
+        };
+        curl_easy_setopt(easy_.get(), CURLOPT_PREREQFUNCTION, once);
+        curl_easy_setopt(easy_.get(), CURLOPT_PREREQDATA, this);
         // Nobody is coming to say whether the service takes several at once.
         curl_easy_setopt(easy_.get(), CURLOPT_PIPEWAIT, 0L);
         curl_easy_setopt(easy_.get(), CURLOPT_FORBID_REUSE, 1L);
@@ -178,7 +185,10 @@ bool CurlTransfer::finish(CURLcode result) {
     measure();
     if (result != CURLE_OK) {
         const bool refused = head_.tooLong() || bodyTooLong_;
-        fail(refused ? tooLong() : transferError(result, errorText_.data()));
+        const bool again = goesOut_ && result == CURLE_ABORTED_BY_CALLBACK;
+        fail(refused ? tooLong()
+             : again ? transferError(CURLE_GOT_NOTHING, "The connection broke off")
+                     : transferError(result, errorText_.data()));
         return false;
     }
     const int statusCode = static_cast<int>(number(CURLINFO_RESPONSE_CODE));

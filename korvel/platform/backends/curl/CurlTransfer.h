@@ -85,6 +85,7 @@ private:
     URLRequest request_;
     std::string service_;
     bool isConnection_ = false;
+    bool goesOut_ = false;  ///< over a connection that was opened ahead
     URLSession::CompletionHandler completionHandler_;
     std::unique_ptr<CURL, EasyCleanup> easy_;
     std::unique_ptr<curl_slist, ListCleanup> headers_;

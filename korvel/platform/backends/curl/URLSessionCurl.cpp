@@ -46,7 +46,7 @@ public:
 
     std::shared_ptr<URLSessionTask> dataTask(URLRequest request,
                                              CompletionHandler completionHandler) override {
-        const auto& loop = request.mayRepeat ? ahead_ : loop_;
+        const auto& loop = request.takesOpenedConnection ? ahead_ : loop_;
         auto transfer =
             std::make_shared<CurlTransfer>(std::move(request), std::move(completionHandler));
         auto task = std::make_shared<CurlTask>(loop, transfer);

@@ -15,7 +15,7 @@ URLRequest question(const std::string& address) {
     URLRequest made(*URL::parse(address));
     made.method = "POST";
     made.body = bytesOf("why");
-    made.mayRepeat = true;
+    made.takesOpenedConnection = true;
     return made;
 }
 
@@ -62,13 +62,22 @@ TEST_F(URLSessionTest, AConnectionOpenedAheadThatComesToNothingHoldsUpNobody) {
     // The service closes what it hears nothing of.
     std::atomic<int> connections = 0;
     RawServer hasty([&](const RawServer::Connection& connection) {
-        if (connections++ == 0) return;
-        connection.readHead();
-        connection.send("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nok");
+        connection.hangUp();
+        ++connections;
     });
     session->connect(*URL::parse(hasty.url()));
     ASSERT_TRUE(tests::eventually([&] { return connections == 1; }));
-    EXPECT_EQ(bodyOf(send(question(hasty.url()))), "ok");
+    RawServer cruel([&](const RawServer::Connection& connection) {
+        if (!connection.readHead().empty()) ++connections;
+    });
+    send(question(hasty.url()));
+    EXPECT_TRUE(tests::eventually([&] { return connections == 2; })) << "the opened one is gone";
+
+    // It closes at the sight of a question, which is not asked again.
+    session->connect(*URL::parse(cruel.url()));
+    ASSERT_TRUE(tests::eventually([&] { return cruel.accepted() == 1; }));
+    EXPECT_EQ(errorOf(send(question(cruel.url()))), code(URLErrorCode::networkConnectionLost));
+    EXPECT_EQ(connections, 3);
 
     for (const char* const address : {"http://127.0.0.1:1/", "https://none.invalid/", "ftp://h/"}) {
         session->connect(*URL::parse(address));

@@ -44,6 +44,8 @@ public:
             return true;
         }
 
+        void hangUp() const { shutdown(socket_, SHUT_RDWR); }
+
     private:
         int socket_;
     };
