@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
+#include <korvel/doubles/VirtualClock.h>
 #include <korvel/platform/foundation/RunLoop.h>
 #include <korvel/platform/foundation/Semaphore.h>
 #include <korvel/platform/foundation/Timer.h>
-#include <korvel/doubles/VirtualClock.h>
 #include <thread>
 #include <vector>
 

@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
+#include <korvel/doubles/FakeLocale.h>
 #include <korvel/platform/backends/icu/LocaleICU.h>
 #include <korvel/platform/foundation/Base64.h>
 #include <korvel/platform/foundation/Bundle.h>
 #include <korvel/platform/foundation/DateFormatter.h>
 #include <korvel/platform/foundation/UTF8.h>
-#include <korvel/doubles/FakeLocale.h>
 #include <array>
 #include <cstdlib>
 #include <fstream>
