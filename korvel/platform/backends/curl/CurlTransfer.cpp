@@ -197,6 +197,13 @@ bool CurlTransfer::finish(CURLcode result) {
         curl_easy_getinfo(easy_.get(), CURLINFO_REDIRECT_URL, &location);
         if (location) return follow(location, statusCode);
     }
+    // Said of a connection on which nothing came, before the request did: it was not read.
+    constexpr int requestTimeout = 408;
+    if (statusCode == requestTimeout && exchange_.metrics.reusedConnection &&
+        std::exchange(request_.takesOpenedConnection, false)) {
+        easy_.reset();
+        return true;
+    }
     easy_.reset();
     exchange_.response = HTTPURLResponse{request_.url, statusCode};
     exchange_.body = std::move(body_);
