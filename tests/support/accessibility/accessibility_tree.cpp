@@ -1,207 +1,129 @@
 // Prints what a screen reader finds in the programs on the accessibility bus; Tree.h tells how to
 // use it. usage: accessibility_tree [--application PART_OF_NAME] [--process ID] [--do ACTION NAME]
 
-#include <QtCore/QCoreApplication>
-#include <QtCore/QThread>
-#include <QtDBus/QtDBus>
+#include <atspi/atspi.h>
 
+#include <algorithm>
 #include <iostream>
-#include <optional>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace {
 
-using Bits = QList<uint>;
-
-/// A thing on the bus: who answers for it, and under which path.
-struct Place {
-    QString service;
-    QDBusObjectPath path;
-};
-using Places = QList<Place>;
-
-struct Action {
-    QString name;
-    QString description;
-    QString keys;
-};
-using Actions = QList<Action>;
-
-QDBusArgument& operator<<(QDBusArgument& to, const Place& place) {
-    to.beginStructure();
-    to << place.service << place.path;
-    to.endStructure();
-    return to;
+template <class T> std::shared_ptr<T> owned(T* object) {
+    return {object, [](T* held) { g_clear_object(&held); }};
 }
-const QDBusArgument& operator>>(const QDBusArgument& from, Place& place) {
-    from.beginStructure();
-    from >> place.service >> place.path;
-    from.endStructure();
-    return from;
+using Place = std::shared_ptr<AtspiAccessible>;
+
+/// Those that say something to a reader.
+constexpr AtspiStateType states[] = {
+    ATSPI_STATE_BUSY,      ATSPI_STATE_CHECKED,  ATSPI_STATE_EDITABLE, ATSPI_STATE_EXPANDED,
+    ATSPI_STATE_FOCUSABLE, ATSPI_STATE_FOCUSED,  ATSPI_STATE_MODAL,    ATSPI_STATE_PRESSED,
+    ATSPI_STATE_SELECTED,  ATSPI_STATE_CHECKABLE};
+
+std::string taken(gchar* text) {
+    const std::unique_ptr<gchar, void (*)(gpointer)> freed(text, g_free);
+    return text ? text : "";
 }
-QDBusArgument& operator<<(QDBusArgument& to, const Action& action) {
-    to.beginStructure();
-    to << action.name << action.description << action.keys;
-    to.endStructure();
-    return to;
+std::string name(const Place& place) {
+    return taken(atspi_accessible_get_name(place.get(), nullptr));
 }
-const QDBusArgument& operator>>(const QDBusArgument& from, Action& action) {
-    from.beginStructure();
-    from >> action.name >> action.description >> action.keys;
-    from.endStructure();
-    return from;
+std::vector<Place> children(const Place& place) {
+    std::vector<Place> all;
+    const int count = atspi_accessible_get_child_count(place.get(), nullptr);
+    for (int i = 0; i < count; ++i) {
+        auto* const child = atspi_accessible_get_child_at_index(place.get(), i, nullptr);
+        if (child) all.push_back(owned(child));
+    }
+    return all;
+}
+std::vector<std::string> actions(const Place& place) {
+    std::vector<std::string> names;
+    const auto offered = owned(atspi_accessible_get_action_iface(place.get()));
+    const int count = offered ? atspi_action_get_n_actions(offered.get(), nullptr) : 0;
+    for (int i = 0; i < count; ++i) {
+        names.push_back(taken(atspi_action_get_action_name(offered.get(), i, nullptr)));
+    }
+    return names;
+}
+
+void printAll(const Place& place, int depth) {
+    const auto now = owned(atspi_accessible_get_state_set(place.get()));
+    const auto has = [&](AtspiStateType each) { return atspi_state_set_contains(now.get(), each); };
+    if (depth > 0 && !(has(ATSPI_STATE_VISIBLE) && has(ATSPI_STATE_SHOWING))) return;
+    std::cout << std::string(2 * static_cast<std::size_t>(depth), ' ')
+              << taken(atspi_accessible_get_role_name(place.get(), nullptr)) << " \"" << name(place)
+              << '"';
+    const auto description = taken(atspi_accessible_get_description(place.get(), nullptr));
+    if (!description.empty()) std::cout << " \"" << description << '"';
+    if (const auto value = owned(atspi_accessible_get_value_iface(place.get()))) {
+        std::cout << ' ' << atspi_value_get_current_value(value.get(), nullptr) << " of "
+                  << atspi_value_get_minimum_value(value.get(), nullptr) << " to "
+                  << atspi_value_get_maximum_value(value.get(), nullptr);
+    }
+    g_autoptr(GEnumClass) words = G_ENUM_CLASS(g_type_class_ref(ATSPI_TYPE_STATE_TYPE));
+    for (const auto state : states) {
+        if (has(state)) std::cout << ' ' << g_enum_get_value(words, state)->value_nick;
+    }
+    if (!has(ATSPI_STATE_ENABLED)) std::cout << " disabled";
+    const char* before = " does ";
+    for (const auto& action : actions(place)) std::cout << std::exchange(before, " ") << action;
+    std::cout << '\n';
+    for (const auto& child : children(place)) printAll(child, depth + 1);
+}
+
+bool act(const Place& place, const std::string& action, const std::string& wanted) {
+    const auto offered = actions(place);
+    const auto found = std::ranges::find(offered, action);
+    if (found != offered.end() && name(place) == wanted) {
+        const auto doer = owned(atspi_accessible_get_action_iface(place.get()));
+        return atspi_action_do_action(doer.get(), static_cast<int>(found - offered.begin()),
+                                      nullptr);
+    }
+    return std::ranges::any_of(children(place),
+                               [&](const auto& child) { return act(child, action, wanted); });
+}
+
+/// On the bus, those whose name has that part, of that process; 0: of any.
+std::vector<Place> programs(const std::string& part, guint process) {
+    const auto desktop = owned(atspi_get_desktop(0));
+    atspi_accessible_set_cache_mask(desktop.get(), ATSPI_CACHE_NONE);
+    auto all = children(desktop);
+    std::erase_if(all, [&](const auto& each) {
+        return (process != 0 && atspi_accessible_get_process_id(each.get(), nullptr) != process) ||
+               name(each).find(part) == std::string::npos;
+    });
+    return all;
 }
 
 }  // namespace
-Q_DECLARE_METATYPE(Place)
-Q_DECLARE_METATYPE(Action)
-namespace {
 
-constexpr int patience = 5000;  // milliseconds, for each answer
-constexpr int visibleBit = 30;
-constexpr int showingBit = 25;
-
-// By their numbers in the protocol; those that say nothing to a reader are left out.
-const std::pair<int, const char*> states[] = {
-    {3, "busy"},     {4, "checked"}, {7, "editable"}, {10, "expanded"}, {11, "focusable"},
-    {12, "focused"}, {16, "modal"},  {20, "pressed"}, {23, "selected"}, {41, "checkable"},
-};
-constexpr int enabledBit = 8;
-
-class Reader {
-public:
-    explicit Reader(QDBusConnection bus) : bus_(std::move(bus)) {}
-
-    template <class T, class... Arguments>
-    std::optional<T> ask(const Place& place, const char* interface, const char* method,
-                         const Arguments&... arguments) {
-        auto call = QDBusMessage::createMethodCall(
-            place.service, place.path.path(),
-            QLatin1String("org.a11y.atspi.") + QLatin1String(interface), QLatin1String(method));
-        call.setArguments({QVariant::fromValue(arguments)...});
-        const QDBusReply<T> reply = bus_.call(call, QDBus::Block, patience);
-        return reply.isValid() ? std::optional<T>(reply.value()) : std::nullopt;
-    }
-    QVariant property(const Place& place, const char* interface, const char* name) {
-        auto call = QDBusMessage::createMethodCall(
-            place.service, place.path.path(), QStringLiteral("org.freedesktop.DBus.Properties"),
-            QStringLiteral("Get"));
-        call << QLatin1String("org.a11y.atspi.") + QLatin1String(interface) << QLatin1String(name);
-        const QDBusReply<QDBusVariant> reply = bus_.call(call, QDBus::Block, patience);
-        return reply.isValid() ? reply.value().variant() : QVariant();
-    }
-    Places children(const Place& place) {
-        return ask<Places>(place, "Accessible", "GetChildren").value_or(Places());
-    }
-    QString name(const Place& place) { return property(place, "Accessible", "Name").toString(); }
-    QStringList actions(const Place& place) {
-        QStringList names;
-        const auto found = ask<Actions>(place, "Action", "GetActions").value_or(Actions());
-        for (const auto& action : found) names << action.name;
-        return names;
-    }
-    /// Those programs that were asked for.
-    Places programs(const QString& partOfName, uint process) {
-        Places found;
-        const Place registry{QStringLiteral("org.a11y.atspi.Registry"),
-                             QDBusObjectPath("/org/a11y/atspi/accessible/root")};
-        for (const auto& program : children(registry)) {
-            if (process != 0 && bus_.interface()->servicePid(program.service) != process) continue;
-            if (name(program).contains(partOfName)) found << program;
-        }
-        return found;
-    }
-
-    bool shows(const Place& place) {
-        const auto bits = ask<Bits>(place, "Accessible", "GetState").value_or(Bits());
-        return has(bits, visibleBit) && has(bits, showingBit);
-    }
-    void print(const Place& place, int depth) {
-        const auto bits = ask<Bits>(place, "Accessible", "GetState").value_or(Bits());
-        const auto interfaces =
-            ask<QStringList>(place, "Accessible", "GetInterfaces").value_or(QStringList());
-        const auto description = property(place, "Accessible", "Description").toString();
-        QStringList line{
-            ask<QString>(place, "Accessible", "GetRoleName").value_or(QStringLiteral("?")),
-            quoted(name(place))};
-        if (!description.isEmpty()) line << quoted(description);
-        if (interfaces.contains(QStringLiteral("org.a11y.atspi.Value"))) {
-            const auto number = [&](const char* what) {
-                return QString::number(property(place, "Value", what).toDouble(), 'g', 3);
-            };
-            line << number("CurrentValue") + QStringLiteral(" of ") + number("MinimumValue") +
-                        QStringLiteral(" to ") + number("MaximumValue");
-        }
-        for (const auto& [bit, word] : states) {
-            if (has(bits, bit)) line << QLatin1String(word);
-        }
-        if (!has(bits, enabledBit)) line << QStringLiteral("disabled");
-        const auto offered = actions(place);
-        if (!offered.isEmpty()) line << QStringLiteral("does") << offered;
-        std::cout << std::string(2 * static_cast<std::size_t>(depth), ' ')
-                  << line.join(QLatin1Char(' ')).toStdString() << '\n';
-    }
-    void printAll(const Place& place, int depth) {
-        if (depth > 0 && !shows(place)) return;
-        print(place, depth);
-        for (const auto& child : children(place)) printAll(child, depth + 1);
-    }
-
-    bool act(const Place& place, const QString& action, const QString& wanted) {
-        if (name(place) == wanted) {
-            const auto index = static_cast<int>(actions(place).indexOf(action));
-            if (index >= 0) return ask<bool>(place, "Action", "DoAction", index).value_or(false);
-        }
-        const auto below = children(place);
-        return std::any_of(below.begin(), below.end(),
-                           [&](const auto& child) { return act(child, action, wanted); });
-    }
-
-private:
-    static bool has(const Bits& bits, int bit) {
-        return bit / 32 < bits.size() && (bits[bit / 32] >> (bit % 32) & 1) != 0;
-    }
-    static QString quoted(const QString& text) {
-        return QLatin1Char('"') + text + QLatin1Char('"');
-    }
-
-    QDBusConnection bus_;
-};
-
-}  // namespace
-
-int main(int argumentCount, char** rawArguments) {
-    const QCoreApplication application(argumentCount, rawArguments);
-    qDBusRegisterMetaType<Bits>();
-    qDBusRegisterMetaType<Place>();
-    qDBusRegisterMetaType<Places>();
-    qDBusRegisterMetaType<Action>();
-    qDBusRegisterMetaType<Actions>();
-    const auto arguments = QCoreApplication::arguments();
-    const auto after = [&](const char* option, qsizetype by) {
-        const auto at = arguments.indexOf(QLatin1String(option));
-        return at < 0 ? QString() : arguments.value(at + by);
+int main(int count, char** words) {
+    const auto after = [&](const std::string& option, int by) -> std::string {
+        const auto* const found = std::find(words, words + count, option);
+        return words + count - found > by ? found[by] : "";
     };
-
-    const auto session = QDBusConnection::sessionBus();
-    const QDBusReply<QString> address = session.call(QDBusMessage::createMethodCall(
-        QStringLiteral("org.a11y.Bus"), QStringLiteral("/org/a11y/bus"),
-        QStringLiteral("org.a11y.Bus"), QStringLiteral("GetAddress")));
-    if (!address.isValid()) {
-        std::cerr << "no accessibility bus: " << address.error().message().toStdString() << '\n';
+    if (atspi_init() != 0) {
+        std::cerr << "no accessibility bus\n";
         return 1;
     }
-    Reader reader(QDBusConnection::connectToBus(address.value(), QStringLiteral("accessibility")));
-    const auto programs = [&] {
-        return reader.programs(after("--application", 1), after("--process", 1).toUInt());
-    };
+    atspi_set_timeout(5000, 0);
+    const auto process = static_cast<guint>(std::atoi(after("--process", 1).c_str()));
+    auto found = programs(after("--application", 1), process);
     // A program that has just started may not have told the registry yet.
-    for (int tries = 50; programs().isEmpty() && tries > 0; --tries) QThread::msleep(100);
-    const auto found = programs();
+    for (int tries = 50; found.empty() && tries > 0; --tries) {
+        g_usleep(100'000);
+        found = programs(after("--application", 1), process);
+    }
     const auto action = after("--do", 1);
-    bool done = !found.isEmpty();
+    bool done = !found.empty();
+    std::cout.precision(3);
     for (const auto& program : found) {
-        if (!action.isEmpty()) done = reader.act(program, action, after("--do", 2)) && done;
-        reader.printAll(program, 0);
+        atspi_accessible_set_cache_mask(program.get(), ATSPI_CACHE_NONE);
+        if (!action.empty()) done = act(program, action, after("--do", 2)) && done;
+        printAll(program, 0);
     }
     return done ? 0 : 1;
 }
