@@ -5,9 +5,11 @@
 #include <QDir>
 #include <QImage>
 #include <QPointer>
+#include <QQmlApplicationEngine>
 #include <QTest>
 #include <QWheelEvent>
 #include <cstdio>
+#include <exception>
 #include <stdexcept>
 #include <utility>
 
@@ -173,6 +175,34 @@ void Driver::shoot(const char* name) {
     }
     std::printf("   %s\n", qPrintable(file));
     std::fflush(stdout);
+}
+
+int run(const char* program, QVariantMap properties,
+        const std::function<void(QQuickWindow&)>& use) {
+    QVariantMap settings{
+        {"applicationName", "korvel-showcase"}, {"quiet", true}, {"audioSink", "fakesink"}};
+    constexpr std::pair<const char*, const char*> variables[] = {
+        {"baseURL", "KORVEL_URL"},
+        {"apiKey", "KORVEL_API_KEY"},
+        {"secretKey", "KORVEL_SECRET_KEY"},
+        {"tenantId", "KORVEL_TENANT"},
+        {"dataFolder", "KORVEL_DATA_FOLDER"},
+        {"certificateAuthorityFile", "KORVEL_CA"}};
+    for (const auto& [key, name] : variables) settings.insert(key, qEnvironmentVariable(name));
+    properties.insert("settings", settings);
+    QQmlApplicationEngine engine;
+    engine.setInitialProperties(properties);
+    engine.load(QStringLiteral("qrc:/qt-project.org/imports/Showcase/Main.qml"));
+    const auto roots = engine.rootObjects();
+    auto* const window = roots.isEmpty() ? nullptr : qobject_cast<QQuickWindow*>(roots.first());
+    if (!window) return 1;
+    try {
+        use(*window);
+        return 0;
+    } catch (const std::exception& failure) {
+        std::fprintf(stderr, "%s: %s\n", program, failure.what());
+        return 1;
+    }
 }
 
 }  // namespace tour

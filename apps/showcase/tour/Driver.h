@@ -3,6 +3,7 @@
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QString>
+#include <QVariantMap>
 #include <functional>
 
 namespace tour {
@@ -50,5 +51,9 @@ private:
     QString folder_;
     int shots_ = 0;
 };
+
+/// Shows the application, with a service that the environment names and without sound, and lets
+/// `use` have its window. The program's exit code; `program` says why it is not 0.
+int run(const char* program, QVariantMap properties, const std::function<void(QQuickWindow&)>& use);
 
 }  // namespace tour

@@ -4,10 +4,8 @@
 #include <QGuiApplication>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
-#include <QQmlApplicationEngine>
 #include <QQmlExtensionPlugin>
 #include <cstdio>
-#include <exception>
 #include <memory>
 #include <string>
 
@@ -19,20 +17,6 @@ Q_IMPORT_QML_PLUGIN(ShowcasePlugin)
 namespace {
 
 using tour::Driver;
-
-QVariantMap configuration() {
-    constexpr std::pair<const char*, const char*> settings[] = {
-        {"baseURL", "KORVEL_URL"},
-        {"apiKey", "KORVEL_API_KEY"},
-        {"secretKey", "KORVEL_SECRET_KEY"},
-        {"tenantId", "KORVEL_TENANT"},
-        {"dataFolder", "KORVEL_DATA_FOLDER"},
-        {"certificateAuthorityFile", "KORVEL_CA"}};
-    QVariantMap map{{"applicationName", "korvel-showcase"}, {"quiet", true}};
-    map.insert("audioSink", "fakesink");
-    for (const auto& [key, variable] : settings) map.insert(key, qEnvironmentVariable(variable));
-    return map;
-}
 
 class Tour {
 public:
@@ -305,18 +289,7 @@ int main(int argc, char** argv) {
         std::fputs("usage: korvel-showcase-tour FOLDER\n", stderr);
         return 2;
     }
-    QQmlApplicationEngine engine;
-    engine.setInitialProperties({{"settings", configuration()}, {"developer", true}});
-    engine.load(QStringLiteral("qrc:/qt-project.org/imports/Showcase/Main.qml"));
-    auto* window = engine.rootObjects().isEmpty()
-                       ? nullptr
-                       : qobject_cast<QQuickWindow*>(engine.rootObjects().first());
-    if (!window) return 1;
-    try {
-        Tour(*window, QString::fromLocal8Bit(argv[1])).take();
-        return 0;
-    } catch (const std::exception& failure) {
-        std::fprintf(stderr, "tour: %s\n", failure.what());
-        return 1;
-    }
+    return tour::run("tour", {{"developer", true}}, [&](QQuickWindow& window) {
+        Tour(window, QString::fromLocal8Bit(argv[1])).take();
+    });
 }

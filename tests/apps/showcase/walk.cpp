@@ -2,12 +2,10 @@
 #include <support/accessibility/Tree.h>
 
 #include <QGuiApplication>
-#include <QQmlApplicationEngine>
 #include <QQmlExtensionPlugin>
 #include <QRegularExpression>
 #include <QTextDocumentFragment>
 #include <cstdio>
-#include <exception>
 #include <stdexcept>
 
 // showcase_walk WIDTHxHEIGHT FOLDER: the environment names the service.
@@ -17,20 +15,6 @@ Q_IMPORT_QML_PLUGIN(ShowcasePlugin)
 namespace {
 
 using tour::Driver;
-
-QVariantMap configuration() {
-    constexpr std::pair<const char*, const char*> settings[] = {
-        {"baseURL", "KORVEL_URL"},
-        {"apiKey", "KORVEL_API_KEY"},
-        {"secretKey", "KORVEL_SECRET_KEY"},
-        {"tenantId", "KORVEL_TENANT"},
-        {"dataFolder", "KORVEL_DATA_FOLDER"},
-        {"certificateAuthorityFile", "KORVEL_CA"}};
-    QVariantMap map{{"applicationName", "korvel-showcase"}, {"quiet", true}};
-    map.insert("audioSink", "fakesink");
-    for (const auto& [key, variable] : settings) map.insert(key, qEnvironmentVariable(variable));
-    return map;
-}
 
 void expect(bool holds, const char* what) {
     if (!holds) throw std::runtime_error(what);
@@ -290,19 +274,7 @@ int main(int argc, char** argv) {
         std::fputs("usage: showcase_walk WIDTHxHEIGHT FOLDER\n", stderr);
         return 2;
     }
-    QQmlApplicationEngine engine;
-    engine.setInitialProperties(
-        {{"settings", configuration()}, {"width", width}, {"height", height}});
-    engine.load(QStringLiteral("qrc:/qt-project.org/imports/Showcase/Main.qml"));
-    auto* window = engine.rootObjects().isEmpty()
-                       ? nullptr
-                       : qobject_cast<QQuickWindow*>(engine.rootObjects().first());
-    if (!window) return 1;
-    try {
-        Walk(*window, QString::fromLocal8Bit(argv[2])).take();
-        return 0;
-    } catch (const std::exception& failure) {
-        std::fprintf(stderr, "walk: %s\n", failure.what());
-        return 1;
-    }
+    return tour::run("walk", {{"width", width}, {"height", height}}, [&](QQuickWindow& window) {
+        Walk(window, QString::fromLocal8Bit(argv[2])).take();
+    });
 }
