@@ -1,11 +1,9 @@
 #include <service/ContentService.h>
 
-#include <arpa/inet.h>
+#include "support/ServerProgram.h"
+
 #include <gtest/gtest.h>
 #include <httplib.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 #include <list>
 #include <nlohmann/json.hpp>
 
@@ -22,13 +20,10 @@ constexpr std::string_view request = "GET /x HTTP/1.1\r\nHost: h\r\n\r\n";
 class RawClient {
 public:
     explicit RawClient(const ContentService& service) : socket_(socket(AF_INET, SOCK_STREAM, 0)) {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(service.port());
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        const sockaddr_in address = tests::onLoopback(service.port());
         const timeval patience{.tv_sec = 10, .tv_usec = 0};
         setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
-        EXPECT_EQ(connect(socket_, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+        EXPECT_EQ(connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     }
     ~RawClient() { close(socket_); }
     RawClient(const RawClient&) = delete;

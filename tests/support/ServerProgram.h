@@ -20,15 +20,27 @@ inline sockaddr_in onLoopback(std::uint16_t port) {
     return place;
 }
 
+/// A socket that listens at a port of loopback which the system chose; whoever makes it closes it.
+struct Listening {
+    int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    std::uint16_t port = 0;
+    Listening() {
+        sockaddr_in place = onLoopback(0);
+        socklen_t size = sizeof place;
+        auto* const where = reinterpret_cast<sockaddr*>(&place);
+        if (bind(socket, where, size) != 0 || listen(socket, 512) != 0 ||
+            getsockname(socket, where, &size) != 0) {
+            std::abort();
+        }
+        port = ntohs(place.sin_port);
+    }
+};
+
 /// A port that nobody listened to a moment ago.
 inline std::uint16_t freePort() {
-    const int probe = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in place = onLoopback(0);
-    socklen_t size = sizeof place;
-    auto* const where = reinterpret_cast<sockaddr*>(&place);
-    if (bind(probe, where, size) != 0 || getsockname(probe, where, &size) != 0) std::abort();
-    close(probe);
-    return ntohs(place.sin_port);
+    const Listening probe;
+    close(probe.socket);
+    return probe.port;
 }
 
 /// An installed program that serves a port of loopback. It ends with this object.

@@ -4,6 +4,7 @@
 #include <korvel/platform/backends/curl/URLSessionCurl.h>
 #include <korvel/platform/foundation/DispatchQueue.h>
 #include <service/ContentService.h>
+#include "support/ChildProcess.h"
 
 #include <future>
 
@@ -28,6 +29,24 @@ inline std::future<Exchange> start(URLSession& session, const URLRequest& reques
     session.dataTask(request,
                      [promise](Exchange exchange) { promise->set_value(std::move(exchange)); });
     return future;
+}
+
+/// A request, and the end of its handler, called or not.
+struct Asked {
+    std::shared_ptr<URLSessionTask> task;
+    std::weak_ptr<int> handler;
+    bool isOver() const {
+        return tests::eventually([this] { return handler.expired(); });
+    }
+};
+
+inline Asked ask(URLSession& session, const URLRequest& request, bool mayBeAnswered = true) {
+    auto kept = std::make_shared<int>();
+    Asked asked{nullptr, kept};
+    asked.task = session.dataTask(request, [kept = std::move(kept), mayBeAnswered](const auto&) {
+        EXPECT_TRUE(mayBeAnswered) << "called";
+    });
+    return asked;
 }
 
 constexpr std::int64_t code(URLErrorCode value) { return static_cast<std::int64_t>(value); }

@@ -2,7 +2,6 @@
 
 #include "Client.h"
 #include "RawServer.h"
-#include "support/ChildProcess.h"
 
 #include <korvel/platform/backends/curl/StreamLoaderCurl.h>
 
@@ -17,16 +16,6 @@ URLRequest question(const std::string& address) {
     made.body = bytesOf("why");
     made.takesOpenedConnection = true;
     return made;
-}
-
-/// Asks with a handler whose end can be seen.
-std::weak_ptr<int> ask(URLSession& session, const URLRequest& request,
-                       std::shared_ptr<URLSessionTask>* task = nullptr) {
-    auto kept = std::make_shared<int>();
-    std::weak_ptr<int> seen = kept;
-    auto begun = session.dataTask(request, [kept = std::move(kept)](const Exchange&) {});
-    if (task) *task = std::move(begun);
-    return seen;
 }
 
 }  // namespace
@@ -105,14 +94,13 @@ TEST_F(URLSessionTest, AConnectionOpenedAheadThatComesToNothingHoldsUpNobody) {
     RawServer silent([&](const RawServer::Connection&) { open.acquire(); });
     const std::string address = "https" + silent.url().substr(4);
     session->connect(*URL::parse(address));
-    std::shared_ptr<URLSessionTask> task;
-    const auto cancelled = ask(*session, question(address), &task);
+    const auto cancelled = ask(*session, question(address));
     ASSERT_TRUE(tests::eventually([&] { return silent.accepted() == 1; }));
-    task->cancel();
-    EXPECT_TRUE(tests::eventually([&] { return cancelled.expired(); }));
+    cancelled.task->cancel();
+    EXPECT_TRUE(cancelled.isOver());
     const auto dropped = ask(*session, question(address));
     session.reset();
-    EXPECT_TRUE(dropped.expired());
+    EXPECT_TRUE(dropped.handler.expired());
     open.release();
 }
 

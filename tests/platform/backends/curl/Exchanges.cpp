@@ -115,31 +115,6 @@ TEST_F(URLSessionTest, RedirectsChangeTheMethodAsBrowsersDo) {
         EXPECT_EQ(requests[1].header("Content-Type").has_value(), bodyStays);
         EXPECT_EQ(requests[1].header("TenantID"), "t");
     }
-    service.script("/x", "GET", {.status = 302, .headers = {{"Location", "/x"}}}, 100);
-    EXPECT_EQ(errorOf(send(request())), code(URLErrorCode::httpTooManyRedirects));
-    EXPECT_EQ(arrived().size(), 21u);
-    service.clearScripts();
-    EXPECT_EQ(
-        errorOf(send({.status = 302, .headers = {{"Location", "file:///etc/passwd"}}}, request())),
-        code(URLErrorCode::unsupportedURL));
-}
-
-TEST_F(URLSessionTest, WhatTheHostSetStaysWithTheServiceItWasSetFor) {
-    const std::string away = "https://127.0.0.1:" + std::to_string(service.port()) + "/away";
-    service.script({.status = 307, .headers = {{"Location", away}}});
-    service.script({.status = 302, .headers = {{"Location", service.baseURL() + "back"}}});
-    const auto sent =
-        request("PUT", {},
-                {{"Authorization", "Basic QQ=="}, {"TenantID", "t"}, {"User-Agent", "Korvel/1.0"}});
-    EXPECT_EQ(statusOf(send({.status = 200}, sent)), 200);
-    const auto requests = arrived();
-    ASSERT_EQ(requests.size(), 3u);
-    for (const std::size_t after : {1u, 2u}) {  // back at the first service, and in between
-        EXPECT_FALSE(requests[after].header("Authorization")) << requests[after].head;
-        EXPECT_FALSE(requests[after].header("TenantID")) << requests[after].head;
-        EXPECT_EQ(requests[after].header("User-Agent"), "Korvel/1.0");
-    }
-    EXPECT_EQ(requests[2].method, "PUT");
 }
 
 TEST_F(URLSessionTest, NothingOfOneRequestIsSeenInTheNext) {

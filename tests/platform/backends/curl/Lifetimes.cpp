@@ -1,28 +1,13 @@
 // Many requests at once, completions that block, and the end of sessions.
 
 #include "Client.h"
+#include "support/ServerProgram.h"
 
-#include <netinet/in.h>
-#include <sys/socket.h>
-
-#include <array>
 #include <cstdlib>
 #include <latch>
 
 namespace korvel::platform {
 namespace {
-
-/// Tells when the last copy of what it gave out is destroyed.
-class Witness {
-public:
-    std::shared_ptr<void> token() { return std::exchange(token_, nullptr); }
-    bool released() { return gone_.wait_for(20s) == std::future_status::ready; }
-
-private:
-    std::promise<void> promise_;
-    std::future<void> gone_ = promise_.get_future();
-    std::shared_ptr<void> token_{nullptr, [this](void*) { promise_.set_value(); }};
-};
 
 TEST_F(URLSessionTest, ConnectionsAreReusedOneAfterAnother) {
     service.script("/x", "", {.status = 200, .body = "ok"}, 10);
@@ -58,29 +43,17 @@ TEST_F(URLSessionTest, NoRequestWaitsForTheCompletionOfAnother) {
     for (auto& each : met) EXPECT_TRUE(wait(std::move(each)));
 }
 
-TEST_F(URLSessionTest, ACompletionMayWaitForARequestOfItsOwn) {
-    service.script("/x", "", {.status = 200, .body = "ok"}, 2);
-    std::promise<std::string> inner;
-    session->dataTask(request(), [&](const Exchange&) {
-        inner.set_value(bodyOf(wait(start(*session, request()))));
-    });
-    EXPECT_EQ(wait(inner.get_future()), "ok");
-}
-
 TEST_F(URLSessionTest, ACancelledRequestEndsUncalledWhereverItStands) {
     constexpr std::size_t turns = 128;
     service.script("/x", "", {.hold = true}, turns);
-    std::vector<std::unique_ptr<Witness>> witnesses;
-    std::vector<std::shared_ptr<URLSessionTask>> tasks;
+    std::vector<Asked> all;
     for (std::size_t number = 0; number < turns + 2; ++number) {  // two have to wait
-        auto& witness = witnesses.emplace_back(std::make_unique<Witness>());
-        tasks.push_back(session->dataTask(
-            request(), [token = witness->token()](const Exchange&) { ADD_FAILURE() << "called"; }));
+        all.push_back(ask(*session, request(), false));
     }
     ASSERT_TRUE(service.waitForHeld(turns));
     for (const std::size_t number : {turns + 1, turns, std::size_t{5}, std::size_t{5}}) {
-        tasks[number]->cancel();
-        EXPECT_TRUE(witnesses[number]->released());
+        all[number].task->cancel();
+        EXPECT_TRUE(all[number].isOver());
     }
     // Its turn is somebody else's now, and a late cancel is none.
     service.script("/x", "", {.status = 200, .body = "ok"}, 2);
@@ -89,8 +62,8 @@ TEST_F(URLSessionTest, ACancelledRequestEndsUncalledWhereverItStands) {
         request(), [&](const Exchange& exchange) { answer.set_value(bodyOf(exchange)); });
     EXPECT_EQ(wait(answer.get_future()), "ok");
     answered->cancel();
-    for (const auto& task : tasks) task->cancel();
-    for (const auto& witness : witnesses) EXPECT_TRUE(witness->released());
+    for (const auto& each : all) each.task->cancel();
+    for (const auto& each : all) EXPECT_TRUE(each.isOver());
     EXPECT_EQ(bodyOf(send(request())), "ok");
     session.reset();
     answered->cancel();
@@ -100,12 +73,10 @@ TEST_F(URLSessionTest, ACancelledRequestEndsUncalledWhereverItStands) {
 TEST_F(URLSessionTest, ACancelMayMeetTheAnswer) {
     service.script("/x", "", {.status = 200, .body = "ok"}, 400);
     for (int round = 0; round < 400; ++round) {
-        Witness witness;
-        const auto task =
-            session->dataTask(request(), [token = witness.token()](const Exchange&) {});
+        const auto asked = ask(*session, request());
         std::this_thread::sleep_for(std::chrono::microseconds(round));
-        task->cancel();
-        EXPECT_TRUE(witness.released());
+        asked.task->cancel();
+        EXPECT_TRUE(asked.isOver());
     }
 }
 
@@ -115,26 +86,20 @@ TEST_F(URLSessionTest, ASessionEndsAtOnceAndItsHandlersUncalled) {
         service.script("/x", "", {.status = 200, .body = "ok"});
         auto held = request();
         held.url = *URL::parse(service.baseURL() + "held");
-        std::array<Witness, 8> witnesses;
-        for (auto& witness : witnesses) {
-            session->dataTask(
-                held, [token = witness.token()](const Exchange&) { ADD_FAILURE() << "called"; });
-        }
+        std::vector<Asked> all;
+        for (int number = 0; number < 8; ++number) all.push_back(ask(*session, held, false));
         ASSERT_TRUE(service.waitForHeld(8));
         if (onACompletionsThread) {
             session->dataTask(request(), [&](const Exchange&) { session.reset(); });
         } else {
             session.reset();
         }
-        for (auto& witness : witnesses) EXPECT_TRUE(witness.released());
+        for (const auto& each : all) EXPECT_TRUE(each.isOver());
         service.release();
         session = makeSession(trusting(service));
     }
     for (int round = 0; round < 50; ++round) {  // destroyed as it starts
-        Witness witness;
-        makeSession(trusting(service))
-            ->dataTask(request(), [token = witness.token()](const Exchange&) {});
-        EXPECT_TRUE(witness.released());
+        EXPECT_TRUE(ask(*makeSession(trusting(service)), request()).isOver());
     }
 }
 
@@ -142,15 +107,8 @@ TEST(URLSessionExitTest, TheProcessMayEndWithRequestsOnTheirWay) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto endAmidRequests = [] {
         // A service that has no thread which could be in the way: it listens and never answers.
-        const int service = socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in place{};
-        place.sin_family = AF_INET;
-        place.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof place;
-        auto* const where = reinterpret_cast<sockaddr*>(&place);
-        if (bind(service, where, size) || listen(service, 2) || getsockname(service, where, &size))
-            std::abort();
-        const auto address = "https://127.0.0.1:" + std::to_string(ntohs(place.sin_port)) + "/";
+        const tests::Listening service;
+        const auto address = "https://127.0.0.1:" + std::to_string(service.port) + "/";
         static auto* const leaked = new std::shared_ptr<URLSession>(makeSession({}));
         static const auto owned = makeSession({});
         for (URLSession* session : {leaked->get(), owned.get()}) {
@@ -158,7 +116,7 @@ TEST(URLSessionExitTest, TheProcessMayEndWithRequestsOnTheirWay) {
                               [](const Exchange&) { std::abort(); });
         }
         for (char byte = 0, client = 0; client < 2; ++client) {
-            recv(accept(service, nullptr, nullptr), &byte, 1, 0);  // it has begun to speak
+            recv(accept(service.socket, nullptr, nullptr), &byte, 1, 0);  // it has begun to speak
         }
         std::exit(7);
     };

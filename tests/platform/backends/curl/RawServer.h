@@ -1,16 +1,12 @@
 #pragma once
 
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
+#include "support/ServerProgram.h"
 
 #include <atomic>
 #include <functional>
 #include <list>
-#include <mutex>
 #include <string>
 #include <string_view>
-#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -51,39 +47,27 @@ public:
     };
     using Behaviour = std::function<void(const Connection&)>;
 
-    explicit RawServer(Behaviour behaviour) : behaviour_(std::move(behaviour)) {
-        sockaddr_in place{};
-        place.sin_family = AF_INET;
-        place.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof place;
-        auto* const where = reinterpret_cast<sockaddr*>(&place);
-        if (bind(listener_, where, size) || listen(listener_, 512) ||
-            getsockname(listener_, where, &size)) {
-            throw std::system_error(errno, std::generic_category(), "no port");
-        }
-        port_ = ntohs(place.sin_port);
-        acceptor_ = std::thread([this] { acceptAll(); });
-    }
+    explicit RawServer(Behaviour behaviour)
+        : behaviour_(std::move(behaviour)), acceptor_([this] { acceptAll(); }) {}
     RawServer(const RawServer&) = delete;
     RawServer& operator=(const RawServer&) = delete;
     ~RawServer() {
-        shutdown(listener_, SHUT_RDWR);
+        shutdown(listener_.socket, SHUT_RDWR);
         acceptor_.join();
         for (const auto& [socket, thread] : connections_) shutdown(socket, SHUT_RDWR);
         for (auto& [socket, thread] : connections_) {
             thread.join();
             close(socket);
         }
-        close(listener_);
+        close(listener_.socket);
     }
 
-    std::uint16_t port() const { return port_; }
-    std::string url() const { return "http://127.0.0.1:" + std::to_string(port_) + "/"; }
+    std::string url() const { return "http://127.0.0.1:" + std::to_string(listener_.port) + "/"; }
     std::size_t accepted() const { return accepted_; }
 
 private:
     void acceptAll() {
-        for (int socket = 0; (socket = accept(listener_, nullptr, nullptr)) >= 0;) {
+        for (int socket = 0; (socket = accept(listener_.socket, nullptr, nullptr)) >= 0;) {
             ++accepted_;
             connections_.emplace_back(socket, std::thread([this, socket] {
                                           behaviour_(Connection(socket));
@@ -93,8 +77,7 @@ private:
     }
 
     const Behaviour behaviour_;
-    const int listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    std::uint16_t port_ = 0;
+    const tests::Listening listener_;
     std::atomic<std::size_t> accepted_ = 0;
     std::list<std::pair<int, std::thread>> connections_;  // the acceptor's until it has ended
     std::thread acceptor_;
