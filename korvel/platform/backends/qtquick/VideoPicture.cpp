@@ -1,12 +1,11 @@
 #include <korvel/platform/backends/qtquick/VideoPicture.h>
 
 #include <libyuv/convert_argb.h>
-#include <libyuv/planar_functions.h>
+#include <libyuv/row.h>
 #include <libyuv/scale.h>
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 
 namespace korvel::platform::qtquick {
 
@@ -41,15 +40,6 @@ struct Planes {
         }
         return planes;
     }
-    /// From an even line on.
-    Planes below(int line) const {
-        auto planes = *this;
-        for (std::size_t i = 0; i < 3; ++i) {
-            planes.data.at(i) +=
-                static_cast<std::ptrdiff_t>(i == 0 ? line : line / 2) * stride.at(i);
-        }
-        return planes;
-    }
 };
 
 constexpr int half(int length) { return (length + 1) / 2; }
@@ -70,30 +60,33 @@ Planes scale(const Planes& from, QSize part, QSize size, std::vector<std::uint8_
     return {{to[0], to[1], to[2]}, stride};
 }
 
-/// So many lines of the planes with less light, in memory that the processor keeps at hand: each
-/// plane brought nearer to its own black.
-Planes dimmed(const Planes& from, QSize size, double light, bool fullRange,
-              std::vector<std::uint8_t>& memory) {
-    const auto share = static_cast<int>(std::lround((1 - std::clamp(light, 0., 1.)) * 256));
-    const std::array<QSize, 3> sizes{size, QSize(half(size.width()), half(size.height())),
-                                     QSize(half(size.width()), half(size.height()))};
-    const auto area = [](QSize part) {
-        return static_cast<std::size_t>(part.width()) * static_cast<std::size_t>(part.height());
-    };
-    const auto wide = static_cast<std::size_t>(size.width());
-    memory.resize(wide + area(sizes[0]) + 2 * area(sizes[1]));
-    auto* to = memory.data() + wide;
-    Planes planes{{}, {sizes[0].width(), sizes[1].width(), sizes[2].width()}};
-    for (std::size_t i = 0; i < 3; ++i) {
-        const int darkest = fullRange ? 0 : 16;
-        std::memset(memory.data(), i == 0 ? darkest : 128, wide);
-        libyuv::InterpolatePlane(from.data.at(i), from.stride.at(i), memory.data(), 0, to,
-                                 planes.stride.at(i), sizes.at(i).width(), sizes.at(i).height(),
-                                 std::min(share, 255));
-        planes.data.at(i) = to;
-        to += area(sizes.at(i));
+/// A factor's or a start's share. Starts hold half of the last place, by which the converter
+/// rounds.
+template <class Factor> Factor share(Factor whole, double light, int rounding = 0) {
+    return static_cast<Factor>(std::lround((whole - rounding) * light) + rounding);
+}
+
+/// The same conversion to so much of the light, which so costs nothing. The library lays the
+/// factors out in one of two ways; in ARM's the starts make up for colours that count from 128.
+template <class Constants> Constants dimmed(Constants to, double light) {
+    constexpr int rounding = 32;
+    if constexpr (requires { to.kUVToB; }) {
+        for (auto* factors : {&to.kUVToB, &to.kUVToG, &to.kUVToR}) {
+            for (auto& factor : *factors) factor = share(factor, light);
+        }
+        for (auto& factor : to.kYToRgb) factor = share(factor, light);
+        for (auto& start : to.kYBiasToRgb) start = share(start, light, rounding);
+    } else {
+        auto& color = to.kUVCoeff;  // blue's, red's, green's two, and again
+        auto& rest = to.kRGBCoeffBias;
+        const int start = share(128 * color[0] - rest[1], light, rounding);
+        for (int i = 0; i < 8; ++i) color[i] = share(color[i], light);
+        rest[0] = share(rest[0], light);
+        rest[1] = static_cast<std::int16_t>(128 * color[0] - start);
+        rest[2] = static_cast<std::int16_t>(128 * (color[2] + color[3]) + start);
+        rest[3] = static_cast<std::int16_t>(128 * color[1] - start);
     }
-    return planes;
+    return to;
 }
 
 }  // namespace
@@ -123,18 +116,12 @@ QImage VideoPicture::rgb(const VideoFrame& frame, const QRect& part, QSize size,
     auto planes = Planes::of(frame, from.topLeft());
     if (from.size() != size) planes = scale(planes, from.size(), size, scaled_);
     auto& to = buffer(size);
-    constexpr int someLines = 16;  // even: two lines share a colour
-    const int step = light < 1 ? someLines : size.height();
-    for (int line = 0; line < size.height(); line += step) {
-        const int lines = std::min(step, size.height() - line);
-        const auto strip = light < 1 ? dimmed(planes.below(line), {size.width(), lines}, light,
-                                              frame.fullRange, dimmed_)
-                                     : planes;
-        libyuv::I420ToARGBMatrix(strip.data[0], strip.stride[0], strip.data[1], strip.stride[1],
-                                 strip.data[2], strip.stride[2], to.scanLine(line),
-                                 static_cast<int>(to.bytesPerLine()), &constantsOf(frame),
-                                 size.width(), lines);
-    }
+    const auto& whole = constantsOf(frame);
+    alignas(32) const auto constants = light < 1 ? dimmed(whole, std::max(light, 0.)) : whole;
+    libyuv::I420ToARGBMatrix(planes.data[0], planes.stride[0], planes.data[1], planes.stride[1],
+                             planes.data[2], planes.stride[2], to.bits(),
+                             static_cast<int>(to.bytesPerLine()), &constants, size.width(),
+                             size.height());
     return to;
 }
 

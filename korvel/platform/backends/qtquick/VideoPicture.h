@@ -31,7 +31,6 @@ private:
     std::array<QImage, 4> buffers_;
     std::size_t next_ = 0;
     std::vector<std::uint8_t> scaled_;
-    std::vector<std::uint8_t> dimmed_;
 };
 
 }  // namespace korvel::platform::qtquick
