@@ -1,4 +1,5 @@
 #include <bindings/qml/KorvelContent.h>
+#include <bindings/qml/PlayerItem.h>
 #include <bindings/qml/Text.h>
 #include <korvel/client/Playback.h>
 #include <korvel/model/KCSDKUserSubscriptionRequest.h>
@@ -9,7 +10,7 @@
 #include <korvel/sdk/KCSDK.h>
 #include <korvel/session/KCSDKConfig.h>
 
-#include <QCoreApplication>
+#include <QGuiApplication>
 #include <QLoggingCategory>
 #include <QSslCertificate>
 #include <QSslConfiguration>
@@ -113,6 +114,7 @@ bool KorvelContent::installDevice(const QVariantMap& settings) {
     screen_ = std::make_unique<platform::ScreenHostQtQuick>(Device::current().screen);
     connect(screen_.get(), &platform::ScreenHostQtQuick::orientationChanged, this,
             &KorvelContent::deviceOrientationChanged);
+    screen_->setLeaveHandler([] { return instance().leaveFullScreen(); });
     qAddPostRoutine([] { instance().screen_.reset(); });
     connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this,
             &KorvelContent::end);
@@ -133,6 +135,23 @@ bool isRecorded(const std::shared_ptr<Playback>& playback) {
 void KorvelContent::playerClosed(std::shared_ptr<Playback> playback) {
     std::erase_if(closed_, isRecorded);
     closed_.push_back(std::move(playback));
+}
+
+void KorvelContent::playerCovers(PlayerItem& player) {
+    std::erase_if(covering_, [&](const auto& each) { return !each || each == &player; });
+    covering_.emplace_back(&player);
+}
+
+/// Of the window that has the keys. A player that has a place on its page returns there.
+bool KorvelContent::leaveFullScreen() {
+    const auto* const window = QGuiApplication::focusWindow();
+    const auto covers = [&](const auto& player) {
+        return player && player->fullScreen() && (!window || player->window() == window);
+    };
+    const auto top = std::find_if(covering_.rbegin(), covering_.rend(), covers);
+    if (top == covering_.rend() || !(*top)->hasPlace()) return false;
+    (*top)->exitFullScreen();
+    return true;
 }
 
 /// The event loop has ended: what the closing needs of it is done here.

@@ -23,6 +23,8 @@ class ScreenHostQtQuick;
 
 namespace qml {
 
+class PlayerItem;
+
 /// The SDK's door for QML: configure it once, log a user in, then let the models and `PlayerItem`
 /// do the rest. GUI thread, as everything in this module.
 class KorvelContent : public QObject {
@@ -107,6 +109,8 @@ public:
     const ContentClient& client() const { return *client_; }
     /// A class was refused for want of a membership.
     void lacksMembership() { setMembership(NoMember); }
+    /// That player covers its window from now on, above those that already do.
+    void playerCovers(PlayerItem& player);
     /// That player has closed: before the application quits, its record goes out.
     void playerClosed(std::shared_ptr<Playback> playback);
 
@@ -127,6 +131,7 @@ private:
     bool installDevice(const QVariantMap& settings);
     void makeClient();
     void end();
+    bool leaveFullScreen();
     void setLoggedIn(bool loggedIn, const QString& userName);
     void setSubscriptionId(const QString& subscriptionId);
     void setMembership(Membership membership);
@@ -134,6 +139,7 @@ private:
     std::shared_ptr<KCSDKConfig> config_;
     std::unique_ptr<ContentClient> client_;
     std::vector<std::shared_ptr<Playback>> closed_;  ///< their records are on their way
+    std::vector<QPointer<PlayerItem>> covering_;     ///< or were, the last one at the end
     std::unique_ptr<platform::ScreenHostQtQuick> screen_;
     QPointer<QQuickWindow> window_;
     bool loggedIn_ = false;

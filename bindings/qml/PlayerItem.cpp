@@ -155,7 +155,8 @@ void PlayerItem::adopt(std::shared_ptr<Playback> playback) {
     });
     applySound();
     if (view()) view()->playerLayer()->setVideoGravity(gravityOf(fillMode_));
-    const bool remains = set(fullScreen_, !events()->parentView, &PlayerItem::fullScreenChanged) &&
+    if (!hasPlace()) KorvelContent::instance().playerCovers(*this);
+    const bool remains = set(fullScreen_, !hasPlace(), &PlayerItem::fullScreenChanged) &&
                          set(playing_, autoPlay_, &PlayerItem::playingChanged) &&
                          set(buffering_, true, &PlayerItem::bufferingChanged) &&
                          setTime(position_, 0, &PlayerItem::positionChanged) &&
@@ -290,6 +291,8 @@ std::shared_ptr<KCSDKPlayerEvents> PlayerItem::events() const {
     return playback_ ? playback_->events() : nullptr;
 }
 
+bool PlayerItem::hasPlace() const { return events() && events()->parentView; }
+
 std::shared_ptr<KCSDKPlayerView> PlayerItem::view() const {
     return playback_ ? playback_->events()->playerVC->viewVideo : nullptr;
 }
@@ -333,13 +336,14 @@ void PlayerItem::enterFullScreen() {
     if (!remote || fullScreen_) return;
     const QPointer self(this);
     remote->enterFullScreen();
+    if (self) KorvelContent::instance().playerCovers(*this);
     if (self && events() == remote) set(fullScreen_, true, &PlayerItem::fullScreenChanged);
 }
 
 void PlayerItem::exitFullScreen() {
     const auto remote = events();
     if (!remote || !fullScreen_) return;
-    if (!remote->parentView) return stop();
+    if (!hasPlace()) return stop();
     const QPointer self(this);
     returning_ = true;
     remote->exitFullScreen();

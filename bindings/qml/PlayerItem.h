@@ -130,6 +130,8 @@ public:
     bool playing() const { return playing_; }
     bool buffering() const { return buffering_; }
     bool fullScreen() const { return fullScreen_; }
+    /// Whether leaving full screen brings it back here, and does not close it.
+    bool hasPlace() const;
     qreal position() const { return position_; }
     qreal duration() const { return duration_; }
     int performedSeconds() const { return performedSeconds_; }

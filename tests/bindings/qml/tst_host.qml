@@ -181,16 +181,21 @@ Item {
             player.play()
             player.play()
             compare(player.playing, true)
-            player.enterFullScreen()
-            verify(player.fullScreen && KorvelContent.deviceOrientation === 4)
-            player.exitFullScreen()
-            verify(!player.fullScreen)
-            compare([exits.count, closings.count], [1, 0])
+            const wayBack = [() => player.exitFullScreen(), () => keyClick(Qt.Key_Escape), () => keyClick(Qt.Key_Back)]
+            for (const leave of wayBack) {
+                player.enterFullScreen()
+                verify(player.fullScreen && KorvelContent.deviceOrientation === 4)
+                waitForRendering(host)
+                leave()
+                verify(!player.fullScreen && player.active)
+                wait(0)  // it is back with the next turn of the event loop
+            }
+            compare([exits.count, closings.count], [3, 0])
             tryVerify(() => player.position > 20.3, 20000)
             tryVerify(() => player.performedSeconds > 0)  // while it plays
             compare(player.record, PlayerItem.NoRecord)
             player.stop()
-            compare([exits.count, closings.count], [2, 1])
+            compare([exits.count, closings.count], [4, 1])
             compare([player.active, player.condition, player.record], [false, PlayerItem.Ended, PlayerItem.Sending])
             tryCompare(player, "record", PlayerItem.Saved)
             compare(service.performances, 1)
@@ -202,11 +207,18 @@ Item {
             tryCompare(shown, "active", true)
             shown.destroy()
             tryCompare(service, "performances", 2)
+            player.startFullScreen = true
+            player.start()
+            tryCompare(player, "fullScreen", true)
+            waitForRendering(host)
+            keyClick(Qt.Key_Back)  // it has no place to return to
+            compare(player.active, false)
+            player.startFullScreen = false
             const open = createTemporaryObject(playerComponent, host, { ondemandClass: details.ondemandClass })
             open.start()
             tryCompare(open, "active", true)
             service.quit()
-            compare([open.active, service.performances], [false, 3])
+            compare([open.active, service.performances], [false, 4])
 
             service.breakOff("/ondemand/v1/ondemandtracking")
             player.start()
