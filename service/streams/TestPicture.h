@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 
@@ -14,6 +15,16 @@ struct TestPicture {
 
     std::size_t size() const;  ///< bytes of one I420 picture, width and height being even
     void draw(int number, std::span<std::uint8_t> into) const;
+
+    /// The number on such a picture, shown at any size; `isWhite` tells what is at x and y.
+    template <class Size, class IsWhite>
+    static int numberOn(Size width, Size height, IsWhite isWhite) {
+        int number = 0;
+        for (Size bit = 0; bit < 16; ++bit) {
+            if (isWhite((2 * bit + 1) * width / 32, height / 18)) number |= 1 << bit;
+        }
+        return number;
+    }
 };
 
 }  // namespace korvel::service

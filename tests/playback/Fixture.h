@@ -4,6 +4,7 @@
 #include <korvel/doubles/FakeKeychain.h>
 #include <korvel/doubles/FakeLocalytics.h>
 #include "support/Listener.h"
+#include "support/Pictures.h"
 
 #include <korvel/KorvelContentSDK.h>
 #include <korvel/platform/avfoundation/AVPlayer.h>
@@ -112,18 +113,7 @@ protected:
     }
     bool hasFailed() { return item()->status() == platform::AVPlayerItem::Status::failed; }
 
-    /// The number burnt into the picture of this moment; -1 without one.
-    int picture() {
-        const auto frame = player()->newestFrame();
-        if (!frame) return -1;
-        int number = 0;
-        const auto& plane = frame->planes[0];
-        for (unsigned bit = 0; bit < 16; ++bit) {
-            const std::size_t x = (2 * bit + 1) * frame->width / 32;
-            if (plane.data[frame->height / 18 * plane.stride + x] > 128) number |= 1 << bit;
-        }
-        return number;
-    }
+    int picture() { return numberOn(player()->newestFrame()); }
 
     /// The requests so far whose target starts so.
     std::vector<service::ReceivedRequest> requests(const std::string& prefix) const {

@@ -27,16 +27,21 @@ public:
     ChildProcess& operator=(const ChildProcess&) = delete;
     ~ChildProcess() { kill(); }
 
+    void signal(int number) const {
+        if (id_ > 0) ::kill(id_, number);
+    }
     void kill() {
-        if (id_ > 0) ::kill(id_, SIGKILL);
+        signal(SIGKILL);
         wait();
     }
-    /// Whether it ended by itself and in order.
-    bool wait() {
+    /// Waits for its end: its exit code, or 128 and the number of the signal that ended it.
+    int code() {
         int status = -1;
         if (id_ > 0) waitpid(std::exchange(id_, 0), &status, 0);
-        return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     }
+    /// Whether it ended by itself and in order.
+    bool wait() { return code() == 0; }
 
 private:
     pid_t id_;

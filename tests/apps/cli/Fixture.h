@@ -1,12 +1,12 @@
 #pragma once
 
 #include "Program.h"
+#include "support/TemporaryFolder.h"
 
 #include <service/ContentService.h>
 
 #include <gtest/gtest.h>
 #include <cstdlib>
-#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -20,12 +20,6 @@ using service::ContentService;
 class CommandLine : public testing::Test {
 protected:
     using Arguments = std::vector<std::string>;
-
-    CommandLine() {
-        auto pattern = (std::filesystem::temp_directory_path() / "korvel-cli-XXXXXX").string();
-        folder = mkdtemp(pattern.data());
-    }
-    ~CommandLine() override { std::filesystem::remove_all(folder); }
 
     /// What a sanitizer is to know, it is told by the environment.
     static std::string inherited(const char* name) {
@@ -51,7 +45,8 @@ protected:
     }
 
     ContentService service;
-    std::filesystem::path folder;
+    TemporaryFolder temporary;
+    const std::filesystem::path folder = temporary / "";
 };
 
 }  // namespace korvel::tests

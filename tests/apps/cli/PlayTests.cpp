@@ -1,6 +1,7 @@
 #include "Fixture.h"
 
 #include <png.h>
+#include <service/streams/TestPicture.h>
 
 #include <csignal>
 #include <functional>
@@ -11,7 +12,6 @@ using nlohmann::json;
 
 namespace {
 
-/// The number that the development streams carry in their top row, a bit to each of 16 boxes.
 int numberIn(const std::filesystem::path& file) {
     png_image image{};
     image.version = PNG_IMAGE_VERSION;
@@ -19,12 +19,9 @@ int numberIn(const std::filesystem::path& file) {
     image.format = PNG_FORMAT_GRAY;
     std::vector<std::uint8_t> pixels(PNG_IMAGE_SIZE(image));
     if (!png_image_finish_read(&image, nullptr, pixels.data(), 0, nullptr)) return -2;
-    int number = 0;
-    for (unsigned bit = 0; bit < 16; ++bit) {
-        const auto x = (2 * bit + 1) * image.width / 32;
-        if (pixels[image.height / 18 * image.width + x] > 128) number |= 1 << bit;
-    }
-    return number;
+    return service::TestPicture::numberOn(image.width, image.height, [&](auto x, auto y) {
+        return pixels[y * image.width + x] > 128;
+    });
 }
 
 }  // namespace

@@ -2,13 +2,8 @@
 
 #include <fcntl.h>
 #include <pty.h>
-#include <spawn.h>
-#include <sys/mman.h>
-#include <sys/wait.h>
 #include <termios.h>
-#include <unistd.h>
 #include <array>
-#include <csignal>
 #include <stdexcept>
 
 namespace korvel::tests {
@@ -54,29 +49,22 @@ Program::Program(std::vector<std::string> arguments, std::vector<std::string> en
             files[1] = ends[1];
         }
     }
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    for (int stream = 0; const int file : files) {
-        posix_spawn_file_actions_adddup2(&actions, file, stream++);
-    }
-    const int failed = posix_spawn(&process_, KORVEL_PROGRAM, &actions, nullptr,
-                                   pointers(arguments).data(), pointers(environment).data());
-    posix_spawn_file_actions_destroy(&actions);
+    const auto words = pointers(arguments);
+    const auto variables = pointers(environment);
+    process_.emplace([&] {
+        for (int stream = 0; const int file : files) dup2(file, stream++);
+        execve(words[0], words.data(), variables.data());
+        _exit(127);
+    });
     close(files[0]);
     if (screen == Screen::goneReader) close(files[1]);
-    require(failed == 0, "the program does not start");
 }
 
 Program::~Program() {
-    if (process_ > 0) {
-        kill(process_, SIGKILL);
-        waitpid(process_, nullptr, 0);
-    }
+    process_->kill();
     close(output_);
     if (errors_ >= 0) close(errors_);
 }
-
-void Program::signal(int number) const { kill(process_, number); }
 
 void Program::type(std::string_view keys) const {
     require(write(output_, keys.data(), keys.size()) == static_cast<ssize_t>(keys.size()),
@@ -110,12 +98,9 @@ bool Program::reads(const std::string& text) {
 Ended Program::wait() {
     while (errors_ < 0 && readTerminal()) {
     }
-    int status = 0;
-    waitpid(process_, &status, 0);
-    process_ = -1;
-    ended_.code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    ended_.code = process_->code();
     if (errors_ >= 0) {
-        if (output_ >= 0) ended_.output = contents(output_);
+        ended_.output = contents(output_);
         ended_.errors = contents(errors_);
     }
     return ended_;

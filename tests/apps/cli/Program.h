@@ -1,7 +1,8 @@
 #pragma once
 
-#include <sys/types.h>
-#include <cstddef>
+#include "support/ChildProcess.h"
+
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,7 +28,7 @@ public:
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
 
-    void signal(int number) const;
+    void signal(int number) const { process_->signal(number); }
     void type(std::string_view keys) const;
     /// Whether the terminal shows what is typed, and by whole lines.
     bool echoes() const;
@@ -40,7 +41,7 @@ public:
 private:
     bool readTerminal();
 
-    pid_t process_ = -1;
+    std::optional<ChildProcess> process_;
     int output_ = -1;  ///< a file, or our end of the terminal
     int errors_ = -1;  ///< a file, unless there is a terminal
     Ended ended_;

@@ -3,6 +3,7 @@
 
 #include <korvel/platform/backends/gstreamer/MediaEngineGStreamer.h>
 #include <service/ContentService.h>
+#include <service/streams/TestPicture.h>
 
 #include <unistd.h>
 #include <thread>
@@ -31,19 +32,17 @@ protected:
         ASSERT_TRUE(until([&] { return events != nullptr; }));
     }
     double position() { return CMTimeGetSeconds(player().player()->currentTime()); }
-    /// The number that the service burnt into the picture, as the window shows it; -1 without one.
+    /// The number on the picture that the window shows; -1 without one.
     int pictureShown() {
         const auto image = grab();
         const auto frame = item->mapRectToScene(item->boundingRect());
-        int number = 0;
-        for (int bit = 0; bit < 16; ++bit) {
-            const QPointF box(frame.left() + (2 * bit + 1) * frame.width() / 32,
-                              frame.top() + frame.height() / 18);
-            const auto pixel = image.pixelColor(box.toPoint());
-            if (pixel.blue() > pixel.red() + 40) return -1;  // the window's own colour
-            if (pixel.green() > 128) number |= 1 << bit;
-        }
-        return number;
+        bool isThere = true;
+        const int number = service::TestPicture::numberOn(640, 360, [&](auto x, auto y) {
+            const auto pixel = image.pixelColor((frame.topLeft() + QPointF(x, y)).toPoint());
+            isThere = isThere && pixel.blue() <= pixel.red() + 40;  // or the window's own colour
+            return pixel.green() > 128;
+        });
+        return isThere ? number : -1;
     }
 };
 
