@@ -237,6 +237,12 @@ TEST_F(PlaybackTest, PrefetchAsksForTheTokenWithTheClassAndTheTimelineSaysWhen) 
     ASSERT_TRUE(fake.session->waitForRequests(3));
     EXPECT_EQ(fake.session->requests[2].url.absoluteString(), "https://keys.test/key?kid=k1");
     EXPECT_EQ(fake.session->requests[2].value("Authorization"), "Bearer t");
+    EXPECT_EQ(playback->timeline().key, std::nullopt);
+    for (const auto step : {Step::key, Step::segment, Step::key, Step::playlist}) {
+        pass(40ms);
+        stream().events->took(step);
+    }
+    becomeReady();
     pass(100ms);
     const auto steps = playback->timeline();
     EXPECT_EQ(steps.asked, began);
@@ -246,8 +252,9 @@ TEST_F(PlaybackTest, PrefetchAsksForTheTokenWithTheClassAndTheTimelineSaysWhen) 
     EXPECT_EQ(steps.playlist, began + 80ms);
     EXPECT_EQ(steps.keyAsked, began + 120ms);
     EXPECT_EQ(steps.keyRequested, began + 120ms);
-    EXPECT_EQ(steps.key, std::nullopt);
-    EXPECT_EQ(steps.picture, std::nullopt);
+    EXPECT_EQ(steps.key, began + 160ms) << "the first of them";
+    EXPECT_EQ(steps.segment, began + 200ms);
+    EXPECT_EQ(steps.picture, began + 280ms);
     EXPECT_EQ(fake.media->prepared, std::vector<std::string>{""}) << "no server is known yet";
     const auto next = client->play(decoded<KCSDKOndemandClass>(classJSON("asked")),
                                    {.in = place, .prefetch = true});

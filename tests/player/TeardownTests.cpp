@@ -54,7 +54,13 @@ protected:
 
 TEST_F(Teardown, ACloseThatWasBegunIsRecordedWhoeverLetsGo) {
     const std::function<void()> ends[] = {
-        [&] { events->stopVideo(); }, [&] { player().closeBtnTapped(); },
+        [&] { events->stopVideo(); },
+        [&] {
+            const std::weak_ptr view = events->playerVC->viewVideo;
+            builder.reset();
+            events.reset();
+            view.lock()->closeBtnTapped();  // its place keeps it
+        },
         [&] { (stream().playToEnd(), fake.mainQueue->drain()); }};  // told, not yet taken down
     for (const bool withinTheExit : {true, false}) {
         for (const auto& end : ends) {

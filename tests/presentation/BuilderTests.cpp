@@ -187,25 +187,6 @@ TEST_F(Builder, FullScreenPlayerIsPresentedInLandscapeAndClosesBackToPortrait) {
     EXPECT_TRUE(fake.events().back().starts_with("On Demand Class Performed"));
 }
 
-TEST_F(Builder, AnEmbeddedPlayerOutlivesItsHostsReferencesAndStillTracks) {
-    start(place);
-    becomeReady();
-    const auto view = std::weak_ptr(events->playerVC->viewVideo);
-    builder.reset();
-    events.reset();
-    pass(3s);
-    ASSERT_FALSE(view.expired());
-    EXPECT_EQ(view.lock()->totalPerformedTime, 3);
-    view.lock()->closeBtnTapped();
-    run();
-    EXPECT_TRUE(view.expired()) << "and nothing is left behind";
-    EXPECT_TRUE(place->subviews().empty());
-    EXPECT_EQ(UIDevice::current().orientation(), 1);
-    ASSERT_TRUE(fake.session->waitForRequests(2));
-    EXPECT_NE(body(1).find(R"("actualDurationSecond":3)"), std::string::npos);
-    EXPECT_EQ(fake.media->open(), 0u);
-}
-
 TEST_F(Builder, AHostsOverlayIsShownAndOtherwiseLeftAlone) {
     const auto host = platform::make<platform::UISlider>();
     start(place, 200, std::nullopt, host);

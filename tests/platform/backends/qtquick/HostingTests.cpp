@@ -6,48 +6,33 @@ namespace korvel::tests {
 
 using platform::ScreenHostQtQuick;
 
-TEST_F(QtQuickTest, AResizedItemResizesThePlayerAlsoAfterItWasFullScreen) {
-    startEmbedded();
-    const auto follows = [&](QSizeF size) {
-        item->setSize(size);
-        settle();
-        const auto bounds = player().bounds().size;
-        EXPECT_EQ(QSizeF(bounds.width, bounds.height), size);
-        EXPECT_EQ(colorAt(item->mapToScene({size.width() - 2, size.height() - 2})),
-                  QColor(255, 255, 255));
-        EXPECT_EQ(colorAt(item->mapToScene({size.width() + 2, size.height() + 2})), quick->color());
-    };
-    follows({500, 300});
-    events->enterFullScreen();
-    passAndShow(1s);
-    item->setSize({300, 200});  // the host turns its layout meanwhile
-    events->exitFullScreen();
-    item->setSize({420, 240});
-    run();
-    follows({420, 240});
-    follows({640, 360});
-}
-
-TEST_F(QtQuickTest, FullScreenCoversTheWindowAndReturnsThePlayerToItsItem) {
+TEST_F(QtQuickTest, FullScreenCoversTheWindowAndReturnsThePlayerToItsItemHoweverThatIsResized) {
     QSignalSpy presenting(host.get(), &ScreenHostQtQuick::presentingChanged);
     QSignalSpy turned(host.get(), &ScreenHostQtQuick::orientationChanged);
     startEmbedded();
     EXPECT_EQ(presenting.count(), 0) << "an embedded player covers nothing";
-    for (const QSize size : {QSize(800, 600), QSize(900, 500)}) {
+    const QColor video(255, 255, 255);
+    for (const auto& [size, room] :
+         {std::pair(QSize(800, 600), QSizeF(640, 360)), {QSize(900, 500), QSizeF(420, 240)}}) {
         events->enterFullScreen();
         passAndShow(1s);
         quick->resize(size);
+        item->setSize({300, 200});  // the host turns its layout meanwhile
         settle();
         EXPECT_TRUE(host->isPresenting());
         EXPECT_EQ(host->orientation(), 4);
         for (const QPointF corner : {QPointF(2, 2), QPointF(size.width() - 3, size.height() - 3)})
-            EXPECT_EQ(colorAt(corner), QColor(255, 255, 255));
+            EXPECT_EQ(colorAt(corner), video);
         events->exitFullScreen();
+        item->setSize(room);
         settle();
         EXPECT_FALSE(host->isPresenting());
         EXPECT_EQ(events->playerVC->view()->superview(), place);
         EXPECT_EQ(colorAt({2, 2}), quick->color());
-        EXPECT_EQ(colorAt(item->mapToScene({2, 2})), QColor(255, 255, 255));
+        EXPECT_EQ(colorAt(item->mapToScene({2, 2})), video);
+        const auto corner = item->mapToScene({room.width(), room.height()});
+        EXPECT_EQ(colorAt(corner - QPointF(2, 2)), video);
+        EXPECT_EQ(colorAt(corner + QPointF(2, 2)), quick->color());
     }
     EXPECT_EQ(presenting.count(), 4);
     EXPECT_EQ(turned.count(), 4);
