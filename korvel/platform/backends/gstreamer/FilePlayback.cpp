@@ -160,15 +160,7 @@ void FilePlayback::Course::plug(GstPad* pad, bool isPicture, GstCaps* caps) {
     (isPicture ? hasPicture_ : hasSound_) = true;
     const auto parser = makeParser(caps);
     const auto inlet = isPicture ? pipeline->pictureInlet() : pipeline->soundInlet();
-    gst_pad_add_probe(
-        inlet.get(), GST_PAD_PROBE_TYPE_EVENT_FLUSH,
-        [](GstPad*, GstPadProbeInfo* info, gpointer given) {
-            // Flushes begin in all branches before they end in one.
-            if (GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) == GST_EVENT_FLUSH_STOP)
-                static_cast<Pipeline*>(given)->flushed();
-            return GST_PAD_PROBE_OK;
-        },
-        pipeline.get(), nullptr);
+    pipeline->watchFlushes(inlet.get());
     const Ref<GstPad> in(gst_element_request_pad_simple(queues_, "sink_%u"));
     const Ref<GstPad> out([&] {
         GValue found = G_VALUE_INIT;

@@ -119,12 +119,44 @@ void Pipeline::beginFlush(nanoseconds to) {
     const std::lock_guard lock(flushing_);
     isFlushed_ = false;
     shows_ = false;
+    awaited_ = watched_;
     from_ = to.count();
 }
 
 void Pipeline::flushed() {
     const std::lock_guard lock(flushing_);
     isFlushed_ = true;
+}
+
+void Pipeline::watchFlushes(GstPad* inlet) {
+    {
+        const std::lock_guard lock(flushing_);
+        watched_.push_back(inlet);
+    }
+    gst_pad_add_probe(
+        inlet, GST_PAD_PROBE_TYPE_EVENT_FLUSH,
+        [](GstPad* pad, GstPadProbeInfo* info, gpointer given) {
+            static_cast<Pipeline*>(given)->inletFlushes(pad, GST_PAD_PROBE_INFO_EVENT(info));
+            return GST_PAD_PROBE_OK;
+        },
+        this, nullptr);
+}
+
+/// Flushes begin in all branches before they end in one. One has ended where the thread that
+/// brought the branch's samples is gone, and with it whatever it was telling of the sink.
+void Pipeline::inletFlushes(GstPad* inlet, GstEvent* event) {
+    if (GST_EVENT_TYPE(event) == GST_EVENT_FLUSH_START) {
+        // What sinks lose amid the pipeline's own step to playing it does not notice, and then
+        // tells nobody that they have prerolled again: they lose it here, the step held up.
+        const Ref<GstElement> first(gst_pad_get_parent_element(inlet));
+        const Ref<GstPad> out(gst_element_get_static_pad(first.get(), "src"));
+        const StateLock lock(element());
+        gst_pad_push_event(out.get(), gst_event_ref(event));
+        return;
+    }
+    const std::lock_guard lock(flushing_);
+    std::erase(awaited_, inlet);
+    if (awaited_.empty()) isFlushed_ = true;
 }
 
 void Pipeline::abandonFlush() {

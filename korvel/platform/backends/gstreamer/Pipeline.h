@@ -12,6 +12,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace korvel::platform::gst {
 
@@ -57,8 +58,11 @@ public:
     /// Nothing counts as prerolled or as the position until `flushed`; from then on the position is
     /// `to` until all have prerolled again.
     void beginFlush(std::chrono::nanoseconds to);
-    /// All sinks have begun to flush, so that none of them can preroll any more with what they had.
+    /// No thread is left that brings sinks, or tells of them, what they had.
     void flushed();
+    /// Flushes that come by elements are seen at this inlet: once all of those watched have ended
+    /// theirs, `flushed` holds.
+    void watchFlushes(GstPad* inlet);
     /// Nothing is flushed after all.
     void abandonFlush();
 
@@ -78,6 +82,7 @@ private:
     void listen();
     void heard(GstMessage* message);
     void prerolled();
+    void inletFlushes(GstPad* inlet, GstEvent* event);
     void stumbled(GstMessage* message);
     void chooseClock();
     void apply();
@@ -102,6 +107,8 @@ private:
     std::atomic<bool> ready_ = false;
     std::atomic<bool> shows_ = false;  ///< what was last sought
     std::atomic<bool> isFlushed_ = true;
+    std::vector<GstPad*> watched_;  ///< the elements'
+    std::vector<GstPad*> awaited_;  ///< those of them that have not flushed yet
     std::atomic<std::int64_t> from_ = 0;
 };
 

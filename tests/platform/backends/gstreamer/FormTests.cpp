@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
+#include <random>
 
 namespace korvel::tests {
 
@@ -227,15 +229,20 @@ TEST_F(GStreamerTest, SeeksInFilesEndAtTheirPictureHoweverRatesChange) {
     const FormServer server{KORVEL_FORMS};
     Show show(server / "file-front.mp4", device);
     ASSERT_TRUE(until([&] { return show.isReady(); }));
-    for (int i = 0; i < 60; ++i) {
+    const char* many = std::getenv("KORVEL_SEEKS");
+    std::mt19937 random(7);
+    for (int i = 0; i < (many ? std::atoi(many) : 60); ++i) {
         show.player->setRate(i % 2 == 0 ? 2 : 1);
-        if (i % 3 == 0) play(std::chrono::milliseconds(i));
-        show.player->setRate(0);
-        const int picture = i * 37 % 150;
+        if (i % 3 == 0) play(std::chrono::milliseconds(random() % 60));
+        const bool plays = i % 5 == 1;  // or amid the pipeline's step to that
+        if (!plays) show.player->setRate(0);
+        const int picture = static_cast<int>(random() % 150);
         show.listener->heard.clear();
         show.seek(picture / 25. + 0.01);
         ASSERT_TRUE(until([&] { return !show.listener->heard.empty(); })) << i;
-        EXPECT_EQ(show.picture(), picture) << i;
+        const int shown = show.picture();
+        EXPECT_TRUE(plays ? shown >= picture : shown == picture) << i << ' ' << shown;
+        show.player->setRate(0);
     }
 }
 
