@@ -39,7 +39,10 @@ void report(const std::string& name, double value, double goal);
 std::optional<double> ratio(int turns, PlayerProcess& ours, const std::string& command,
                             PlayerProcess& peer, const std::string& peers);
 
-/// Streams behind lines of changing speed, `streams` as "make-streams" makes them.
-void measureLines(const std::string& streams);
+// Streams behind lines of a speed of their own, `streams` as "make-streams" makes them.
+
+void measureMemory(const std::string& streams);
+void measureSlowStart(const std::string& streams);
+void measureTraces(const std::string& streams);
 
 }  // namespace korvel::bench

@@ -225,9 +225,21 @@ void measureGrowth(const service::ServiceProcess& service) {
     report("open_close_growth_descriptors", std::max(ours->at(2), 0.), 8);
 }
 
+/// With the streams of the benchmarks behind a server of their own.
+void measureFirstFrames(const service::ServiceProcess& service) {
+    httplib::Server streams;
+    streams.set_mount_point("/", KORVEL_BENCH_STREAMS);
+    streams.set_tcp_nodelay(true);
+    const int port = streams.bind_to_any_port("127.0.0.1");
+    const std::jthread serving([&] { streams.listen_after_bind(); });
+    measureFirstFrames(service, "http://127.0.0.1:" + std::to_string(port) + "/fmp4/index.m3u8");
+    streams.stop();
+}
+
 }  // namespace
 
-int main() {
+/// usage: korvel_bench_media [first|seeks|reports|closing|growth|memory|start|traces]...; else all
+int main(int count, char** arguments) {
     const service::ServiceProcess service(
         {.tls = false, .streams = KORVEL_STREAMS, .keptRequests = 0},
         [](service::ContentService& each) {
@@ -237,21 +249,19 @@ int main() {
     auto pattern = (std::filesystem::temp_directory_path() / "korvel-bench-XXXXXX").string();
     const std::filesystem::path data = mkdtemp(pattern.data());
     const Device& device = makeDevice(data);
-    {
-        httplib::Server streams;
-        streams.set_mount_point("/", KORVEL_BENCH_STREAMS);
-        streams.set_tcp_nodelay(true);
-        const int port = streams.bind_to_any_port("127.0.0.1");
-        const std::jthread serving([&] { streams.listen_after_bind(); });
-        measureFirstFrames(service,
-                           "http://127.0.0.1:" + std::to_string(port) + "/fmp4/index.m3u8");
-        streams.stop();
+    const std::pair<const char*, std::function<void()>> parts[] = {
+        {"first", [&] { measureFirstFrames(service); }},
+        {"seeks", [&] { measureSeeks(service, device); }},
+        {"reports", [&] { measureReports(service, device); }},
+        {"closing", [&] { measureClosing(service, device); }},
+        {"growth", [&] { measureGrowth(service); }},
+        {"memory", [] { bench::measureMemory(KORVEL_BENCH_STREAMS); }},
+        {"start", [] { bench::measureSlowStart(KORVEL_BENCH_STREAMS); }},
+        {"traces", [] { bench::measureTraces(KORVEL_BENCH_STREAMS); }}};
+    const std::vector<std::string> asked(arguments + 1, arguments + count);
+    for (const auto& [name, measure] : parts) {
+        if (asked.empty() || std::find(asked.begin(), asked.end(), name) != asked.end()) measure();
     }
-    measureSeeks(service, device);
-    measureReports(service, device);
-    measureClosing(service, device);
-    measureGrowth(service);
-    bench::measureLines(KORVEL_BENCH_STREAMS);
     std::filesystem::remove_all(data);
     return 0;
 }

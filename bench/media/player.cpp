@@ -220,7 +220,7 @@ std::string answer(Player& player, const std::string& line) {
         return out.str();
     }
     Pictures seen;
-    if (!player.play(address, Seconds(number), Seconds(20 + 4 * number), seen)) return {};
+    if (!player.play(address, Seconds(number), Seconds(20 + 2 * number), seen)) return {};
     out << seen.first();
     if (what == "play")
         out << ' ' << seen.stalled() << ' ' << seen.longest() << ' ' << status("VmHWM");

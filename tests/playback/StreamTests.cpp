@@ -26,7 +26,8 @@ TEST_F(PlaybackTest, ThrottledServiceEmptiesTheBufferAndPerformedSecondsGoOn) {
     for (auto told = listener->told.begin() + 1; told != listener->told.end(); told += 4) {
         EXPECT_EQ(Lines(told, told + 4), (Lines{"likely", "empty", "empty", "likely"}));
     }
-    EXPECT_FALSE(requests("/media/50101/720p/00000.ts").empty()) << "the best at first";
+    EXPECT_FALSE(requests("/media/50101/360p/00000.ts").empty()) << "what is sure at first";
+    EXPECT_FALSE(requests("/media/50101/720p/00001.ts").empty()) << "then what the line carries";
     EXPECT_TRUE(view().overlayController->viewLoader->isHidden());
     const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - began;
     EXPECT_GT(passed.count(), 7.);

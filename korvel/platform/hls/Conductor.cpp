@@ -93,7 +93,7 @@ void Conductor::begin(const URL& address, Playlist playlist) {
 
 void Conductor::begin(const URL& address, MediaPlaylist playlist) {
     if (!playlist.isEnded) stage_->setReference(std::make_shared<const MediaPlaylist>(playlist));
-    start({{.address = address.absoluteString()}},
+    start(makeLadder({{.address = address.absoluteString()}}),
           {.playlists = {address}, .first = std::move(playlist)});
 }
 
@@ -127,11 +127,11 @@ void Conductor::begin(const URL& address, const MasterPlaylist& playlist) {
             makeAVError(AVError::serverIncorrectlyConfigured,
                         "No variant that may be loaded: " + address.absoluteString()));
     }
-    const auto first =
-        Ladder(variants, bounds_).choice(std::nullopt, {}, stage_->attention().clock().now());
+    auto ladder = makeLadder(std::move(variants));
+    const auto first = ladder->choice(std::nullopt, {}, stage_->attention().clock().now());
     if (anyPicture) source.sound = makeSoundChoice(playlist, address, chosen);
     if (source.sound) source.sound->follow(first);
-    start(std::move(variants), std::move(source));
+    start(std::move(ladder), std::move(source));
 }
 
 /// A wish counts that was made before anybody knew what there is.
@@ -144,8 +144,13 @@ std::shared_ptr<SoundChoice> Conductor::makeSoundChoice(
     return sound_ = std::move(sound);
 }
 
-void Conductor::start(std::vector<Variant> variants, Rendition::Source source) {
-    auto ladder = std::make_shared<Ladder>(std::move(variants), bounds_);
+std::shared_ptr<Ladder> Conductor::makeLadder(std::vector<Variant> variants) const {
+    const auto remembered = stage_->line().recall(stage_->attention().clock().now());
+    const std::lock_guard lock(mutex_);
+    return std::make_shared<Ladder>(std::move(variants), bounds_, remembered);
+}
+
+void Conductor::start(std::shared_ptr<Ladder> ladder, Rendition::Source source) {
     {
         const std::lock_guard lock(mutex_);
         ladder_ = ladder;

@@ -44,7 +44,8 @@ private:
     void begin(const URL& address, const MasterPlaylist& playlist);
     std::shared_ptr<SoundChoice> makeSoundChoice(const MasterPlaylist& playlist, const URL& address,
                                                  const std::vector<const VariantTag*>& variants);
-    void start(std::vector<Variant> variants, Rendition::Source source);
+    std::shared_ptr<Ladder> makeLadder(std::vector<Variant> variants) const;
+    void start(std::shared_ptr<Ladder> ladder, Rendition::Source source);
 
     const std::shared_ptr<Stage> stage_;
     const std::shared_ptr<Statistics> statistics_ = std::make_shared<Statistics>();

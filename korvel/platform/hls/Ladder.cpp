@@ -10,16 +10,18 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// Bits a second of a usual line, until one was measured.
-constexpr double usualSpeed = 10e6;
-/// Of the measured speed, so much may be used.
+/// Of the measured speed, so much may be used, ...
 constexpr double share = 0.8;
+/// ... and so much by a variant that is kept, or with much in store.
+constexpr double mostShare = 0.95;
 /// Too little to tell a speed by.
 constexpr std::uint64_t leastBytes = 8'000;
-/// A better variant is begun only with so much in store, ...
-constexpr std::chrono::nanoseconds storeToClimb = 3s;
+/// A better variant is begun only with so much in store, or where its segment would come in so
+/// small a part of what there is, ...
+constexpr std::chrono::nanoseconds someStore = 3s;
+constexpr double partToClimb = 0.6;
 /// ... and with so much in store a variant is kept that is a little too much for the line.
-constexpr std::chrono::nanoseconds storeToStay = 8s;
+constexpr std::chrono::nanoseconds muchStore = 8s;
 constexpr double staying = 1.1;
 /// A line that trickles, without a pause for which it might be a quick one that is only finding out
 /// what it can carry, tells sooner that a segment is far too much for it.
@@ -27,6 +29,8 @@ constexpr std::chrono::nanoseconds trickle = 25ms;
 constexpr std::chrono::nanoseconds trickleToTell = 40ms;
 constexpr std::uint64_t leastTrickle = 4'000;
 constexpr double farTooMuch = 3;  // times as long as the segment plays
+constexpr std::chrono::nanoseconds late = 300ms;
+constexpr double steadily = 0.7;
 constexpr std::chrono::seconds firstRest{5};
 constexpr int mostDoublings = 4;
 
@@ -36,8 +40,12 @@ double seconds(std::chrono::nanoseconds time) {
 
 }  // namespace
 
-Ladder::Ladder(std::vector<Variant> variants, VariantBounds bounds)
-    : variants_(std::move(variants)), states_(variants_.size()), bounds_(bounds) {}
+Ladder::Ladder(std::vector<Variant> variants, VariantBounds bounds,
+               std::optional<double> remembered)
+    : variants_(std::move(variants)),
+      states_(variants_.size()),
+      bounds_(bounds),
+      remembered_(remembered) {}
 
 void Ladder::setBounds(VariantBounds bounds) {
     const std::lock_guard lock(mutex_);
@@ -60,8 +68,6 @@ void Ladder::measured(std::uint64_t bytes, Time busy) {
         *speed_ *= std::pow(speed / *speed_, weight);
     }
 }
-
-double Ladder::speedLocked() const { return speed_.value_or(usualSpeed); }
 
 std::optional<double> Ladder::speed() const {
     const std::lock_guard lock(mutex_);
@@ -106,8 +112,7 @@ bool Ladder::isAllowed(std::size_t variant) const {
     });
 }
 
-std::size_t Ladder::affordable(double speed, Clock::Instant now) const {
-    const double budget = speed * share;
+std::size_t Ladder::affordable(double budget, Clock::Instant now) const {
     const auto rate = [&](std::size_t i) { return static_cast<double>(variants_[i].bitRate); };
     std::optional<std::size_t> best;
     std::optional<std::size_t> least;
@@ -125,14 +130,18 @@ std::size_t Ladder::affordable(double speed, Clock::Instant now) const {
     return best ? *best : least.value_or(0);
 }
 
-std::size_t Ladder::choice(std::optional<std::size_t> current, Time level,
-                           Clock::Instant now) const {
+std::size_t Ladder::choice(std::optional<std::size_t> current, Time level, Clock::Instant now,
+                           Time length) const {
     const std::lock_guard lock(mutex_);
     const auto rate = [&](std::size_t i) { return static_cast<double>(variants_[i].bitRate); };
-    const std::size_t chosen = affordable(speedLocked(), now);
+    const double speed = speedLocked();
+    const std::size_t chosen = affordable(speed * (level >= muchStore ? mostShare : share), now);
     if (!current || !isAlive(*current, now) || !isAllowed(*current)) return chosen;
-    if (rate(chosen) > rate(*current) && level < storeToClimb) return *current;
-    const bool canStay = rate(*current) <= speedLocked() * staying && level >= storeToStay;
+    const bool canClimb = level >= someStore ||
+                          rate(chosen) * seconds(length) <= speed * partToClimb * seconds(level);
+    if (rate(chosen) > rate(*current) && !canClimb) return *current;
+    const bool canStay =
+        level >= someStore && rate(*current) <= speed * (level >= muchStore ? staying : mostShare);
     if (rate(chosen) < rate(*current) && canStay) return *current;
     return rate(chosen) == rate(*current) ? *current : chosen;
 }
@@ -145,7 +154,10 @@ bool Ladder::gaveUp(std::size_t variant, const Progress& progress, Clock::Instan
     const bool trickles =
         progress.meter.longestWait() <= trickle && busy >= trickleToTell && bytes >= leastTrickle;
     if (!isPlain && !trickles) return false;
-    const double speed = static_cast<double>(bytes) / seconds(busy);
+    const double speed = progress.meter.speed(busy);
+    // How slow a line becomes that is still getting slower is not known yet.
+    const bool canWait = progress.level >= someStore;
+    if (canWait && progress.meter.speed(late) < speed * steadily) return false;
     const double length = seconds(progress.duration);
     const std::lock_guard lock(mutex_);
     const auto sizeOf = [&](std::size_t i) {
@@ -154,11 +166,23 @@ bool Ladder::gaveUp(std::size_t variant, const Progress& progress, Clock::Instan
     const double total = progress.total ? static_cast<double>(*progress.total) : sizeOf(variant);
     const double left = (total - static_cast<double>(progress.bytes)) / speed;
     if (left <= seconds(progress.level) + (isPlain ? 0.3 : farTooMuch * length)) return false;
-    const auto other = affordable(speed * 8, now);
+    const auto other = affordable(speed * 8 * share, now);
     if (variants_[other].bitRate >= variants_[variant].bitRate) return false;
-    if (sizeOf(other) / speed >= left * 0.7) return false;
+    const double lesser = sizeOf(other) / speed;
+    if (lesser >= left * 0.7) return false;
+    // A line that carries nothing at all may come back before the store is gone.
+    if (canWait && lesser > seconds(progress.level)) return false;
     speed_ = speed * 8;
     return true;
+}
+
+double Meter::speed(Time during) const {
+    if (points_.size() < 2) return 0;
+    const Point& last = points_.back();
+    auto since = std::prev(points_.end(), 2);
+    while (since != points_.begin() && last.busy - since->busy < during) --since;
+    return static_cast<double>(last.bytes - since->bytes) /
+           std::max(seconds(last.busy - since->busy), 1e-9);
 }
 
 void Meter::add(std::uint64_t bytes, Time busy) {

@@ -26,6 +26,8 @@ public:
     Time busy() const {
         return points_.empty() ? Time::zero() : points_.back().busy - points_.front().busy;
     }
+    /// Bytes a second of late: in so much of that time, or a piece longer.
+    double speed(Time during) const;
     /// For one piece, so far.
     Time longestWait() const { return longestWait_; }
 
@@ -44,7 +46,10 @@ class Ladder {
 public:
     using Time = std::chrono::nanoseconds;
 
-    explicit Ladder(std::vector<Variant> variants, VariantBounds bounds = {});
+    /// `remembered`: how quick the line was of late, bits a second; until another speed is
+    /// measured it counts. Without one the least variant, which is sure, is begun with.
+    explicit Ladder(std::vector<Variant> variants, VariantBounds bounds = {},
+                    std::optional<double> remembered = std::nullopt);
 
     const std::vector<Variant>& variants() const { return variants_; }
     void setBounds(VariantBounds bounds);
@@ -57,8 +62,10 @@ public:
     /// Whether another than `variant` is to be had.
     bool hasOther(std::size_t variant, Clock::Instant now) const;
 
-    /// `current`: nothing at the beginning. `level`: how long what is queued lasts.
-    std::size_t choice(std::optional<std::size_t> current, Time level, Clock::Instant now) const;
+    /// `current`: nothing at the beginning. `level`: how long what is queued lasts. `length`: of
+    /// the segment.
+    std::size_t choice(std::optional<std::size_t> current, Time level, Clock::Instant now,
+                       Time length = std::chrono::seconds(6)) const;
 
     /// A segment on its way.
     struct Progress {
@@ -82,14 +89,15 @@ private:
     };
     bool isAllowed(std::size_t variant) const;
     bool isAlive(std::size_t variant, Clock::Instant now) const;
-    double speedLocked() const;
-    /// The best for so many bits a second, else the least, of those that may be chosen.
-    std::size_t affordable(double speed, Clock::Instant now) const;
+    double speedLocked() const { return speed_.value_or(remembered_.value_or(0)); }
+    /// The best of so many bits a second at most, else the least, of those that may be chosen.
+    std::size_t affordable(double budget, Clock::Instant now) const;
 
     const std::vector<Variant> variants_;
     mutable std::mutex mutex_;
     std::vector<State> states_;
     VariantBounds bounds_;
+    const std::optional<double> remembered_;
     std::optional<double> speed_;
 };
 

@@ -5,6 +5,7 @@
 #include <korvel/platform/foundation/Clock.h>
 #include <korvel/platform/foundation/ResponseStream.h>
 #include <korvel/platform/foundation/URL.h>
+#include <korvel/platform/hls/LineMemory.h>
 #include <korvel/platform/hls/SampleOutput.h>
 
 #include <chrono>
@@ -27,6 +28,8 @@ struct PresentationParts {
     /// Runs the action after the delay, on any thread; the process's pool if empty.
     std::function<void(Clock::Duration, std::function<void()>)> after{};
     std::vector<std::string> languages{};  ///< that the user understands, best first
+    /// Shared with the streams before and after it.
+    std::shared_ptr<LineMemory> line = std::make_shared<LineMemory>();
 };
 
 /// One way in which the whole stream is to be had.

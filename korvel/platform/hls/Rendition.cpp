@@ -306,6 +306,8 @@ void Rendition::measured(const FetchResult& result) {
     if (!download_.beforePause && late.busy() >= 500ms && isQuicker())
         std::tie(bytes, busy) = std::pair(late.bytes(), late.busy());
     if (!hasGivenUp_) ladder_->measured(bytes, busy);
+    if (const auto speed = ladder_->speed())
+        stage_->line().keep(*speed, stage_->attention().clock().now());
     statistics_->loaded(result.bytes, result.busy, stage_->levels().stalls());
 }
 

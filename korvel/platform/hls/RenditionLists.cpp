@@ -15,7 +15,9 @@ std::size_t Rendition::choice(Time level) const {
     if (!source_.isMain) return source_.sound->playlist();
     // What was given up is not stayed at.
     const auto current = hasGivenUp_ ? std::nullopt : variant_;
-    return ladder_->choice(current, level, stage_->attention().clock().now());
+    const auto length =
+        variant_ && lists_[*variant_] ? list().playlist.targetDuration : Time::zero();
+    return ladder_->choice(current, level, stage_->attention().clock().now(), length);
 }
 
 bool Rendition::hasOther(std::size_t variant) const {

@@ -31,6 +31,7 @@ public:
     const std::shared_ptr<Attention>& sharedAttention() const { return attention_; }
     const std::shared_ptr<StreamLoader>& loader() const { return parts_.loader; }
     const std::vector<std::string>& languages() const { return parts_.languages; }
+    LineMemory& line() { return *parts_.line; }
     KeyStore& keys() { return keys_; }
     Timeline& timeline() { return timeline_; }
     Levels& levels() { return levels_; }

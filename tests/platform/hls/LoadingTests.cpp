@@ -182,7 +182,13 @@ TEST(LadderTest, ChoosesBySpeedStoreAndBounds) {
             ladder.measured(static_cast<std::uint64_t>(bitsPerSecond / 8), 1s);
     };
     Ladder ladder(variants);
-    EXPECT_EQ(ladder.choice({}, 0s, now), 1u) << "until measured, that of a usual line";
+    EXPECT_EQ(ladder.choice({}, 0s, now), 0u) << "until measured, what is sure";
+    EXPECT_EQ(Ladder(variants, {}, 8e6).choice({}, 0s, now), 1u) << "or what was carried of late";
+    measuredAt(ladder, 7e6);
+    EXPECT_EQ(ladder.choice(0, 3s, now), 2u) << "the best has no margin, ...";
+    EXPECT_EQ(ladder.choice(0, 8s, now), 1u) << "which much in store replaces, ...";
+    EXPECT_EQ(ladder.choice(1, 3s, now), 1u) << "and which is not wanted to stay";
+    EXPECT_EQ(ladder.choice(0, 1500ms, now, 2s), 2u) << "what comes in no time is begun at once";
     measuredAt(ladder, 1e6);
     EXPECT_EQ(ladder.choice(1, 1s, now), 0u);
     measuredAt(ladder, 8e6, 3);
@@ -198,6 +204,17 @@ TEST(LadderTest, ChoosesBySpeedStoreAndBounds) {
     EXPECT_EQ(ladder.choice(2, 9s, now + 6s), 1u) << "tried again later";
     ladder.failed(1, now);
     EXPECT_EQ(ladder.choice(2, 9s, now + 6s), 2u) << "and later still";
+}
+
+TEST(LineMemoryTest, WhatWasMeasuredIsBelievedTheLessTheOlderItIs) {
+    LineMemory line;
+    const Clock::Instant now{};
+    EXPECT_FALSE(line.recall(now));
+    line.keep(8e6, now + 1h);
+    EXPECT_EQ(line.recall(now), 8e6) << "whatever order threads come in";
+    EXPECT_EQ(line.recall(now + 1h + 10min), 4e6);
+    line.keep(1e12, now);
+    EXPECT_LT(line.recall(now + 1h), 2e6) << "however quick it was";
 }
 
 TEST(LadderTest, ALineThatTricklesTellsSoonerThanOneThatPauses) {
@@ -222,6 +239,22 @@ TEST(LadderTest, ALineThatTricklesTellsSoonerThanOneThatPauses) {
     }
 }
 
+TEST(LadderTest, WithAStoreALineThatGetsSlowerIsWaitedForUntilItIsKnownHowSlow) {
+    const auto givenUpAfter = [](std::chrono::nanoseconds level) {
+        Ladder ladder({{450'000, 0, 0, 0, {}, {}}, {5'100'000, 0, 0, 0, {}, {}}}, {}, 8e6);
+        Meter meter;
+        std::uint64_t bytes = 0;
+        for (auto busy = 0ms; busy < 3s; busy += 20ms) {
+            bytes += busy <= 1s ? 20'000 : 2'500;  // eight megabits a second, then one
+            meter.add(bytes, busy);
+            if (ladder.gaveUp(1, {bytes, 3'000'000, meter, 2s, level}, {})) return busy;
+        }
+        return 0ms;
+    };
+    EXPECT_LT(givenUpAfter(1s), 1500ms);
+    EXPECT_GT(givenUpAfter(8s), 1600ms);
+}
+
 TEST(LadderTest, ADownloadThatWouldEndAfterTheStoreIsGivenUpForALesserOneOnly) {
     struct Case {
         std::chrono::nanoseconds
@@ -234,11 +267,13 @@ TEST(LadderTest, ADownloadThatWouldEndAfterTheStoreIsGivenUpForALesserOneOnly) {
     for (const Case& each :
          {Case{1s, 1s, 2, true, "by what came of late"}, Case{1s, 20s, 2, false, "the store lasts"},
           Case{50ms, 1s, 2, false, "too early to tell"},
-          Case{1s, 1s, 0, false, "there is nothing less"},
+          Case{10s, 5s, 2, false, "nothing comes through, which may pass"},
+          Case{10s, 1s, 2, true, "or not"}, Case{1s, 1s, 0, false, "there is nothing less"},
           Case{100ms, 0s, 1, false, "the line carries it"}}) {
         Ladder ladder({{300'000, 0, 0, 0, {}, {}},
                        {3'000'000, 0, 0, 0, {}, {}},
-                       {6'000'000, 0, 0, 0, {}, {}}});
+                       {6'000'000, 0, 0, 0, {}, {}}},
+                      {}, 10e6);
         Meter meter;
         meter.add(0, 0s);
         meter.add(940'000, 10ms);

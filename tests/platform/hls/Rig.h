@@ -113,7 +113,8 @@ protected:
         output->at = start;
         presentation = platform::hls::Presentation::open(
             *platform::URL::parse(address),
-            {server, keys, output, output, timers.clock, timers.after(), languages}, bounds);
+            {server, keys, output, output, timers.clock, timers.after(), languages, memory},
+            bounds);
     }
     /// Lets delays come due while it waits; fails the test after real seconds.
     bool until(const std::function<bool()>& done) {
@@ -206,6 +207,8 @@ protected:
 
     Timers timers;
     std::vector<std::string> languages;
+    const std::shared_ptr<platform::hls::LineMemory> memory =
+        std::make_shared<platform::hls::LineMemory>();
     bool lets = true;  ///< whether `until` moves the time
     std::chrono::nanoseconds start = 1h;
     const std::shared_ptr<FakeServer> server = std::make_shared<FakeServer>(timers.clock);

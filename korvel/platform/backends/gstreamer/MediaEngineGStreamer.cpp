@@ -27,7 +27,8 @@ public:
                                             .keys = std::move(keys),
                                             .events = std::move(events),
                                             .audioSink = audioSink_,
-                                            .languages = std::move(languages)});
+                                            .languages = std::move(languages),
+                                            .line = line_});
     }
 
     void prepare(const std::optional<URL>& url) override {
@@ -54,6 +55,7 @@ private:
     std::atomic<bool> isWarm_ = false;
     const std::shared_ptr<StreamLoader> loader_;
     const std::string audioSink_;
+    const std::shared_ptr<hls::LineMemory> line_ = std::make_shared<hls::LineMemory>();
 };
 
 /// Why the engine cannot be; empty if it can.

@@ -75,7 +75,8 @@ void StreamPlayback::Course::open(const URL& url, const Parts& parts) {
                          .keys = parts.keys,
                          .output = output,
                          .events = std::make_shared<Ear>(shared_from_this()),
-                         .languages = parts.languages});
+                         .languages = parts.languages,
+                         .line = parts.line});
     });
 }
 

@@ -3,6 +3,8 @@
 #include <korvel/platform/avfoundation/MediaEngine.h>
 #include <korvel/platform/backends/gstreamer/StreamOutput.h>
 
+#include <korvel/platform/hls/LineMemory.h>
+
 #include <functional>
 #include <memory>
 #include <string>
@@ -18,6 +20,7 @@ public:
         std::shared_ptr<MediaEvents> events;
         std::string audioSink;
         std::vector<std::string> languages{};  ///< of the user, best first
+        std::shared_ptr<hls::LineMemory> line{};
     };
     /// `isNoPlaylist`: the address leads to something else, and nothing comes of this playback. At
     /// most once, on the pool.
