@@ -72,7 +72,7 @@ void Rendition::restart() {
     feeding_.restart(generation_, time_);
 }
 
-bool Rendition::needs(Time store) const {
+bool Rendition::needs(Time enough) const {
     if (!feeding_.hasJoined() || !stage_->hasTracks()) return true;
     if (source_.isMain && stage_->soundWaits()) return true;
     const Levels& levels = stage_->levels();
@@ -86,7 +86,7 @@ bool Rendition::needs(Time store) const {
     }
     // A fragment may hold all pictures in front of all sound: while one kind is short of samples,
     // the other is let grow.
-    return least < store && bytes < (least < Levels::toGoOn ? Levels::mostBytes : mostBytesInStore);
+    return least < enough && bytes < (least < Levels::toGoOn ? Levels::mostBytes : mostBytesInStore);
 }
 
 void Rendition::step() {
@@ -297,15 +297,15 @@ bool Rendition::keepUp(const FetchResult& soFar, std::optional<std::uint64_t> to
 /// that came back in mid-download the last second tells.
 void Rendition::measured(const FetchResult& result) {
     if (!source_.isMain) return statistics_->loadedBeside(result.bytes);
-    auto [bytes, busy] = download_.beforePause.value_or(std::pair(result.bytes, result.busy));
+    auto told = download_.beforePause.value_or(std::pair(result.bytes, result.busy));
     const Meter& late = download_.meter;
     const auto isQuicker = [&] {
-        return static_cast<double>(late.bytes()) * static_cast<double>(busy.count()) >
-               static_cast<double>(bytes) * static_cast<double>(late.busy().count());
+        return static_cast<double>(late.bytes()) * static_cast<double>(told.second.count()) >
+               static_cast<double>(told.first) * static_cast<double>(late.busy().count());
     };
     if (!download_.beforePause && late.busy() >= 500ms && isQuicker())
-        std::tie(bytes, busy) = std::pair(late.bytes(), late.busy());
-    if (!hasGivenUp_) ladder_->measured(bytes, busy);
+        told = {late.bytes(), late.busy()};
+    if (!hasGivenUp_) ladder_->measured(told.first, told.second);
     if (const auto speed = ladder_->speed())
         stage_->line().keep(*speed, stage_->attention().clock().now());
     statistics_->loaded(result.bytes, result.busy, stage_->levels().stalls());

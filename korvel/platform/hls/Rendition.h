@@ -48,7 +48,7 @@ private:
 
     void run();
     void restart();
-    bool needs(Time store) const;
+    bool needs(Time enough) const;
     void step();
 
     // Playlists and variants.

@@ -179,7 +179,7 @@ std::optional<nanoseconds> Pipeline::runningTime() const {
     if (!shows_) return std::nullopt;
     GST_OBJECT_LOCK(element());
     const bool runs = GST_STATE(element()) == GST_STATE_PLAYING;
-    const GstClockTime base = GST_ELEMENT_CAST(element())->base_time;
+    const auto base = static_cast<GstClockTime>(GST_ELEMENT_CAST(element())->base_time);
     const auto paused = GST_ELEMENT_START_TIME(element());
     GST_OBJECT_UNLOCK(element());
     if (!runs) return nanoseconds(GST_CLOCK_TIME_IS_VALID(paused) ? paused : 0);
