@@ -2,6 +2,7 @@
 // service and the line are a process of their own, so that their processor time does not count.
 
 #include "DelayingProxy.h"
+#include "support/HTTP2Front.h"
 
 #include <korvel/KorvelContentSDK.h>
 #include <korvel/client/ContentClient.h>
@@ -39,6 +40,7 @@ using Steady = std::chrono::steady_clock;
 constexpr auto roundTrip = 40ms;
 constexpr const char* classTag = "50102";  // a protected one
 const service::ContentService::Options plain{.streams = KORVEL_STREAMS, .keptRequests = 0};
+const service::ContentService::Options withoutTLS{.tls = false, .keptRequests = 0};
 
 double median(std::vector<double> values) {
     std::sort(values.begin(), values.end());
@@ -109,12 +111,12 @@ void compareDoors() {
 
 /// Log-in, four reads at once, two more, with no connection open; without the half second that a
 /// log-in waits before it goes out.
-double appStart(const service::ServiceProcess& service) {
+double appStart(const std::string& caFile, const std::string& baseURL) {
     auto device = Device::current();
-    device.urlSession =
-        makeURLSessionCurl({.certificateAuthorityFile = service.caFile()},
-                           [](auto task) { DispatchQueue::global().async(std::move(task)); });
-    const ContentClient client(device, configuration(service.said()));
+    device.urlSession = makeURLSessionCurl({.certificateAuthorityFile = caFile}, [](auto task) {
+        DispatchQueue::global().async(std::move(task));
+    });
+    const ContentClient client(device, configuration(baseURL));
     const auto start = Steady::now();
     if (!client.logIn("anna").get()) std::abort();
     auto consents = client.consents();
@@ -129,6 +131,13 @@ double appStart(const service::ServiceProcess& service) {
     auto details = client.classDetails(classTag);
     if (!std::move(next).get() || !std::move(details).get()) std::abort();
     return Seconds(Steady::now() - start - 500ms).count();
+}
+
+void reportAppStart(const char* name, double goal, const std::string& caFile,
+                    const std::string& baseURL) {
+    std::vector<double> starts;
+    for (int turn = 0; turn < 5; ++turn) starts.push_back(appStart(caFile, baseURL) * 1000);
+    report(name, median(starts), goal);
 }
 
 /// From the start of a protected class to its first picture, in round trips.
@@ -161,6 +170,12 @@ double firstPicture(const ContentClient& client, bool prefetch) {
 
 int main() {
     const service::ServiceProcess service(plain, lineTo);
+    tests::HTTP2Front front;
+    const service::ServiceProcess behindFront(withoutTLS, [&](service::ContentService&) {
+        return "https://localhost:" +
+               std::to_string(bench::DelayingProxy(front.port(), roundTrip).port()) + "/";
+    });
+    if (tests::HTTP2Front::isInstalled() && !front.start(behindFront.port())) std::abort();
     auto pattern = (std::filesystem::temp_directory_path() / "korvel-bench-XXXXXX").string();
     const std::filesystem::path data = mkdtemp(pattern.data());
     Device device;
@@ -176,9 +191,9 @@ int main() {
     KCSDK::initialize(configuration(service.baseURL()));
     std::thread(compareDoors).join();  // of hosts' threads it is not the main one that waits
 
-    std::vector<double> starts;
-    for (int turn = 0; turn < 5; ++turn) starts.push_back(appStart(service) * 1000);
-    report("app_start_40ms_http1_ms", median(starts), 430);
+    reportAppStart("app_start_40ms_http1_ms", 430, service.caFile(), service.said());
+    if (tests::HTTP2Front::isInstalled())
+        reportAppStart("app_start_40ms_http2_ms", 300, front.caFile(), behindFront.said());
 
     const ContentClient client(configuration(service.said()));
     if (!client.logIn("anna").get()) std::abort();

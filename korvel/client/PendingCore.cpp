@@ -83,10 +83,7 @@ PendingCore::PendingCore(std::shared_ptr<OperationConduct> conduct)
 
 PendingCore::~PendingCore() = default;
 
-bool PendingCore::isOver() const {
-    const std::lock_guard lock(mutex_);
-    return over_;
-}
+bool PendingCore::isOver() const { return over_; }
 
 void PendingCore::cancel() {
     fail({.reason = Failure::Reason::cancelled, .isKept = conduct_->isKept()});
@@ -119,8 +116,7 @@ void PendingCore::wait() {
         mainQueue->runUntil([this] { return isOver(); });
         return;
     }
-    std::unique_lock lock(mutex_);
-    ended_.wait(lock, [this] { return over_; });
+    over_.wait(false);
 }
 
 void PendingCore::afterwards(std::shared_ptr<DispatchQueue> queue, Task task) {
@@ -151,7 +147,7 @@ void PendingCore::end(const std::function<void()>& store) {
         stop.swap(stop_);
         wakesMain = waitedForByMain_;
     }
-    ended_.notify_all();  // outside the lock, which whoever wakes wants
+    over_.notify_all();
     conduct_->finish();
     if (wakesMain) conduct_->surroundings().mainQueue->async([] {});
     dispatch(queue, std::move(task));

@@ -3,7 +3,7 @@
 #include <korvel/network/Failure.h>
 #include <korvel/platform/foundation/DispatchQueue.h>
 
-#include <condition_variable>
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -45,8 +45,7 @@ private:
 
     const std::shared_ptr<OperationConduct> conduct_;
     mutable std::mutex mutex_;
-    std::condition_variable ended_;
-    bool over_ = false;
+    std::atomic<bool> over_ = false;  ///< set under the lock
     bool waitedForByMain_ = false;
     std::shared_ptr<platform::DispatchQueue> queue_;
     Task afterwards_;

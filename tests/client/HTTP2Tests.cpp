@@ -2,8 +2,7 @@
 // service.
 
 #include <korvel/doubles/FakeDevice.h>
-#include "support/ServerProgram.h"
-#include "support/TemporaryFolder.h"
+#include "support/HTTP2Front.h"
 
 #include <korvel/KorvelContentSDK.h>
 #include <korvel/client/ContentClient.h>
@@ -26,47 +25,12 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr const char* nginx = "/usr/sbin/nginx";
-constexpr const char* openssl = "/usr/bin/openssl";
-
 class HTTP2 : public testing::Test {
 protected:
     void SetUp() override {
-        for (const char* program : {nginx, openssl}) {
-            if (access(program, X_OK) != 0) GTEST_SKIP() << program << " is not installed";
-        }
-        const std::string certificate = file("certificate.pem");
-        const std::string make =
-            std::string(openssl) +
-            " req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 2 -subj "
-            "/CN=localhost -addext subjectAltName=DNS:localhost -keyout " +
-            file("key.pem") + " -out " + certificate + " 2>/dev/null";
-        ASSERT_EQ(std::system(make.c_str()), 0);  // NOLINT: no other thread uses it
-        writeFile(file("configuration"), configuration());
-        server = std::make_unique<ServerProgram>(
-            std::vector<std::string>{nginx, "-p", file(""), "-c", file("configuration"), "-e",
-                                     file("errors")},
-            port);
-        ASSERT_TRUE(server->isReady()) << readFile(file("errors"));
+        if (!HTTP2Front::isInstalled()) GTEST_SKIP() << "nginx or openssl is not installed";
+        ASSERT_TRUE(front.start(service.port())) << front.errors();
         client = makeClient();
-    }
-
-    std::string file(const char* name) const { return (folder / name).string(); }
-
-    std::string configuration() const {
-        std::ostringstream text;
-        text << "daemon off; master_process off; pid " << file("pid")
-             << "; worker_rlimit_nofile 4096; events { worker_connections 1024; } http {"
-             << "log_format line '$connection $server_protocol $status'; access_log "
-             << file("access") << " line;";
-        for (const char* kind : {"client_body", "proxy", "fastcgi", "uwsgi", "scgi"}) {
-            text << kind << "_temp_path " << file(kind) << ";";
-        }
-        text << "server { listen 127.0.0.1:" << port << " ssl http2; server_name localhost;"
-             << "ssl_certificate " << file("certificate.pem") << "; ssl_certificate_key "
-             << file("key.pem") << "; location / { proxy_pass http://127.0.0.1:" << service.port()
-             << "; proxy_http_version 1.1; } } }\n";
-        return text.str();
     }
 
     /// On a session, and so with connections, of its own.
@@ -76,11 +40,11 @@ protected:
         device.mainQueue = platform::make<platform::MainQueue>(
             device.clock, platform::MainQueue::Driver::ownThread);
         device.urlSession = platform::makeURLSessionCurl(
-            {.certificateAuthorityFile = file("certificate.pem")},
+            {.certificateAuthorityFile = front.caFile()},
             [](auto task) { platform::DispatchQueue::global().async(std::move(task)); });
-        const auto config = std::make_shared<KCSDKConfig>(
-            "https://localhost:" + std::to_string(port) + "/", service.options().secretKey,
-            service.options().apiKey, service.options().tenant, "analytics");
+        const auto config = std::make_shared<KCSDKConfig>(front.url(), service.options().secretKey,
+                                                          service.options().apiKey,
+                                                          service.options().tenant, "analytics");
         return std::make_unique<ContentClient>(device, config,
                                                ClientOptions{.deadline = 30s, .readRetries = 0});
     }
@@ -94,7 +58,7 @@ protected:
         std::vector<Line> lines;
         EXPECT_TRUE(eventually([&] {
             lines.clear();
-            std::istringstream text(readFile(file("access")));
+            std::istringstream text(front.answers());
             for (Line line; text >> line.connection >> line.protocol >> line.status;) {
                 lines.push_back(line);
             }
@@ -103,11 +67,9 @@ protected:
         return lines;
     }
 
-    TemporaryFolder folder;
     service::ContentService service{{.tls = false}};
-    std::uint16_t port = freePort();
+    HTTP2Front front;
     FakeDevice fake;
-    std::unique_ptr<ServerProgram> server;
     std::unique_ptr<ContentClient> client;
 };
 
@@ -144,10 +106,9 @@ TEST_F(HTTP2, EveryEndpointWorksAndConsentIsAskedFor) {
 
 TEST_F(HTTP2, AQuestionTakesTheConnectionThatWasOpenedForIt) {
     const auto session = platform::makeURLSessionCurl(
-        {.certificateAuthorityFile = file("certificate.pem")},
+        {.certificateAuthorityFile = front.caFile()},
         [](auto task) { platform::DispatchQueue::global().async(std::move(task)); });
-    platform::URLRequest question(
-        *platform::URL::parse("https://localhost:" + std::to_string(port) + "/none"));
+    platform::URLRequest question(*platform::URL::parse(front.url() + "none"));
     question.method = "POST";
     question.takesOpenedConnection = true;
     session->connect(question.url);
