@@ -3,13 +3,12 @@
 
 #include <korvel/doubles/FakeDevice.h>
 #include "support/HTTP2Front.h"
+#include "support/RealService.h"
 
 #include <korvel/KorvelContentSDK.h>
 #include <korvel/client/ContentClient.h>
 #include <korvel/model/KCSDKOndemandContentToken.h>
 #include <korvel/model/KCSDKUser.h>
-#include <korvel/platform/backends/curl/URLSessionCurl.h>
-#include <service/ContentService.h>
 
 #include <gtest/gtest.h>
 
@@ -39,13 +38,8 @@ protected:
         device.clock = std::make_shared<platform::SystemClock>();
         device.mainQueue = platform::make<platform::MainQueue>(
             device.clock, platform::MainQueue::Driver::ownThread);
-        device.urlSession = platform::makeURLSessionCurl(
-            {.certificateAuthorityFile = front.caFile()},
-            [](auto task) { platform::DispatchQueue::global().async(std::move(task)); });
-        const auto config = std::make_shared<KCSDKConfig>(front.url(), service.options().secretKey,
-                                                          service.options().apiKey,
-                                                          service.options().tenant, "analytics");
-        return std::make_unique<ContentClient>(device, config,
+        device.urlSession = makeSession({.certificateAuthorityFile = front.caFile()});
+        return std::make_unique<ContentClient>(device, makeConfig(service.options(), front.url()),
                                                ClientOptions{.deadline = 30s, .readRetries = 0});
     }
 
@@ -105,9 +99,7 @@ TEST_F(HTTP2, EveryEndpointWorksAndConsentIsAskedFor) {
 }
 
 TEST_F(HTTP2, AQuestionTakesTheConnectionThatWasOpenedForIt) {
-    const auto session = platform::makeURLSessionCurl(
-        {.certificateAuthorityFile = front.caFile()},
-        [](auto task) { platform::DispatchQueue::global().async(std::move(task)); });
+    const auto session = makeSession({.certificateAuthorityFile = front.caFile()});
     platform::URLRequest question(*platform::URL::parse(front.url() + "none"));
     question.method = "POST";
     question.takesOpenedConnection = true;

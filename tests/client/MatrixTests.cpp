@@ -1,4 +1,5 @@
 #include <korvel/doubles/FakeDevice.h>
+#include "support/RealService.h"
 #include "support/Samples.h"
 
 #include <korvel/KorvelContentSDK.h>
@@ -6,8 +7,6 @@
 #include <korvel/model/KCSDKOndemandContentToken.h>
 #include <korvel/model/KCSDKUser.h>
 #include <korvel/network/KCSDKNetworkManager.h>
-#include <korvel/platform/backends/curl/URLSessionCurl.h>
-#include <service/ContentService.h>
 
 #include <gtest/gtest.h>
 
@@ -133,15 +132,11 @@ protected:
     FakeDevice fake;
     std::shared_ptr<platform::MainQueue> timers =
         platform::make<platform::MainQueue>(fake.clock, platform::MainQueue::Driver::manual);
-    std::shared_ptr<KCSDKConfig> config = std::make_shared<KCSDKConfig>(
-        service.baseURL(), service.options().secretKey, service.options().apiKey,
-        service.options().tenant, "analytics");
+    std::shared_ptr<KCSDKConfig> config = makeConfig(service.options(), service.baseURL());
 
     platform::Device device() const {
         auto device = fake.device();
-        device.urlSession = platform::makeURLSessionCurl(
-            {.certificateAuthorityFile = service.caFile()},
-            [](auto task) { platform::DispatchQueue::global().async(std::move(task)); });
+        device.urlSession = makeSession({.certificateAuthorityFile = service.caFile()});
         return device;
     }
     std::unique_ptr<ContentClient> makeClient() const {
@@ -299,20 +294,6 @@ TEST_F(Matrix, AnUnusableBaseURLIsRejectedAtOnceAndLeavesNoTrace) {
     EXPECT_TRUE(fake.events().empty());
     EXPECT_TRUE(fake.console->lines().empty());
     EXPECT_EQ(KCSDKNetworkManager(fake.device()).sdkConfig()->baseURL, "") << "until it is set";
-}
-
-TEST_F(Matrix, RequestsThatMustNotRepeatReachTheServiceOnceWhenTheConnectionDies) {
-    const auto manager = makeManager();
-    for (const auto& endpoint : endpoints) {
-        if (endpoint.kind == Shape::record && endpoint.name != "filter") continue;
-        askByContract(endpoints.at(1), *manager);  // leaves a connection behind
-        service.forgetRequests();
-        fake.console->takeLines();
-        service.script({.cutOffAfter = 0});
-        EXPECT_EQ(askByContract(endpoint, *manager), "silence") << endpoint.name;
-        EXPECT_EQ(fake.console->lines().back(), "error");
-        EXPECT_EQ(service.requests().size(), 1u);
-    }
 }
 
 }  // namespace

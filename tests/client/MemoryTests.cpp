@@ -1,4 +1,5 @@
 #include "support/ChildProcess.h"
+#include "support/RealService.h"
 #include "support/TemporaryFolder.h"
 
 #include <korvel/KorvelContentSDK.h>
@@ -69,9 +70,7 @@ TEST(Memory, StaysSmallWhateverTheServiceAnswers) {
     platform::DeviceOptions options;
     options.dataFolder = folder / "data";
     ASSERT_TRUE(platform::Device::install({}, options));
-    const Service::Options known;
-    ContentClient client(std::make_shared<KCSDKConfig>(service.baseURL(), known.secretKey,
-                                                       known.apiKey, known.tenant, "analytics"));
+    ContentClient client(makeConfig({}, service.baseURL()));
     forgetPeak();
     const double before = peakMegabytes();
     for (int answer = 0; answer < 3; ++answer) {

@@ -1,13 +1,12 @@
 #include <korvel/doubles/FakeDevice.h>
 #include "support/ChildProcess.h"
+#include "support/RealService.h"
 #include "support/Samples.h"
 
 #include <korvel/KorvelContentSDK.h>
 #include <korvel/client/ContentClient.h>
 #include <korvel/model/KCSDKUser.h>
-#include <korvel/platform/backends/curl/URLSessionCurl.h>
 #include <korvel/platform/backends/sqlite/SealedRecordsSQLite.h>
-#include <service/ContentService.h>
 
 #include <gtest/gtest.h>
 
@@ -26,13 +25,10 @@ constexpr const char* tracking = "/ondemand/v1/ondemandtracking";
 struct Host {
     Host(const service::ContentService::Options& service, std::string baseURL,
          const std::string& authorities, std::shared_ptr<platform::SealedRecords> outbox)
-        : config(std::make_shared<KCSDKConfig>(std::move(baseURL), service.secretKey,
-                                               service.apiKey, service.tenant, "a")) {
+        : config(makeConfig(service, std::move(baseURL))) {
         auto device = fake.device();
         if (outbox) device.outbox = std::move(outbox);
-        device.urlSession = platform::makeURLSessionCurl(
-            {.certificateAuthorityFile = authorities},
-            [](auto task) { platform::DispatchQueue::global().async(std::move(task)); });
+        device.urlSession = makeSession({.certificateAuthorityFile = authorities});
         setUp(device);
     }
     void setUp(const platform::Device& device) {
@@ -242,9 +238,8 @@ TEST(OutboxHost, DISABLED_Host) {
     Host host({}, std::getenv("KORVEL_SERVICE"), "", steps);                         // NOLINT
     auto device = host.fake.device();
     device.outbox = steps;
-    steps->session = platform::makeURLSessionCurl(
-        {.certificateAuthorityFile = std::getenv("KORVEL_AUTHORITIES")},  // NOLINT
-        [](auto task) { platform::DispatchQueue::global().async(std::move(task)); });
+    steps->session =
+        makeSession({.certificateAuthorityFile = std::getenv("KORVEL_AUTHORITIES")});  // NOLINT
     device.urlSession = steps;
     host.setUp(device);
     ASSERT_TRUE(host.logIn("anna"));

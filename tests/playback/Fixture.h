@@ -5,6 +5,7 @@
 #include <korvel/doubles/FakeLocalytics.h>
 #include "support/Listener.h"
 #include "support/Pictures.h"
+#include "support/RealService.h"
 
 #include <korvel/KorvelContentSDK.h>
 #include <korvel/platform/avfoundation/AVPlayer.h>
@@ -14,7 +15,6 @@
 #include <korvel/player/KCSDKPlayerOverlay.h>
 #include <korvel/player/KCSDKPlayerView.h>
 #include <korvel/player/KCSDKPlayerViewController.h>
-#include <service/ContentService.h>
 
 #include <gtest/gtest.h>
 
@@ -51,9 +51,7 @@ protected:
         device.bundles.emplace_back(std::string(platform::sdkBundleIdentifier), KORVEL_BUNDLE);
         ASSERT_TRUE(platform::installDeviceGStreamer(
             device, {.certificateAuthorityFile = service.caFile()}, {.audioSink = "fakesink"}));
-        KCSDK::initialize(std::make_shared<KCSDKConfig>(
-            service.baseURL(), service.options().secretKey, service.options().apiKey,
-            service.options().tenant, "analytics"));
+        KCSDK::initialize(makeConfig(service.options(), service.baseURL()));
         const auto user = service.accounts().logIn("anna");
         keychain->put("token", user.code);
         keychain->put("userId", user.id);

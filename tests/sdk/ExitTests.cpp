@@ -1,4 +1,5 @@
 #include "support/ChildProcess.h"
+#include "support/RealService.h"
 #include "support/TemporaryFolder.h"
 
 #include <korvel/KorvelContentSDK.h>
@@ -27,9 +28,7 @@ struct Silent final : platform::Console {
     platform::Device device;
     device.console = std::make_shared<Silent>();
     if (!platform::Device::install(device, options)) std::abort();
-    const service::ContentService::Options known;
-    KCSDK::initialize(std::make_shared<KCSDKConfig>(service.baseURL(), known.secretKey,
-                                                    known.apiKey, known.tenant, "analytics"));
+    KCSDK::initialize(makeConfig({}, service.baseURL()));
     KCSDK::startSession("anna", nullptr);
     for (int request = 0; request < 4; ++request) {
         KCSDK::getOndemandCollections({}, 1, nullptr);

@@ -138,7 +138,14 @@ TEST_F(ObjC, refusedTwice) {
     setUp();
     for (int i = 0; i < 2; ++i) {
         Answer* answer = [Answer answer];
-        [KCSDK getOndemandMetaDataWithCompletionBlock:[answer block]];
+        NSAutoreleasePool* inner = [[NSAutoreleasePool alloc] init];
+        Probe* captured = [[[Probe alloc] init] autorelease];
+        [KCSDK
+            getOndemandMetaDataWithCompletionBlock:^(KCSDKOndemandMetaData* data, NSError* error) {
+              CHECK(captured);
+              [answer record:data error:error];
+            }];
+        [inner release];
         CHECK([answer wait] && !answer->record);
         CHECK_TEXT([answer->error domain], @"SDK");
         CHECK([answer->error code] == 401);
@@ -147,4 +154,5 @@ TEST_F(ObjC, refusedTwice) {
         CHECK_TEXT([[answer->error userInfo] objectForKey:@"data"],
                    [message dataUsingEncoding:NSUTF8StringEncoding]);
     }
+    CHECK_TURN([Probe alive] == 0);
 }

@@ -198,10 +198,6 @@ TEST_F(ObjCPlayer, ownOverlay) {
     [view closeBtnTapped];
     CHECK(listener->exits == 1 && listener->performed == 7);
     [KCSDKDevice setStreamFailureHandler:nil];
-
-    KCSDKPlayerView* own =
-        [[[KCSDKPlayerView alloc] initWithFrame:NSMakeRect(1, 2, 3, 4)] autorelease];
-    CHECK(own.frame.size.width == 3 && !own.viewModel && !own.overlayController && !own.delegate);
 }
 
 TEST_F(ObjCPlayer, fullScreenWithoutWindow) {

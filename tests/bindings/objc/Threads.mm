@@ -42,32 +42,6 @@ TEST_F(ObjC, mainQueueThreads) {
     CHECK([login turn] && !login->onMain && !login->error);
 }
 
-TEST_F(ObjC, manyRequests) {
-    setUp();
-    enum { total = 400 };
-    NSConditionLock* came = [[[NSConditionLock alloc] initWithCondition:0] autorelease];
-    __block int wrong = 0;
-    NSAutoreleasePool* inner = [[NSAutoreleasePool alloc] init];
-    Probe* captured = [[[Probe alloc] init] autorelease];
-    for (int i = 0; i < total; ++i) {
-        [KCSDK getOndemandClassesWithPage:1
-                                 pageSize:5
-                                     sort:nil
-                                    order:nil
-                          completionBlock:^(KCSDKOndemandClassResponse* page, NSError* error) {
-                            [came lock];
-                            if (error || !captured || [page.items count] != 5) ++wrong;
-                            [came unlockWithCondition:[came condition] + 1];
-                          }];
-    }
-    [inner release];
-    CHECK([came lockWhenCondition:total beforeDate:[NSDate dateWithTimeIntervalSinceNow:60]]);
-    CHECK(wrong == 0);
-    [came unlock];
-    for (int i = 0; i<1000 && [Probe alive]> 0; ++i) [NSThread sleepForTimeInterval:0.005];
-    CHECK([Probe alive] == 0);
-}
-
 TEST_F(ObjC, initThatIsNotThereEndsTheProcess) {
     for (NSString* name in @[
              @"KCSDK", @"KCSDKNetworkManager", @"KCSDKConfig", @"KCSDKOndemandClass",

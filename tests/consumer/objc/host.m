@@ -73,18 +73,12 @@ static void finish(void (^call)(KCSDKErrorBlock), const char* what) {
 
 static KCSDKOndemandClass* chosenClass(void) {
     __block KCSDKOndemandClass* chosen = nil;
-    [KCSDK getOndemandClassesWithPage:1
-                             pageSize:66
-                                 sort:nil
-                                order:nil
-                      completionBlock:^(KCSDKOndemandClassResponse* page, NSError* error) {
-                        require(!error, "no list");
-                        for (KCSDKOndemandClass* each in page.items) {
-                            if ([each.tag isEqual:@"50102"]) chosen = [each retain];
-                        }
-                        require(chosen != nil, "no such class");
+    [KCSDK getOndemandClassDetailsFor:@"50102"
+                      completionBlock:^(KCSDKOndemandClass* found, NSError* error) {
+                        require(found && !error, "no such class");
+                        chosen = [found retain];
                       }];
-    TURN_UNTIL(chosen != nil, "no list came");
+    TURN_UNTIL(chosen != nil, "no class came");
     return [chosen autorelease];
 }
 

@@ -1,6 +1,5 @@
 #include "platform/uikit/Rig.h"
 
-#include <korvel/platform/uikit/Canvas.h>
 #include <korvel/platform/uikit/UIActivityIndicatorView.h>
 #include <korvel/platform/uikit/UIButton.h>
 #include <korvel/platform/uikit/UILabel.h>
@@ -84,35 +83,26 @@ TEST_F(Views, TheTreeRefusesCircles) {
     EXPECT_EQ(box->subviews().size() + leaf->subviews().size(), 1u);
 }
 
-/// Keeps what pictures are painted with.
-struct Painter final : Canvas {
-    std::vector<std::optional<UIColor>> tints;
-    void fill(const CGRect&, double, const UIColor&) override {}
-    void image(const UIImage&, const CGRect&, const std::optional<UIColor>& tint, double) override {
-        tints.push_back(tint);
-    }
-    void text(const std::string&, const UIFont&, const UIColor&, const CGRect&,
-              NSTextAlignment) override {}
-    void arc(const CGRect&, double, double, double, const UIColor&) override {}
+struct Tinted : UIButton {
+    using UIButton::tintOf;
+    using UIButton::UIButton;
 };
 
 TEST_F(Views, TintIsInheritedByTemplatesAndOwnedByOthers) {
     const auto play = UIImage::named("play", Bundle("b", KORVEL_BUNDLE)).value();
-    const auto button = add<UIButton>("button", {0, 0, 200, 100}, box);
+    const auto button = add<Tinted>("button", {0, 0, 200, 100}, box);
     box->setTintColor(UIColor::white());
-    Painter painter;
+    std::vector<std::optional<UIColor>> tints;
     using Mode = UIImage::RenderingMode;
     for (const std::optional<UIColor> tint : {std::optional(UIColor::black()), {}}) {
         button->setTintColor(tint);
         for (const auto mode : {Mode::automatic, Mode::alwaysTemplate, Mode::alwaysOriginal}) {
-            button->setBackgroundImage(play.withRenderingMode(mode), UIControlState::normal);
-            button->draw(painter);
+            tints.push_back(button->tintOf(play.withRenderingMode(mode)));
         }
     }
     const auto own = UIColor::black();
-    EXPECT_EQ(painter.tints,
-              (std::vector<std::optional<UIColor>>{own, own, std::nullopt, std::nullopt,
-                                                   UIColor::white(), std::nullopt}));
+    EXPECT_EQ(tints, (std::vector<std::optional<UIColor>>{own, own, std::nullopt, std::nullopt,
+                                                          UIColor::white(), std::nullopt}));
 }
 
 TEST_F(Views, EverythingGoesInAnyOrder) {

@@ -1,10 +1,8 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <korvel/platform/backends/curl/URLSessionCurl.h>
-#include <korvel/platform/foundation/DispatchQueue.h>
-#include <service/ContentService.h>
 #include "support/ChildProcess.h"
+#include "support/RealService.h"
 
 #include <future>
 
@@ -13,11 +11,7 @@ namespace korvel::platform {
 using namespace std::chrono_literals;
 using service::Answer;
 using service::ContentService;
-
-inline std::shared_ptr<URLSession> makeSession(URLSessionCurlOptions options) {
-    return makeURLSessionCurl(options,
-                              [](auto task) { DispatchQueue::global().async(std::move(task)); });
-}
+using tests::makeSession;
 
 inline URLSessionCurlOptions trusting(const ContentService& service) {
     return {.certificateAuthorityFile = service.caFile(), .pinnedPublicKey = {}};

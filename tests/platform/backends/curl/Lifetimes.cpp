@@ -1,10 +1,7 @@
 // Many requests at once, completions that block, and the end of sessions.
 
-#include "Client.h"
-#include "support/ServerProgram.h"
-
-#include <cstdlib>
 #include <latch>
+#include "Client.h"
 
 namespace korvel::platform {
 namespace {
@@ -101,26 +98,6 @@ TEST_F(URLSessionTest, ASessionEndsAtOnceAndItsHandlersUncalled) {
     for (int round = 0; round < 50; ++round) {  // destroyed as it starts
         EXPECT_TRUE(ask(*makeSession(trusting(service)), request()).isOver());
     }
-}
-
-TEST(URLSessionExitTest, TheProcessMayEndWithRequestsOnTheirWay) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    const auto endAmidRequests = [] {
-        // A service that has no thread which could be in the way: it listens and never answers.
-        const tests::Listening service;
-        const auto address = "https://127.0.0.1:" + std::to_string(service.port) + "/";
-        static auto* const leaked = new std::shared_ptr<URLSession>(makeSession({}));
-        static const auto owned = makeSession({});
-        for (URLSession* session : {leaked->get(), owned.get()}) {
-            session->dataTask(URLRequest(*URL::parse(address)),
-                              [](const Exchange&) { std::abort(); });
-        }
-        for (char byte = 0, client = 0; client < 2; ++client) {
-            recv(accept(service.socket, nullptr, nullptr), &byte, 1, 0);  // it has begun to speak
-        }
-        std::exit(7);
-    };
-    EXPECT_EXIT(endAmidRequests(), testing::ExitedWithCode(7), "");
 }
 
 }  // namespace
