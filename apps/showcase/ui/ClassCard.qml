@@ -4,6 +4,7 @@ import QtQuick
 Tappable {
     id: card
     property var ondemandClass
+    property alias waiting: picture.waiting
     readonly property string details: [ondemandClass.classCategories, ondemandClass.provider, ondemandClass.languageName]
                                       .filter(each => each).join("  ·  ")
     implicitWidth: Theme.card

@@ -5,15 +5,15 @@ import QtQuick
 Rectangle {
     id: frame
     property url source
+    property bool waiting: false  // while something else is more important
     property color around: Theme.background  // what shows behind the rounded corners
     property int corner: Theme.radius
-    readonly property bool settled: !source.toString() || picture.status === Image.Ready
-                                    || picture.status === Image.Error
+    readonly property bool settled: picture.status === Image.Ready || picture.status === Image.Error
     color: Theme.surface
 
     Loader {
         anchors.centerIn: parent
-        active: picture.status !== Image.Ready && picture.status !== Image.Loading
+        active: !frame.waiting && picture.status !== Image.Ready && picture.status !== Image.Loading
         sourceComponent: Icon {
             width: Math.min(Theme.px(56), frame.height / 3)
             height: width
@@ -27,7 +27,7 @@ Rectangle {
         anchors.fill: parent
         asynchronous: true
         fillMode: Image.PreserveAspectCrop
-        source: frame.source
+        source: frame.waiting ? "" : frame.source
         sourceSize.width: 640
         opacity: status === Image.Ready ? 1 : 0
         Behavior on opacity { NumberAnimation { duration: Theme.calm } }

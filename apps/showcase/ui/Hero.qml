@@ -5,7 +5,7 @@ import Showcase
 DirectionalFocus {
     id: hero
     property var ondemandClass
-    readonly property bool settled: picture.settled
+    readonly property bool settled: valid && (picture.settled || !ondemandClass.imageLink.toString())
     signal opened()
     readonly property bool valid: !!ondemandClass && ondemandClass.valid
     height: Theme.narrow ? Math.round(width * 9 / 16) + texts.height

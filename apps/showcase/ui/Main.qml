@@ -28,9 +28,16 @@ Window {
     Binding { target: Theme; property: "fromAfar"; value: window.tenFoot }
     Binding { target: Theme; property: "developer"; value: window.developer }
 
+    // The service is asked before anything that is to show its answer is made.
+    property bool asked: false
+    CollectionsModel { id: shelves }
     Component.onCompleted: {
-        if (!KorvelContent.configure(settings)) return
-        if (user) KorvelContent.login(user)
+        if (KorvelContent.configure(settings) && user) KorvelContent.login(user)
+        asked = true
+    }
+    onShownClassChanged: {
+        if (shownClass === null) classPage.source = ""
+        else classPage.setSource("ClassPage.qml", { focus: true, ondemandClass: shownClass })
     }
     function open(ondemandClass) { shownClass = ondemandClass }
     function show(where) {
@@ -70,6 +77,7 @@ Window {
         }
     }
 
+    // Read and made when it is wanted, so that the first page need not wait for the others.
     component Page: Loader {
         property string name
         property bool seen: false
@@ -77,7 +85,8 @@ Window {
         anchors { fill: parent; leftMargin: Theme.narrow ? 0 : navigation.width; bottomMargin: Theme.narrow ? navigation.height : 0 }
         onCurrentChanged: if (current) seen = true
         Component.onCompleted: if (current) seen = true
-        active: seen
+        active: seen && window.asked
+        onLoaded: item.focus = true
         visible: current && window.shownClass === null
         focus: visible
     }
@@ -102,11 +111,13 @@ Window {
         Keys.onBackPressed: window.back()
         Keys.onMenuPressed: navigation.enter()
 
-        Page { id: home; name: "home"; sourceComponent: HomePage { focus: true } }
-        Page { id: classes; name: "classes"; sourceComponent: ClassesPage { focus: true } }
-        Page { id: search; name: "search"; sourceComponent: SearchPage { focus: true } }
-        Page { id: membership; name: "membership"; sourceComponent: MembershipPage { focus: true; refused: consents.declined } }
-        Page { id: record; name: "record"; sourceComponent: RecordPage { focus: true; service: KorvelContent.baseURL } }
+        Page { id: home; name: "home"; source: "HomePage.qml" }
+        Page { id: classes; name: "classes"; source: "ClassesPage.qml" }
+        Page { id: search; name: "search"; source: "SearchPage.qml" }
+        Page { id: membership; name: "membership"; source: "MembershipPage.qml" }
+        Page { id: record; name: "record"; source: "RecordPage.qml" }
+        Binding { target: home.item; property: "collections"; value: shelves }
+        Binding { target: membership.item; property: "refused"; value: consents.declined }
         Opening { target: home.item }
         Opening { target: classes.item }
         Opening { target: search.item }
@@ -116,12 +127,7 @@ Window {
             id: classPage
             objectName: "classPage"
             anchors.fill: home
-            active: window.shownClass !== null
-            focus: active
-            sourceComponent: ClassPage {
-                focus: true
-                ondemandClass: window.shownClass
-            }
+            focus: window.shownClass !== null
         }
         Opening { target: classPage.item }
 
@@ -159,9 +165,11 @@ Window {
         focus: shown
         Keys.onEscapePressed: shown = false
         Keys.onBackPressed: shown = false
-        sourceComponent: SignInPage {
-            focus: true
-            onDone: signIn.shown = false
-        }
+        source: "SignInPage.qml"
+        onLoaded: item.focus = true
+    }
+    Connections {
+        target: signIn.item
+        function onDone() { signIn.shown = false }
     }
 }

@@ -1,10 +1,11 @@
 import QtQuick
+import Korvel.Content
 import Showcase
 
 // What the development service says it has been told. Another service has no such page.
 DirectionalFocus {
     id: page
-    property url service
+    property url service: KorvelContent.baseURL
     property var state: null
     property var performances: []
     property var requests: []

@@ -8,6 +8,7 @@ DirectionalFocus {
     property string kind
     property int itemCount
     property var classes: []
+    property bool waiting: false  // with its pictures
     property alias place: row.currentIndex
     signal opened(var ondemandClass)
     height: row.y + row.height + Theme.wide
@@ -49,6 +50,7 @@ DirectionalFocus {
             required property var modelData
             required property int index
             ondemandClass: modelData
+            waiting: shelf.waiting
             onActiveFocusChanged: if (activeFocus) row.currentIndex = index
             onClicked: shelf.opened(modelData)
         }
