@@ -92,10 +92,11 @@ void Feed::startFlush() {
 }
 
 void Feed::settle() {
-    if (!isActive()) return;
+    // Also while it is being deactivated: its thread may not have ended yet.
     gst_pad_pause_task(pad_);
     GST_PAD_STREAM_LOCK(pad_);
     GST_PAD_STREAM_UNLOCK(pad_);
+    const HandOver handOver(this);
 }
 
 void Feed::stopFlush() {

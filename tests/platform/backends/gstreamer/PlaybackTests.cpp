@@ -61,9 +61,11 @@ TEST_F(GStreamerTest, PlainStreamShowsTheRightPicturesSeeksExactlyAndEnds) {
     EXPECT_EQ(log[1].URI, base + "720p/index.m3u8");
     EXPECT_GT(log[1].observedBitrate, 0);
     EXPECT_GT(log[0].startupTime, 0);
-    Show next(base + "index.m3u8", device);
-    ASSERT_TRUE(until([&] { return next.isReady(); }));
-    EXPECT_EQ(next.item->presentationSize().height, 720) << "by the line of the former stream";
+    {
+        Show next(base + "index.m3u8", device);
+        ASSERT_TRUE(until([&] { return next.isReady(); }));
+        EXPECT_EQ(next.item->presentationSize().height, 720) << "by the line of the former stream";
+    }
 
     for (const double to : {29.94, 10., 3.5, 12.345, 0., 29.5, 100. / 30, 5.9, 2.98}) {
         show.listener->heard.clear();
