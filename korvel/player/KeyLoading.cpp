@@ -1,4 +1,5 @@
 #include <korvel/model/KCSDKOndemandContentToken.h>
+#include <korvel/network/Conduct.h>
 #include <korvel/network/KCSDKNetworkManager.h>
 #include <korvel/network/ServiceOperations.h>
 #include <korvel/platform/foundation/Base64.h>
@@ -84,8 +85,9 @@ void KeyWaiting::wake() {
     changed_.notify_all();
 }
 
-/// One key request on its way. Kept by the completions that continue it.
-struct KeyLoading::Exchange {
+/// One key request on its way. Kept by the completions that continue it. Accompanies the request
+/// for its token.
+struct KeyLoading::Exchange final : Conduct {
     Exchange(std::shared_ptr<AVAssetResourceLoadingRequest> loading, std::string kid, Data made,
              URL server, std::shared_ptr<KeyWaiting> room)
         : waiting(std::move(room)),
@@ -101,19 +103,18 @@ struct KeyLoading::Exchange {
     URL keyServer;
     std::atomic<bool> delivered = false;
 
-    /// Nobody waits any more: what has not been sent is not sent.
-    bool isOver() const {
+    bool isOver() const override {
         const std::lock_guard lock(mutex_);
         return over_;
     }
-    /// The key server has been asked; `task` may be null.
-    void began(std::shared_ptr<platform::URLSessionTask> task) {
-        {
-            const std::lock_guard lock(mutex_);
-            if (!over_) task_.swap(task);
-        }
-        if (task) task->cancel();
+    /// The service has been asked for the token. Its answer may have come meanwhile, and more.
+    void began(std::shared_ptr<platform::URLSessionTask> task) override {
+        keep(token_, std::move(task));
     }
+    void keyRequested(std::shared_ptr<platform::URLSessionTask> task) {
+        keep(key_, std::move(task));
+    }
+    bool triesAgain(const Failure&, std::function<void()>) override { return false; }
     /// What the key server reads: nothing in it is percent-encoded, "+" and "/" included.
     Data body() const {
         return platform::bytesOf("spc=" + platform::base64Encoded(platform::viewOf(spc)) +
@@ -137,25 +138,38 @@ struct KeyLoading::Exchange {
         delivered = true;
         waiting->wake();
     }
-    /// A key server that is silent would keep a connection of the service until the time-out, for
+    /// A service or a key server that is silent would keep a connection until the time-out, for
     /// each player that was closed before its answer.
     void wait() {
         loadingRequest->observeCancel([room = waiting] { room->wake(); });
         waiting->wait(
             [this](bool closed) { return delivered || (closed && loadingRequest->isCancelled()); });
-        std::shared_ptr<platform::URLSessionTask> task;
+        std::shared_ptr<platform::URLSessionTask> token, key;
         {
             const std::lock_guard lock(mutex_);
             over_ = true;
-            task_.swap(task);
+            token_.swap(token);
+            key_.swap(key);
         }
-        if (task && !delivered) task->cancel();
+        if (delivered) return;
+        if (token) token->cancel();
+        if (key) key->cancel();
     }
 
 private:
+    using Task = std::shared_ptr<platform::URLSessionTask>;
+
+    void keep(Task& kept, Task begun) {
+        {
+            const std::lock_guard lock(mutex_);
+            if (!over_) return kept.swap(begun);
+        }
+        if (begun) begun->cancel();
+    }
+
     mutable std::mutex mutex_;  ///< guards what follows
     bool over_ = false;
-    std::shared_ptr<platform::URLSessionTask> task_;
+    Task token_, key_;
 };
 
 KeyLoading::KeyLoading(const platform::Device& device, std::shared_ptr<KCSDKNetworkManager> manager,
@@ -234,7 +248,7 @@ void KeyLoading::requestToken(const std::shared_ptr<Exchange>& exchange) const {
             if (hasViewModel(player)) requestKey(exchange, (*token)->token, device, player);
         };
     if (prefetch_ && prefetch_->take(done)) return;
-    manager_->operations().contentToken(keyTokenContent, done);
+    manager_->operations().contentToken(keyTokenContent, done, exchange);
 }
 
 void KeyLoading::requestKey(const std::shared_ptr<Exchange>& exchange, const std::string& token,
@@ -260,7 +274,7 @@ void KeyLoading::requestKey(const std::shared_ptr<Exchange>& exchange, const std
                 mainQueue->async([exchange, ckc = std::move(ckc)] { exchange->deliver(ckc); });
             });
         });
-    exchange->began(std::move(task));
+    exchange->keyRequested(std::move(task));
 }
 
 }  // namespace korvel

@@ -89,27 +89,29 @@ INSTANTIATE_TEST_SUITE_P(
 
 // KORVEL_KEYLESS_PLAYERS=1000 makes sure of it.
 TEST_F(PlaybackTest, PlayersWhoseKeyNeverComesLeaveNeitherThreadNorDescriptorBehind) {
-    service.script("/media/keys", "POST", {.hold = true}, 100'000);
     // The service is in this process, too: a thread and a descriptor for each answer it holds.
     const auto own = [&](const char* folder) {
         const std::filesystem::directory_iterator entries(folder);
         return std::distance(begin(entries), end(entries)) -
                static_cast<std::ptrdiff_t>(service.counters().held);
     };
-    const auto startAndClose = [&](int players) {
-        for (int player = 0; player < players; ++player) {
+    const auto startAndClose = [&](std::size_t players, const char* silent, const char* method) {
+        service.script(silent, method, {.hold = true}, players);
+        for (std::size_t player = 0; player < players; ++player) {
             start("50102");
-            ASSERT_TRUE(until([&] { return !requests("/media/keys").empty(); }));
+            ASSERT_TRUE(until([&] { return !requests(silent).empty(); }));
             stop();
             events = nullptr;
             service.forgetRequests();
         }
     };
-    startAndClose(5);
+    startAndClose(5, "/ondemand/v1/token", "GET");
+    startAndClose(5, "/media/keys", "POST");
     const auto threads = own("/proc/self/task");
     const auto descriptors = own("/proc/self/fd");
     const char* wanted = std::getenv("KORVEL_KEYLESS_PLAYERS");
-    startAndClose(wanted ? std::atoi(wanted) : 100);
+    startAndClose(20, "/ondemand/v1/token", "GET");
+    startAndClose(wanted ? std::stoul(wanted) : 80, "/media/keys", "POST");
     EXPECT_TRUE(until([&] {
         return own("/proc/self/task") <= threads + 4 && own("/proc/self/fd") <= descriptors + 10;
     })) << own("/proc/self/task")
