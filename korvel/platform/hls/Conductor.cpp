@@ -129,8 +129,9 @@ void Conductor::begin(const URL& address, const MasterPlaylist& playlist) {
     }
     auto ladder = makeLadder(std::move(variants));
     const auto first = ladder->choice(std::nullopt, {}, stage_->attention().clock().now());
-    if (anyPicture) source.sound = makeSoundChoice(playlist, address, chosen);
-    if (source.sound) source.sound->follow(first);
+    source.isSoundAlone = !anyPicture;
+    source.sound = makeSoundChoice(playlist, address, chosen);
+    source.sound->follow(first);
     start(std::move(ladder), std::move(source));
 }
 
@@ -156,7 +157,7 @@ void Conductor::start(std::shared_ptr<Ladder> ladder, Rendition::Source source) 
         ladder_ = ladder;
         ladder->setBounds(bounds_);
     }
-    if (source.sound && !source.sound->playlists().empty()) {
+    if (source.sound && !source.isSoundAlone && !source.sound->playlists().empty()) {
         const auto& playlists = source.sound->playlists();
         Rendition::Source other{.isMain = false,
                                 .playlists = playlists,

@@ -66,10 +66,23 @@ void Rendition::restart() {
     goesOn_.reset();
     isOver_ = learns_ = hasGivenUp_ = false;
     steps_ = misses_ = 0;
-    hasOtherSound_ = source_.sound && source_.sound->begin(generation_);
+    const bool isApart = source_.sound && source_.sound->begin(generation_);
+    hasOtherSound_ = isApart && !source_.isSoundAlone;
+    if (source_.sound && source_.isSoundAlone) takeSoundAlone();
     feeding_.own({source_.isMain, source_.isMain != hasOtherSound_});
     time_ = stage_->target().value_or(Time::zero());
     feeding_.restart(generation_, time_);
+}
+
+/// The variants are those of the sound that counts in this generation.
+void Rendition::takeSoundAlone() {
+    for (std::size_t i = 0; i < lists_.size(); ++i) {
+        const auto url = source_.sound->playlistFor(i);
+        if (!url || url->absoluteString() == source_.playlists[i].absoluteString()) continue;
+        source_.playlists[i] = *url;
+        lists_[i].reset();
+        if (variant_ == i) variant_.reset();
+    }
 }
 
 bool Rendition::needs(Time enough) const {

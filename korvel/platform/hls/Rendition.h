@@ -29,6 +29,7 @@ public:
         std::optional<MediaPlaylist> first{};
         Definitions definitions{};
         std::shared_ptr<SoundChoice> sound{};  ///< null: there is none but in the variants
+        bool isSoundAlone = false;  ///< no variant has pictures: the sound is in their place
     };
 
     Rendition(std::shared_ptr<Stage> stage, std::shared_ptr<Ladder> ladder,
@@ -48,6 +49,7 @@ private:
 
     void run();
     void restart();
+    void takeSoundAlone();
     bool needs(Time enough) const;
     void step();
 

@@ -114,7 +114,7 @@ bool SoundChoice::begin(Attention::Generation generation) {
         generation_ = generation;
         current_ = wanted_;
     }
-    return placeLocked().has_value();
+    return placeLocked(group_).has_value();
 }
 
 void SoundChoice::follow(std::size_t variant) {
@@ -123,10 +123,10 @@ void SoundChoice::follow(std::size_t variant) {
 }
 
 /// A sound that the variant's group does not hold goes on from another one's.
-std::optional<std::size_t> SoundChoice::placeLocked() const {
+std::optional<std::size_t> SoundChoice::placeLocked(std::size_t group) const {
     if (options_.empty()) return std::nullopt;
     const auto& places = options_[current_].places;
-    if (places[group_]) return places[group_];
+    if (places[group]) return places[group];
     const auto other = std::find_if(places.begin(), places.end(),
                                     [](const auto& each) { return each.has_value(); });
     return other == places.end() ? std::nullopt : *other;
@@ -134,7 +134,13 @@ std::optional<std::size_t> SoundChoice::placeLocked() const {
 
 std::size_t SoundChoice::playlist() const {
     const std::lock_guard lock(mutex_);
-    return placeLocked().value_or(0);
+    return placeLocked(group_).value_or(0);
+}
+
+std::optional<URL> SoundChoice::playlistFor(std::size_t variant) const {
+    const std::lock_guard lock(mutex_);
+    const auto place = placeLocked(groupOf_.at(variant));
+    return place ? std::optional(playlists_[*place]) : std::nullopt;
 }
 
 }  // namespace korvel::platform::hls

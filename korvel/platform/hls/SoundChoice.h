@@ -35,6 +35,8 @@ public:
     const std::vector<URL>& playlists() const { return playlists_; }
     /// From which of them it is now, if it comes apart.
     std::size_t playlist() const;
+    /// Likewise, with this variant; nothing: from the variant itself.
+    std::optional<URL> playlistFor(std::size_t variant) const;
 
 private:
     struct Option {
@@ -44,7 +46,7 @@ private:
     };
     void add(const RenditionTag& tag, std::size_t group, const URL& address);
     std::size_t chosenFor(const std::vector<std::string>& languages) const;
-    std::optional<std::size_t> placeLocked() const;
+    std::optional<std::size_t> placeLocked(std::size_t group) const;
 
     std::vector<URL> playlists_;
     std::vector<Option> options_;

@@ -359,6 +359,47 @@ TEST_F(PresentationTest, TheSoundIsTheUsersOrTheHostsAndOfTheVariantsGroup) {
     }
 }
 
+TEST_F(PresentationTest, SoundIsChosenAlsoWhereItIsAloneOrWithinTheVariantAndADeadOneEndsIt) {
+    const auto sound = [](const std::string& name, const std::string& uri) {
+        return "#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID=\"g\",AUTOSELECT=YES,NAME=\"" + name +
+               "\",LANGUAGE=\"" + name + "\"" + (uri.empty() ? "" : ",URI=\"" + uri + "\"") + "\n";
+    };
+    const auto lists = [&](const char* name) {
+        return server->count("https://h/" + std::string(name) + "/list.m3u8");
+    };
+    putList("https://h/v/", segments(4));
+    for (const char* base : {"https://h/de/", "https://h/en/"})
+        putList(base, segments(4, 50, {.hasPicture = false}));
+    const std::string both = sound("en", "en/list.m3u8") + sound("de", "de/list.m3u8");
+    server->put(
+        "https://h/alone.m3u8",
+        "#EXTM3U\n" + both + variantLine("en/list.m3u8", 9, ",CODECS=\"mp4a.40.2\",AUDIO=\"g\""));
+    languages = {"de"};
+    open("https://h/alone.m3u8");
+    ASSERT_TRUE(ends());
+    expectSound(0, 8);
+    EXPECT_EQ(lists("en"), 0u);
+    EXPECT_TRUE(presentation->selectSound(presentation->sounds().options[0]));
+    presentation->seek(2s);
+    ASSERT_TRUE(ends());
+    expectSound(2, 8);
+    EXPECT_EQ(lists("en"), 1u);
+
+    server->put("https://h/within.m3u8", "#EXTM3U\n" + sound("de", "") +
+                                             sound("en", "en/list.m3u8") +
+                                             variantLine("v/list.m3u8", 9, ",AUDIO=\"g\""));
+    open("https://h/within.m3u8");
+    ASSERT_TRUE(ends());
+    expectSound(0, 8);
+    EXPECT_EQ(lists("en"), 1u);
+
+    server->change("https://h/en/list.m3u8", [](auto& answer) { answer.status = 404; });
+    languages = {"en"};
+    open("https://h/within.m3u8");
+    ASSERT_TRUE(fails());
+    EXPECT_EQ(reason(), "The service answered 404 for https://h/en/list.m3u8");
+}
+
 TEST_F(PresentationTest, DiscontinuitiesAndTimesThatBeginAnewGoOnWithoutAGap) {
     auto list = segments(2);
     for (auto& each : segments(2, 7)) list.push_back(each);
