@@ -58,30 +58,10 @@ Sheet {
     }
     Repeater {
         model: dialog.links
-        Tappable {
-            id: link
+        Link {
             required property var modelData
             text: modelData.linkText
-            implicitWidth: name.implicitWidth + 2 * Theme.small
-            implicitHeight: Theme.target
-            Accessible.role: Accessible.Link
-            onClicked: Qt.openUrlExternally(modelData.linkUrl)
-            background: Rectangle {
-                anchors { fill: parent; margins: Theme.tiny }
-                radius: Theme.small
-                color: link.hovered ? Theme.raised : "transparent"
-                FocusRing { shown: link.activeFocus }
-            }
-            contentItem: Item {
-                Label {
-                    id: name
-                    anchors.verticalCenter: parent.verticalCenter
-                    x: Theme.small
-                    silent: true
-                    text: link.text + "  ↗"
-                    color: Theme.accent
-                }
-            }
+            address: modelData.linkUrl
         }
     }
     Label {

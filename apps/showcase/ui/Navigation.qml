@@ -44,7 +44,7 @@ DirectionalFocus {
                                                : Math.min(Theme.px(76), (inside.height - user.height - Theme.gap) / navigation.pages.length)
             Repeater {
                 model: navigation.pages
-                Tappable {
+                Tab {
                     id: item
                     required property var modelData
                     readonly property bool current: modelData.page === navigation.current
@@ -53,8 +53,7 @@ DirectionalFocus {
                     width: items.cellWidth
                     height: items.cellHeight
                     focus: current
-                    Accessible.role: Accessible.PageTab
-                    Accessible.selected: current
+                    checked: current
                     onClicked: navigation.chosen(modelData.page)
                     contentItem: Item {
                         Rectangle {

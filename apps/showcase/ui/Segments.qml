@@ -15,7 +15,7 @@ Rectangle {
         id: row
         Repeater {
             model: segments.choices
-            Tappable {
+            Choice {
                 id: choice
                 required property string modelData
                 required property int index
@@ -24,9 +24,7 @@ Rectangle {
                 text: modelData
                 width: label.implicitWidth + Theme.px(32)
                 height: segments.height
-                Accessible.role: Accessible.RadioButton
-                Accessible.checkable: true
-                Accessible.checked: current
+                checked: current
                 onClicked: segments.chosen(index)
                 background: Item {
                     Rectangle {

@@ -1,7 +1,8 @@
 import QtQuick
 import QtQuick.Templates as T
 
-// Whatever is pressed: by mouse, finger, keyboard or remote control.
+// Whatever is pressed: by mouse, finger, keyboard or remote control. Read aloud as a button, which the toolkit lets
+// none of its buttons be denied: tabs, choices and links are types of their own.
 T.AbstractButton {
     activeFocusOnTab: true
     focusPolicy: Qt.StrongFocus

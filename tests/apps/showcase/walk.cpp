@@ -65,6 +65,11 @@ private:
         const bool covered = full || driver_.sees("accept") || driver_.sees("startMembership");
         expect(told.contains("page tab list") != (covered || driver_.sees("browse")),
                "nobody hears what is covered");
+        expect(told.contains("page tab \"Home\"") == told.contains("page tab list"),
+               "tabs are tabs");
+        expect(told.contains("link \"") == driver_.sees("accept"), "links are links");
+        expect(told.contains("radio button \"Own controls\"") || !driver_.sees("segment-1"),
+               "choices are choices");
         if (full) return;
         QStringList pieces;
         collectSeen(*window_.contentItem(), QRectF({}, QSizeF(window_.size())), pieces);
