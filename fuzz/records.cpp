@@ -1,19 +1,13 @@
 // Any bytes as any record: no crash, and what decodes comes back the same from its own encoding.
 #include "Require.h"
 
-#include <korvel/model/KCSDKConsent.h>
+#include <korvel/KorvelContentSDK.h>
 #include <korvel/model/KCSDKConsentRequest.h>
 #include <korvel/model/KCSDKLoginRequest.h>
 #include <korvel/model/KCSDKOndemandCkcToken.h>
-#include <korvel/model/KCSDKOndemandClassResponse.h>
-#include <korvel/model/KCSDKOndemandCollection.h>
 #include <korvel/model/KCSDKOndemandContentToken.h>
-#include <korvel/model/KCSDKOndemandFilterRequest.h>
-#include <korvel/model/KCSDKOndemandMetaData.h>
 #include <korvel/model/KCSDKOndemandResultRequest.h>
-#include <korvel/model/KCSDKOndemandSearchResult.h>
 #include <korvel/model/KCSDKUser.h>
-#include <korvel/model/KCSDKUserSubscriptionRequest.h>
 #include <korvel/platform/foundation/JSONDecoder.h>
 #include <korvel/platform/foundation/JSONEncoder.h>
 

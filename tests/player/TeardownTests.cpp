@@ -3,8 +3,6 @@
 #include <korvel/platform/uikit/Screen.h>
 
 #include <sys/resource.h>
-#include <filesystem>
-#include <fstream>
 #include <thread>
 
 namespace korvel::tests {
@@ -140,32 +138,6 @@ TEST_F(Teardown, TheStartIsTaggedBeforeTheMainQueueTurnsAndTheRecordSentFromBehi
     ASSERT_TRUE(fake.session->waitForRequests(2));
     EXPECT_NE(recorder, std::this_thread::get_id());
     EXPECT_GT(niceness, getpriority(PRIO_PROCESS, 0));
-}
-
-std::ptrdiff_t keyThreads() {
-    std::ptrdiff_t count = 0;
-    for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
-        std::string name;
-        std::getline(std::ifstream(thread.path() / "comm"), name);
-        if (name == "Some queue") ++count;
-    }
-    return count;
-}
-
-TEST_F(Teardown, AThousandPlayersThatNeverGotTheirKeyLeaveNoThreadBehind) {
-    for (std::size_t player = 1; player <= 1000; ++player) {
-        const auto view = makeView();
-        view->setViewModel(std::make_shared<KCSDKPlayerViewModel>(nullptr));
-        view->closePlayerCallback = [](auto) {};
-        view->loadProtectedVideo(url("https://s/v.m3u8"));
-        stream().askForKey("skd://h/?kid=1");
-        ASSERT_TRUE(fake.session->waitForRequests(player));  // for the token, which never comes
-        if (player % 2 == 0) view->closeBtnTapped();
-        run();
-        view->removeFromSuperview();
-        fake.media->streams.clear();  // which keep what their engine was given
-    }
-    while (keyThreads() > 0) std::this_thread::yield();  // without a limit but the test's own
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 #include <QQmlEngine>
 #include <QTemporaryDir>
 #include <QtQuickTest>
-#include <chrono>
 
 /// The development service as the tests see it.
 class Service : public QObject {

@@ -6,9 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <chrono>
 #include <random>
-#include <thread>
 
 namespace korvel::tests {
 namespace {
