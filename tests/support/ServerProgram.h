@@ -6,7 +6,6 @@
 #include <sys/socket.h>
 #include <unistd.h>
 #include <cstdint>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -72,14 +71,5 @@ private:
     ChildProcess process_;
     std::uint16_t port_;
 };
-
-inline void writeFile(const std::string& path, const std::string& text) {
-    std::ofstream(path) << text;
-}
-
-inline std::string readFile(const std::string& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 }  // namespace korvel::tests

@@ -11,8 +11,6 @@
 #include <atomic>
 #include <chrono>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 namespace korvel::tests {
 namespace {
@@ -30,10 +28,6 @@ protected:
     const fs::path file = folder / "keychain.sqlite";
 };
 
-void replace(const fs::path& path, const std::string& text) {
-    std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
-}
-
 TEST_F(KeychainSQLite, LookingLeavesNothingBehindAndStoringOnlyPrivateFiles) {
     EXPECT_EQ(keychain->SecItemDelete({}), errSecItemNotFound);
     EXPECT_EQ(copy("token"), "-25300");
@@ -43,16 +37,14 @@ TEST_F(KeychainSQLite, LookingLeavesNothingBehindAndStoringOnlyPrivateFiles) {
     EXPECT_GE(std::distance(fs::directory_iterator(folder), {}), 3);
     for (const auto& entry : fs::directory_iterator(folder)) {
         EXPECT_EQ(entry.status().permissions(), fs::perms::owner_read | fs::perms::owner_write);
-        std::ifstream stream(entry.path(), std::ios::binary);
-        const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
-        EXPECT_EQ(bytes.find("bearer"), std::string::npos) << entry.path();
+        EXPECT_EQ(readFile(entry.path()).find("bearer"), std::string::npos) << entry.path();
     }
 }
 
 TEST_F(KeychainSQLite, ALostKeyCostsTheOldItemsOnly) {
     const auto key = folder / "keychain.key";
-    const std::function<void()> losses[] = {[&] { fs::remove(key); }, [&] { replace(key, ""); },
-                                            [&] { replace(key, std::string(32, 'k')); }};
+    const std::function<void()> losses[] = {[&] { fs::remove(key); }, [&] { writeFile(key, ""); },
+                                            [&] { writeFile(key, std::string(32, 'k')); }};
     for (const bool reopened : {false, true}) {
         for (const auto& lose : losses) {
             ASSERT_EQ(save("old", "before"), errSecSuccess);
@@ -82,7 +74,7 @@ TEST_F(KeychainSQLite, AChangedOrMovedValueIsNotHandedOut) {
 
 TEST_F(KeychainSQLite, ADamagedDatabaseIsKeptAsideAndStartedAnew) {
     const std::pair<const char*, std::function<void()>> damages[] = {
-        {"no database", [&] { replace(file, std::string(10'000, 'z')); }},
+        {"no database", [&] { writeFile(file, std::string(10'000, 'z')); }},
         {"cut off", [&] { fs::resize_file(file, 5'000); }},
         {"broken pages",
          [&] {
@@ -117,7 +109,7 @@ TEST_F(KeychainSQLite, ADamagedDatabaseIsKeptAsideAndStartedAnew) {
 }
 
 TEST_F(KeychainSQLite, AnUnusableFolderFailsEachCallAndIsTriedAgain) {
-    replace(folder, "a file where the folder should be");
+    writeFile(folder, "a file where the folder should be");
     EXPECT_EQ(save("token", "abc"), errSecNotAvailable);
     EXPECT_EQ(copy("token"), std::to_string(errSecNotAvailable));
     EXPECT_EQ(keychain->SecItemDelete({}), errSecNotAvailable);
@@ -165,7 +157,7 @@ TEST_F(KeychainSQLite, WhatWasPutInAFilesPlaceIsNotFollowedNotWaitedForAndNotTou
             fs::remove_all(folder);
             fs::create_directory(folder);
             fs::permissions(folder, fs::perms::owner_all);
-            replace(target, std::string(32, 'k'));
+            writeFile(target, std::string(32, 'k'));
             fs::permissions(target, fs::perms(0644));
             if (fifo) {
                 ASSERT_EQ(mkfifo((folder / name).c_str(), 0600), 0);

@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <fstream>
 
 namespace korvel::tests {
 namespace {
@@ -81,9 +80,7 @@ TEST_F(SealedRecordsTest, OnDiskNothingCanBeReadAndABrokenSealHidesItsRecordAlon
     const auto secret = platform::bytesOf("a secret of some length");
     ASSERT_TRUE(open()->add(secret, three));
     for (const auto& file : std::filesystem::directory_iterator(folder / "data")) {
-        std::ifstream stream(file.path(), std::ios::binary);
-        const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
-        EXPECT_EQ(bytes.find("secret"), std::string::npos) << file.path();
+        EXPECT_EQ(readFile(file.path()).find("secret"), std::string::npos) << file.path();
     }
     std::filesystem::remove(folder / "data" / "keychain.key");
     ASSERT_TRUE(open()->add(platform::bytesOf("new"), three));

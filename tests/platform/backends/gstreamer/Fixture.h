@@ -4,12 +4,12 @@
 #include <korvel/platform/avfoundation/AVPlayer.h>
 #include <korvel/platform/backends/gstreamer/MediaEngineGStreamer.h>
 #include <service/ContentService.h>
+#include "support/Pictures.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <functional>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -85,18 +85,7 @@ struct Show {
         const auto to = platform::CMTimeMakeWithSeconds(seconds, platform::nanosecondTimescale);
         player->seek(to, platform::kCMTimeZero, platform::kCMTimeZero);
     }
-    /// The number burnt into the picture of this moment; -1 without one.
-    int picture() const {
-        const auto frame = player->newestFrame();
-        if (!frame) return -1;
-        int number = 0;
-        const auto& plane = frame->planes[0];
-        for (unsigned bit = 0; bit < 16; ++bit) {
-            const std::size_t x = (2 * bit + 1) * frame->width / 32;
-            if (plane.data[frame->height / 18 * plane.stride + x] > 128) number |= 1 << bit;
-        }
-        return number;
-    }
+    int picture() const { return numberOn(player->newestFrame()); }
 };
 
 /// Real pipelines on the real service; the test's thread drives the main queue.

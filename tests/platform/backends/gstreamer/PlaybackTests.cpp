@@ -15,10 +15,6 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-double secondsSince(std::chrono::steady_clock::time_point start) {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
 /// Of this process: threads, descriptors, resident KiB.
 struct Footprint {
     long threads = 0, descriptors = 0, kib = 0;
@@ -95,40 +91,6 @@ TEST_F(GStreamerTest, PlainStreamShowsTheRightPicturesSeeksExactlyAndEnds) {
     EXPECT_EQ(show.keys->asked, 0);
 }
 
-TEST_F(GStreamerTest, RateZeroStandsStill) {
-    Show show(plain, device);
-    show.player->play();
-    EXPECT_EQ(show.player->rate(), 1.f);
-    ASSERT_TRUE(until([&] { return show.position() > 0.2; }));
-    show.player->setRate(0);
-    play(300ms);
-    const double from = show.position();
-    play(300ms);
-    EXPECT_EQ(show.position(), from);
-    show.player->setRate(2);
-    EXPECT_TRUE(until([&] { return show.position() > from + 0.2; }));
-}
-
-TEST_F(GStreamerTest, ThrottledStreamRunsDryAndRecoversWhileTheRateStays) {
-    Show show(plain, device);
-    service.script("/media/50101/360p/00001", "GET", {.hold = true});
-    show.player->play();
-    ASSERT_TRUE(until([&] {
-        return !show.listener->heard.empty() &&
-               show.listener->heard.back() == "playbackBufferEmpty";
-    }));
-    const double stalledAt = show.position();
-    EXPECT_LT(stalledAt, 3.2);
-    play(300ms);
-    EXPECT_NEAR(show.position(), stalledAt, 0.05);
-    EXPECT_EQ(show.player->rate(), 1.f);
-    service.release();
-    ASSERT_TRUE(until([&] { return show.listener->heard.back() == "playbackLikelyToKeepUp"; }));
-    EXPECT_EQ(show.listener->heard, (Lines{"status", "playbackLikelyToKeepUp",
-                                           "playbackBufferEmpty", "playbackLikelyToKeepUp"}));
-    EXPECT_TRUE(until([&] { return show.position() > stalledAt + 0.3; }));
-}
-
 TEST_F(GStreamerTest, BrokenStreamsFailOnceWithAReason) {
     service.script("/media/50101/360p/0000", "GET", {.status = 200, .body = "no stream at all"}, 9);
     const std::pair<std::string, AVError> broken[] = {
@@ -180,18 +142,28 @@ TEST_F(GStreamerTest, TwoPlayersKeepToTheirOwnStreamsAndKeys) {
     EXPECT_LT(first.picture(), 300);
     const MediaStartUp& steps = first.item->startUp();
     EXPECT_TRUE(steps.opened < steps.playlist && steps.playlist < steps.keyAsked &&
-                steps.keyAsked < steps.key && steps.key < steps.segment &&
-                steps.segment < steps.picture);
+                steps.keyAsked < steps.key && steps.key < steps.picture);
+    EXPECT_TRUE(steps.playlist < steps.segment && steps.segment < steps.picture)
+        << "it is loaded while the key is awaited";
     EXPECT_FALSE(second.item->startUp().keyAsked || refused.item->startUp().key);
 }
 
-TEST_F(GStreamerTest, ManyOpenedAndClosedLeaveNothingBehind) {
+TEST_F(GStreamerTest, ManyOpenedAndClosedAtAnyMomentAreQuickAndLeaveNothingBehind) {
     const auto cycle = [&](int i) {
-        Show show(i % 2 ? plain : encrypted, device);
-        show.player->play();
-        EXPECT_TRUE(until([&] { return show.isReady(); }));
-        if (i % 3 == 0) show.seek(15);
+        std::function<bool(const KeyHolder::Request&)> never;
+        if (i % 4 == 0) never = [](const auto&) { return true; };
+        auto show = std::make_unique<Show>(i % 2 ? plain : encrypted, device, never);
+        show->player->play();
+        if (i % 4 == 1) {
+            EXPECT_TRUE(until([&] { return show->isReady(); }));
+        }
+        play(std::chrono::milliseconds(i * 7 % 90));
+        if (i % 3 == 0) show->seek(15);
         play(std::chrono::milliseconds(i % 5));
+        const auto start = std::chrono::steady_clock::now();
+        show.reset();
+        // Only what waits for something takes so long; how quick it is the benchmark tells.
+        EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
     };
     for (int i = 0; i < 15; ++i) cycle(i);
     const auto before = Footprint::now();
@@ -204,24 +176,6 @@ TEST_F(GStreamerTest, ManyOpenedAndClosedLeaveNothingBehind) {
     !defined(__SANITIZE_THREAD__)  // which keep memory for their own use
     EXPECT_LE(after.kib - before.kib, 16 * 1024);
 #endif
-}
-
-TEST_F(GStreamerTest, ClosingIsQuickAtAnyMoment) {
-    double worst = 0;
-    for (int i = 0; i < 40; ++i) {
-        std::function<bool(const KeyHolder::Request&)> never;
-        if (i % 4 == 0) never = [](const auto&) { return true; };
-        auto show = std::make_unique<Show>(i % 2 ? plain : encrypted, device, never);
-        show->player->play();
-        play(std::chrono::milliseconds(i * 7 % 90));
-        if (i % 3 == 0) show->seek(i % 30);
-        play(std::chrono::milliseconds(i % 4));
-        const auto start = std::chrono::steady_clock::now();
-        show.reset();
-        worst = std::max(worst, secondsSince(start));
-    }
-    // Only a closing that waits for something takes this long; how quick it is the benchmark tells.
-    EXPECT_LT(worst, 5.0);
 }
 
 }  // namespace korvel::tests
