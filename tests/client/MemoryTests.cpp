@@ -1,4 +1,5 @@
 #include "support/ChildProcess.h"
+#include "support/Memory.h"
 #include "support/RealService.h"
 #include "support/TemporaryFolder.h"
 
@@ -7,8 +8,6 @@
 
 #include <gtest/gtest.h>
 #include <zlib.h>
-
-#include <fstream>
 
 namespace korvel::tests {
 namespace {
@@ -45,17 +44,6 @@ std::string page(int items) {
     return R"({"totalItems":1,"itemsRemaining":0,"items":[)" + zeros(items) + "0]}";
 }
 
-/// Of this process: the most since `forgetPeak`.
-double peakMegabytes() {
-    std::ifstream file("/proc/self/status");
-    for (std::string line; std::getline(file, line);) {
-        if (line.starts_with("VmHWM:")) return std::stod(line.substr(6)) / 1024;
-    }
-    return 0;
-}
-
-void forgetPeak() { std::ofstream("/proc/self/clear_refs") << 5; }
-
 // What is refused, and the largest that is not: two megabytes.
 TEST(Memory, StaysSmallWhateverTheServiceAnswers) {
     using Service = service::ContentService;
@@ -72,14 +60,14 @@ TEST(Memory, StaysSmallWhateverTheServiceAnswers) {
     ASSERT_TRUE(platform::Device::install({}, options));
     ContentClient client(makeConfig({}, service.baseURL()));
     forgetPeak();
-    const double before = peakMegabytes();
+    const double before = megabytes("VmHWM:");
     for (int answer = 0; answer < 3; ++answer) {
         const auto outcome = client.classes({.page = 1, .size = 5}).get();
         ASSERT_FALSE(outcome);
         EXPECT_EQ(outcome.failure().reason, Failure::Reason::notUnderstood) << answer;
     }
     if (sanitized) GTEST_SKIP() << "sanitizers keep memory for themselves";
-    EXPECT_LT(peakMegabytes() - before, 64);
+    EXPECT_LT(megabytes("VmHWM:") - before, 64);
 }
 
 }  // namespace

@@ -499,44 +499,4 @@ TEST_F(PresentationTest, LiveStreamsBeginNearTheirEndAndGoOnUntilItIsTold) {
     EXPECT_EQ(presentation->duration(), 18s);
 }
 
-TEST_F(PresentationTest, NothingThatTheNetworkSendsLeadsElsewhere) {
-    putList("https://h/good/", segments(1));
-    const auto with = [](const std::string& uri, const std::string& tags = "") {
-        return "#EXTM3U\n" + tags + "#EXTINF:2,\n" + uri + "\n#EXT-X-ENDLIST\n";
-    };
-    const std::string master = "#EXTM3U\n";
-    const std::pair<const char*, std::string> rows[] = {
-        {"names itself", with("x.m3u8")},
-        {"a file", with("file:///etc/passwd")},
-        {"a descriptor", with("fd://0")},
-        {"a datagram", with("udp://127.0.0.1:9")},
-        {"down to http", with("http://h/good/0.ts")},
-        {"a map in a file", with("good/0.ts", "#EXT-X-MAP:URI=\"file:///dev/zero\"\n")},
-        {"a master in a master", master + variantLine("x.m3u8", 1)},
-        {"a master of files", master + variantLine("file:///x", 1)},
-        {"a page", "<html></html>"},
-        {"another manifest", "<?xml version=\"1.0\"?><MPD></MPD>"},
-        {"a description", "v=0\no=- 0 0 IN IP4 127.0.0.1\n"},
-        {"segments of nothing", with("https://h/empty")},
-    };
-    server->put("https://h/empty", std::string());
-    for (const auto& [what, text] : rows) {
-        server->put("https://h/x.m3u8", text);
-        open("https://h/x.m3u8");
-        ASSERT_TRUE(fails()) << what;
-        EXPECT_TRUE(output->lane(Kind::picture).samples.empty()) << what;
-    }
-    for (const std::string& address : server->asked())
-        EXPECT_TRUE(address.starts_with("https://h/")) << address;
-    for (const char* address : {"file:///etc/passwd", "rtsp://h/x", "data:,%23EXTM3U"}) {
-        const auto before = server->asked().size();
-        open(address);
-        ASSERT_TRUE(fails()) << address;
-        EXPECT_EQ(server->asked().size(), before);
-    }
-    server->put("https://h/x.m3u8", with("<html>"));
-    open("https://h/x.m3u8");
-    EXPECT_TRUE(fails());
-}
-
 }  // namespace korvel::tests

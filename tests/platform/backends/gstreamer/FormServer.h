@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/TemporaryFolder.h"
+
 #include <httplib.h>
 
 #include <functional>
@@ -7,6 +9,8 @@
 #include <thread>
 
 namespace korvel::tests {
+
+inline std::string contentOf(const std::string& path) { return readFile(KORVEL_FORMS + path); }
 
 /// Serves a folder, byte ranges included, unless a test has it do otherwise.
 class FormServer {

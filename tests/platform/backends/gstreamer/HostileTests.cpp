@@ -1,16 +1,15 @@
 #include "platform/backends/gstreamer/Fixture.h"
 #include "platform/backends/gstreamer/FormServer.h"
 #include "support/ChildProcess.h"
-#include "support/TemporaryFolder.h"
+#include "support/Memory.h"
 
-#include <netinet/in.h>
+#include "support/ServerProgram.h"
+
 #include <sys/inotify.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <set>
 
 namespace korvel::tests {
@@ -56,10 +55,8 @@ public:
 private:
     static int bound(int type) {
         const int made = socket(AF_INET, type | SOCK_NONBLOCK, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        EXPECT_EQ(bind(made, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+        const sockaddr_in address = onLoopback(0);
+        EXPECT_EQ(bind(made, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
         return made;
     }
     static std::string port(int socket) {
@@ -71,14 +68,6 @@ private:
     const TemporaryFolder folder_;
     const int tcp_, udp_, opened_;
 };
-
-double megabytes(const std::string& field) {
-    std::ifstream file("/proc/self/status");
-    for (std::string line; std::getline(file, line);) {
-        if (line.starts_with(field)) return std::stod(line.substr(field.size() + 1)) / 1024;
-    }
-    return 0;
-}
 
 /// Files that this process has open, but for its libraries and what its server serves.
 std::set<std::string> openFiles() {
@@ -177,10 +166,6 @@ std::vector<Hostile> everything() {
 
 class HostileTest : public GStreamerTest {
 protected:
-    static std::string contentOf(const std::string& path) {
-        std::ifstream file(KORVEL_FORMS + path, std::ios::binary);
-        return {std::istreambuf_iterator(file), {}};
-    }
     bool answer(const httplib::Request& request, httplib::Response& response) const {
         const std::string& path = request.path;
         if (path.starts_with("/to/")) {
@@ -228,7 +213,7 @@ TEST_F(HostileTest, EndsClearlyOrPlaysAndOpensNothing) {
     for (const Hostile& each : everything()) {
         SCOPED_TRACE(each.what);
         text = traps.named(each.text);
-        std::ofstream("/proc/self/clear_refs") << 5;
+        forgetPeak();
         const double used = megabytes("VmRSS:");
         std::set<std::string> opened;
         Show show(server / each.path, device);

@@ -1,6 +1,5 @@
 #include "platform/backends/gstreamer/Fixture.h"
 #include "platform/backends/gstreamer/FormServer.h"
-#include "support/TemporaryFolder.h"
 
 #include <gst/gst.h>
 
@@ -15,8 +14,6 @@ namespace {
 
 using httplib::Request;
 using httplib::Response;
-
-std::string contentOf(const std::string& path) { return readFile(KORVEL_FORMS + path); }
 
 bool isSegment(const Request& request) { return request.path.ends_with(".ts"); }
 
