@@ -1,12 +1,17 @@
 #include <apps/showcase/tour/Driver.h>
 #include <support/accessibility/Tree.h>
 
+#include <QFont>
 #include <QGuiApplication>
 #include <QQmlExtensionPlugin>
 #include <QRegularExpression>
 #include <QTextDocumentFragment>
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
+#include <functional>
 #include <stdexcept>
+#include <vector>
 
 // showcase_walk WIDTHxHEIGHT FOLDER: the environment names the service.
 
@@ -20,18 +25,85 @@ void expect(bool holds, const char* what) {
     if (!holds) throw std::runtime_error(what);
 }
 
-/// Texts that somebody sees, in the pieces that they are read in.
-void collectSeen(const QQuickItem& item, const QRectF& within, QStringList& pieces) {
-    if (!item.isVisible() || item.opacity() <= 0) return;
+using Visit = std::function<void(const QQuickItem& text, const QRectF& seen, double opacity)>;
+
+/// Texts that somebody sees.
+void visitTexts(const QQuickItem& item, const QRectF& within, double opacity, const Visit& visit) {
+    opacity *= item.opacity();
+    if (!item.isVisible() || opacity <= 0) return;
     const auto rect = item.mapRectToScene(item.boundingRect());
     const auto seen = item.clip() ? within.intersected(rect) : within;
-    if (item.inherits("QQuickText") && seen.contains(rect.center())) {
-        auto text = item.property("text").toString();
-        if (text.contains('<')) text = QTextDocumentFragment::fromHtml(text).toPlainText();
-        static const QRegularExpression between(QStringLiteral("  ·  | · |↗|\\n"));
-        pieces += text.split(between, Qt::SkipEmptyParts);
+    if (item.inherits("QQuickText") && seen.contains(rect.center())) visit(item, seen, opacity);
+    for (const auto* child : item.childItems()) visitTexts(*child, seen, opacity, visit);
+}
+
+/// In the pieces that it is read in.
+QStringList piecesOf(const QQuickItem& item) {
+    auto text = item.property("text").toString();
+    if (text.contains('<')) text = QTextDocumentFragment::fromHtml(text).toPlainText();
+    static const QRegularExpression between(QStringLiteral("  ·  | · |↗|\\n"));
+    return text.split(between, Qt::SkipEmptyParts);
+}
+
+/// Where its letters are in the window.
+QRect lettersOf(const QQuickItem& text) {
+    QRectF letters({}, QSizeF(text.property("contentWidth").toDouble(),
+                              text.property("contentHeight").toDouble()));
+    const Qt::Alignment across(text.property("effectiveHorizontalAlignment").toInt());
+    const Qt::Alignment along(text.property("verticalAlignment").toInt());
+    if (across & Qt::AlignRight) letters.moveRight(text.width());
+    if (across & Qt::AlignHCenter) letters.moveLeft((text.width() - letters.width()) / 2);
+    if (along & Qt::AlignBottom) letters.moveBottom(text.height());
+    if (along & Qt::AlignVCenter) letters.moveTop((text.height() - letters.height()) / 2);
+    letters.translate(text.property("leftPadding").toDouble(),
+                      text.property("topPadding").toDouble());
+    return text.mapRectToScene(letters).toAlignedRect();
+}
+
+/// By a popup, which lies over all else.
+bool isCovered(const QQuickItem& text, const QRect& letters, const QQuickItem& all) {
+    const auto& layers = all.childItems();
+    const auto hides = [&](const QQuickItem* popup) {
+        return popup->isVisible() && !popup->isAncestorOf(&text) &&
+               popup->mapRectToScene(popup->boundingRect()).intersects(letters);
+    };
+    return std::any_of(layers.begin(), layers.end(), [&](const QQuickItem* layer) {
+        const auto popups = layer->childItems();
+        return layer->inherits("QQuickOverlay") && std::any_of(popups.begin(), popups.end(), hides);
+    });
+}
+
+double luminance(const QColor& color) {
+    const auto part = [](float value) {
+        const double light = value;
+        return light <= 0.03928 ? light / 12.92 : std::pow((light + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * part(color.redF()) + 0.7152 * part(color.greenF()) +
+           0.0722 * part(color.blueF());
+}
+
+/// How well a colour is told from what a picture shows around the letters, its worst quarter left
+/// out: that is where letters reach.
+double contrast(const QColor& ink, double opacity, const QRect& letters, const QImage& picture) {
+    std::vector<double> found;
+    const auto compare = [&](int x, int y) {
+        const auto ground = picture.pixelColor(x, y);
+        const auto mix = [&](int over, int under) {
+            return static_cast<int>(std::lround(opacity * over + (1 - opacity) * under));
+        };
+        const double seen =
+            luminance({mix(ink.red(), ground.red()), mix(ink.green(), ground.green()),
+                       mix(ink.blue(), ground.blue())});
+        const auto [less, more] = std::minmax({seen, luminance(ground)});
+        found.push_back((more + 0.05) / (less + 0.05));
+    };
+    for (int x = letters.left(); x <= letters.right(); ++x) {
+        compare(x, letters.top());
+        compare(x, letters.bottom());
     }
-    for (const auto* child : item.childItems()) collectSeen(*child, seen, pieces);
+    const auto quarter = found.begin() + static_cast<long>(found.size() / 4);
+    std::nth_element(found.begin(), quarter, found.end());
+    return *quarter;
 }
 
 class Walk {
@@ -46,6 +118,7 @@ public:
         playToTheEnd();
         ownControls();
         home();
+        expect(faint_ == 0, "every text stands out from its ground");
     }
 
 private:
@@ -56,7 +129,32 @@ private:
     void shoot(const char* name) {
         driver_.pause(500);
         driver_.shoot(name);
+        read(name);
         if (QGuiApplication::platformName() == "xcb") listen(name);
+    }
+    /// All texts stand out from what they stand on, by 4.5 to 1; large ones, which are those of 24
+    /// bold pixels or 25 others, by 3 to 1.
+    void read(const char* name) {
+        const auto picture = window_.grabWindow();
+        const QRectF all({}, QSizeF(window_.size()));
+        const bool full = driver_.sees("player") && player().property("fullScreen").toBool();
+        int count = 0;
+        const auto check = [&](const QQuickItem& text, const QRectF& seen, double opacity) {
+            const auto letters = lettersOf(text);
+            if (piecesOf(text).isEmpty() || !text.isEnabled() || !seen.contains(letters)) return;
+            if (isCovered(text, letters, *window_.contentItem())) return;
+            ++count;
+            const auto font = text.property("font").value<QFont>();
+            const int large = font.weight() >= QFont::Bold ? 24 : 25;
+            const auto color = text.property("color").value<QColor>();
+            const double found = contrast(color, opacity * color.alphaF(), letters, picture);
+            if (found >= (font.pixelSize() >= large ? 3 : 4.5)) return;
+            std::printf("%s: %s has %.2f\n", name, qPrintable(text.property("text").toString()),
+                        found);
+            ++faint_;
+        };
+        if (!full) visitTexts(*window_.contentItem(), all, 1, check);
+        expect(full || count > 2, "there is something to read");
     }
     /// A screen reader finds what is seen.
     void listen(const char* name) {
@@ -72,7 +170,8 @@ private:
                "choices are choices");
         if (full) return;
         QStringList pieces;
-        collectSeen(*window_.contentItem(), QRectF({}, QSizeF(window_.size())), pieces);
+        visitTexts(*window_.contentItem(), QRectF({}, QSizeF(window_.size())), 1,
+                   [&](const auto& text, auto&&...) { pieces += piecesOf(text); });
         for (const auto& piece : pieces) {
             static const QRegularExpression clock(QStringLiteral("^\\d+:\\d\\d$"));
             if (clock.match(piece).hasMatch()) continue;  // goes on meanwhile
@@ -266,6 +365,7 @@ private:
     }
 
     QQuickWindow& window_;
+    int faint_ = 0;  ///< texts
     Driver driver_;
 };
 
