@@ -106,6 +106,7 @@ DirectionalFocus {
             height: Math.min(Theme.px(110), parent.height / 2)
             gradient: Gradient {
                 GradientStop { position: 0; color: "#d8000000" }
+                GradientStop { position: 0.5; color: "#b0000000" }  // as far as the title goes
                 GradientStop { position: 1; color: "#00000000" }
             }
         }
