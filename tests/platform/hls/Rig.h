@@ -107,14 +107,13 @@ protected:
         if (presentation) presentation->close();
     }
 
-    void open(const std::string& address, platform::hls::VariantBounds bounds = {}) {
+    void open(const std::string& address) {
         if (presentation) presentation->close();
         output = std::make_shared<Recorder>();
         output->at = start;
         presentation = platform::hls::Presentation::open(
             *platform::URL::parse(address),
-            {server, keys, output, output, timers.clock, timers.after(), languages, memory},
-            bounds);
+            {server, keys, output, output, timers.clock, timers.after(), languages, memory}, {});
     }
     /// Lets delays come due while it waits; fails the test after real seconds.
     bool until(const std::function<bool()>& done) {
@@ -143,8 +142,7 @@ protected:
 
     /// A playlist of segments of two seconds under `base`, put there with what it names.
     void putList(const std::string& base, const std::vector<Segment>& segments,
-                 const std::string& head = "", const std::vector<std::string>& before = {},
-                 const std::string& tail = "#EXT-X-ENDLIST\n") {
+                 const std::string& head = "", const std::vector<std::string>& before = {}) {
         std::string text = "#EXTM3U\n#EXT-X-TARGETDURATION:2\n" + head;
         for (std::size_t i = 0; i < segments.size(); ++i) {
             const std::string name = std::to_string(i) + ".ts";
@@ -152,7 +150,7 @@ protected:
             text += "#EXTINF:2,\n" + name + "\n";
             server->put(base + name, {.body = streams::transportSegment(segments[i])});
         }
-        server->put(base + "list.m3u8", text + tail);
+        server->put(base + "list.m3u8", text + "#EXT-X-ENDLIST\n");
     }
     static std::vector<Segment> segments(int count, double start = 100, Segment common = {}) {
         std::vector<Segment> all(static_cast<std::size_t>(count), common);

@@ -16,7 +16,7 @@ namespace korvel::tests {
 ///     slider "Position" "0:12 of 0:30" 12 of 0 to 30 focusable does Increase Decrease Show
 ///
 /// that is role, name, description, value, states and actions. `--do ACTION NAME` does one of the
-/// latter first, `--application PART` looks at programs with that in their names only.
+/// latter first.
 ///
 /// The test needs a bus and windows that tell it: start it as `on-bus TEST`, in CMake
 /// `korvel_on_accessibility_bus(NAME COMMAND ...)`. By hand, for any Qt program:

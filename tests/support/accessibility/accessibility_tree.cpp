@@ -1,5 +1,5 @@
 // Prints what a screen reader finds in the programs on the accessibility bus; Tree.h tells how to
-// use it. usage: accessibility_tree [--application PART_OF_NAME] [--process ID] [--do ACTION NAME]
+// use it. usage: accessibility_tree [--process ID] [--do ACTION NAME]
 
 #include <atspi/atspi.h>
 
@@ -86,14 +86,13 @@ bool act(const Place& place, const std::string& action, const std::string& wante
                                [&](const auto& child) { return act(child, action, wanted); });
 }
 
-/// On the bus, those whose name has that part, of that process; 0: of any.
-std::vector<Place> programs(const std::string& part, guint process) {
+/// On the bus, those of that process; 0: all.
+std::vector<Place> programs(guint process) {
     const auto desktop = owned(atspi_get_desktop(0));
     atspi_accessible_set_cache_mask(desktop.get(), ATSPI_CACHE_NONE);
     auto all = children(desktop);
     std::erase_if(all, [&](const auto& each) {
-        return (process != 0 && atspi_accessible_get_process_id(each.get(), nullptr) != process) ||
-               name(each).find(part) == std::string::npos;
+        return process != 0 && atspi_accessible_get_process_id(each.get(), nullptr) != process;
     });
     return all;
 }
@@ -111,11 +110,11 @@ int main(int count, char** words) {
     }
     atspi_set_timeout(5000, 0);
     const auto process = static_cast<guint>(std::atoi(after("--process", 1).c_str()));
-    auto found = programs(after("--application", 1), process);
+    auto found = programs(process);
     // A program that has just started may not have told the registry yet.
     for (int tries = 50; found.empty() && tries > 0; --tries) {
         g_usleep(100'000);
-        found = programs(after("--application", 1), process);
+        found = programs(process);
     }
     const auto action = after("--do", 1);
     bool done = !found.empty();

@@ -9,7 +9,6 @@ namespace korvel::tests {
 struct SoundPiece {
     double from;                 ///< in the stream, seconds
     double length;               ///< seconds
-    int number;                  ///< of the flush before it
     std::vector<float> samples;  ///< of the first channel
     int perSecond;
 };
