@@ -40,11 +40,11 @@ std::vector<Place> children(const Place& place) {
     return all;
 }
 std::vector<std::string> actions(const Place& place) {
-    std::vector<std::string> names;
     const auto offered = owned(atspi_accessible_get_action_iface(place.get()));
     const int count = offered ? atspi_action_get_n_actions(offered.get(), nullptr) : 0;
-    for (int i = 0; i < count; ++i) {
-        names.push_back(taken(atspi_action_get_action_name(offered.get(), i, nullptr)));
+    std::vector<std::string> names(static_cast<std::size_t>(std::max(count, 0)));
+    for (int i = 0; auto& each : names) {
+        each = taken(atspi_action_get_action_name(offered.get(), i++, nullptr));
     }
     return names;
 }
