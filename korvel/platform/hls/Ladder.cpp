@@ -171,7 +171,7 @@ bool Ladder::gaveUp(std::size_t variant, const Progress& progress, Clock::Instan
     const double lesser = sizeOf(other) / speed;
     if (lesser >= left * 0.7) return false;
     // A line that carries nothing at all may come back before the store is gone.
-    if (canWait && lesser > seconds(progress.level)) return false;
+    if (canWait && lesser > seconds(progress.level) / 2) return false;
     speed_ = speed * 8;
     return true;
 }
