@@ -209,17 +209,19 @@ void measureClosing(const service::ServiceProcess& service, const Device& device
     report("close_ms_max", *std::max_element(times.begin(), times.end()), 20);
 }
 
-/// Over so many cycles; of memory, less what the peer's grows, since decoders leak.
+/// Over so many cycles; of memory, less what a pipeline of the same decoders grows, which leak.
 void measureGrowth(const service::ServiceProcess& service) {
     const std::string command =
         "grow " + service.baseURL() + "media/50101/360p/index.m3u8" + " 1000";
-    const auto bare = PlayerProcess("playbin3").ask(command);
+    const auto bare = PlayerProcess("bare").ask("grow " KORVEL_STREAMS "/plain/360p/00000.ts 1000");
     const auto ours = PlayerProcess("ours").ask(command);
-    if (!ours) return;
-    std::cout << "  1000 cycles: ours " << ours->at(0) << " KiB, peer "
-              << (bare ? bare->at(0) : std::nan("")) << " KiB\n";
-    const double leaked = bare ? std::max(bare->at(0), 0.) : 0;
+    if (!ours || !bare) return;
+    std::cout << "  1000 cycles: ours " << ours->at(0) << " KiB, of it in use " << ours->at(3)
+              << " KiB, decoders " << bare->at(0) << " KiB, in use " << bare->at(3) << " KiB\n";
+    const double leaked = std::max(bare->at(0), 0.);
     report("open_close_growth_kib", std::max(ours->at(0) - leaked, 0.), 4096);
+    report("open_close_growth_in_use_kib", std::max(ours->at(3) - std::max(bare->at(3), 0.), 0.),
+           256);
     // Helpers and kept connections come and go; a thousand cycles would show what stays.
     report("open_close_growth_threads", std::max(ours->at(1), 0.), 4);
     report("open_close_growth_descriptors", std::max(ours->at(2), 0.), 8);

@@ -1,9 +1,10 @@
 // One player in a process of its own, so that memory is each one's own and a peer that breaks off
-// takes its figures alone with it. usage: korvel_bench_player ours|playbin3. Lines in, and for each
-// a line of numbers out:
+// takes its figures alone with it. usage: korvel_bench_player ours|playbin3|bare. Lines in, and for
+// each a line of numbers out:
 //   first ADDRESS           seconds to the first picture
 //   play ADDRESS SECONDS    seconds to the first picture, stalled in all, longest stall; peak KiB
-//   grow ADDRESS CYCLES     KiB, threads and descriptors more after so many plays of a picture
+//   grow ADDRESS CYCLES     KiB, threads, descriptors and KiB in use of those allocated more after
+//                           so many plays of a picture
 
 #include <korvel/platform/Device.h>
 #include <korvel/platform/avfoundation/AVPlayer.h>
@@ -12,6 +13,7 @@
 
 #include <gst/app/gstappsink.h>
 #include <gst/gst.h>
+#include <malloc.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -186,12 +188,43 @@ private:
     }
 };
 
+/// A file's decoders and what sinks need, to their first samples, without any player: what these
+/// leak every player does.
+class Bare final : public Player {
+public:
+    Bare() { gst_init(nullptr, nullptr); }
+    bool play(const std::string& address, Seconds, Seconds limit, Pictures& seen) override {
+        const std::string launched =
+            "filesrc location=" + address +
+            " ! tsdemux name=d d. ! queue ! h264parse ! avdec_h264 ! videoconvert ! fakesink"
+            " d. ! queue ! aacparse ! avdec_aac ! audioconvert ! scaletempo ! audioresample"
+            " ! volume ! fakesink";
+        GstElement* pipeline = gst_parse_launch(launched.c_str(), nullptr);
+        if (!pipeline) return false;
+        gst_element_set_state(pipeline, GST_STATE_PAUSED);
+        const auto nanoseconds = std::chrono::duration_cast<std::chrono::nanoseconds>(limit);
+        const bool came = gst_element_get_state(pipeline, nullptr, nullptr,
+                                                static_cast<GstClockTime>(nanoseconds.count())) ==
+                          GST_STATE_CHANGE_SUCCESS;
+        if (came) seen.came(0s);
+        gst_element_set_state(pipeline, GST_STATE_NULL);
+        gst_object_unref(pipeline);
+        return came;
+    }
+};
+
 double status(const std::string& field) {
     std::ifstream file("/proc/self/status");
     for (std::string line; std::getline(file, line);) {
         if (line.starts_with(field + ":")) return std::stod(line.substr(field.size() + 1));
     }
     return 0;
+}
+
+/// What malloc gave out and did not get back; its free lists do not count.
+double kibInUse() {
+    const auto all = mallinfo2();
+    return static_cast<double>(all.uordblks + all.hblkhd) / 1024;
 }
 
 double descriptors() {
@@ -212,11 +245,12 @@ std::string answer(Player& player, const std::string& line) {
             Pictures seen;
             player.play(address, 0s, 20s, seen);
         };
-        for (int i = 0; i < 100; ++i) cycle();
-        const double before[] = {status("VmRSS"), status("Threads"), descriptors()};
+        // Each of malloc's arenas, of which there are eight a core, keeps what it once needed.
+        for (int i = 0; i < 300; ++i) cycle();
+        const double before[] = {status("VmRSS"), status("Threads"), descriptors(), kibInUse()};
         for (int i = 0; i < static_cast<int>(number); ++i) cycle();
         out << status("VmRSS") - before[0] << ' ' << status("Threads") - before[1] << ' '
-            << descriptors() - before[2];
+            << descriptors() - before[2] << ' ' << kibInUse() - before[3];
         return out.str();
     }
     Pictures seen;
@@ -234,6 +268,7 @@ int main(int count, char** arguments) {
     if (count == 2 && arguments[1] == std::string("ours")) player = std::make_unique<Ours>();
     if (count == 2 && arguments[1] == std::string("playbin3"))
         player = std::make_unique<Playbin3>();
+    if (count == 2 && arguments[1] == std::string("bare")) player = std::make_unique<Bare>();
     if (!player) return 2;
     for (std::string line; std::getline(std::cin, line);)
         std::cout << answer(*player, line) << std::endl;
