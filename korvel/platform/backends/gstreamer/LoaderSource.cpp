@@ -180,6 +180,18 @@ Portion next(SourceState& state, ResponseStream& stream) {
     }
 }
 
+/// The demuxer reads the address in a reference movie up to a zero, also beyond the end of the
+/// file.
+GstBuffer* paddedBuffer(const Data& bytes) {
+    GstAllocationParams params;
+    gst_allocation_params_init(&params);
+    params.flags = GST_MEMORY_FLAG_ZERO_PADDED;
+    params.padding = 16;
+    GstBuffer* buffer = gst_buffer_new_allocate(nullptr, bytes.size(), &params);
+    gst_buffer_fill(buffer, 0, bytes.data(), bytes.size());
+    return buffer;
+}
+
 GstFlowReturn create(GstPushSrc* source, GstBuffer** buffer) {
     const Use use(source);
     SourceState& state = use;
@@ -200,7 +212,7 @@ GstFlowReturn create(GstPushSrc* source, GstBuffer** buffer) {
         return GST_FLOW_ERROR;
     }
     if (!bytes) return GST_FLOW_EOS;
-    *buffer = gst_buffer_new_memdup(bytes->data(), bytes->size());
+    *buffer = paddedBuffer(*bytes);
     return GST_FLOW_OK;
 }
 
