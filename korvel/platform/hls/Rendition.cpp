@@ -99,7 +99,8 @@ bool Rendition::needs(Time enough) const {
     }
     // A fragment may hold all pictures in front of all sound: while one kind is short of samples,
     // the other is let grow.
-    return least < enough && bytes < (least < Levels::toGoOn ? Levels::mostBytes : mostBytesInStore);
+    return least < enough &&
+           bytes < (least < Levels::toGoOn ? Levels::mostBytes : mostBytesInStore);
 }
 
 void Rendition::step() {
