@@ -1,7 +1,9 @@
 // Many requests at once, completions that block, and the end of sessions.
 
-#include <latch>
 #include "Client.h"
+
+#include <latch>
+#include <semaphore>
 
 namespace korvel::platform {
 namespace {
@@ -87,7 +89,12 @@ TEST_F(URLSessionTest, ASessionEndsAtOnceAndItsHandlersUncalled) {
         for (int number = 0; number < 8; ++number) all.push_back(ask(*session, held, false));
         ASSERT_TRUE(service.waitForHeld(8));
         if (onACompletionsThread) {
-            session->dataTask(request(), [&](const Exchange&) { session.reset(); });
+            std::binary_semaphore isGone{0};
+            session->dataTask(request(), [&](const Exchange&) {
+                session.reset();
+                isGone.release();
+            });
+            isGone.acquire();
         } else {
             session.reset();
         }
