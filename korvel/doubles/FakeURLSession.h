@@ -41,13 +41,23 @@ public:
                                  [&] { return requests.size() >= count; });
     }
 
-    std::size_t pending() const { return pending_.size(); }
+    /// Until an exchange is open. False if none comes.
+    bool waitForPending() {
+        std::unique_lock lock(mutex_);
+        return changed_.wait_for(lock, std::chrono::seconds(30), [&] { return !pending_.empty(); });
+    }
+    std::size_t pending() const {
+        const std::lock_guard lock(mutex_);
+        return pending_.size();
+    }
 
     /// Ends the oldest exchange that is still open; its handler is destroyed before this returns.
     void end(platform::Exchange exchange) {
+        std::unique_lock lock(mutex_);
         if (pending_.empty()) throw std::logic_error("nobody waits for an answer");
         const auto handler = std::move(pending_.front());
         pending_.pop_front();
+        lock.unlock();
         (*handler)(std::move(exchange));
     }
     static platform::Exchange answered(int status, std::optional<std::string_view> body) {
@@ -92,7 +102,7 @@ private:
         cancelled += std::erase(pending_, exchange);
     }
 
-    std::mutex mutex_;
+    mutable std::mutex mutex_;
     std::condition_variable changed_;
     std::deque<std::shared_ptr<CompletionHandler>> pending_;
 };

@@ -32,6 +32,8 @@ protected:
         delegate->answer = std::move(answer);
         auto request = load();
         finished.wait();
+        queue->async([this] { finished.signal(); });  // behind the answer, which is another's next
+        finished.wait();
         return request;
     }
     static std::int64_t errorCode(const Request& request) {

@@ -189,6 +189,7 @@ TEST_F(FocusTest, WhatIsCoveredGetsNeitherFocusNorKeysWhoeversTheOverlay) {
         EXPECT_FALSE(host->isPresenting()) << kind;
         EXPECT_EQ(focus(), page.get()) << kind;
         events.reset();
+        ASSERT_TRUE(fake.session->waitForPending());
         fake.session->answer(200, "{}");  // the record of the performance
     }
 }
@@ -228,6 +229,7 @@ TEST_F(FocusTest, FocusReturnsToWhereItWasInThePlayerThatWasFullScreen) {
         events->stopVideo();
         settle();
         events.reset();
+        ASSERT_TRUE(fake.session->waitForPending());
         fake.session->answer(200, "{}");
     }
 }
