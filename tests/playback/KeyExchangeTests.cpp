@@ -1,7 +1,6 @@
 #include "playback/Fixture.h"
+#include "support/Memory.h"
 
-#include <cstdlib>
-#include <filesystem>
 #include <set>
 
 namespace korvel::tests {
@@ -87,13 +86,10 @@ INSTANTIATE_TEST_SUITE_P(
                     BadKey{.name = "Lost", .answer = Answer{.resetAfter = 0}, .fails = false}),
     [](const auto& each) { return std::string(each.param.name); });
 
-// KORVEL_KEYLESS_PLAYERS=1000 makes sure of it.
 TEST_F(PlaybackTest, PlayersWhoseKeyNeverComesLeaveNeitherThreadNorDescriptorBehind) {
     // The service is in this process, too: a thread and a descriptor for each answer it holds.
     const auto own = [&](const char* folder) {
-        const std::filesystem::directory_iterator entries(folder);
-        return std::distance(begin(entries), end(entries)) -
-               static_cast<std::ptrdiff_t>(service.counters().held);
+        return entriesOf(folder) - static_cast<std::ptrdiff_t>(service.counters().held);
     };
     const auto startAndClose = [&](std::size_t players, const char* silent, const char* method) {
         service.script(silent, method, {.hold = true}, players);
@@ -111,9 +107,8 @@ TEST_F(PlaybackTest, PlayersWhoseKeyNeverComesLeaveNeitherThreadNorDescriptorBeh
     startAndClose(5, "/media/keys", "POST");
     const auto threads = own("/proc/self/task");
     const auto descriptors = own("/proc/self/fd");
-    const char* wanted = std::getenv("KORVEL_KEYLESS_PLAYERS");
     startAndClose(20, "/ondemand/v1/token", "GET");
-    startAndClose(wanted ? std::stoul(wanted) : 80, "/media/keys", "POST");
+    startAndClose(80, "/media/keys", "POST");
     EXPECT_TRUE(until([&] {
         return own("/proc/self/task") <= threads + 4 && own("/proc/self/fd") <= descriptors + 10;
     })) << own("/proc/self/task")

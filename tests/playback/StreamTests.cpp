@@ -42,15 +42,4 @@ TEST_F(PlaybackTest, ThrottledServiceEmptiesTheBufferAndPerformedSecondsGoOn) {
     EXPECT_EQ(listener->told.back(), "exit " + std::to_string(performed));
 }
 
-TEST_F(PlaybackTest, EndOfTheStreamClosesThePlayerLikeTheButton) {
-    start("50101");
-    events->seekTo(28.5F);
-    const auto shown = events->playerVC->viewVideo;
-    ASSERT_TRUE(until([&] { return !shown->player(); }));
-    EXPECT_EQ(listener->told.back(), "exit " + std::to_string(shown->totalPerformedTime));
-    EXPECT_TRUE(place->subviews().empty());
-    ASSERT_TRUE(until([&] { return !service.accounts().performances().empty(); }));
-    EXPECT_EQ(service.accounts().performances().size(), 1u);
-}
-
 }  // namespace korvel::tests

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <fstream>
 #include <string>
 
@@ -12,6 +13,12 @@ inline double megabytes(const std::string& field) {
         if (line.starts_with(field)) return std::stod(line.substr(field.size())) / 1024;
     }
     return 0;
+}
+
+/// Of this process's "/proc/self/task" its threads, of "/proc/self/fd" its descriptors.
+inline std::ptrdiff_t entriesOf(const char* folder) {
+    const std::filesystem::directory_iterator entries(folder);
+    return std::distance(begin(entries), end(entries));
 }
 
 inline void forgetPeak() { std::ofstream("/proc/self/clear_refs") << 5; }

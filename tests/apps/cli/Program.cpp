@@ -1,4 +1,5 @@
 #include "Program.h"
+#include "support/TemporaryFolder.h"
 
 #include <fcntl.h>
 #include <pty.h>
@@ -20,12 +21,7 @@ void require(bool fulfilled, const char* what) {
     if (!fulfilled) throw std::runtime_error(what);
 }
 
-std::string contents(int file) {
-    std::string text(static_cast<std::size_t>(lseek(file, 0, SEEK_END)), ' ');
-    require(pread(file, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()),
-            "the program's output cannot be read");
-    return text;
-}
+std::string contents(int file) { return readFile("/proc/self/fd/" + std::to_string(file)); }
 
 }  // namespace
 

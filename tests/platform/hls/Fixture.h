@@ -53,7 +53,6 @@ public:
         bool isHeld = false;              ///< until it is cancelled
         std::size_t piece = 16'384;       ///< bytes a read
         std::string redirect{};
-        double speed = 0;  ///< bits a second on the virtual clock; 0: at once
     };
 
     explicit FakeServer(std::shared_ptr<VirtualClock> clock) : clock_(std::move(clock)) {}
@@ -90,7 +89,7 @@ public:
         const std::lock_guard lock(mutex_);
         return static_cast<std::int64_t>(answers_.at(address).body.size());
     }
-    /// Of every line.
+    /// Of every line, bits a second on the virtual clock; 0: at once.
     std::atomic<double> speed = 0;
 
     std::shared_ptr<platform::ResponseStream> open(platform::URLRequest request) override;
@@ -140,7 +139,7 @@ public:
         const auto size =
             std::min({answer_.piece, end_ - std::min(at_, end_), answer_.cutAfter - given_});
         const auto begin = answer_.body.begin() + static_cast<std::ptrdiff_t>(at_);
-        const double speed = answer_.speed > 0 ? answer_.speed : server_.speed.load();
+        const double speed = server_.speed;
         if (speed > 0 && size > 0) {
             server_.clock_->advance(std::chrono::nanoseconds(
                 static_cast<std::int64_t>(static_cast<double>(size) * 8e9 / speed)));

@@ -270,6 +270,7 @@ TEST_F(PresentationTest, ClosesAtOnceWhateverIsHeldAndThenAllIsQuiet) {
         const auto said = output->log().size();
         for (const auto& request : keyRequests) {
             EXPECT_TRUE(request->isCancelled());
+            request->dataRequest()->respond(key);
             request->finishLoading();
         }
         std::this_thread::sleep_for(5ms);
@@ -437,13 +438,18 @@ TEST_F(PresentationTest, ADeadVariantIsLeftAndAMissingSegmentOrAGapIsPassedOver)
     EXPECT_EQ(server->count("https://g/1.ts"), 0u) << "what is said not to be there";
 
     putList("https://f/", segments(6));
-    for (int i = 0; i < 6; ++i) {
-        server->change("https://f/" + std::to_string(i) + ".ts",
-                       [](auto& answer) { answer.status = 410; });
+    for (const auto& [status, said, code] :
+         {std::tuple(410, "410 for https://f/", AVError::unknown),
+          {200, "No media that can be read: https://f/", AVError::fileFormatNotRecognized}}) {
+        for (int i = 0; i < 6; ++i) {
+            server->put("https://f/" + std::to_string(i) + ".ts",
+                        {.body = bytesOf("no stream at all"), .status = status});
+        }
+        open("https://f/list.m3u8");
+        ASSERT_TRUE(fails());
+        EXPECT_NE(reason().find(said), std::string::npos) << reason();
+        EXPECT_EQ(output->error()->code, static_cast<std::int64_t>(code)) << reason();
     }
-    open("https://f/list.m3u8");
-    ASSERT_TRUE(fails());
-    EXPECT_NE(reason().find("410 for https://f/"), std::string::npos) << reason();
 }
 
 TEST_F(PresentationTest, AVariantChangesBetweenSegmentsWithEveryPictureOnce) {

@@ -100,9 +100,8 @@ private:
 };
 
 struct SegmentOptions {
-    double start = 0;   ///< of the container's times, in seconds
-    double length = 2;  ///< seconds
-    int rate = 25;
+    double start = 0;       ///< of the container's times, in seconds
+    double length = 2;      ///< seconds
     std::uint8_t mark = 0;  ///< of its pictures
     bool hasPicture = true;
     bool hasSound = true;
@@ -115,15 +114,15 @@ inline Data transportSegment(const SegmentOptions& options) {
     stream.tables(options.hasPicture, options.hasSound);
     const auto ticks = [](double seconds) { return static_cast<std::int64_t>(seconds * 90'000); };
     double sounded = 0;
-    const int count = static_cast<int>(options.length * options.rate);
+    const int count = static_cast<int>(options.length * 25);
     for (int i = 0; i < count; ++i) {
-        const double at = static_cast<double>(i) / options.rate;
+        const double at = i / 25.;
         if (options.hasPicture) {
             stream.pes(
                 TransportStream::picturePid, ticks(options.start + at),
                 picture(i == 0 && options.beginsWithKey, options.mark, options.hasParameters));
         }
-        while (options.hasSound && sounded < at + 1. / options.rate) {
+        while (options.hasSound && sounded < at + 1. / 25) {
             stream.pes(TransportStream::soundPid, ticks(options.start + sounded),
                        adtsFrame(options.mark));
             sounded += 1024. / 48'000;

@@ -29,20 +29,11 @@ public:
                                                  Request request) override {
         ++asked;
         if (answer) return answer(request);
-        give(*request, rightKey(*request));
+        const auto kid = request->request()->url.query().value_or("kid=").substr(4);
+        const auto key = service::contentKey(kid);
+        request->dataRequest()->respond({key.begin(), key.end()});
+        request->finishLoading();
         return true;
-    }
-
-    static std::string identifier(platform::AVAssetResourceLoadingRequest& request) {
-        return request.request()->url.query().value_or("kid=").substr(4);
-    }
-    static platform::Data rightKey(platform::AVAssetResourceLoadingRequest& request) {
-        const auto key = service::contentKey(identifier(request));
-        return {key.begin(), key.end()};
-    }
-    static void give(platform::AVAssetResourceLoadingRequest& request, const platform::Data& key) {
-        request.dataRequest()->respond(key);
-        request.finishLoading();
     }
 };
 

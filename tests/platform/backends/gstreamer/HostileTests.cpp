@@ -226,6 +226,8 @@ TEST_F(HostileTest, EndsClearlyOrPlaysAndOpensNothing) {
         if (show.hasFailed()) {
             EXPECT_TRUE(show.item->error()->text("NSLocalizedFailureReason"));
             EXPECT_EQ(show.picture(), -1);
+            EXPECT_EQ(show.listener->heard, std::vector<std::string>{"status"});
+            EXPECT_EQ(show.player->rate(), 0.f);
         }
         play(20ms);
         EXPECT_FALSE(traps.haveSeenSomebody());
