@@ -103,7 +103,6 @@ TEST_F(OutboxTest, WhateverBecomesOfTheRequestThePerformanceArrivesOnce) {
         Sign sign;
     };
     const std::vector<Row> rows{
-        {{.resetAfter = 0}, Reason::unreachable, Sign::answer},
         {{.resetAfter = 20}, Reason::unreachable, Sign::pause},
         {{.cutOffAfter = 0}, Reason::unreachable, Sign::logIn},
         {{.hold = true}, Reason::timedOut, Sign::answer},

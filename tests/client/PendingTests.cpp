@@ -240,9 +240,7 @@ struct UnsteadySession final : platform::URLSession {
 };
 
 TEST_F(PendingTest, RandomOperationsOfManyThreadsEachEndOnce) {
-    const char* wanted = std::getenv("KORVEL_OPERATIONS");
-    const int operations = wanted ? std::atoi(wanted) : 2000;
-    constexpr int threadCount = 4;
+    constexpr int operations = 2000, threadCount = 4;
     auto device = fake.device();
     device.urlSession = std::make_shared<UnsteadySession>();
     device.clock = std::make_shared<platform::SystemClock>();

@@ -186,11 +186,9 @@ TEST_F(PlaybackTest, AStartThatCannotBeNeverShowsAPlayer) {
 
 TEST_F(PlaybackTest, LettingGoOfItStopsNothingAndAViewThatGoesEndsIt) {
     begin("https://s/v.m3u8", {.stallLimit = 5s});
-    auto kept = playback;
     playback->observe({});
     run();
-    std::thread([let = std::exchange(kept, nullptr), also = std::exchange(playback, nullptr)] {
-    }).join();
+    std::thread([let = std::exchange(playback, nullptr)] {}).join();
     run();
     EXPECT_EQ(fake.media->open(), 1u);
     pass(6s);

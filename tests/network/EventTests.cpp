@@ -27,7 +27,6 @@ TEST_F(Events, CollectionListingNamesTheFirstCollectionOnlyWhenOneWasAskedFor) {
              {"c1", 200, collection, {name + "{Collection ID: c1, Collection Name: Top}"}},
              {"c1", 201, "[]", {none}},
              {"c1", 200, "junk", {none}},
-             {std::nullopt, 200, "junk", {none}},
              {"c1", 500, std::nullopt, {none}},
              {"c1", 404, "", {}},
              {std::nullopt, 500, collection, {}}}) {

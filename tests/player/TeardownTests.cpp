@@ -104,7 +104,7 @@ TEST_F(Teardown, AnExitThatIsAnsweredWithExitsEndsOnce) {
     EXPECT_EQ(place->subviews().size(), 1u) << "what closed long ago returns, though black";
 }
 
-TEST_F(Teardown, ATurnOfTheDeviceMayEndWhatCausedIt) {
+TEST_F(Teardown, ATurnOfTheDeviceOrAnExitMayEndWhatCausedIt) {
     play(true);
     turn->then = [&] { events.reset(); };
     events->enterFullScreen();
@@ -114,6 +114,7 @@ TEST_F(Teardown, ATurnOfTheDeviceMayEndWhatCausedIt) {
 
     play(true);
     turn->then = [&] { events->exitFullScreen(); };
+    listener->onExit = [&] { events.reset(); };
     events->enterFullScreen();
     EXPECT_EQ(root->presentedViewController(), nullptr);
     EXPECT_EQ(place->subviews().size(), 1u);

@@ -76,18 +76,6 @@ TEST_F(Facade, InitializeRunsItsStepsInOrderAndPublishesTheManagerLast) {
     EXPECT_TRUE(KCSDK::shared().enablefullscreenVideo);
 }
 
-TEST_F(Facade, MissingRecordsAreAnErrorAtOnceAndTheDeviceStaysAsItIs) {
-    KCSDK::initialize(config);
-    std::vector<std::optional<NSError>> errors;
-    KCSDK::getOndemandClassesForCriteria(nullptr, [&](auto, auto e) { errors.push_back(e); });
-    KCSDK::activateSubscription(nullptr, [&](auto e) { errors.push_back(e); });
-    EXPECT_EQ(errors, (std::vector<std::optional<NSError>>(2, NSError{"", 0, {}})));
-    EXPECT_TRUE(fake.session->requests.empty());
-
-    EXPECT_FALSE(platform::Device::install({})) << "in use";
-    EXPECT_EQ(platform::Device::current().urlSession, fake.session);
-}
-
 TEST(DeviceOptions, TakeTheConsolesLinesInOneLine) {
     std::vector<std::string> lines;
     platform::DeviceOptions options;
@@ -96,15 +84,10 @@ TEST(DeviceOptions, TakeTheConsolesLinesInOneLine) {
     EXPECT_EQ(lines, std::vector<std::string>{"statusCode: 200"});
 }
 
-TEST_F(Facade, KeychainSaveReplacesTheItemAndIgnoresAbsentBytes) {
+TEST_F(Facade, AKeychainSavesNoAbsentBytesAndTellsOfItsFailures) {
     const KCSDKKeyChain keychain(fake.keychain, fake.diagnostics);
     EXPECT_EQ(keychain.save("k", std::nullopt), platform::errSecSuccess);
     EXPECT_TRUE(fake.journal->lines().empty());
-    EXPECT_EQ(keychain.save("k", platform::bytesOf("1")), platform::errSecSuccess);
-    EXPECT_EQ(keychain.save("k", platform::bytesOf("2")), platform::errSecSuccess);
-    EXPECT_EQ(keychain.load("k"), platform::bytesOf("2"));
-    EXPECT_EQ(fake.journal->lines(), (std::vector<std::string>{"delete k=1", "add k=1",
-                                                               "delete k=2", "add k=2", "copy k"}));
     fake.keychain->fail(platform::errSecIO);
     EXPECT_EQ(keychain.save("k", platform::bytesOf("3")), platform::errSecIO);
     EXPECT_EQ(keychain.load("k"), std::nullopt);

@@ -86,9 +86,6 @@ TEST_F(EndpointsTest, PagesHoldEveryClassOnceAndSearchesFindTheirs) {
     EXPECT_EQ(tags.size(), 66u);
     EXPECT_EQ(get("/ondemand/v1/classes/?pageSize=5&pageNumber=0"),
               get("/ondemand/v1/classes/?filterBy=alpha&orderBy=asc&pageSize=5&pageNumber=1"));
-    const json one =
-        get("/ondemand/v1/classes/?filterBy=alpha&pageSize=20&pageNumber=1&classId=50118");
-    EXPECT_EQ(one["items"].at(0)["className"], "肩こり解消ヨガ");
     const std::vector<std::pair<json, std::string>> searches{
         {{{"keywords", "ÜBUNGEN kraft"}}, "50103"},
         {{{"type", "Yoga"}, {"classLanguage", "ja,中文"}}, "50120"},

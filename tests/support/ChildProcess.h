@@ -9,8 +9,10 @@
 #include <functional>
 #include <memory>
 #include <new>
+#include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 namespace korvel::tests {
 
@@ -46,6 +48,15 @@ public:
 private:
     pid_t id_;
 };
+
+/// Goes on as that program.
+inline void become(std::vector<std::string> words) {
+    std::vector<char*> arguments;
+    for (auto& word : words) arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    execv(arguments[0], arguments.data());
+    _exit(1);
+}
 
 /// False if `condition` does not come true within a time that only a stuck process needs.
 template <class Condition> bool eventually(Condition condition) {

@@ -14,8 +14,6 @@ namespace korvel::tests {
 /// certificate of its own for "localhost".
 class HTTP2Front {
 public:
-    explicit HTTP2Front(std::uint16_t port = freePort()) : port_(port) {}
-
     static bool isInstalled() { return access(nginx, X_OK) == 0 && access(openssl, X_OK) == 0; }
 
     /// Serves what the port of this machine serves. False, with the reason in `errors()`, if it
@@ -65,7 +63,7 @@ private:
     }
 
     TemporaryFolder folder_;
-    std::uint16_t port_;
+    const std::uint16_t port_ = freePort();
     std::unique_ptr<ServerProgram> server_;
 };
 

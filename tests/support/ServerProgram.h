@@ -46,14 +46,7 @@ inline std::uint16_t freePort() {
 class ServerProgram {
 public:
     ServerProgram(std::vector<std::string> words, std::uint16_t port)
-        : process_([&words] {
-              std::vector<char*> arguments;
-              for (auto& word : words) arguments.push_back(word.data());
-              arguments.push_back(nullptr);
-              execv(arguments[0], arguments.data());
-              _exit(1);
-          }),
-          port_(port) {}
+        : process_([&words] { become(std::move(words)); }), port_(port) {}
 
     /// Waits until somebody can connect.
     bool isReady() const {

@@ -1,5 +1,7 @@
 #import "Fixture.h"
 
+#include <thread>
+
 static Answer* onMainQueue(void) {
     Answer* answer = [Answer answer];
     [KCSDKDevice performOnMainQueue:^{
@@ -8,30 +10,16 @@ static Answer* onMainQueue(void) {
     return answer;
 }
 
-@interface Attacher : NSObject {
-@public
-    Answer* done;
-    BOOL attached;
-}
-@end
-@implementation Attacher
-- (void)attach {
-    NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
-    attached = [KCSDKDevice attachMainQueueToRunLoop];
-    [done record:nil error:nil];
-    [pool release];
-}
-@end
-
 TEST_F(ObjC, mainQueueThreads) {
     setUp();
     Answer* before = onMainQueue();
     CHECK([before wait] && !before->onMain);  // a thread of the SDK's own drives it
 
-    Attacher* attacher = [[[Attacher alloc] init] autorelease];
-    attacher->done = [Answer answer];
-    [NSThread detachNewThreadSelector:@selector(attach) toTarget:attacher withObject:nil];
-    CHECK([attacher->done wait] && !attacher->attached);
+    std::thread([] {
+        GSRegisterCurrentThread();
+        CHECK(![KCSDKDevice attachMainQueueToRunLoop]);
+        GSUnregisterCurrentThread();
+    }).join();
     CHECK([KCSDKDevice attachMainQueueToRunLoop] && [KCSDKDevice attachMainQueueToRunLoop]);
 
     Answer* after = onMainQueue();

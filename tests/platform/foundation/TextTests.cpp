@@ -22,17 +22,12 @@ using namespace std::string_literals;
 TEST(DateFormatters, WriteInTheCalendarDigitsAndZoneOfTheLocale) {
     constexpr auto timestamp = "yyyy-MM-dd'T'HH:mm:ss.SSSZ";
     constexpr Date newYear{1735689600s};  // 2025-01-01T00:00:00Z
-    constexpr Date summer{1751328000s};   // 2025-07-01T00:00:00Z
     const std::tuple<const char*, const char*, const char*, Date, const char*> rows[] = {
         {"en_US", "Etc/UTC", timestamp, newYear, "2025-01-01T00:00:00.000+0000"},
-        {"de_AT", "Europe/Vienna", timestamp, newYear, "2025-01-01T01:00:00.000+0100"},
-        {"de_AT", "Europe/Vienna", timestamp, summer, "2025-07-01T02:00:00.000+0200"},
         {"en_US_POSIX", "No/Where", timestamp, newYear, "2025-01-01T00:00:00.000+0000"},
         {"th_TH", "Asia/Bangkok", timestamp, newYear, "2568-01-01T07:00:00.000+0700"},
-        {"ar_EG", "Africa/Cairo", timestamp, newYear, "٢٠٢٥-٠١-٠١T٠٢:٠٠:٠٠.٠٠٠+0200"},
         {"fa_IR", "Asia/Tehran", timestamp, newYear, "۱۴۰۳-۱۰-۱۲T۰۳:۳۰:۰۰.۰۰۰+0330"},
         {"en_US", "Etc/UTC", timestamp, newYear - 1ns, "2024-12-31T23:59:59.999+0000"},
-        {"en_US", "Etc/UTC", timestamp, newYear + 999999us, "2025-01-01T00:00:00.999+0000"},
         {"en_US", "Etc/UTC", timestamp, Date{-1ns}, "1969-12-31T23:59:59.999+0000"},
         {"en_US", "Etc/UTC", "", newYear, ""},
         {"en_US", "Etc/UTC", "jj", newYear, ""},  // no pattern
@@ -81,7 +76,6 @@ TEST(LocaleICU, WritesDatesInTheZoneThatTheCLibrarySees) {
         {"Europe/Vienna", "13 +0100", "14 +0200"},
         {"CET-1CEST", "13 +0100", "14 +0200"},
         {"<-03>3", "09 -0300", "09 -0300"},
-        {"JST-9", "21 +0900", "21 +0900"},
         {":/usr/share/zoneinfo/Asia/Kathmandu", "17 +0545", "17 +0545"},
         {"GMT+3", "09 -0300", "09 -0300"},
         {"Nowhere/Land", "12 +0000", "12 +0000"},

@@ -66,14 +66,6 @@ TYPED_TEST(KeychainContract, ResultIsOnlyWhatWasAskedFor) {
     EXPECT_EQ(this->copy(std::nullopt), "abc") << "without account any item will do";
 }
 
-TYPED_TEST(KeychainContract, ItemsAreThereForALaterStoreAndAnotherAtTheSameTime) {
-    this->add("token", "abc");
-    const auto other = this->store.open();
-    EXPECT_EQ(valueOrStatus(*other, "token"), "abc");
-    other->SecItemDelete({.account = "token"});
-    EXPECT_EQ(this->copy("token"), "-25300");
-}
-
 TYPED_TEST(KeychainContract, OfManyAddingAtOnceOneSucceeds) {
     const std::array stores{this->store.open(), this->store.open()};
     for (int round = 0; round < 15; ++round) {

@@ -20,10 +20,6 @@ namespace fs = std::filesystem;
 
 class KeychainSQLite : public KeychainTest<SQLiteStore> {
 protected:
-    OSStatus save(const std::string& account, std::string_view value) {
-        return tests::save(*keychain, account, value);
-    }
-
     const fs::path folder = store.folder / "store";
     const fs::path file = folder / "keychain.sqlite";
 };
@@ -32,7 +28,7 @@ TEST_F(KeychainSQLite, LookingLeavesNothingBehindAndStoringOnlyPrivateFiles) {
     EXPECT_EQ(keychain->SecItemDelete({}), errSecItemNotFound);
     EXPECT_EQ(copy("token"), "-25300");
     EXPECT_FALSE(fs::exists(folder));
-    ASSERT_EQ(save("token", "the-secret-bearer-code"), errSecSuccess);
+    ASSERT_EQ(save(*keychain, "token", "the-secret-bearer-code"), errSecSuccess);
     EXPECT_EQ(fs::status(folder).permissions(), fs::perms::owner_all);
     EXPECT_GE(std::distance(fs::directory_iterator(folder), {}), 3);
     for (const auto& entry : fs::directory_iterator(folder)) {
@@ -47,12 +43,12 @@ TEST_F(KeychainSQLite, ALostKeyCostsTheOldItemsOnly) {
                                             [&] { writeFile(key, std::string(32, 'k')); }};
     for (const bool reopened : {false, true}) {
         for (const auto& lose : losses) {
-            ASSERT_EQ(save("old", "before"), errSecSuccess);
+            ASSERT_EQ(save(*keychain, "old", "before"), errSecSuccess);
             lose();
             if (reopened) keychain = store.open();
             EXPECT_EQ(copy("old"), std::to_string(errSecDecode));
             for (const auto* account : {"new", "old"}) {
-                EXPECT_EQ(save(account, "after"), errSecSuccess);
+                EXPECT_EQ(save(*keychain, account, "after"), errSecSuccess);
                 EXPECT_EQ(copy(account), "after");
             }
         }
@@ -60,8 +56,8 @@ TEST_F(KeychainSQLite, ALostKeyCostsTheOldItemsOnly) {
 }
 
 TEST_F(KeychainSQLite, AChangedOrMovedValueIsNotHandedOut) {
-    save("mine", "1");
-    save("yours", "2");
+    save(*keychain, "mine", "1");
+    save(*keychain, "yours", "2");
     sqlite::Database database(file, "", std::chrono::seconds(1));
     const char* move =
         "UPDATE item SET value = (SELECT value FROM item WHERE account = X'6D696E65')"
@@ -91,7 +87,8 @@ TEST_F(KeychainSQLite, ADamagedDatabaseIsKeptAsideAndStartedAnew) {
         for (const auto& [name, damage] : damages) {
             SCOPED_TRACE(std::string(name) + (whileOpen ? ", with another open" : ""));
             for (int item = 0; item < 20; ++item) {
-                ASSERT_EQ(save(std::to_string(item), std::string(3'000, 'x')), errSecSuccess);
+                ASSERT_EQ(save(*keychain, std::to_string(item), std::string(3'000, 'x')),
+                          errSecSuccess);
             }
             const auto bystander = store.open();
             if (whileOpen) valueOrStatus(*bystander, "0");
@@ -99,7 +96,7 @@ TEST_F(KeychainSQLite, ADamagedDatabaseIsKeptAsideAndStartedAnew) {
             damage();
             fs::remove(folder / "keychain.corrupt");
             keychain = store.open();
-            EXPECT_EQ(save("token", "abc"), errSecSuccess);
+            EXPECT_EQ(save(*keychain, "token", "abc"), errSecSuccess);
             EXPECT_EQ(copy("token"), "abc");
             EXPECT_EQ(valueOrStatus(*bystander, "token"), "abc");
             // With another process's log still there, damage to the file may not even matter.
@@ -110,18 +107,18 @@ TEST_F(KeychainSQLite, ADamagedDatabaseIsKeptAsideAndStartedAnew) {
 
 TEST_F(KeychainSQLite, AnUnusableFolderFailsEachCallAndIsTriedAgain) {
     writeFile(folder, "a file where the folder should be");
-    EXPECT_EQ(save("token", "abc"), errSecNotAvailable);
+    EXPECT_EQ(save(*keychain, "token", "abc"), errSecNotAvailable);
     EXPECT_EQ(copy("token"), std::to_string(errSecNotAvailable));
     EXPECT_EQ(keychain->SecItemDelete({}), errSecNotAvailable);
     fs::remove(folder);
-    EXPECT_EQ(save("token", "abc"), errSecSuccess);
+    EXPECT_EQ(save(*keychain, "token", "abc"), errSecSuccess);
     fs::remove_all(folder);
     EXPECT_EQ(copy("token"), "-25300") << "what was removed is gone";
-    EXPECT_EQ(save("token", "def"), errSecSuccess);
+    EXPECT_EQ(save(*keychain, "token", "def"), errSecSuccess);
 }
 
 TEST_F(KeychainSQLite, AnotherProcesssLockHoldsALogInUpOnceAndForLessThanASecond) {
-    ASSERT_EQ(save("token", "old"), errSecSuccess);
+    ASSERT_EQ(save(*keychain, "token", "old"), errSecSuccess);
     const auto release = shared<std::atomic<bool>>();
     const auto held = shared<std::atomic<bool>>();
     keychain.reset();  // a process that holds a store open must not fork
@@ -145,7 +142,7 @@ TEST_F(KeychainSQLite, AnotherProcesssLockHoldsALogInUpOnceAndForLessThanASecond
     *release = true;
     EXPECT_TRUE(other.wait());
     EXPECT_EQ(keychain->SecItemDelete({}), errSecSuccess);
-    EXPECT_EQ(save("token", "new"), errSecSuccess);
+    EXPECT_EQ(save(*keychain, "token", "new"), errSecSuccess);
 }
 
 TEST_F(KeychainSQLite, WhatWasPutInAFilesPlaceIsNotFollowedNotWaitedForAndNotTouched) {
@@ -178,11 +175,11 @@ TEST_F(KeychainSQLite, AFolderThatOthersCanWriteInIsNotUsed) {
     fs::create_directory(folder);
     for (const auto permissions : {fs::perms(0770), fs::perms(0707)}) {
         fs::permissions(folder, permissions);
-        EXPECT_EQ(save("token", "abc"), errSecNotAvailable);
+        EXPECT_EQ(save(*keychain, "token", "abc"), errSecNotAvailable);
         EXPECT_TRUE(fs::is_empty(folder));
     }
     fs::permissions(folder, fs::perms(0755));
-    EXPECT_EQ(save("token", "abc"), errSecSuccess);
+    EXPECT_EQ(save(*keychain, "token", "abc"), errSecSuccess);
 }
 
 TEST(DataFolder, WithoutAHomeNothingIsWrittenWhereTheProcessStands) {

@@ -60,15 +60,12 @@ public:
         std::array<int, 2> answer{};
         std::array<int, 2> password{};
         if (pipe2(answer.data(), O_CLOEXEC) || pipe2(password.data(), O_CLOEXEC)) std::abort();
-        const auto start = [&](std::initializer_list<const char*> command) {
+        const auto start = [&](const std::vector<std::string>& command) {
             return std::make_unique<ChildProcess>([&] {
-                std::vector<char*> arguments;
-                for (const char* word : command) arguments.push_back(const_cast<char*>(word));
-                arguments.push_back(nullptr);
                 dup2(password[0], STDIN_FILENO);
                 dup2(answer[1], STDOUT_FILENO);
                 dup2(::open("/dev/null", O_WRONLY), STDERR_FILENO);
-                execv(arguments.front(), arguments.data());
+                become(command);
             });
         };
         bus = start({busProgram, "--session", "--nofork", "--nosyslog", "--print-address=1"});

@@ -43,17 +43,19 @@ inline Asked ask(URLSession& session, const URLRequest& request, bool mayBeAnswe
     return asked;
 }
 
+/// A thousand times "k", compressed.
+inline const std::string packedText(
+    "\x1f\x8b\x08\x00\x00\x00\x00\x00\x00\x03\xcb\xce\x1e\x05\xa3\x60\x14\x0c\x77\x00"
+    "\x00\xab\xcb\xb1\x72\xe8\x03\x00\x00",
+    29);
+
 constexpr std::int64_t code(URLErrorCode value) { return static_cast<std::int64_t>(value); }
 
 /// What a service made for the test and a session that trusts it make of a request.
 class URLSessionTest : public testing::Test {
 protected:
-    struct Header {
-        std::string name, value;
-    };
-
     URLRequest request(const std::string& method = "GET", std::optional<std::string> body = {},
-                       const std::vector<Header>& headers = {}) const {
+                       const decltype(Answer::headers)& headers = {}) const {
         URLRequest made(*URL::parse(service.baseURL() + "x"));
         made.method = method;
         if (body) made.body = bytesOf(*body);

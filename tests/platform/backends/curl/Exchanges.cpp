@@ -7,12 +7,6 @@
 namespace korvel::platform {
 namespace {
 
-/// A thousand times "k", compressed.
-const std::string packedText(
-    "\x1f\x8b\x08\x00\x00\x00\x00\x00\x00\x03\xcb\xce\x1e\x05\xa3\x60\x14\x0c\x77\x00"
-    "\x00\xab\xcb\xb1\x72\xe8\x03\x00\x00",
-    29);
-
 /// Names and values in order, without those that every request of the library has.
 std::vector<std::string> ownHeaders(const service::ReceivedRequest& request) {
     std::vector<std::string> lines;

@@ -120,16 +120,12 @@ TEST_P(HostileTest, ABodyInAnUnknownEncodingArrivesAsItIs) {
 }
 
 TEST_P(HostileTest, ABodyThatCameThroughARedirectIsReadByItsOwnEncoding) {
-    const std::string packed(
-        "\x1f\x8b\x08\x00\x00\x00\x00\x00\x00\x03\xcb\x06\x00"
-        "\x5d\x57\x62\x08\x01\x00\x00\x00",
-        21);
     service.script({.status = 302,
                     .body = "moved",
                     .headers = {{"Location", "/y"}, {"Content-Encoding", "compress"}}});
     const auto exchange =
-        get({.status = 200, .body = packed, .headers = {{"Content-Encoding", "x-GZIP"}}});
-    EXPECT_EQ(bodyOf(exchange), "k") << "unpacked, whatever was asked for";
+        get({.status = 200, .body = packedText, .headers = {{"Content-Encoding", "x-GZIP"}}});
+    EXPECT_EQ(bodyOf(exchange), std::string(1000, 'k')) << "unpacked, whatever was asked for";
     EXPECT_EQ(exchange.response->url.absoluteString(), service.baseURL() + "y");
     const auto requests = arrived();
     EXPECT_EQ(requests.at(0).header("Accept-Encoding").has_value(), !streams());

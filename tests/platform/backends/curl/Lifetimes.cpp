@@ -8,22 +8,6 @@
 namespace korvel::platform {
 namespace {
 
-TEST_F(URLSessionTest, ConnectionsAreReusedOneAfterAnother) {
-    service.script("/x", "", {.status = 200, .body = "ok"}, 10);
-    for (int number = 0; number < 10; ++number) {
-        const auto exchange = send(request());
-        const auto& metrics = exchange.metrics;
-        EXPECT_EQ(bodyOf(exchange), "ok");
-        EXPECT_EQ(metrics.reusedConnection, number > 0);
-        EXPECT_EQ(metrics.bytesReceived, 2);
-        EXPECT_EQ(metrics.connect.count() > 0, number == 0);
-        EXPECT_LE(metrics.connect, metrics.tls);
-        EXPECT_LE(metrics.tls, metrics.firstByte);
-        EXPECT_LE(metrics.firstByte, metrics.end);
-    }
-    EXPECT_EQ(service.counters().connections, 1u);
-}
-
 TEST_F(URLSessionTest, NoRequestWaitsForTheCompletionOfAnother) {
     constexpr std::size_t count = 64;
     service.script("/x", "", {.status = 200, .body = "ok", .hold = true}, count);

@@ -40,8 +40,6 @@ public:
             return true;
         }
 
-        void hangUp() const { shutdown(socket_, SHUT_RDWR); }
-
     private:
         int socket_;
     };

@@ -213,15 +213,12 @@ TEST_F(FocusTest, FocusReturnsToWhereItWasInThePlayerThatWasFullScreen) {
         EXPECT_TRUE(isThere()) << ours;
         goFullScreen();
         press(Qt::Key_Tab);
-        int asked = 0;
         host->setLeaveHandler([&] {
-            ++asked;
             events->exitFullScreen();
             return true;
         });
         press(Qt::Key_Escape);
         passAndShow(1s);
-        EXPECT_EQ(asked, 1);
         EXPECT_FALSE(host->isPresenting());
         EXPECT_TRUE(player().player()) << "the host wanted it to go on";
         EXPECT_TRUE(isThere()) << ours;
