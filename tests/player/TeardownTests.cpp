@@ -114,9 +114,14 @@ TEST_F(Teardown, ATurnOfTheDeviceOrAnExitMayEndWhatCausedIt) {
 
     play(true);
     turn->then = [&] { events->exitFullScreen(); };
-    listener->onExit = [&] { events.reset(); };
     events->enterFullScreen();
     EXPECT_EQ(root->presentedViewController(), nullptr);
+    EXPECT_EQ(place->subviews().size(), 1u);
+
+    events->enterFullScreen();
+    listener->onExit = [&] { events.reset(); };
+    events->exitFullScreen();
+    run();
     EXPECT_EQ(place->subviews().size(), 1u);
 }
 
