@@ -43,9 +43,13 @@ namespace p = korvel::platform;
                         each(KCSDKPlayerEvents) each(KCSDKPlayerViewModel)                         \
                             each(KCSDKVideoViewBuilder)
 
+// This runtime looks a class up by its name wherever a message goes to it by its name.
 template <class Record> Class classOf();
-#define KC_CLASS_OF(name) \
-    template <> inline Class classOf<korvel::name>() { return [::name class]; }
+#define KC_CLASS_OF(name)                              \
+    template <> inline Class classOf<korvel::name>() { \
+        static const Class known = [::name class];     \
+        return known;                                  \
+    }
 KC_RECORDS(KC_CLASS_OF)
 #undef KC_CLASS_OF
 
@@ -69,13 +73,18 @@ template <class Record> id toNS(const std::shared_ptr<Record>& record) {
 }
 inline id toNS(const std::shared_ptr<p::UIView>& view) { return wrapDynamic(view); }
 template <class Value> NSArray* toNS(const std::vector<Value>& values) {
-    NSMutableArray* array = [NSMutableArray arrayWithCapacity:values.size()];
+    static const Class arrays = [NSMutableArray class];
+    NSMutableArray* array = [arrays arrayWithCapacity:values.size()];
     for (const auto& value : values) [array addObject:toNS(value)];
     return array;
 }
 // Where there may be nothing, a number is an object.
-inline NSNumber* boxed(std::int64_t number) { return [NSNumber numberWithLongLong:number]; }
-inline NSNumber* boxed(double number) { return [NSNumber numberWithDouble:number]; }
+inline Class numbers() {
+    static const Class known = [NSNumber class];
+    return known;
+}
+inline NSNumber* boxed(std::int64_t number) { return [numbers() numberWithLongLong:number]; }
+inline NSNumber* boxed(double number) { return [numbers() numberWithDouble:number]; }
 inline NSValue* boxed(const p::CGRect& rect) { return [NSValue valueWithRect:toNS(rect)]; }
 template <class Value> auto boxed(const Value& value) { return toNS(value); }
 template <class Value> auto toNS(const std::optional<Value>& value) -> decltype(boxed(*value)) {

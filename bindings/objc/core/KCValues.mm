@@ -8,9 +8,10 @@
 namespace kc {
 
 NSString* toNS(const std::string& text) {
-    NSString* string = [[NSString alloc] initWithBytes:text.data()
-                                                length:text.size()
-                                              encoding:NSUTF8StringEncoding];
+    static const Class strings = [NSString class];
+    NSString* string = [[strings alloc] initWithBytes:text.data()
+                                               length:text.size()
+                                             encoding:NSUTF8StringEncoding];
     if (!string) {
         string = [[NSString alloc] initWithBytes:text.data()
                                           length:text.size()
