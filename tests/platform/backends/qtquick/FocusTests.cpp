@@ -18,10 +18,13 @@ struct Stop final : QQuickItem {
         setPosition(rect.topLeft());
         setSize(rect.size());
         setActiveFocusOnTab(true);
-        QObject::connect(this, &QQuickItem::activeFocusChanged, [this] { ++changes; });
     }
     int changes = 0;
     std::vector<int> keys;
+    void itemChange(ItemChange change, const ItemChangeData& data) override {
+        if (change == ItemActiveFocusHasChanged) ++changes;
+        QQuickItem::itemChange(change, data);
+    }
     void keyPressEvent(QKeyEvent* event) override {
         keys.push_back(event->key());
         event->setAccepted(event->key() == Qt::Key_Return);
