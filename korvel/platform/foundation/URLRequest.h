@@ -27,7 +27,8 @@ public:
     /// session takes of any.
     std::optional<std::size_t> largestBody;
     /// Takes a connection that `URLSession::connect` opened, if there is one. Should that break
-    /// off, the request fails: it reaches the service at most once.
+    /// off, the request fails: it reaches the service at most once. Where the service says of it,
+    /// by a 408, that no request was read in time, it goes out once more over one of its own.
     bool takesOpenedConnection = false;
 
     /// Sets a header, replacing one of the same name whatever its case; nothing removes it. An

@@ -197,7 +197,7 @@ bool CurlTransfer::finish(CURLcode result) {
         curl_easy_getinfo(easy_.get(), CURLINFO_REDIRECT_URL, &location);
         if (location) return follow(location, statusCode);
     }
-    // Said of a connection on which nothing came, before the request did: it was not read.
+    // Said of a connection on which nothing came, mostly before the request did: it was not read.
     constexpr int requestTimeout = 408;
     if (statusCode == requestTimeout && exchange_.metrics.reusedConnection &&
         std::exchange(request_.takesOpenedConnection, false)) {
