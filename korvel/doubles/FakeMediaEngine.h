@@ -32,6 +32,9 @@ public:
         std::vector<std::string> languages{};
         platform::AVMediaSelectionGroup sounds{};
         bool hasLoadedSound = false;
+        platform::AVMediaSelectionGroup subtitles{};
+        platform::AVSubtitleSelection subtitleSelection{};
+        std::vector<platform::AVSubtitleCue> cues{};  ///< while any subtitles are selected
         std::vector<platform::MediaTimeRange> loaded{};
         std::vector<platform::AVPlayerItemAccessLogEvent> accesses{};
         std::vector<platform::AVPlayerItemErrorLogEvent> errors{};
@@ -136,6 +139,18 @@ private:
         bool selectSound(const platform::AVMediaSelectionOption& option) override {
             stream_->calls.push_back("sound " + option.displayName);
             return stream_->hasLoadedSound;
+        }
+        platform::AVMediaSelectionGroup subtitles() override { return stream_->subtitles; }
+        void selectSubtitles(const platform::AVSubtitleSelection& selection) override {
+            stream_->subtitleSelection = selection;
+            stream_->events->cuesChanged();
+        }
+        std::vector<platform::AVSubtitleCue> cues(Nanoseconds from) override {
+            using Mode = platform::AVSubtitleSelection::Mode;
+            if (stream_->subtitleSelection.mode == Mode::none) return {};
+            auto cues = stream_->cues;
+            std::erase_if(cues, [&](const auto& each) { return each.end <= from; });
+            return cues;
         }
         std::vector<platform::MediaTimeRange> loaded() override { return stream_->loaded; }
         std::vector<platform::AVPlayerItemAccessLogEvent> accessLog() override {

@@ -93,6 +93,8 @@ void AVPlayerItem::open(AVPlayer& player) {
             asset_->url(), asset_->resourceLoader(), events_,
             player.locale_ ? player.locale_->preferredLanguages() : std::vector<std::string>());
         applySelection();
+        if (subtitles_.mode != AVSubtitleSelection::Mode::none)
+            playback_->selectSubtitles(subtitles_);
     } else {
         events_->failed(makeAVError(AVError::noMediaEngine, "The device has no media engine."));
     }
@@ -109,6 +111,7 @@ void AVPlayerItem::close() {
     enough_ = ended_ = seeking_ = soundIsDue_ = likelyToKeepUp_ = bufferEmpty_ = false;
     lastPosition_ = {};
     presentationSize_ = {};
+    cues_.clear();
     nextSeek_.reset();
     target_.reset();
 }
@@ -135,6 +138,16 @@ void AVPlayerItem::applySelection() {
     if (!playback_ || !sound_ || !playback_->selectSound(*sound_) || ended_) return;
     if (status_ == Status::readyToPlay) return seek(currentTime().nanoseconds());
     soundIsDue_ = true;
+}
+
+AVMediaSelectionGroup AVPlayerItem::legibleSelectionGroup() const {
+    return playback_ ? playback_->subtitles() : AVMediaSelectionGroup();
+}
+
+void AVPlayerItem::selectSubtitles(const AVSubtitleSelection& selection) {
+    subtitles_ = selection;
+    if (playback_) playback_->selectSubtitles(selection);
+    didChangeCues();
 }
 
 void AVPlayerItem::applyRate() {
@@ -215,6 +228,14 @@ void AVPlayerItem::reportBuffering() {
 
 void AVPlayerItem::didLoad() { observers_.notify("loadedTimeRanges", *this, {}); }
 
+void AVPlayerItem::didChangeCues() {
+    if (subtitles_.mode == AVSubtitleSelection::Mode::none && cues_.empty()) return;
+    const auto now = currentTime().nanoseconds();
+    auto cues = playback_ ? playback_->cues(now) : std::vector<AVSubtitleCue>();
+    std::erase_if(cues, [&](const AVSubtitleCue& each) { return each.start > now; });
+    if (std::exchange(cues_, cues) != cues) observers_.notify("cues", *this, {});
+}
+
 void AVPlayerItem::didEndSeek() {
     if (!seeking_ || status_ == Status::failed) return;
     seeking_ = false;
@@ -244,6 +265,7 @@ void AVPlayerItem::didChangeFrame() {
     const auto current = events_;
     if (std::exchange(presentationSize_, size) != size)
         observers_.notify("presentationSize", *this, {});
+    if (events_ == current) didChangeCues();
     if (player_ && events_ == current) player_->frameChanged();
 }
 

@@ -20,11 +20,11 @@ class AVPlayer;
 /// made by `make`.
 ///
 /// Observable: "status", "playbackLikelyToKeepUp", "playbackBufferEmpty", and, with a value that
-/// says nothing, "presentationSize" and "loadedTimeRanges", the latter whenever something has been
-/// loaded. Of all others observers hear of real changes alone. Where both buffering values change,
-/// the one that becomes true is told last. A seek ends as not likely to keep up, and, if enough is
-/// loaded there, as likely again in the same moment; if too little is, with an empty buffer, as
-/// playing ends that runs dry.
+/// says nothing, "presentationSize", "cues" and "loadedTimeRanges", the latter whenever something
+/// has been loaded. Of all others observers hear of real changes alone. Where both buffering values
+/// change, the one that becomes true is told last. A seek ends as not likely to keep up, and, if
+/// enough is loaded there, as likely again in the same moment; if too little is, with an empty
+/// buffer, as playing ends that runs dry.
 class KORVEL_API AVPlayerItem : public Object, public SharedObject<AVPlayerItem> {
 public:
     enum class Status { unknown, readyToPlay, failed };
@@ -48,6 +48,13 @@ public:
     /// under way, has ended; before the start, and after the end, it is kept. An option that the
     /// stream does not have changes nothing.
     void select(const AVMediaSelectionOption& option);
+    /// The subtitles that the stream offers, once it is known.
+    AVMediaSelectionGroup legibleSelectionGroup() const;
+    /// From now on, before the start and after the end, too; none at first.
+    void selectSubtitles(const AVSubtitleSelection& selection);
+    const AVSubtitleSelection& subtitleSelection() const { return subtitles_; }
+    /// What the selected subtitles say at the current time, in order of their start.
+    const std::vector<AVSubtitleCue>& cues() const { return cues_; }
     /// Of the picture shown, in square pixels; zero before there is one.
     CGSize presentationSize() const { return presentationSize_; }
     /// What could be played at once, from the current time on.
@@ -85,6 +92,7 @@ private:
     void didBecomeReady();
     void didBuffer(bool enough);
     void didLoad();
+    void didChangeCues();
     void didEndSeek();
     void didChangeDuration();
     void didChangeFrame();
@@ -107,6 +115,8 @@ private:
     bool bufferEmpty_ = false;
     MediaStartUp startUp_;
     CGSize presentationSize_;
+    AVSubtitleSelection subtitles_;
+    std::vector<AVSubtitleCue> cues_;
     std::vector<AVPlayerItemAccessLogEvent> accessLog_;  ///< of a playback that has gone
     std::vector<AVPlayerItemErrorLogEvent> errorLog_;
     KeyValueObservers observers_;

@@ -3,6 +3,7 @@
 #include <korvel/platform/avfoundation/AVAssetResourceLoader.h>
 #include <korvel/platform/avfoundation/AVMediaSelection.h>
 #include <korvel/platform/avfoundation/AVPlayerItemLogs.h>
+#include <korvel/platform/avfoundation/AVSubtitleCue.h>
 #include <korvel/platform/avfoundation/MediaEvents.h>
 #include <korvel/platform/avfoundation/VideoFrame.h>
 #include <korvel/platform/foundation/URL.h>
@@ -48,6 +49,15 @@ public:
     /// From the next seek on, or from the start where nothing has been loaded yet; kept until it is
     /// known what there is. True if another one is being played or loaded.
     virtual bool selectSound(const AVMediaSelectionOption& option) = 0;
+
+    /// The subtitles that the stream offers; none while unknown. Here, for engines without them,
+    /// none at all.
+    virtual AVMediaSelectionGroup subtitles();
+    /// At once, without a seek; kept until it is known what there is. Reports `cuesChanged` when
+    /// their words are there. None at first. What the stream does not have counts as none.
+    virtual void selectSubtitles(const AVSubtitleSelection& selection);
+    /// Those chosen that are loaded and not over before `from`, in order of their start.
+    virtual std::vector<AVSubtitleCue> cues(std::chrono::nanoseconds from);
 
     /// What is loaded, from the position on.
     virtual std::vector<MediaTimeRange> loaded() = 0;

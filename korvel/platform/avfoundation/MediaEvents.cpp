@@ -39,6 +39,10 @@ void MediaEvents::loadedChanged() {
     });
 }
 
+void MediaEvents::cuesChanged() {
+    post([](AVPlayerItem& item) { item.didChangeCues(); });
+}
+
 void MediaEvents::seekEnded() {
     post([](AVPlayerItem& item) { item.didEndSeek(); });
 }

@@ -51,6 +51,8 @@ public:
     void buffered(bool enough);
     /// More is loaded than was, or something else.
     void loadedChanged();
+    /// Other subtitles are loaded, or chosen, than were.
+    void cuesChanged();
     void seekEnded();
     void durationChanged();
     void frameChanged();
