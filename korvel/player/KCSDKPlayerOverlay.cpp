@@ -51,6 +51,7 @@ void KCSDKPlayerOverlay::toggleControls() {
         for (const auto& control : controls) control->setAlpha(1);
     }
     view()->setAccessibilityLabel(controlsShown() ? "Hide controls" : "Show controls");
+    if (onToggled) onToggled();
 }
 
 }  // namespace korvel

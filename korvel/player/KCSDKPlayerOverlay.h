@@ -7,6 +7,7 @@
 #include <korvel/platform/uikit/UITapGestureRecognizer.h>
 #include <korvel/platform/uikit/UIViewController.h>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -66,6 +67,7 @@ public:
 
     /// Shows the controls if they are hidden, hides them if they are shown.
     void toggleControls();
+    std::function<void()> onToggled;  ///< runs afterwards
     bool controlsShown() const;
     /// `sender`: null where no touch led here.
     void didTapWithSender(platform::UITapGestureRecognizer* sender);

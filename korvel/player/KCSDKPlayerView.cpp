@@ -14,6 +14,7 @@
 #include <korvel/player/TokenPrefetch.h>
 #include <korvel/player/ViewPinning.h>
 
+#include <algorithm>
 #include <cmath>
 #include <iomanip>
 #include <sstream>
@@ -168,6 +169,9 @@ std::shared_ptr<KCSDKPlayerOverlay> KCSDKPlayerView::addOverlay(
 void KCSDKPlayerView::wireControls() {
     auto& overlay = *overlayController;
     const auto view = self();
+    overlay.onToggled = [weak = std::weak_ptr(view)] {
+        if (const auto held = weak.lock()) held->makeRoomForControls();
+    };
     overlay.toggleControls();
     overlay.btnPlay->addTarget(view, &KCSDKPlayerView::changePlayerState,
                                UIControlEvents::touchUpInside);
@@ -187,6 +191,15 @@ void KCSDKPlayerView::wireControls() {
         const auto current = held ? held->player() : nullptr;
         return std::string(current && current->rate() != 0 ? "playing" : "paused");
     });
+}
+
+/// Nobody reads subtitles below a slider.
+void KCSDKPlayerView::makeRoomForControls() {
+    const auto* overlay = controls();
+    if (!overlay) return;
+    const auto& slider = *overlay->slider.get();
+    const double covered = bounds().size.height - slider.frame().minY();
+    playerLayer()->setSubtitleInset(overlay->controlsShown() ? std::max(covered, 0.) : 0);
 }
 
 // ----------------------------------------------------------------------------------------

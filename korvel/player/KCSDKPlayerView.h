@@ -110,6 +110,7 @@ private:
     void countPerformedSecond();
     void startCounting();
     void showLoader(bool shown);
+    void makeRoomForControls();
     void releasePlayerResources();
     void finishClosing();
 

@@ -5,6 +5,7 @@
 #include <korvel/platform/uikit/CALayer.h>
 
 #include <memory>
+#include <vector>
 
 namespace korvel::platform {
 
@@ -18,7 +19,7 @@ inline constexpr auto AVLayerVideoGravityResizeAspect = AVLayerVideoGravity::res
 inline constexpr auto AVLayerVideoGravityResizeAspectFill = AVLayerVideoGravity::resizeAspectFill;
 inline constexpr auto AVLayerVideoGravityResize = AVLayerVideoGravity::resize;
 
-/// Shows a player's pictures. Main queue.
+/// Shows a player's pictures, and over them what the chosen subtitles say. Main queue.
 class KORVEL_API AVPlayerLayer : public CALayer, public SharedObject<AVPlayerLayer> {
 public:
     AVPlayerLayer();
@@ -30,12 +31,28 @@ public:
     AVLayerVideoGravity videoGravity() const { return videoGravity_; }
     void setVideoGravity(AVLayerVideoGravity gravity);
 
+    /// False: the host shows the item's cues in its own way.
+    bool showsSubtitles() const { return showsSubtitles_; }
+    void setShowsSubtitles(bool shows);
+    /// Points at the view's bottom that cues leave free, for what lies there above the picture.
+    double subtitleInset() const { return subtitleInset_; }
+    void setSubtitleInset(double inset);
+
     /// For whoever shows the layer: the picture of this moment; null if there is none.
     std::shared_ptr<const VideoFrame> newestFrame() const;
+    /// Likewise what is to be read over it.
+    const std::vector<AVSubtitleCue>& cues() const;
 
 private:
+    class CueObserver;
+    void follow(const std::shared_ptr<AVPlayerItem>& item);
+
     std::shared_ptr<AVPlayer> player_;
     AVLayerVideoGravity videoGravity_ = AVLayerVideoGravity::resizeAspect;
+    bool showsSubtitles_ = true;
+    double subtitleInset_ = 0;
+    std::shared_ptr<CueObserver> cueObserver_;
+    std::weak_ptr<AVPlayerItem> item_;  ///< whose cues are observed
 };
 
 }  // namespace korvel::platform

@@ -59,13 +59,25 @@ void replaceInterface(QQuickWindow& window) {
     QAccessible::updateAccessibility(&come);
 }
 
+/// Null if there is no such door.
+QObject* attach(QQuickItem& item) {
+    const auto* type = attachedType();
+    const auto attached = type ? qmlAttachedPropertiesFunction(&item, type) : nullptr;
+    return attached ? qmlAttachedPropertiesObject(&item, attached) : nullptr;
+}
+
 }  // namespace
 
 void makeAccessible(QQuickItem& item) {
     install();
-    const auto* type = attachedType();
-    const auto attach = type ? qmlAttachedPropertiesFunction(&item, type) : nullptr;
-    if (attach) qmlAttachedPropertiesObject(&item, attach);
+    attach(item);
+}
+
+void makeAccessibleText(QQuickItem& item, const QString& text) {
+    auto* const attached = attach(item);
+    if (!attached) return;
+    attached->setProperty("role", QAccessible::StaticText);
+    attached->setProperty("name", text);
 }
 
 void tellCovering(QQuickWindow& window) {

@@ -149,6 +149,7 @@ void ViewItem::paintLike(UIView& view) {
         frame_ = video->newestFrame();
         gravity_ = video->videoGravity();
         surface_.videoChanged();
+        subtitleLike(*video);
     } else if (draws_) {
         draw(view);
     }
@@ -160,8 +161,22 @@ void ViewItem::paintLike(UIView& view) {
 
 void ViewItem::setLight(double light) {
     if (std::exchange(light_, light) == light) return;
+    if (subtitles_) subtitles_->setLight(light);
     pictureChanged_ = true;
     update();
+}
+
+void ViewItem::subtitleLike(const AVPlayerLayer& video) {
+    const auto& cues = video.cues();
+    if (cues.empty()) {
+        if (auto* const over = std::exchange(subtitles_, nullptr)) over->retire();
+        return;
+    }
+    if (!subtitles_) subtitles_ = new SubtitleItem(*this);
+    const auto picture = frame_ ? VideoFit::of(*frame_, size(), gravity_).target : QRectF();
+    const double scale = window() ? window()->effectiveDevicePixelRatio() : 1;
+    subtitles_->show(cues, {picture.isEmpty() ? boundingRect() : picture, size(),
+                            video.subtitleInset(), scale, light_});
 }
 
 void ViewItem::setVeilBelow(bool below) {

@@ -2,6 +2,7 @@
 
 #include <korvel/platform/backends/qtquick/FocusRing.h>
 #include <korvel/platform/backends/qtquick/HostItemView.h>
+#include <korvel/platform/backends/qtquick/SubtitleItem.h>
 #include <korvel/platform/backends/qtquick/VideoPicture.h>
 
 #include <QtGui/qaccessible.h>
@@ -74,6 +75,7 @@ private:
     void describeLike(const UIView& view);
     void tell(QAccessible::Event what);
     void draw(const UIView& view);
+    void subtitleLike(const AVPlayerLayer& video);
     void updateVideo(ViewNode& node);
     QColor shownBackground() const;
 
@@ -100,6 +102,7 @@ private:
     std::shared_ptr<const VideoFrame> frame_;
     AVLayerVideoGravity gravity_{};
     VideoPicture frames_;
+    SubtitleItem* subtitles_ = nullptr;  ///< while there are any
     std::unique_ptr<ItemLoan> loan_;
     std::unique_ptr<FocusRing> ring_;
 };
