@@ -112,6 +112,7 @@ void AVPlayerItem::close() {
     lastPosition_ = {};
     presentationSize_ = {};
     cues_.clear();
+    cuesDue_.reset();
     nextSeek_.reset();
     target_.reset();
 }
@@ -153,7 +154,9 @@ void AVPlayerItem::selectSubtitles(const AVSubtitleSelection& selection) {
 void AVPlayerItem::applyRate() {
     const bool runs = status_ == Status::readyToPlay && enough_ && !ended_;
     const double rate = runs ? rate_ : 0;
-    if (playback_ && std::exchange(applied_, rate) != rate) playback_->setRate(rate);
+    if (!playback_ || std::exchange(applied_, rate) == rate) return;
+    playback_->setRate(rate);
+    awaitCues();
 }
 
 void AVPlayerItem::seek(nanoseconds to) {
@@ -232,8 +235,39 @@ void AVPlayerItem::didChangeCues() {
     if (subtitles_.mode == AVSubtitleSelection::Mode::none && cues_.empty()) return;
     const auto now = currentTime().nanoseconds();
     auto cues = playback_ ? playback_->cues(now) : std::vector<AVSubtitleCue>();
+    awaitCues(cues, now);
     std::erase_if(cues, [&](const AVSubtitleCue& each) { return each.start > now; });
     if (std::exchange(cues_, cues) != cues) observers_.notify("cues", *this, {});
+}
+
+void AVPlayerItem::awaitCues() {
+    if (subtitles_.mode == AVSubtitleSelection::Mode::none || !playback_) return;
+    const auto now = currentTime().nanoseconds();
+    awaitCues(playback_->cues(now), now);
+}
+
+/// Pictures tell that time has passed; sound alone, and pictures that are seldom, do not. So the
+/// cues are looked at when the next one is due to begin or end, if the stream moves until then;
+/// what moves it otherwise has them looked at, too.
+void AVPlayerItem::awaitCues(const std::vector<AVSubtitleCue>& cues, nanoseconds now) {
+    constexpr nanoseconds least = std::chrono::milliseconds(20);
+    std::optional<nanoseconds> next;
+    for (const AVSubtitleCue& each : cues) {
+        const auto change = each.start > now ? each.start : each.end;
+        next = std::min(next.value_or(change), change);
+    }
+    if (!next || applied_ <= 0 || !player_) return;
+    const std::chrono::duration<double, std::nano> wait = (*next - now) / applied_;
+    const auto delay = std::max(least, std::chrono::duration_cast<nanoseconds>(wait));
+    const auto due = player_->clock_->now() + delay;
+    if (cuesDue_ && *cuesDue_ <= due + least) return;
+    cuesDue_ = due;
+    player_->mainQueue_->asyncAfter(delay, [weak = weak_from_this(), due] {
+        const auto self = weak.lock();
+        if (!self || self->cuesDue_ != due) return;
+        self->cuesDue_.reset();
+        self->didChangeCues();
+    });
 }
 
 void AVPlayerItem::didEndSeek() {
@@ -242,7 +276,9 @@ void AVPlayerItem::didEndSeek() {
     if (nextSeek_) return startSeek();
     target_.reset();
     applyRate();
+    const auto current = events_;
     reportSeekEnd();
+    if (current == events_) didChangeCues();
 }
 
 void AVPlayerItem::reportSeekEnd() {
@@ -273,10 +309,12 @@ void AVPlayerItem::didPlayToEnd() {
     if (status_ != Status::readyToPlay || ended_ || seeking_) return;
     ended_ = true;
     if (player_) player_->itemStopped();
+    const auto current = events_;
     const auto present = endObservers_;
     for (const EndObserver& each : present) {
         if (const auto owner = each.owner.lock()) each.block();
     }
+    if (current == events_) didChangeCues();
 }
 
 void AVPlayerItem::didFail(const NSError& error) {

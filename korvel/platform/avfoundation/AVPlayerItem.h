@@ -100,6 +100,8 @@ private:
     void didFail(const NSError& error);
 
     void applyRate();
+    void awaitCues();
+    void awaitCues(const std::vector<AVSubtitleCue>& cues, std::chrono::nanoseconds now);
     void applySelection();
     void startSeek();
     void reportBuffering();
@@ -117,6 +119,7 @@ private:
     CGSize presentationSize_;
     AVSubtitleSelection subtitles_;
     std::vector<AVSubtitleCue> cues_;
+    std::optional<Clock::Instant> cuesDue_;  ///< when they are looked at again
     std::vector<AVPlayerItemAccessLogEvent> accessLog_;  ///< of a playback that has gone
     std::vector<AVPlayerItemErrorLogEvent> errorLog_;
     KeyValueObservers observers_;

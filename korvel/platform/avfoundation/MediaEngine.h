@@ -56,7 +56,8 @@ public:
     /// At once, without a seek; kept until it is known what there is. Reports `cuesChanged` when
     /// their words are there. None at first. What the stream does not have counts as none.
     virtual void selectSubtitles(const AVSubtitleSelection& selection);
-    /// Those chosen that are loaded and not over before `from`, in order of their start.
+    /// Those chosen that are said at `from` and, behind them, at least the next to begin, as far as
+    /// they are loaded, in order of their start. Cheap: asked for each picture.
     virtual std::vector<AVSubtitleCue> cues(std::chrono::nanoseconds from);
 
     /// What is loaded, from the position on.

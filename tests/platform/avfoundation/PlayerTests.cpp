@@ -397,4 +397,45 @@ TEST_F(Player, ClosingFromWithinAnyCallIsSafe) {
     }
 }
 
+TEST_F(Player, CuesComeAndGoInTheirTimeWithoutAnyPicture) {
+    const auto cue = [](auto start, auto end, const char* text) {
+        return AVSubtitleCue{.start = start, .end = end, .runs = {{text}}};
+    };
+    stream().cues = {cue(1s, 3s, "a"), cue(2s, 3s, "b"), cue(10s, 12s, "c")};
+    item->addObserver(listener, "cues");
+    const auto shown = [&] {
+        std::string all;
+        for (const auto& each : item->cues()) all += each.runs[0].text;
+        return all;
+    };
+    const auto after = [&](std::chrono::nanoseconds time) {
+        fake.clock->advance(*fake.mainQueue, time);
+        return shown();
+    };
+    becomeReady();
+    player->play();
+    EXPECT_EQ(after(2500ms), "") << "none at first";
+    seek(kCMTimeZero);
+    item->selectSubtitles({AVSubtitleSelection::Mode::byLanguage, {}});
+    settle();
+    listener->take();
+    EXPECT_EQ(after(999ms), "");
+    EXPECT_EQ(after(21ms), "a");
+    player->pause();
+    EXPECT_EQ(after(5s), "a") << "time stands still";
+    player->setRate(2);
+    EXPECT_EQ(after(510ms), "ab");
+    buffered(false);
+    EXPECT_EQ(after(5s), "ab") << "likewise where it waits for the line";
+    buffered(true);
+    EXPECT_EQ(after(520ms), "");
+    EXPECT_EQ(listener->take(),
+              (Lines{"cues 0", "cues 0", unlikely, dry, notDry, likely, "cues 0"}));
+    seek(seconds(11));
+    settle();
+    EXPECT_EQ(shown(), "c");
+    item->selectSubtitles({});
+    EXPECT_EQ(shown(), "");
+}
+
 }  // namespace korvel::tests
