@@ -41,7 +41,7 @@ std::shared_ptr<Presentation> Presentation::open(const URL& url, PresentationPar
 Conductor::Conductor(PresentationParts parts, VariantBounds bounds)
     : stage_(std::make_shared<Stage>(std::move(parts))), bounds_(bounds) {}
 
-Conductor::~Conductor() { stage_->close(); }
+Conductor::~Conductor() { close(); }
 
 void Conductor::open(const URL& url) {
     DispatchQueue::serial("korvel stream")->async([stage = stage_, url, weak = weak_from_this()] {
@@ -132,6 +132,7 @@ void Conductor::begin(const URL& address, const MasterPlaylist& playlist) {
     source.isSoundAlone = !anyPicture;
     source.sound = makeSoundChoice(playlist, address, chosen);
     source.sound->follow(first);
+    subtitles_.offer({playlist, address, chosen}, playlist.definitions);
     start(std::move(ladder), std::move(source));
 }
 
@@ -171,11 +172,16 @@ void Conductor::start(std::shared_ptr<Ladder> ladder, Rendition::Source source) 
     std::make_shared<Rendition>(stage_, std::move(ladder), statistics_, std::move(source))->start();
 }
 
-void Conductor::close() { stage_->close(); }
+void Conductor::close() {
+    subtitles_.close();
+    stage_->close();
+}
 
 void Conductor::seek(nanoseconds to) {
     const auto end = stage_->duration();
-    stage_->seek(std::clamp(to, nanoseconds::zero(), end.value_or(nanoseconds::max())));
+    to = std::clamp(to, nanoseconds::zero(), end.value_or(nanoseconds::max()));
+    stage_->seek(to);
+    subtitles_.sought(to);
 }
 
 void Conductor::setRate(double rate) {
@@ -199,6 +205,14 @@ bool Conductor::selectSound(const AVMediaSelectionOption& option) {
     wish_ = option;
     return sound_ && sound_->select(option);
 }
+
+AVMediaSelectionGroup Conductor::subtitles() const { return subtitles_.group(); }
+
+void Conductor::selectSubtitles(const AVSubtitleSelection& selection) {
+    subtitles_.select(selection);
+}
+
+std::vector<AVSubtitleCue> Conductor::cues(nanoseconds from) const { return subtitles_.cues(from); }
 
 void Conductor::taken(Kind kind, std::size_t bytes) {
     stage_->levels().taken(kind, bytes);

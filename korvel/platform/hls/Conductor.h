@@ -6,6 +6,7 @@
 #include <korvel/platform/hls/Rendition.h>
 #include <korvel/platform/hls/Stage.h>
 #include <korvel/platform/hls/Statistics.h>
+#include <korvel/platform/hls/Subtitles.h>
 
 #include <atomic>
 #include <memory>
@@ -28,6 +29,9 @@ public:
     void setBounds(VariantBounds bounds) override;
     AVMediaSelectionGroup sounds() const override;
     bool selectSound(const AVMediaSelectionOption& option) override;
+    AVMediaSelectionGroup subtitles() const override;
+    void selectSubtitles(const AVSubtitleSelection& selection) override;
+    std::vector<AVSubtitleCue> cues(std::chrono::nanoseconds from) const override;
     void taken(Kind kind, std::size_t bytes) override;
     void starved(Kind kind) override;
     std::optional<std::chrono::nanoseconds> duration() const override;
@@ -49,6 +53,7 @@ private:
 
     const std::shared_ptr<Stage> stage_;
     const std::shared_ptr<Statistics> statistics_ = std::make_shared<Statistics>();
+    Subtitles subtitles_{stage_, statistics_};
     std::atomic<unsigned> samplesTaken_ = 0;
 
     mutable std::mutex mutex_;

@@ -34,6 +34,9 @@ public:
               Refused refused);
     /// The key or why there is none, if that is known by now.
     std::optional<Key> found(const URL& address);
+    /// Asks for the key if nobody has. Waits for none but those of http and https, which are loaded
+    /// in a generation of the fetcher's.
+    void obtain(const URL& address, Fetcher& fetcher, Attention::Generation generation);
     /// Asks the asset for the key before it is wanted, and waits for nothing. False if nobody wants
     /// that, or if it has been asked for.
     bool preload(const URL& address);
@@ -56,7 +59,6 @@ private:
     static std::optional<Key> lookAt(Entry& entry);
     static void answered(State& state, Attention& attention, const std::string& address);
     bool claim(const std::string& address);
-    void obtain(const URL& address, Fetcher& fetcher, Attention::Generation generation);
     void answer(const std::string& address, std::optional<Key> key);
     void ask(const URL& address);
     std::optional<Key> load(const URL& address, Fetcher& fetcher, Attention::Generation generation);

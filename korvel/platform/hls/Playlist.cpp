@@ -181,6 +181,7 @@ private:
         pending_->frameRate = decimalIn(attributes.text("FRAME-RATE")).value_or(0);
         pending_->codecs = attributes.text("CODECS");
         pending_->audio = attributes.text("AUDIO");
+        pending_->subtitles = attributes.text("SUBTITLES");
     }
 
     void rendition(const Attributes& attributes) {
@@ -191,7 +192,8 @@ private:
                                                             : RenditionTag::Type::other,
                                       attributes.text("GROUP-ID"), attributes.text("NAME"),
                                       attributes.text("LANGUAGE"), attributes.text("URI"),
-                                      attributes.isYes("DEFAULT"), attributes.isYes("AUTOSELECT")});
+                                      attributes.isYes("DEFAULT"), attributes.isYes("AUTOSELECT"),
+                                      attributes.isYes("FORCED")});
     }
 
     void address(std::string_view uri) {

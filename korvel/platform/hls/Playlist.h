@@ -72,7 +72,8 @@ struct VariantTag {
     int height = 0;
     double frameRate = 0;
     std::string codecs{};
-    std::string audio{};  ///< group of its sound; empty: none but its own
+    std::string audio{};      ///< group of its sound; empty: none but its own
+    std::string subtitles{};  ///< group of its subtitles; empty: none
 };
 
 struct RenditionTag {
@@ -84,6 +85,7 @@ struct RenditionTag {
     std::string uri{};  ///< empty: in the variant itself
     bool isDefault = false;
     bool isAutoselect = false;
+    bool isForced = false;  ///< subtitles of what nobody who hears the sound understands
 };
 
 struct MasterPlaylist {

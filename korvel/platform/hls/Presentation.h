@@ -75,6 +75,11 @@ public:
     virtual AVMediaSelectionGroup sounds() const = 0;
     virtual bool selectSound(const AVMediaSelectionOption& option) = 0;
 
+    /// As with `MediaPlayback`.
+    virtual AVMediaSelectionGroup subtitles() const = 0;
+    virtual void selectSubtitles(const AVSubtitleSelection& selection) = 0;
+    virtual std::vector<AVSubtitleCue> cues(std::chrono::nanoseconds from) const = 0;
+
     /// To be told by the output's queues: a sample of so many bytes has left one. Never waits.
     virtual void taken(Kind kind, std::size_t bytes) = 0;
     /// Likewise: a queue is empty, before its end, and a sample is wanted. Never waits.

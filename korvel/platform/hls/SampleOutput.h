@@ -65,6 +65,8 @@ public:
     /// A segment has come, or all that had come has been thrown away.
     virtual void loadedChanged() = 0;
     virtual void durationChanged() = 0;
+    /// Other subtitles are loaded, or chosen, than were.
+    virtual void cuesChanged() = 0;
     /// For good: nothing is loaded any more. The cause with address and status, as
     /// "NSLocalizedFailureReason".
     virtual void failed(NSError error) = 0;

@@ -1,27 +1,10 @@
+#include <korvel/platform/hls/Language.h>
 #include <korvel/platform/hls/SoundChoice.h>
 
 #include <algorithm>
-#include <cctype>
-#include <string_view>
 #include <utility>
 
 namespace korvel::platform::hls {
-
-namespace {
-
-/// 2: the same language and region; 1: the same language.
-int likeness(std::string_view one, std::string_view other) {
-    const auto isSame = [](std::string_view first, std::string_view second) {
-        return std::equal(
-            first.begin(), first.end(), second.begin(), second.end(),
-            [](unsigned char a, unsigned char b) { return std::tolower(a) == std::tolower(b); });
-    };
-    if (one.empty() || other.empty()) return 0;
-    if (isSame(one, other)) return 2;
-    return isSame(one.substr(0, one.find('-')), other.substr(0, other.find('-'))) ? 1 : 0;
-}
-
-}  // namespace
 
 SoundChoice::SoundChoice(const MasterPlaylist& playlist, const URL& address,
                          const std::vector<const VariantTag*>& variants,

@@ -54,6 +54,15 @@ void Stage::loadedChanged() {
     if (!silent_) parts_.events->loadedChanged();
 }
 
+void Stage::cuesChanged() {
+    const std::lock_guard lock(tell_);
+    if (!silent_) parts_.events->cuesChanged();
+}
+
+std::shared_ptr<Attention> Stage::makeAttention() const {
+    return std::make_shared<Attention>(parts_.clock, afterOf(parts_));
+}
+
 void Stage::look() {
     const std::lock_guard lock(tell_);
     if (silent_) return;

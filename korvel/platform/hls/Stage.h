@@ -43,6 +43,9 @@ public:
     bool hasTracks() const { return hasTracks_; }
     void took(MediaStep step);
     void loadedChanged();
+    void cuesChanged();
+    /// For a loader that seeks do not overtake.
+    std::shared_ptr<Attention> makeAttention() const;
     /// Looks at the levels, and tells if that changes whether there is enough.
     void look();
     /// For good; the first one counts.

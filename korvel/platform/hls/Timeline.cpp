@@ -20,6 +20,24 @@ std::chrono::nanoseconds distance(std::chrono::nanoseconds a, std::chrono::nanos
     return a < b ? b - a : a - b;
 }
 
+/// The one by which `container` comes nearest to `expected`.
+std::optional<std::chrono::nanoseconds> bestOf(const std::vector<std::chrono::nanoseconds>& shifts,
+                                               std::chrono::nanoseconds container,
+                                               std::optional<std::chrono::nanoseconds> wrap,
+                                               std::chrono::nanoseconds expected) {
+    std::optional<std::chrono::nanoseconds> best;
+    for (auto each : shifts) {
+        if (wrap) {
+            const auto behind = expected - (container + each);
+            const auto half = *wrap / 2;
+            each += (behind + (behind.count() < 0 ? -half : half)) / *wrap * *wrap;
+        }
+        const auto far = [&](auto shift) { return distance(container + shift, expected); };
+        if (!best || far(each) < far(*best)) best = each;
+    }
+    return best;
+}
+
 }  // namespace
 
 bool Timeline::isAnchored(std::int64_t discontinuity) const {
@@ -32,19 +50,7 @@ Timeline::Time Timeline::shift(const Beginning& beginning) {
     if (shifts_.size() >= mostDiscontinuities) shifts_.clear();
     auto& shifts = shifts_[beginning.discontinuity];
     const Time expected = beginning.goesOn.value_or(beginning.playlist);
-    std::optional<Time> best;
-    for (Time each : shifts) {
-        if (beginning.wrap) {
-            const auto behind = expected - (beginning.container + each);
-            const auto half = *beginning.wrap / 2;
-            each +=
-                (behind + (behind.count() < 0 ? -half : half)) / *beginning.wrap * *beginning.wrap;
-        }
-        const auto far = [&](Time shift) {
-            return distance(beginning.container + shift, expected);
-        };
-        if (!best || far(each) < far(*best)) best = each;
-    }
+    const auto best = bestOf(shifts, beginning.container, beginning.wrap, expected);
     if (best) {
         const Time begins = beginning.container + *best;
         // Where times have begun anew once they may do so at every segment: what would be only
@@ -59,6 +65,13 @@ Timeline::Time Timeline::shift(const Beginning& beginning) {
     if (shifts.size() >= mostShifts) shifts.erase(shifts.begin());
     shifts.push_back(expected - beginning.container);
     return shifts.back();
+}
+
+std::optional<Timeline::Time> Timeline::shiftNear(Time expected, std::int64_t discontinuity,
+                                                  Time container, std::optional<Time> wrap) const {
+    const std::lock_guard lock(mutex_);
+    const auto found = shifts_.find(discontinuity);
+    return found == shifts_.end() ? std::nullopt : bestOf(found->second, container, wrap, expected);
 }
 
 }  // namespace korvel::platform::hls

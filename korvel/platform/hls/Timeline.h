@@ -33,6 +33,10 @@ public:
     /// What is to be added to the container's times of that segment. Makes an anchor where there is
     /// none, or where the container began its times anew without the playlist saying so.
     Time shift(const Beginning& beginning);
+    /// The same for a time of the container that is expected about there; makes no anchor, nothing
+    /// where there is none.
+    std::optional<Time> shiftNear(Time expected, std::int64_t discontinuity, Time container,
+                                  std::optional<Time> wrap) const;
 
 private:
     mutable std::mutex mutex_;

@@ -2,27 +2,12 @@
 
 #include <korvel/platform/avfoundation/AVError.h>
 
-#include <openssl/evp.h>
-
 namespace korvel::tests {
 
 using namespace platform;
 using namespace platform::hls;
 
 namespace {
-
-Data encrypted(const Data& plain, const Data& key, const Data& vector) {
-    Data coded(plain.size() + 16);
-    int size = 0;
-    int last = 0;
-    EVP_CIPHER_CTX* context = EVP_CIPHER_CTX_new();
-    EVP_EncryptInit_ex(context, EVP_aes_128_cbc(), nullptr, key.data(), vector.data());
-    EVP_EncryptUpdate(context, coded.data(), &size, plain.data(), static_cast<int>(plain.size()));
-    EVP_EncryptFinal_ex(context, coded.data() + size, &last);
-    EVP_CIPHER_CTX_free(context);
-    coded.resize(static_cast<std::size_t>(size + last));
-    return coded;
-}
 
 std::string variantLine(const std::string& uri, int bandwidth, const std::string& more = "") {
     return "#EXT-X-STREAM-INF:BANDWIDTH=" + std::to_string(bandwidth) + more + "\n" + uri + "\n";
@@ -116,11 +101,12 @@ TEST_F(PresentationTest, KeysOpenSegmentsAndMapsAndAreAskedForOnce) {
     Data second(16, 0);
     second[14] = 1;  // without a vector, the number of the segment
     second[15] = 2;
-    server->put("https://h/init", {.body = encrypted(streams::initialization(), key, vector)});
+    server->put("https://h/init",
+                {.body = streams::encrypted(streams::initialization(), key, vector)});
     for (std::uint8_t i = 0; i < 3; ++i) {
-        server->put(
-            "https://h/" + std::to_string(i),
-            {.body = encrypted(streams::fragment(2000U * i, 50, i), key, i < 2 ? vector : second)});
+        server->put("https://h/" + std::to_string(i),
+                    {.body = streams::encrypted(streams::fragment(2000U * i, 50, i), key,
+                                                i < 2 ? vector : second)});
     }
     const auto tag = [](const std::string& uri,
                         const char* iv = ",IV=0x03030303030303030303030303030303") {
@@ -149,9 +135,9 @@ TEST_F(PresentationTest, KeysOpenSegmentsAndMapsAndAreAskedForOnce) {
 TEST_F(PresentationTest, KeysThatDoNotComeOrDoNotOpenEndItWithTheirCause) {
     answerKeys();
     for (int i = 0; i < 3; ++i) {
-        server->put(
-            "https://h/" + std::to_string(i),
-            {.body = encrypted(streams::transportSegment({.length = 2}), key, Data(16, 0))});
+        server->put("https://h/" + std::to_string(i),
+                    {.body = streams::encrypted(streams::transportSegment({.length = 2}), key,
+                                                Data(16, 0))});
     }
     const auto fail = [&](const std::string& tag) {
         server->put("https://h/list.m3u8", "#EXTM3U\n" + tag +
@@ -193,10 +179,11 @@ TEST_F(PresentationTest, WhatAKeyOpensIsLoadedWhileTheKeyIsAwaited) {
     answerKeys();
     answersKeys = false;
     const Data vector(16, 3);
-    server->put("https://h/init", {.body = encrypted(streams::initialization(), key, vector)});
+    server->put("https://h/init",
+                {.body = streams::encrypted(streams::initialization(), key, vector)});
     for (std::uint8_t i = 0; i < 2; ++i) {
         server->put("https://h/" + std::to_string(i),
-                    {.body = encrypted(streams::fragment(2000U * i, 50, i), key, vector)});
+                    {.body = streams::encrypted(streams::fragment(2000U * i, 50, i), key, vector)});
     }
     server->put("https://h/long", {.body = Data(3 * SegmentSource::mostUnopened)});
     const auto list = [&](const char* name, const std::string& first) {

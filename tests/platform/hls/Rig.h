@@ -60,6 +60,7 @@ public:
     void buffered(bool enough) override { say(enough ? "enough" : "dry"); }
     void loadedChanged() override {}
     void durationChanged() override {}
+    void cuesChanged() override {}
     void failed(platform::NSError error) override {
         const std::lock_guard lock(mutex_);
         error_ = std::move(error);

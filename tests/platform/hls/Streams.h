@@ -2,6 +2,9 @@
 
 #include <korvel/platform/foundation/Data.h>
 
+#include <openssl/evp.h>
+
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -203,6 +206,19 @@ inline Data timeTag(std::uint64_t ticks) {
     number(tag, 0, 2);
     append(tag, frame);
     return tag;
+}
+
+inline Data encrypted(const Data& plain, const Data& key, const Data& vector) {
+    Data coded(plain.size() + 16);
+    int size = 0;
+    int last = 0;
+    EVP_CIPHER_CTX* context = EVP_CIPHER_CTX_new();
+    EVP_EncryptInit_ex(context, EVP_aes_128_cbc(), nullptr, key.data(), vector.data());
+    EVP_EncryptUpdate(context, coded.data(), &size, plain.data(), static_cast<int>(plain.size()));
+    EVP_EncryptFinal_ex(context, coded.data() + size, &last);
+    EVP_CIPHER_CTX_free(context);
+    coded.resize(static_cast<std::size_t>(size + last));
+    return coded;
 }
 
 }  // namespace korvel::tests::streams

@@ -67,6 +67,16 @@ bool PlaybackGStreamer::selectSound(const AVMediaSelectionOption& option) {
     return chosen()->selectSound(option);
 }
 
+AVMediaSelectionGroup PlaybackGStreamer::subtitles() { return chosen()->subtitles(); }
+
+void PlaybackGStreamer::selectSubtitles(const AVSubtitleSelection& selection) {
+    chosen()->selectSubtitles(selection);
+}
+
+std::vector<AVSubtitleCue> PlaybackGStreamer::cues(std::chrono::nanoseconds from) {
+    return chosen()->cues(from);
+}
+
 std::vector<MediaTimeRange> PlaybackGStreamer::loaded() { return chosen()->loaded(); }
 
 std::vector<AVPlayerItemAccessLogEvent> PlaybackGStreamer::accessLog() {

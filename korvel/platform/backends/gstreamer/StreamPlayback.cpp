@@ -47,6 +47,7 @@ public:
     void buffered(bool enough) override { events_->buffered(enough); }
     void loadedChanged() override { events_->loadedChanged(); }
     void durationChanged() override { events_->durationChanged(); }
+    void cuesChanged() override { events_->cuesChanged(); }
     void failed(NSError error) override {
         if (const auto course = course_.lock()) course->failed(error);
     }
@@ -153,6 +154,16 @@ AVMediaSelectionGroup StreamPlayback::sounds() { return course_->presentation->s
 
 bool StreamPlayback::selectSound(const AVMediaSelectionOption& option) {
     return course_->presentation->selectSound(option);
+}
+
+AVMediaSelectionGroup StreamPlayback::subtitles() { return course_->presentation->subtitles(); }
+
+void StreamPlayback::selectSubtitles(const AVSubtitleSelection& selection) {
+    course_->presentation->selectSubtitles(selection);
+}
+
+std::vector<AVSubtitleCue> StreamPlayback::cues(nanoseconds from) {
+    return course_->presentation->cues(from);
 }
 
 std::vector<MediaTimeRange> StreamPlayback::loaded() { return course_->presentation->buffered(); }

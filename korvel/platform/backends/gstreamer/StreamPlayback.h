@@ -35,6 +35,9 @@ public:
     std::shared_ptr<const VideoFrame> newestFrame() override;
     AVMediaSelectionGroup sounds() override;
     bool selectSound(const AVMediaSelectionOption& option) override;
+    AVMediaSelectionGroup subtitles() override;
+    void selectSubtitles(const AVSubtitleSelection& selection) override;
+    std::vector<AVSubtitleCue> cues(std::chrono::nanoseconds from) override;
     std::vector<MediaTimeRange> loaded() override;
     std::vector<AVPlayerItemAccessLogEvent> accessLog() override;
     std::vector<AVPlayerItemErrorLogEvent> errorLog() override;

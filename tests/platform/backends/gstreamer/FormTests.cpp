@@ -224,6 +224,42 @@ TEST_F(GStreamerTest, VolumeMuteAndTheChosenSoundAreHeard) {
     EXPECT_EQ(show.item->audibleSelectionGroup().selected, 1u);
 }
 
+TEST_F(GStreamerTest, SubtitlesAreSaidInTheirTimeWhoeverPackedThem) {
+    const FormServer server{KORVEL_FORMS};
+    for (const char* form : {"words", "words-mapped", "words-sound"}) {
+        Show show(server / (form + std::string("/index.m3u8")), device);
+        ASSERT_TRUE(until([&] { return show.isReady(); })) << form;
+        const auto group = show.item->legibleSelectionGroup();
+        ASSERT_EQ(group.options.size(), 1u);
+        EXPECT_EQ(group.options[0].extendedLanguageTag, "de");
+        show.player->play();
+        ASSERT_TRUE(until([&] { return show.position() > 0.2; })) << form;
+        // What is said, and how long after its time that was heard; in mid-play, without a seek.
+        std::vector<std::string> said;
+        const auto look = [&] {
+            const auto& cues = show.item->cues();
+            const auto words = cues.empty() ? std::string() : cues[0].runs[0].text;
+            if (said.empty() || said.back() != words) said.push_back(words);
+            if (cues.empty()) return;
+            EXPECT_NEAR(static_cast<double>(cues[0].start.count()) / 1e9,
+                        words == "one" ? 0.5 : 1.8, 0.1)
+                << form;
+            EXPECT_GE(show.player->currentTime().nanoseconds(), cues[0].start) << form;
+            EXPECT_EQ(cues[0].runs[0].isItalic, words == "two") << form;
+        };
+        show.item->selectSubtitles({AVSubtitleSelection::Mode::option, group.options[0]});
+        ASSERT_TRUE(until([&] {
+            look();
+            return show.position() > 5;
+        })) << form;
+        EXPECT_EQ(said, (std::vector<std::string>{"", "one", "", "two", ""})) << form;
+        show.player->pause();
+        show.seek(3);
+        EXPECT_TRUE(until([&] { return !show.item->cues().empty(); })) << form;
+        EXPECT_EQ(show.item->legibleSelectionGroup().selected, 0u);
+    }
+}
+
 TEST_F(GStreamerTest, SeeksInFilesEndAtTheirPictureHoweverRatesChange) {
     const FormServer server{KORVEL_FORMS};
     Show show(server / "file-front.mp4", device);

@@ -1,0 +1,126 @@
+#include <korvel/platform/avfoundation/AVError.h>
+#include <korvel/platform/hls/SubtitleLoader.h>
+
+#include <utility>
+
+// Of a subtitle loader: its segments, from address to text.
+
+namespace korvel::platform::hls {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+FetchResult& failed(FetchResult& result, AVError code, std::string reason) {
+    result.end = FetchResult::End::failed;
+    result.error = makeAVError(code, std::move(reason));
+    return result;
+}
+
+}  // namespace
+
+/// `position`: of which it is wanted. Who seeks sees what is on its way, or it is seen here.
+void SubtitleLoader::loadSegment(const Segment& segment, Stage::Generation position) {
+    {
+        const std::lock_guard lock(mutex_);
+        loading_ = {segment.start, segment.end()};
+    }
+    Data body;
+    FetchResult result{.end = FetchResult::End::stale, .address = list_->address};
+    if (!stage_->attention().isStale(position)) result = fetch(segment, body);
+    {
+        const std::lock_guard lock(mutex_);
+        loading_.reset();
+    }
+    if (result.end == FetchResult::End::stale) return;
+    // Where nothing is said some servers have nothing at all.
+    auto file = body.empty() ? WebVTT() : readWebVTT(viewOf(body));
+    if (result.end == FetchResult::End::done && !file) {
+        failed(result, AVError::fileFormatNotRecognized,
+               "No subtitles that can be read: " + result.address.absoluteString());
+    }
+    if (result.end != FetchResult::End::done) return segmentFailed(segment, result);
+    take(segment, *std::move(file));
+}
+
+FetchResult SubtitleLoader::fetch(const Segment& segment, Data& body) {
+    FetchResult result{.address = list_->address};
+    const auto url = resolved(list_->address, segment.uri);
+    if (!url || !mayLead(list_->address, *url)) {
+        return failed(result, AVError::serverIncorrectlyConfigured,
+                      "The stream leads to an address that is not loaded: " +
+                          (url ? url->absoluteString() : segment.uri));
+    }
+    result.address = *url;
+    const auto key = opening(segment, result);
+    if (!key) return result;
+    auto got = source_.get({.url = *url,
+                            .range = segment.range,
+                            .limit = longestWebVTT,
+                            .patience = 1,
+                            .endurance = 4s},
+                           *key, generation_, [&](Fetcher::Bytes bytes, const FetchResult&, auto) {
+                               if (body.size() + bytes.size() > longestWebVTT) return false;
+                               body.insert(body.end(), bytes.begin(), bytes.end());
+                               return true;
+                           });
+    if (got.end != FetchResult::End::stopped) return got;
+    if (result.end == FetchResult::End::done)  // nobody else has said why
+        return failed(got, AVError::fileFormatNotRecognized,
+                      "Too long: " + got.address.absoluteString());
+    got.end = result.end;
+    got.error = result.error;
+    return got;
+}
+
+void SubtitleLoader::segmentFailed(const Segment& segment, const FetchResult& result) {
+    const auto place = list_->place;
+    if (hasOther(place)) return listFailed(place, result);
+    statistics_->failed(result, result.error);
+    pauses_[segment.number].failed(now());
+}
+
+// MARK: keys
+
+/// Nothing if there is none, for which `result` has the reason.
+std::optional<Opening> SubtitleLoader::opening(const Segment& segment, FetchResult& result) {
+    if (!segment.key) return Opening();
+    const KeyTag& key = *segment.key;
+    const auto url =
+        key.uri.starts_with("data:") ? URL::parse(key.uri) : resolved(list_->address, key.uri);
+    const bool mayBe =
+        url && !key.uri.empty() && (!isWebScheme(*url) || mayLead(list_->address, *url));
+    if (!isSupported(key) || !mayBe) {
+        failed(result, AVError::contentIsProtected,
+               "Subtitles are encrypted in a way that cannot be opened here: " +
+                   result.address.absoluteString());
+        return std::nullopt;
+    }
+    stage_->keys().obtain(*url, source_.fetcher(), generation_);
+    return [this, address = *url, vector = vectorOf(key, segment.number), &result](bool waits) {
+        return open(address, vector, waits, result);
+    };
+}
+
+std::optional<Encryption> SubtitleLoader::open(const URL& address,
+                                               const InitializationVector& vector, bool waits,
+                                               FetchResult& result) {
+    Attention& attention = stage_->attention();
+    auto found = stage_->keys().found(address);
+    if (!found && waits) {
+        const bool came = attention.wait(attention.current(), std::nullopt, [&] {
+            found = stage_->keys().found(address);
+            return found || attention_->isStale(generation_);
+        });
+        if (!came || !found) result.end = FetchResult::End::stale;
+    }
+    if (!found) return std::nullopt;
+    if (const auto* error = std::get_if<NSError>(&*found)) {
+        result.end = FetchResult::End::failed;
+        result.error = *error;
+        return std::nullopt;
+    }
+    return Encryption{std::get<ContentKey>(*found), vector};
+}
+
+}  // namespace korvel::platform::hls
