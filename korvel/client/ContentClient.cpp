@@ -1,6 +1,5 @@
 #include <korvel/client/ContentClient.h>
 #include <korvel/client/MemoryKeychain.h>
-#include <korvel/client/OperationConduct.h>
 #include <korvel/client/Outbox.h>
 #include <korvel/client/PlaybackWatch.h>
 #include <korvel/client/Telling.h>
@@ -89,60 +88,56 @@ std::shared_ptr<KCSDKNetworkManager> ContentClient::managerInForce() const {
     return manager_ ? manager_ : KCSDK::shared().networkManager();
 }
 
-/// Calls `operation(operations, handler, conduct)`; a pending operation keeps alive what it needs.
-template <class T, class Begin> Pending<T> ContentClient::begin(Begin operation) const {
-    return beginOn<T>([&](const auto& manager, auto done, auto& conduct) {
-        operation(manager->operations(), std::move(done), conduct);
-    });
+ContentClient::HeldTicket ContentClient::ticket() const {
+    auto manager = managerInForce();
+    const bool isInitialised = manager != nullptr;
+    auto ticket = std::make_shared<const Ticket>(surroundings_, std::move(manager), outbox_);
+    if (!isInitialised)
+        ticket->failed({.reason = Failure::Reason::notInitialised});
+    else
+        ticket->pending->endWithin(options_.deadline);
+    return ticket;
 }
 
-/// The same with the manager, whose operations they are.
-template <class T, class Begin> Pending<T> ContentClient::beginOn(Begin operation) const {
-    const auto conduct = std::make_shared<OperationConduct>(surroundings_);
-    const auto state = std::make_shared<PendingState<T>>(conduct);
-    const auto manager = managerInForce();
-    if (!manager) {
-        state->end(Failure{.reason = Failure::Reason::notInitialised});
-        return Pending<T>(state);
-    }
-    state->endWithin(options_.deadline);
-    operation(
-        manager,
-        [manager, outbox = outbox_, tell = telling(state)](Outcome<T> outcome) {
-            const bool answered = outcome.hasValue();
-            tell(std::move(outcome));
-            if (answered && outbox) outbox->answered(manager);
-        },
-        conduct);
-    return Pending<T>(state);
+template <class Operation>
+std::shared_ptr<PendingCore> ContentClient::begin(const Operation& operation) const {
+    return begin([](const void* what,
+                    const auto& ticket) { (*static_cast<const Operation*>(what))(ticket); },
+                 &operation);
+}
+
+/// Calls `operation`, if there is a manager to ask.
+std::shared_ptr<PendingCore> ContentClient::begin(void (*operation)(const void*, const HeldTicket&),
+                                                  const void* what) const {
+    const auto ticket = this->ticket();
+    if (ticket->manager) operation(what, ticket);
+    return ticket->pending;
 }
 
 namespace {
 
 /// On the main queue.
 void startPlaying(const std::shared_ptr<KCSDKOndemandClass>& ondemandClass,
-                  const PlayOptions& options, const std::shared_ptr<KCSDKNetworkManager>& manager,
+                  const PlayOptions& options, const std::shared_ptr<const Ticket>& ticket,
                   const std::shared_ptr<Outbox>& outbox,
-                  const std::shared_ptr<KnownServers>& servers,
-                  const std::shared_ptr<Conduct>& conduct,
-                  OutcomeHandler<std::shared_ptr<Playback>> done) {
+                  const std::shared_ptr<KnownServers>& servers) {
     const auto& device = Device::current();
     const auto builder = KCSDKVideoViewBuilder::create(ondemandClass);
     if (options.look) options.look(*builder);
     if (options.listener) builder->setEventReceiver(options.listener);
     const auto watch = std::make_shared<Playback::Watch>(device, options);
     KCSDKVideoViewBuilder::Direction direction;
+    const auto& manager = ticket->manager;
     direction.manager = manager;
-    direction.conduct = conduct;
+    direction.conduct = ticket->conduct;
     direction.endsWithoutStream = true;
     direction.answered = [watch] { watch->performed(); };
     if (options.prefetch) direction.tokens = std::make_shared<TokenPrefetch>(device.clock, servers);
     const auto tokens = direction.tokens;
-    direction.done = [watch, done = std::move(done)](
-                         const Outcome<std::shared_ptr<KCSDKPlayerEvents>>& started) {
-        if (!started) return done(started.failure());
+    direction.done = [watch, ticket](const Outcome<std::shared_ptr<KCSDKPlayerEvents>>& started) {
+        if (!started) return ticket->failed(Failure(started.failure()));
         watch->follow((*started)->playerVC->viewVideo);
-        done(std::make_shared<Playback>(Device::current(), watch, *started));
+        ticket->answered(std::make_shared<Playback>(Device::current(), watch, *started));
     };
     direction.record = [manager, outbox, watch](const KCSDKOndemandClass& performed,
                                                 std::int64_t seconds) {
@@ -164,90 +159,101 @@ void startPlaying(const std::shared_ptr<KCSDKOndemandClass>& ondemandClass,
 
 ContentClient::PendingRecord<Playback> ContentClient::play(
     const std::shared_ptr<KCSDKOndemandClass>& ondemandClass, PlayOptions options) const {
-    return beginOn<std::shared_ptr<Playback>>([&](const auto& manager, auto done, auto& conduct) {
-        if (!ondemandClass) return done(Failure{.reason = Failure::Reason::missingArgument});
-        surroundings_->mainQueue->async([ondemandClass, options = std::move(options), manager,
-                                         outbox = outbox_, servers = servers_, conduct, done] {
-            if (conduct->isOver()) return;
-            startPlaying(ondemandClass, options, manager, outbox, servers, conduct, done);
-        });
-    });
+    const auto ticket = this->ticket();
+    if (!ondemandClass) ticket->failed({.reason = Failure::Reason::missingArgument});
+    if (!ticket->pending->isOver()) {
+        const auto start = std::make_shared<PlayOptions>(std::move(options));
+        surroundings_->mainQueue->async(
+            [ondemandClass, start, ticket, outbox = outbox_, servers = servers_] {
+                if (!ticket->pending->isOver())
+                    startPlaying(ondemandClass, *start, ticket, outbox, servers);
+            });
+    }
+    return PendingRecord<Playback>(ticket->pending);
 }
 
 ContentClient::PendingRecord<KCSDKUser> ContentClient::logIn(const std::string& userName) const {
-    return begin<std::shared_ptr<KCSDKUser>>(
-        [&](auto& service, auto done, auto& conduct) { service.logIn(userName, done, conduct); });
+    return PendingRecord<KCSDKUser>(begin([&](const HeldTicket& ticket) {
+        ticket->service().logIn(userName, Telling(ticket), ticket->conduct);
+    }));
 }
 
 ContentClient::PendingList<KCSDKConsent> ContentClient::consents() const {
-    return begin<RecordList<KCSDKConsent>>(
-        [](auto& service, auto done, auto& conduct) { service.consents(done, conduct); });
+    return PendingList<KCSDKConsent>(begin([](const HeldTicket& ticket) {
+        ticket->service().consents(Telling(ticket), ticket->conduct);
+    }));
 }
 
 Pending<Done> ContentClient::acceptConsent(const std::string& tag) const {
-    return begin<Done>([&](auto& service, auto done, auto& conduct) {
-        service.acceptConsent(tag, done, conduct);
-    });
+    return Pending<Done>(begin([&](const HeldTicket& ticket) {
+        ticket->service().acceptConsent(tag, Telling(ticket), ticket->conduct);
+    }));
 }
 
 ContentClient::PendingList<KCSDKOndemandCollection> ContentClient::collections(
     const std::optional<std::string>& collectionId, std::int64_t maxResults) const {
-    return begin<RecordList<KCSDKOndemandCollection>>([&](auto& service, auto done, auto& conduct) {
-        service.collections(collectionId, maxResults, done, conduct);
-    });
+    return PendingList<KCSDKOndemandCollection>(begin([&](const HeldTicket& ticket) {
+        ticket->service().collections(collectionId, maxResults, Telling(ticket), ticket->conduct);
+    }));
 }
 
 ContentClient::PendingRecord<KCSDKOndemandClassResponse> ContentClient::classes(
     const ClassesPage& page) const {
-    return begin<std::shared_ptr<KCSDKOndemandClassResponse>>(
-        [&](auto& service, auto done, auto& conduct) { service.classes(page, done, conduct); });
+    return PendingRecord<KCSDKOndemandClassResponse>(begin([&](const HeldTicket& ticket) {
+        ticket->service().classes(page, Telling(ticket), ticket->conduct);
+    }));
 }
 
 ContentClient::PendingRecord<KCSDKOndemandClass> ContentClient::classDetails(
     const std::string& classTag) const {
-    return begin<std::shared_ptr<KCSDKOndemandClass>>([&](auto& service, auto done, auto& conduct) {
-        service.classDetails(classTag, done, conduct);
-    });
+    return PendingRecord<KCSDKOndemandClass>(begin([&](const HeldTicket& ticket) {
+        ticket->service().classDetails(classTag, Telling(ticket), ticket->conduct);
+    }));
 }
 
 ContentClient::PendingRecord<KCSDKOndemandMetaData> ContentClient::metaData() const {
-    return begin<std::shared_ptr<KCSDKOndemandMetaData>>(
-        [](auto& service, auto done, auto& conduct) { service.metaData(done, conduct); });
+    return PendingRecord<KCSDKOndemandMetaData>(begin([](const HeldTicket& ticket) {
+        ticket->service().metaData(Telling(ticket), ticket->conduct);
+    }));
 }
 
 ContentClient::PendingRecord<KCSDKOndemandSearchResult> ContentClient::search(
     const KCSDKOndemandFilterRequest& filter) const {
-    return begin<std::shared_ptr<KCSDKOndemandSearchResult>>(
-        [&](auto& service, auto done, auto& conduct) { service.search(filter, done, conduct); });
+    return PendingRecord<KCSDKOndemandSearchResult>(begin([&](const HeldTicket& ticket) {
+        ticket->service().search(filter, Telling(ticket), ticket->conduct);
+    }));
 }
 
 Pending<Done> ContentClient::activateSubscription(
     const KCSDKUserSubscriptionRequest& subscription) const {
-    return begin<Done>([&](auto& service, auto done, auto& conduct) {
-        service.activateSubscription(subscription, done, conduct);
-    });
+    return Pending<Done>(begin([&](const HeldTicket& ticket) {
+        ticket->service().activateSubscription(subscription, Telling(ticket), ticket->conduct);
+    }));
 }
 
 Pending<Done> ContentClient::cancelSubscription() const {
-    return begin<Done>(
-        [](auto& service, auto done, auto& conduct) { service.cancelSubscription(done, conduct); });
+    return Pending<Done>(begin([](const HeldTicket& ticket) {
+        ticket->service().cancelSubscription(Telling(ticket), ticket->conduct);
+    }));
 }
 
 ContentClient::PendingRecord<KCSDKOndemandClass> ContentClient::perform(
     const std::string& classTag) const {
-    return begin<std::shared_ptr<KCSDKOndemandClass>>(
-        [&](auto& service, auto done, auto& conduct) { service.perform(classTag, done, conduct); });
+    return PendingRecord<KCSDKOndemandClass>(begin([&](const HeldTicket& ticket) {
+        ticket->service().perform(classTag, Telling(ticket), ticket->conduct);
+    }));
 }
 
 Pending<Done> ContentClient::recordPerformance(const KCSDKOndemandClass& ondemandClass,
                                                std::int64_t performedSeconds) const {
-    return beginOn<Done>([&](const auto& manager, auto done, auto& conduct) {
-        const auto& service = manager->operations();
+    return Pending<Done>(begin([&](const HeldTicket& ticket) {
+        const auto& service = ticket->service();
         const auto request = service.performance(ondemandClass, performedSeconds);
-        if (!request) return done(Failure{.reason = Failure::Reason::unusableBaseURL});
-        if (outbox_) return outbox_->deliver(manager, *request, conduct, std::move(done), {});
-        service.record(*request, std::move(done), conduct);
-    });
+        if (!request) return ticket->failed({.reason = Failure::Reason::unusableBaseURL});
+        if (outbox_)
+            return outbox_->deliver(ticket->manager, *request, ticket, Telling(ticket), {});
+        service.record(*request, Telling(ticket), ticket->conduct);
+    }));
 }
 
 std::size_t ContentClient::waitingPerformances() const {
@@ -257,10 +263,9 @@ std::size_t ContentClient::waitingPerformances() const {
 
 ContentClient::PendingRecord<KCSDKOndemandContentToken> ContentClient::contentToken(
     const std::string& contentId) const {
-    return begin<std::shared_ptr<KCSDKOndemandContentToken>>(
-        [&](auto& service, auto done, auto& conduct) {
-            service.contentToken(contentId, done, conduct);
-        });
+    return PendingRecord<KCSDKOndemandContentToken>(begin([&](const HeldTicket& ticket) {
+        ticket->service().contentToken(contentId, Telling(ticket), ticket->conduct);
+    }));
 }
 
 }  // namespace korvel

@@ -32,6 +32,7 @@ class KCSDKUserSubscriptionRequest;
 class KnownServers;
 class Outbox;
 class Playback;
+class Ticket;
 struct ClientSurroundings;
 struct PlayOptions;
 
@@ -111,8 +112,11 @@ public:
     PendingRecord<KCSDKOndemandContentToken> contentToken(const std::string& contentId) const;
 
 private:
-    template <class T, class Begin> Pending<T> begin(Begin operation) const;
-    template <class T, class Begin> Pending<T> beginOn(Begin operation) const;
+    using HeldTicket = std::shared_ptr<const Ticket>;
+    HeldTicket ticket() const;
+    template <class Operation> std::shared_ptr<PendingCore> begin(const Operation& operation) const;
+    std::shared_ptr<PendingCore> begin(void (*operation)(const void*, const HeldTicket&),
+                                       const void* what) const;
     std::shared_ptr<KCSDKNetworkManager> managerInForce() const;
 
     const ClientOptions options_;

@@ -28,7 +28,6 @@ public:
 
     const ClientSurroundings& surroundings() const { return *surroundings_; }
     void endWithin(platform::Clock::Duration limit, const std::shared_ptr<PendingCore>& operation);
-    /// What was asked for is kept, and goes out again, whatever becomes of this operation.
     void keep() { kept_ = true; }
     bool isKept() const { return kept_; }
     /// Nobody waits any more. Ends what is still under way.

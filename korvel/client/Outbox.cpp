@@ -6,7 +6,6 @@
 #include <korvel/session/KCSDKConfig.h>
 
 #include <algorithm>
-#include <deque>
 #include <utility>
 
 namespace korvel {
@@ -67,7 +66,8 @@ struct Outbox::Kept {
 
 struct Outbox::Pass {
     Manager manager;
-    std::deque<Kept> left;
+    std::vector<Kept> left;  ///< newest first
+    Kept sent;               ///< and not answered yet
     std::optional<Failure> failure;
 };
 
@@ -83,7 +83,7 @@ Outbox::Outbox(std::shared_ptr<SealedRecords> records,
 // keeping
 
 void Outbox::deliver(const Manager& manager, const APIEndpoint& request,
-                     const std::shared_ptr<OperationConduct>& conduct, OutcomeHandler<Done> first,
+                     const std::shared_ptr<const Ticket>& ticket, OutcomeHandler<Done> first,
                      OutcomeHandler<Done> later) {
     const auto& service = manager->operations();
     const auto config = service.endpoints().sdkConfig();
@@ -92,9 +92,10 @@ void Outbox::deliver(const Manager& manager, const APIEndpoint& request,
     const auto value = platform::JSONEncoder().encode(envelope);
     std::optional<SealedRecords::Added> added;
     if (value && !namesIn(*request.params).userId.empty()) added = records_->add(*value, bounds);
-    if (!added) return service.record(request, std::move(first), conduct);
+    if (!added)
+        return service.record(request, std::move(first), ticket ? ticket->conduct : nullptr);
 
-    if (conduct) conduct->keep();
+    if (ticket) ticket->pending->keep();
     bool begins = false;
     {
         const std::lock_guard lock(mutex_);
@@ -177,6 +178,7 @@ void Outbox::pass(const Manager& manager) {
             }
             pass->left.push_back(std::move(each));
         }
+        std::reverse(pass->left.begin(), pass->left.end());
         std::erase_if(settled_, [this](Number number) { return records_->remove(number); });
     }
     sendNext(pass);
@@ -184,8 +186,8 @@ void Outbox::pass(const Manager& manager) {
 
 void Outbox::sendNext(const std::shared_ptr<Pass>& pass) {
     while (!pass->left.empty()) {
-        auto next = std::move(pass->left.front());
-        pass->left.pop_front();
+        auto& next = pass->sent = std::move(pass->left.back());
+        pass->left.pop_back();
         if (!next.claim) next.claim = records_->claim(next.number);
         if (!next.claim) continue;
         const auto request =
@@ -195,8 +197,8 @@ void Outbox::sendNext(const std::shared_ptr<Pass>& pass) {
             break;
         }
         return attempt(pass->manager, *request,
-                       [self = shared_from_this(), pass, next](const Outcome<Done>& outcome) {
-                           self->settle(pass, next, outcome);
+                       [self = shared_from_this(), pass](const Outcome<Done>& outcome) {
+                           self->settle(pass, outcome);
                        });
     }
     endPass(*pass);
@@ -204,18 +206,14 @@ void Outbox::sendNext(const std::shared_ptr<Pass>& pass) {
 
 void Outbox::attempt(const Manager& manager, const APIEndpoint& request,
                      OutcomeHandler<Done> done) {
-    const auto conduct = std::make_shared<OperationConduct>(surroundings_);
-    const auto state = std::make_shared<PendingState<Done>>(conduct);
-    state->endWithin(deadline_);
-    manager->operations().record(
-        request,
-        [manager, tell = telling(state)](Outcome<Done> outcome) { tell(std::move(outcome)); },
-        conduct);
-    Pending<Done>(state).then(nullptr, std::move(done));
+    const auto ticket = std::make_shared<const Ticket>(surroundings_, manager, nullptr);
+    ticket->pending->endWithin(deadline_);
+    manager->operations().record(request, Telling(ticket), ticket->conduct);
+    Pending<Done>(ticket->pending).then(nullptr, std::move(done));
 }
 
-void Outbox::settle(const std::shared_ptr<Pass>& pass, const Kept& sent,
-                    const Outcome<Done>& outcome) {
+void Outbox::settle(const std::shared_ptr<Pass>& pass, const Outcome<Done>& outcome) {
+    const auto& sent = pass->sent;
     if (!outcome && !isForGood(outcome.failure())) {
         Failure failure = outcome.failure();
         failure.isKept = true;
@@ -249,12 +247,13 @@ void Outbox::tellOwn(Number number, const Outcome<Done>& outcome) {
         const bool isKept = !outcome && outcome.failure().isKept;
         auto& [claim, first, later] = own->second;
         claim = nullptr;
+        const bool goesOn = isKept && later;
         if (first) {
             told = std::exchange(first, nullptr);
         } else if (!isKept) {
-            told = std::move(later);
+            told = std::exchange(later, nullptr);
         }
-        if (!isKept || !later) own_.erase(own);
+        if (!goesOn) own_.erase(own);
     }
     if (told) told(outcome);
 }

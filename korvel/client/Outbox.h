@@ -17,6 +17,8 @@
 
 namespace korvel {
 
+class Ticket;
+
 /// Keeps performances on disk until the service has accepted them, or refused them for good, and
 /// sends them oldest first, one at a time, always as they were recorded and only while their user
 /// is logged in. What could not be delivered goes out again after a log-in, when the service
@@ -39,9 +41,9 @@ public:
     /// Sends the request that records a performance, and keeps it: it is on disk when this returns.
     /// `first` hears what came of the first attempt, `later`, if that failed, what came of it in
     /// the end, as long as this outbox is there to deliver it. What cannot be kept, be it that
-    /// nobody is logged in, is sent once, by `conduct`, which may be null.
+    /// nobody is logged in, is sent once. `ticket`: of whoever waits for it; may be null.
     void deliver(const Manager& manager, const APIEndpoint& request,
-                 const std::shared_ptr<OperationConduct>& conduct, OutcomeHandler<Done> first,
+                 const std::shared_ptr<const Ticket>& ticket, OutcomeHandler<Done> first,
                  OutcomeHandler<Done> later);
     /// The service has answered something: a sign that what waits may be tried again. Costs next to
     /// nothing if nothing waits.
@@ -66,11 +68,10 @@ private:
     void beginPassLater(const Manager& manager);
     void pass(const Manager& manager);
     void sendNext(const std::shared_ptr<Pass>& pass);
-    void settle(const std::shared_ptr<Pass>& pass, const Kept& sent, const Outcome<Done>& outcome);
+    void settle(const std::shared_ptr<Pass>& pass, const Outcome<Done>& outcome);
     void endPass(const Pass& pass);
     void tryAgain(const Manager& manager, const Failure& failure);
     void attempt(const Manager& manager, const APIEndpoint& request, OutcomeHandler<Done> done);
-    void tell(Number number, const Kept& about, const Outcome<Done>& outcome);
     void tellOwn(Number number, const Outcome<Done>& outcome);
     void observe(const OutboxEvent& event);
 

@@ -4,27 +4,31 @@
 #include <korvel/network/Outcome.h>
 
 #include <coroutine>
-#include <optional>
+#include <type_traits>
 #include <utility>
 
 namespace korvel {
 
-/// Where the outcome of one operation arrives.
-template <class T> class PendingState final : public PendingCore {
-public:
-    explicit PendingState(std::shared_ptr<OperationConduct> conduct)
-        : PendingCore(std::move(conduct)) {}
-
-    void end(Outcome<T> outcome) {
-        PendingCore::end([&] { outcome_.emplace(std::move(outcome)); });
+/// How what an operation yields is carried: a record as it is, a list in a box, nothing as nothing.
+template <class T> struct PendingValue {
+    static PendingCore::Value boxed(T value) {
+        if constexpr (std::is_empty_v<T>)
+            return nullptr;
+        else
+            return std::make_shared<T>(std::move(value));
     }
-    /// Once, when it is over.
-    Outcome<T> take() { return std::move(*outcome_); }
-
-private:
-    void fail(Failure failure) override { end(Outcome<T>(std::move(failure))); }
-
-    std::optional<Outcome<T>> outcome_;
+    static T unboxed(const PendingCore::Value& box) {
+        if constexpr (std::is_empty_v<T>)
+            return {};
+        else
+            return std::move(*static_cast<T*>(box.get()));
+    }
+};
+template <class Record> struct PendingValue<std::shared_ptr<Record>> {
+    static PendingCore::Value boxed(std::shared_ptr<Record> record) { return record; }
+    static std::shared_ptr<Record> unboxed(const PendingCore::Value& box) {
+        return std::static_pointer_cast<Record>(box);
+    }
 };
 
 /// An operation that was begun, and ends exactly once: with a value, or with a `Failure` when its
@@ -35,14 +39,14 @@ private:
 /// on, heard by nobody. `cancel` ends it.
 template <class T> class [[nodiscard]] Pending {
 public:
-    explicit Pending(std::shared_ptr<PendingState<T>> state) : state_(std::move(state)) {}
+    explicit Pending(std::shared_ptr<PendingCore> state) : state_(std::move(state)) {}
     Pending(Pending&&) noexcept = default;
     Pending& operator=(Pending&&) noexcept = default;
 
     /// Waits. On the thread of the main queue that goes on meanwhile, as in a run loop.
     Outcome<T> get() && {
         state_->wait();
-        return state_->take();
+        return taken(*state_);
     }
     /// The same with an earlier deadline, at which the operation is ended.
     Outcome<T> get(platform::Clock::Duration deadline) && {
@@ -56,7 +60,7 @@ public:
         auto& state = *state_;
         state.afterwards(
             std::move(queue),
-            [state = std::move(state_), handler = std::move(handler)] { handler(state->take()); });
+            [state = std::move(state_), handler = std::move(handler)] { handler(taken(*state)); });
     }
 
     /// A coroutine that awaits this resumes on `queue`; without it, on a background thread.
@@ -78,8 +82,7 @@ public:
     /// where it would have been resumed.
     class Awaiter {
     public:
-        Awaiter(std::shared_ptr<PendingState<T>> state,
-                std::shared_ptr<platform::DispatchQueue> queue)
+        Awaiter(std::shared_ptr<PendingCore> state, std::shared_ptr<platform::DispatchQueue> queue)
             : state_(std::move(state)), queue_(std::move(queue)) {}
         Awaiter(const Awaiter&) = delete;
         Awaiter& operator=(const Awaiter&) = delete;
@@ -97,18 +100,24 @@ public:
         }
         Outcome<T> await_resume() {
             waiting_ = nullptr;
-            return state_->take();
+            return taken(*state_);
         }
 
     private:
-        const std::shared_ptr<PendingState<T>> state_;
+        const std::shared_ptr<PendingCore> state_;
         const std::shared_ptr<platform::DispatchQueue> queue_;
         std::shared_ptr<std::coroutine_handle<>> waiting_;
     };
     Awaiter operator co_await() && { return Awaiter(std::move(state_), std::move(queue_)); }
 
 private:
-    std::shared_ptr<PendingState<T>> state_;
+    static Outcome<T> taken(PendingCore& state) {
+        auto outcome = state.take();
+        if (!outcome) return std::move(outcome.failure());
+        return PendingValue<T>::unboxed(*outcome);
+    }
+
+    std::shared_ptr<PendingCore> state_;
     std::shared_ptr<platform::DispatchQueue> queue_;
 };
 

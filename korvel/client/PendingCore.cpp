@@ -78,19 +78,23 @@ void OperationConduct::finish() {
 // ------------------------------------------------------------------------------------------
 // core
 
-PendingCore::PendingCore(std::shared_ptr<OperationConduct> conduct)
-    : conduct_(std::move(conduct)) {}
+PendingCore::PendingCore(std::shared_ptr<const ClientSurroundings> surroundings)
+    : conduct_(std::make_shared<OperationConduct>(std::move(surroundings))) {}
 
 PendingCore::~PendingCore() = default;
+
+std::shared_ptr<Conduct> PendingCore::conduct() const { return conduct_; }
+
+void PendingCore::keep() { conduct_->keep(); }
 
 bool PendingCore::isOver() const { return over_; }
 
 void PendingCore::cancel() {
-    fail({.reason = Failure::Reason::cancelled, .isKept = conduct_->isKept()});
+    end(Failure{.reason = Failure::Reason::cancelled, .isKept = conduct_->isKept()});
 }
 
 void PendingCore::runOut() {
-    fail({.reason = Failure::Reason::timedOut, .isKept = conduct_->isKept()});
+    end(Failure{.reason = Failure::Reason::timedOut, .isKept = conduct_->isKept()});
 }
 
 void PendingCore::endWithin(Clock::Duration limit) {
@@ -131,7 +135,7 @@ void PendingCore::afterwards(std::shared_ptr<DispatchQueue> queue, Task task) {
     dispatch(queue, std::move(task));
 }
 
-void PendingCore::end(const std::function<void()>& store) {
+void PendingCore::end(Outcome<Value> outcome) {
     const auto self = shared_from_this();  // what is let go of below may be the last to hold it
     std::shared_ptr<DispatchQueue> queue;
     Task task;
@@ -140,7 +144,7 @@ void PendingCore::end(const std::function<void()>& store) {
     {
         const std::lock_guard lock(mutex_);
         if (over_) return;
-        store();
+        outcome_ = std::move(outcome);
         over_ = true;
         queue.swap(queue_);
         task.swap(afterwards_);
@@ -152,6 +156,8 @@ void PendingCore::end(const std::function<void()>& store) {
     if (wakesMain) conduct_->surroundings().mainQueue->async([] {});
     dispatch(queue, std::move(task));
 }
+
+Outcome<PendingCore::Value> PendingCore::take() { return std::move(*outcome_); }
 
 void PendingCore::dispatch(const std::shared_ptr<DispatchQueue>& queue, Task task) {
     if (!task) return;

@@ -1,24 +1,39 @@
 #pragma once
 
-#include <korvel/network/Failure.h>
+#include <korvel/network/Outcome.h>
 #include <korvel/platform/foundation/DispatchQueue.h>
 
 #include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <stop_token>
 
 namespace korvel {
 
+class Conduct;
 class OperationConduct;
+struct ClientSurroundings;
 
-/// What every pending operation has, whatever it yields. Hosts use `Pending`.
-class KORVEL_API PendingCore : public std::enable_shared_from_this<PendingCore> {
+/// Where the outcome of one operation arrives, whatever it yields. Hosts use `Pending`, which knows
+/// what that is: one code for all records keeps the SDK small.
+class KORVEL_API PendingCore final : public std::enable_shared_from_this<PendingCore> {
 public:
     using Task = platform::DispatchQueue::Task;
+    using Value = std::shared_ptr<void>;
 
-    virtual ~PendingCore();
+    explicit PendingCore(std::shared_ptr<const ClientSurroundings> surroundings);
+    ~PendingCore();
+
+    /// With a value as `Pending` expects it, or a failure. Later ends do not count.
+    void end(Outcome<Value> outcome);
+    /// Once, when it is over.
+    Outcome<Value> take();
+
+    std::shared_ptr<Conduct> conduct() const;
+    /// What was asked for is kept, and goes out again, whatever becomes of this operation.
+    void keep();
 
     bool isOver() const;
     void cancel();
@@ -33,13 +48,6 @@ public:
     /// it replaces an earlier one, and an empty one only takes that back.
     void afterwards(std::shared_ptr<platform::DispatchQueue> queue, Task task);
 
-protected:
-    explicit PendingCore(std::shared_ptr<OperationConduct> conduct);
-    /// Ends with `failure`, unless it is over.
-    virtual void fail(Failure failure) = 0;
-    /// `store` runs if this is the end, and keeps the outcome; the rest follows.
-    void end(const std::function<void()>& store);
-
 private:
     static void dispatch(const std::shared_ptr<platform::DispatchQueue>& queue, Task task);
 
@@ -47,6 +55,7 @@ private:
     mutable std::mutex mutex_;
     std::atomic<bool> over_ = false;  ///< set under the lock
     bool waitedForByMain_ = false;
+    std::optional<Outcome<Value>> outcome_;
     std::shared_ptr<platform::DispatchQueue> queue_;
     Task afterwards_;
     using StopCallback = std::stop_callback<std::function<void()>>;

@@ -2,6 +2,7 @@
 #include "support/ChildProcess.h"
 #include "support/RealService.h"
 #include "support/Samples.h"
+#include "support/TemporaryFolder.h"
 
 #include <korvel/KorvelContentSDK.h>
 #include <korvel/client/ContentClient.h>
