@@ -128,7 +128,10 @@ std::string zshOption(const Option& option) {
     std::string text;
     for (const auto& name : option.names) {
         const auto sign = option.value.empty() ? "" : "=";
-        text += (text.empty() ? "" : " ") + quoted(name + sign + '[' + described + ']' + value);
+        if (!text.empty()) text += ' ';
+        auto spelled = name;
+        spelled.append(sign).append("[").append(described).append("]").append(value);
+        text += quoted(std::as_const(spelled));
     }
     return text;
 }

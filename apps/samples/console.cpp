@@ -9,7 +9,7 @@
 using namespace korvel;
 
 static std::string setting(const char* name, const char* otherwise = "") {
-    const char* value = std::getenv(name);
+    const char* value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): nobody sets it
     return value ? value : otherwise;
 }
 

@@ -4,8 +4,8 @@
 #include <korvel/platform/backends/qtquick/ScreenHostQtQuick.h>
 #include <QtGui/QtGui>
 #include <QtQuick/QtQuick>
-
 using namespace korvel;
+using namespace std::literals;
 
 /// Says how the player stands; a click pauses it and plays on.
 struct Controls : QQuickPaintedItem {
@@ -44,7 +44,7 @@ int main(int argc, char** argv) {
         if (!started) return failed(started.failure());  // consent, subscription: see console.cpp
         controls.playback = *started;
         controls.playback->observe(follow);
-        if (argc > 2) QTimer::singleShot(1000 * atoi(argv[2]), [&] { controls.playback->stop(); });
+        if (argc > 2) queue->asyncAfter(atoi(argv[2]) * 1s, [&] { controls.playback->stop(); });
     };
     const ContentClient client(
         std::make_shared<KCSDKConfig>(env("KORVEL_URL"), env("KORVEL_SECRET_KEY"),

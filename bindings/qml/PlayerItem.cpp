@@ -42,8 +42,8 @@ platform::AVLayerVideoGravity gravityOf(PlayerItem::FillMode mode) {
 
 PlayerItem::PlayerItem(QQuickItem* parent) : QQuickItem(parent) {
     connect(&request_, &ServiceRequest::failed, this, [this](const QString& text, int status) {
-        const QPointer self(this);
         const Consent consent(request_.consent());
+        const QPointer self(this);
         if (status == subscriptionRequiredStatus) KorvelContent::instance().lacksMembership();
         Q_EMIT failed(text, status);
         if (self && status == consentRequiredStatus) Q_EMIT consentRequired(consent);

@@ -151,6 +151,7 @@ void Surface::tapPicture() {
     const auto kept = shown_;
     if (covers()) ring_.reset();  // where only the picture is left, it goes without saying
     const auto recognize = [](UIView& view) {
+        // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): who hears may take some away
         const auto recognizers = view.gestureRecognizers();
         for (const auto& recognizer : recognizers) recognizer->recognize();
         return !recognizers.empty();
