@@ -56,7 +56,7 @@ struct ContentService::Running {
           endpoints(options, catalogue, accounts, keys) {
         addArtwork(endpoints, catalogue);
         addStreams(endpoints, options.streams.empty() ? dataFolder() / "streams" : options.streams,
-                   keys);
+                   dataFolder() / "subtitles", keys);
         if (options.tls) tls.emplace();
         if (options.devInterface) addDevInterface(endpoints, service);
         endpoints.prepare();

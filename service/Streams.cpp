@@ -1,4 +1,5 @@
 #include <service/Streams.h>
+#include <service/Subtitles.h>
 
 #include <fstream>
 #include <iterator>
@@ -12,7 +13,8 @@ using httplib::Request;
 using httplib::Response;
 
 /// Playlists name the key server by the host that the client asked: ports differ from run to run.
-void serve(const std::filesystem::path& file, const Request& request, Response& response) {
+void serve(const std::filesystem::path& file, const Request& request, Response& response,
+           const std::filesystem::path& subtitles = {}) {
     std::ifstream stream(file, std::ios::binary);
     if (!stream) return Endpoints::refuse(response, 404, "no such part of a stream");
     std::string content{std::istreambuf_iterator(stream), {}};
@@ -22,12 +24,16 @@ void serve(const std::filesystem::path& file, const Request& request, Response& 
         at != std::string::npos) {
         content.replace(at, placeholder.size(), request.get_header_value("Host"));
     }
+    if (!subtitles.empty()) {
+        content = withSubtitles(std::move(content), subtitles, request.matches[1].str());
+    }
     response.set_content(content, isPlaylist ? "application/vnd.apple.mpegurl" : "video/mp2t");
 }
 
 }  // namespace
 
-void addStreams(Endpoints& endpoints, std::filesystem::path folder, KeyServer& keys) {
+void addStreams(Endpoints& endpoints, const std::filesystem::path& folder,
+                const std::filesystem::path& subtitles, KeyServer& keys) {
     endpoints.Post("/media/keys", [&keys](const Request& request, Response& response) {
         const KeyServer::Reply reply = keys.answer(request.get_header_value("Authorization"),
                                                    request.get_param_value("kid"), request.body);
@@ -36,13 +42,15 @@ void addStreams(Endpoints& endpoints, std::filesystem::path folder, KeyServer& k
     });
     const auto plain = folder / "plain";
     const auto encrypted = folder / "protected";
-    endpoints.Get("/media/[^/]+/index\\.m3u8", [plain](const Request& request, Response& response) {
-        serve(plain / "index.m3u8", request, response);
-    });
-    endpoints.Get("/media/[^/]+/[^/]+\\.ism/manifest.*",
-                  [encrypted](const Request& request, Response& response) {
-                      serve(encrypted / "index.m3u8", request, response);
+    endpoints.Get("/media/([^/]+)/index\\.m3u8",
+                  [plain, subtitles](const Request& request, Response& response) {
+                      serve(plain / "index.m3u8", request, response, subtitles);
                   });
+    endpoints.Get("/media/([^/]+)/[^/]+\\.ism/manifest.*",
+                  [encrypted, subtitles](const Request& request, Response& response) {
+                      serve(encrypted / "index.m3u8", request, response, subtitles);
+                  });
+    addSubtitles(endpoints, subtitles);
     constexpr const char* part = "(\\d+p)/([0-9]+\\.ts|index\\.m3u8)";
     endpoints.Get(
         std::string("/media/[^/]+/") + part, [plain](const Request& request, Response& response) {
