@@ -155,6 +155,9 @@ void PlayerItem::adopt(std::shared_ptr<Playback> playback) {
     });
     applySound();
     if (view()) view()->playerLayer()->setVideoGravity(gravityOf(fillMode_));
+    const QPointer self(this);
+    subtitles_.follow(view());
+    if (!self || !playback_) return;
     if (!hasPlace()) KorvelContent::instance().playerCovers(*this);
     const bool remains = set(fullScreen_, !hasPlace(), &PlayerItem::fullScreenChanged) &&
                          set(playing_, autoPlay_, &PlayerItem::playingChanged) &&
@@ -162,7 +165,6 @@ void PlayerItem::adopt(std::shared_ptr<Playback> playback) {
                          setTime(position_, 0, &PlayerItem::positionChanged) &&
                          setTime(duration_, 0, &PlayerItem::durationChanged) &&
                          tell(&PlayerItem::activeChanged);
-    const QPointer self(this);
     if (remains) Q_EMIT started();
     if (self) updateCondition();
 }
@@ -196,6 +198,8 @@ void PlayerItem::exit(int seconds) {
     listener_->leave();
     ended_ = std::exchange(playback_, nullptr);
     KorvelContent::instance().playerClosed(ended_);
+    subtitles_.follow(nullptr);
+    if (!self) return;
     setRecord(Sending);
     if (!self) return;
     follow(ended_ ? ended_->status().recorded : std::nullopt);

@@ -3,6 +3,7 @@
 #include <bindings/qml/Consent.h>
 #include <bindings/qml/OndemandClass.h>
 #include <bindings/qml/PlayerLook.h>
+#include <bindings/qml/PlayerSubtitles.h>
 #include <bindings/qml/ServiceRequest.h>
 #include <korvel/client/Playback.h>
 
@@ -45,6 +46,7 @@ class PlayerItem : public QQuickItem {
     Q_PROPERTY(FillMode fillMode READ fillMode WRITE setFillMode NOTIFY fillModeChanged)
     /// Colours, pictures and font of the SDK's controls, from the next start on.
     Q_PROPERTY(korvel::qml::PlayerLook* look READ look CONSTANT)
+    Q_PROPERTY(korvel::qml::PlayerSubtitles* subtitles READ subtitles CONSTANT)
 
     /// How the start stands: from the question to the service until the player is shown.
     Q_PROPERTY(korvel::qml::ServiceRequest* request READ request CONSTANT)
@@ -125,6 +127,7 @@ public:
     FillMode fillMode() const { return fillMode_; }
     void setFillMode(FillMode mode);
     PlayerLook* look() { return &look_; }
+    PlayerSubtitles* subtitles() { return &subtitles_; }
     ServiceRequest* request() { return &request_; }
     bool active() const { return playback_ != nullptr; }
     bool playing() const { return playing_; }
@@ -211,6 +214,7 @@ private:
     FillMode fillMode_ = Crop;
     QPointer<QQuickItem> overlay_;
     PlayerLook look_;
+    PlayerSubtitles subtitles_;
     ServiceRequest request_;
     std::shared_ptr<Playback> playback_;
     std::shared_ptr<Playback> ended_;  ///< the last one, until the next start

@@ -32,6 +32,12 @@ struct AVSubtitleCue {
     double width = 1;     ///< the most that its box takes, likewise
     Alignment alignment = Alignment::center;
 
+    /// Without its looks.
+    std::string text() const {
+        std::string text;
+        for (const Run& run : runs) text += run.text;
+        return text;
+    }
     bool operator==(const AVSubtitleCue&) const = default;
 };
 

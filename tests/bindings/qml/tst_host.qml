@@ -171,6 +171,41 @@ Item {
             verify(Math.abs(player.duration - 30) < 0.5)
         }
 
+        function test_7a_SubtitlesAreChosenByTrackOrLanguageAndKept() {
+            const words = player.subtitles
+            compare(words.tracks, [{ name: "Deutsch", language: "de" }, { name: "English", language: "en" }])
+            compare([words.activeTrack, words.byLanguage, words.text], [-1, false, ""])
+            player.pause()
+            player.seek(15)
+            tryVerify(() => Math.abs(player.position - 15) < 0.1)
+            const shot = (visible) => { words.visible = visible; return grabImage(player) }
+            words.activeTrack = 1  // at once, though it stands still
+            tryVerify(() => /last two are hard[^]*♪ slow beat ♪/.test(words.text))
+            compare(words.activeTrack, 1)
+            tryVerify(() => {  // once the picture of that time is there
+                const plain = shot(false)
+                return words.text !== "" && !shot(true).equals(plain) && shot(false).equals(plain)
+            })
+            words.visible = true
+            ignoreWarning(/there is no track 2/)
+            words.activeTrack = 2
+            compare(words.activeTrack, 1)
+            player.start()  // anew
+            compare([words.tracks, words.activeTrack, words.text], [[], -1, ""])
+            tryVerify(() => words.activeTrack === 1 && /^Welcome! Take two light/.test(words.text), 20000)
+            words.byLanguage = true
+            tryCompare(words, "activeTrack", 0)  // of the test's environment
+            words.activeTrack = 1
+            const group = '#EXT-X-MEDIA:TYPE=SUBTITLES,GROUP-ID="g",NAME="Captions",LANGUAGE="en-GB",URI="subtitles/en.m3u8"'
+            service.answer("/media/50102/50102.ism/manifest", 200, ["#EXTM3U", group, '#EXT-X-STREAM-INF:BANDWIDTH=900000,SUBTITLES="g"', "360p/index.m3u8", ""].join("\n"))
+            player.start()
+            tryVerify(() => words.activeTrack === 0 && words.tracks[0].name === "Captions", 20000, "the same language")
+            words.activeTrack = -1
+            compare([words.byLanguage, words.activeTrack, words.text], [false, -1, ""])
+            exits.clear()
+            closings.clear()
+        }
+
         function test_8_CommandsSetWhatTheySay() {
             player.pause()
             player.pause()
@@ -198,7 +233,7 @@ Item {
             compare([exits.count, closings.count], [4, 1])
             compare([player.active, player.condition, player.record], [false, PlayerItem.Ended, PlayerItem.Sending])
             tryCompare(player, "record", PlayerItem.Saved)
-            compare(service.performances, 1)
+            compare(service.performances, 3)
         }
 
         function test_9_APlayerThatGoesIsClosedAndOneThatIsLateDoesNotStart() {
@@ -206,7 +241,7 @@ Item {
             shown.start()
             tryCompare(shown, "active", true)
             shown.destroy()
-            tryCompare(service, "performances", 2)
+            tryCompare(service, "performances", 4)
             player.startFullScreen = true
             player.start()
             tryCompare(player, "fullScreen", true)
@@ -218,7 +253,7 @@ Item {
             open.start()
             tryCompare(open, "active", true)
             service.quit()
-            compare([open.active, service.performances], [false, 4])
+            compare([open.active, service.performances], [false, 6])
 
             service.breakOff("/ondemand/v1/ondemandtracking")
             player.start()

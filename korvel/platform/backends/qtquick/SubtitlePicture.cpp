@@ -124,11 +124,7 @@ SubtitlePicture SubtitlePicture::of(const std::vector<AVSubtitleCue>& cues,
 
 QString textOf(const std::vector<AVSubtitleCue>& cues) {
     QStringList lines;
-    for (const auto& cue : cues) {
-        std::string text;
-        for (const auto& run : cue.runs) text += run.text;
-        lines << QString::fromStdString(text);
-    }
+    for (const auto& cue : cues) lines << QString::fromStdString(cue.text());
     return lines.join(QLatin1Char('\n'));
 }
 
