@@ -80,6 +80,10 @@ void SubtitleLoader::run() {
     while (!attention_->isClosed() && !attention.isClosed()) {
         generation_ = attention_->current();
         const auto position = attention.current();
+        if (std::exchange(position_, position) != position) {
+            misses_ = 0;
+            pause_ = {};
+        }
         const Task task = next();
         switch (task.kind) {
             case Task::Kind::list:
@@ -90,7 +94,7 @@ void SubtitleLoader::run() {
                 break;
             case Task::Kind::segment:
                 // A copy: the list may be replaced meanwhile.
-                loadSegment(Segment(list_->playlist.segments[task.index]), position);
+                loadSegment(Segment(list_->playlist.segments[task.index]));
                 break;
             case Task::Kind::rest:
                 attention.wait(position, task.until, [this] {
@@ -103,10 +107,12 @@ void SubtitleLoader::run() {
 
 SubtitleLoader::Task SubtitleLoader::next() const {
     Task rest;
-    // Until then nobody knows where the stream begins.
-    if (!stage_->target()) return rest;
+    // Until then nobody knows where the stream begins, and the line is the first segment's.
+    if (!stage_->target() || !stage_->hasTracks()) return rest;
     const auto time = now();
-    if (!list_ || (!list_->playlist.isEnded && time >= list_->reload)) {
+    if (time < pause_.until) {
+        restEarlier(rest, pause_.until);
+    } else if (!list_ || (!list_->playlist.isEnded && time >= list_->reload)) {
         for (std::size_t i = 0; i < places_.size(); ++i) {
             if (list_ && i != list_->place) continue;
             if (time >= places_[i].pause.until) return {Task::Kind::list, i};
@@ -120,7 +126,8 @@ SubtitleLoader::Task SubtitleLoader::next() const {
                stage_->timeline().isAnchored(each.second.segment.discontinuity);
     });
     if (canPlace) return {Task::Kind::placing};
-    if (const auto index = list_ ? wanted(rest) : std::nullopt)
+    const bool mayLoad = list_ && time >= pause_.until;
+    if (const auto index = mayLoad ? wanted(rest) : std::nullopt)
         return {Task::Kind::segment, *index};
     return rest;
 }
@@ -129,34 +136,39 @@ void SubtitleLoader::restEarlier(Task& task, Clock::Instant until) const {
     task.until = std::min(task.until.value_or(until), until);
 }
 
-/// First what is said now, then what may still be, then what comes.
+/// First what is said now, then what may still be, then what comes; what failed comes last.
 std::optional<std::size_t> SubtitleLoader::wanted(Task& rest) const {
     const auto& all = list_->playlist.segments;
     const Time position = stage_->position();
     const auto time = now();
-    const auto isMissing = [&](const Segment& each) {
-        if (each.isGap || loaded_.contains(each.number)) return false;
-        const auto pause = pauses_.find(each.number);
-        if (pause == pauses_.end() || time >= pause->second.until) return true;
-        restEarlier(rest, pause->second.until);
-        return false;
-    };
     const auto here = std::partition_point(
         all.begin(), all.end(), [&](const auto& each) { return each.end() <= position; });
-    const auto indexOf = [&](auto each) { return static_cast<std::size_t>(each - all.begin()); };
-    if (here != all.end() && here->start < position + storeAhead && isMissing(*here))
-        return indexOf(here);
-    if (weight_ > enoughWeight) return std::nullopt;
+    std::optional<std::size_t> first;
+    std::optional<std::size_t> retry;
+    const auto look = [&](auto each) {
+        const auto index = static_cast<std::size_t>(each - all.begin());
+        if (first || each->isGap || loaded_.contains(keyOf(*each))) return;
+        const auto pause = pauses_.find(keyOf(*each));
+        if (pause == pauses_.end()) {
+            first = index;
+        } else if (time < pause->second.until) {
+            restEarlier(rest, pause->second.until);
+        } else if (!retry) {
+            retry = index;
+        }
+    };
+    if (here != all.end() && here->start < position + storeAhead) look(here);
+    if (weight_ > enoughWeight) return first ? first : retry;
     for (auto each = here; each != all.begin() && here - each < mostSegments;) {
         --each;
         if (each->end() < position - storeBack) break;
-        if (isMissing(*each)) return indexOf(each);
+        look(each);
     }
     for (auto each = here; each != all.end() && each - here < mostSegments; ++each) {
         if (each->start >= position + storeAhead) break;
-        if (isMissing(*each)) return indexOf(each);
+        look(each);
     }
-    return std::nullopt;
+    return first ? first : retry;
 }
 
 // MARK: playlists
@@ -196,7 +208,6 @@ void SubtitleLoader::adopt(std::size_t place, const URL& address, MediaPlaylist 
     }
     const bool hasChanged = !list_ || last(list_->playlist) != last(fresh);
     const auto reload = now() + (hasChanged ? fresh.targetDuration : fresh.targetDuration / 2);
-    places_[place].pause = {};
     list_ = List{place, address, std::move(fresh), reload};
 }
 
@@ -204,11 +215,13 @@ void SubtitleLoader::adopt(std::size_t place, const URL& address, MediaPlaylist 
 void SubtitleLoader::listFailed(std::size_t place, const FetchResult& result) {
     statistics_->failed(result, result.error);
     places_[place].pause.failed(now());
-    if (!list_ || !hasOther(place)) return;
+    if (list_ && hasOther(place)) leave();
+}
+
+/// For another place. What was loaded counts on: it is the same there.
+void SubtitleLoader::leave() {
     list_.reset();
-    loaded_.clear();
-    pauses_.clear();
-    weight_ = 0;
+    misses_ = 0;
 }
 
 // MARK: cues
@@ -218,7 +231,9 @@ void SubtitleLoader::take(const Segment& segment, WebVTT file) {
     const auto first = std::find_if(all.begin(), all.end(), [&](const Segment& each) {
         return each.discontinuity == segment.discontinuity;
     });
-    pauses_.erase(segment.number);
+    pauses_.erase(keyOf(segment));
+    places_[list_->place].pause = pause_ = {};
+    misses_ = 0;
     const auto weight = weightOf(file);
     const Time position = stage_->position();
     const bool isHere = segment.start <= position && position < segment.end();
@@ -227,7 +242,7 @@ void SubtitleLoader::take(const Segment& segment, WebVTT file) {
         weight_ = 0;
     }
     weight_ += weight;
-    loaded_[segment.number] = {.segment = segment,
+    loaded_[keyOf(segment)] = {.segment = segment,
                                .began = first == all.end() ? segment.start : first->start,
                                .file = std::move(file),
                                .weight = weight};
@@ -235,7 +250,7 @@ void SubtitleLoader::take(const Segment& segment, WebVTT file) {
 }
 
 void SubtitleLoader::placeAll() {
-    for (auto& [number, each] : loaded_) {
+    for (auto& [key, each] : loaded_) {
         if (each.isPlaced || !stage_->timeline().isAnchored(each.segment.discontinuity)) continue;
         placeCues(each.file, each.segment, each.began, stage_->timeline());
         each.isPlaced = true;
@@ -258,7 +273,7 @@ void SubtitleLoader::forgetFar() {
 
 void SubtitleLoader::publish() {
     std::vector<AVSubtitleCue> cues;
-    for (const auto& [number, each] : loaded_) {
+    for (const auto& [key, each] : loaded_) {
         if (each.isPlaced) cues.insert(cues.end(), each.file.cues.begin(), each.file.cues.end());
     }
     CueTrack track(std::move(cues));

@@ -63,6 +63,7 @@ private:
         bool isPlaced = false;
         std::size_t weight = 0;  ///< bytes of memory, about
     };
+    using Key = std::pair<std::size_t, std::int64_t>;  ///< place and number of a segment
     struct Task {
         enum class Kind { rest, list, placing, segment };
         Kind kind = Kind::rest;
@@ -77,7 +78,8 @@ private:
 
     void loadList(std::size_t place);
     void adopt(std::size_t place, const URL& address, MediaPlaylist fresh);
-    void loadSegment(const Segment& segment, Stage::Generation position);
+    void leave();
+    void loadSegment(const Segment& segment);
     FetchResult fetch(const Segment& segment, Data& body);
     void take(const Segment& segment, WebVTT file);
     void listFailed(std::size_t place, const FetchResult& result);
@@ -92,6 +94,7 @@ private:
     void forgetFar();
     void publish();
 
+    Key keyOf(const Segment& segment) const { return {list_->place, segment.number}; }
     Clock::Instant now() const { return stage_->attention().clock().now(); }
 
     const std::shared_ptr<Stage> stage_;
@@ -102,11 +105,14 @@ private:
 
     // The thread's own.
     Attention::Generation generation_ = 0;
+    Stage::Generation position_ = 0;  ///< that of the stage, for which something is loaded
     std::vector<Place> places_;
     std::optional<List> list_;
-    std::map<std::int64_t, Loaded> loaded_;  ///< by number
-    std::map<std::int64_t, Pause> pauses_;   ///< of segments, likewise
-    std::size_t weight_ = 0;                 ///< of what is loaded
+    std::map<Key, Loaded> loaded_;
+    std::map<Key, Pause> pauses_;  ///< of segments
+    std::size_t weight_ = 0;       ///< of what is loaded
+    int misses_ = 0;               ///< segments in a row that were not to be had
+    Pause pause_;                  ///< of all loading, after many of them
 
     mutable std::mutex mutex_;
     CueTrack track_;

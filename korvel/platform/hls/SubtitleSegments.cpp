@@ -19,15 +19,15 @@ FetchResult& failed(FetchResult& result, AVError code, std::string reason) {
 
 }  // namespace
 
-/// `position`: of which it is wanted. Who seeks sees what is on its way, or it is seen here.
-void SubtitleLoader::loadSegment(const Segment& segment, Stage::Generation position) {
+void SubtitleLoader::loadSegment(const Segment& segment) {
     {
         const std::lock_guard lock(mutex_);
         loading_ = {segment.start, segment.end()};
     }
     Data body;
     FetchResult result{.end = FetchResult::End::stale, .address = list_->address};
-    if (!stage_->attention().isStale(position)) result = fetch(segment, body);
+    // Who seeks has seen what is on its way, or is seen here.
+    if (!stage_->attention().isStale(position_)) result = fetch(segment, body);
     {
         const std::lock_guard lock(mutex_);
         loading_.reset();
@@ -74,10 +74,16 @@ FetchResult SubtitleLoader::fetch(const Segment& segment, Data& body) {
 }
 
 void SubtitleLoader::segmentFailed(const Segment& segment, const FetchResult& result) {
-    const auto place = list_->place;
-    if (hasOther(place)) return listFailed(place, result);
+    constexpr int mostMisses = 3;
     statistics_->failed(result, result.error);
-    pauses_[segment.number].failed(now());
+    Pause& pause = pauses_[keyOf(segment)];
+    pause.failed(now());
+    if (pause.failures == 1) ++misses_;
+    if (misses_ < mostMisses) return;
+    const auto place = list_->place;
+    if (!hasOther(place)) return pause_.failed(now());
+    places_[place].pause.failed(now());
+    leave();
 }
 
 // MARK: keys

@@ -313,7 +313,7 @@ TEST_F(SubtitleTest, NoFailureOfTheirsTouchesTheStreamAndAllAreTriedAgain) {
     languages = {"de"};
     open("https://h/m.m3u8");
     select(Mode::byLanguage);  // before anybody knows what there is
-    ASSERT_TRUE(says(6));
+    ASSERT_TRUE(says(6)) << "what is bad does not keep from what is good";
     EXPECT_EQ(said(8500ms), "") << "nothing is said there";
     ASSERT_TRUE(until([&] { return presentation->errorLog().size() >= 6; }));
     EXPECT_EQ(presentation->errorLog()[0].URI, "https://h/s/list.m3u8") << "the other group's then";
