@@ -74,6 +74,7 @@ DirectionalFocus {
                         anchors.fill: parent
                         ondemandClass: page.ondemandClass
                         overlay: page.ownControls ? own : null
+                        subtitles.inset: own.covered
                         look.themeColor: Theme.accent
                         look.titleColor: Theme.text
                         look.playImage: "qrc:/qt-project.org/imports/Showcase/pictures/play@3x.png"
@@ -154,6 +155,15 @@ DirectionalFocus {
                         current: page.ownControls ? 1 : 0
                         enabled: !player.active && !player.request.busy
                         onChosen: (index) => page.ownControls = index === 1
+                    }
+                    FilterChip {
+                        objectName: "subtitles"
+                        visible: player.subtitles.tracks.length > 0 && player.overlay !== own
+                        label: qsTr("Subtitles")
+                        anyText: qsTr("Off")
+                        choices: player.subtitles.tracks.map((track, index) => ({ text: track.name || track.language, value: String(index) }))
+                        value: player.subtitles.activeTrack < 0 ? "" : String(player.subtitles.activeTrack)
+                        onChosen: (value) => player.subtitles.activeTrack = value === "" ? -1 : Number(value)
                     }
                 }
                 Label {

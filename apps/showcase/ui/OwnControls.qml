@@ -11,8 +11,10 @@ DirectionalFocus {
     property string title
     property bool helps: false
     property bool awake: false  // somebody did something lately
-    readonly property bool shown: awake || !player.playing || slider.pressed || helps
-    readonly property bool roomy: width > Theme.px(520)
+    readonly property bool shown: awake || !player.playing || slider.pressed || helps || choice.open
+    readonly property bool subtitled: player.subtitles.tracks.length > 0
+    readonly property bool roomy: width > Theme.px(subtitled ? 580 : 520)
+    readonly property real covered: shown ? height - slider.y : 0  // at the bottom
     readonly property int inset: player.fullScreen ? Math.max(Theme.radius, Theme.safeX) : Theme.radius
     readonly property int rim: player.fullScreen ? Math.max(Theme.radius, Theme.safeY) : Theme.radius
     function wake() {
@@ -49,9 +51,14 @@ DirectionalFocus {
         case Qt.Key_F: flipFullScreen(); break
         case Qt.Key_Plus: turn(0.1); break
         case Qt.Key_Minus: turn(-0.1); break
+        case Qt.Key_C:
+            if (!subtitled) return
+            choice.open ? choice.leave() : choice.show()
+            break
         case Qt.Key_Question: case Qt.Key_H: case Qt.Key_F1: helps = !helps; break
         case Qt.Key_Escape: case Qt.Key_Back:
-            if (helps) helps = false
+            if (choice.open) choice.leave()
+            else if (helps) helps = false
             else if (player.fullScreen) player.exitFullScreen()
             else return
             break
@@ -253,7 +260,17 @@ DirectionalFocus {
             anchors { right: parent.right; bottom: parent.bottom; rightMargin: controls.inset; bottomMargin: controls.rim }
             spacing: Theme.tiny
             AppButton {
+                id: subtitles
+                objectName: "ownSubtitles"
+                visible: controls.subtitled
+                kind: controls.player.subtitles.activeTrack < 0 ? AppButton.Quiet : AppButton.Secondary
+                glyph: "subtitles"
+                means: qsTr("Subtitles")
+                onClicked: choice.open ? choice.leave() : choice.show()
+            }
+            AppButton {
                 objectName: "ownHelp"
+                visible: controls.roomy || !controls.subtitled
                 kind: AppButton.Quiet
                 glyph: "help"
                 means: qsTr("Keys")
@@ -267,6 +284,16 @@ DirectionalFocus {
                 means: controls.player.fullScreen ? qsTr("Leave full screen") : qsTr("Full screen")
                 onClicked: controls.flipFullScreen()
             }
+        }
+    }
+    SubtitleChoice {
+        id: choice
+        objectName: "ownSubtitleChoice"
+        anchors { right: parent.right; bottom: parent.bottom; rightMargin: controls.inset; bottomMargin: Math.min(controls.height - slider.y, controls.height - height) }
+        subtitles: controls.player.subtitles
+        onClosed: {
+            controls.wake()
+            subtitles.visible ? subtitles.forceActiveFocus(Qt.TabFocusReason) : toggle.forceActiveFocus(Qt.TabFocusReason)
         }
     }
     Rectangle {
@@ -286,7 +313,7 @@ DirectionalFocus {
             rowSpacing: Theme.tiny
             Repeater {
                 model: [qsTr("Space, K"), qsTr("play, pause"), qsTr("J, L"), qsTr("ten seconds back, forward"), qsTr("+, −, M"), qsTr("volume, mute"),
-                        qsTr("F"), qsTr("full screen"), qsTr("Arrows, OK"), qsTr("go to a control, press it"), qsTr("Escape, Back"), qsTr("back"), qsTr("?"), qsTr("these keys")]
+                        qsTr("F"), qsTr("full screen")].concat(controls.subtitled ? [qsTr("C"), qsTr("subtitles")] : [], [qsTr("Arrows, OK"), qsTr("go to a control, press it"), qsTr("Escape, Back"), qsTr("back"), qsTr("?"), qsTr("these keys")])
                 Label {
                     required property string modelData
                     required property int index

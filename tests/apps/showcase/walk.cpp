@@ -347,6 +347,7 @@ private:
         driver_.waitUntil("ten seconds on", [&] { return position() > before + 9; });
         driver_.choose("ownMute");
         expect(player().property("muted").toBool(), "no sound");
+        chooseSubtitles();
         driver_.choose("ownHelp");
         shoot("own-controls");
         back();
@@ -355,6 +356,24 @@ private:
         driver_.waitUntil("the class's page",
                           [&] { return !player().property("fullScreen").toBool(); });
         shoot("left-full-screen");
+    }
+
+    void chooseSubtitles() {
+        const auto* const words = player().property("subtitles").value<QObject*>();
+        driver_.choose("ownSubtitles");
+        expect(name() == "subtitles-0", "a choice begins with what holds");
+        press(Qt::Key_Up);
+        press(Qt::Key_Right);
+        expect(name() == "subtitles-0", "arrows stay in a choice");
+        shoot("subtitle-choice");
+        driver_.choose("subtitles-2");
+        expect(name() == "ownSubtitles" && words->property("activeTrack") == 1, "English it is");
+        driver_.waitUntil("words", [&] { return !words->property("text").toString().isEmpty(); });
+        shoot("subtitles");
+        driver_.choose("ownSubtitles");
+        expect(name() == "subtitles-2", "and stays");
+        back();
+        expect(name() == "ownSubtitles", "Back leads out of a choice");
     }
 
     void home() {
