@@ -100,6 +100,8 @@ void ClassSession::start() {
     const bool plays = !arguments_.paused && !arguments_.seek;
     options.look = [plays](auto& builder) { builder.setAutoPlay(plays); };
     options.listener = watch_;
+    if (arguments_.subtitles == "auto")
+        options.subtitles.mode = korvel::platform::AVSubtitleSelection::Mode::byLanguage;
     options.stallLimit = options.keyDeadline = host_.patience();
     if (!arguments_.fullScreen) {
         options.in = korvel::platform::make<UIView>(window_->bounds());
@@ -107,7 +109,12 @@ void ClassSession::start() {
     }
     playback_ = host_.value(host_.client().play(record, std::move(options)),
                             "the service has no class '" + tag + "' to play");
-    watch_->player = playback_->events()->playerVC->viewVideo->player();
+    const auto player = playback_->events()->playerVC->viewVideo->player();
+    watch_->player = player;
+    if (!arguments_.subtitles.empty()) {
+        subtitles_ =
+            Subtitles::follow(*player->currentItem(), arguments_.subtitles, host_.messages());
+    }
     if (arguments_.seek) playback_->events()->seekTo(*arguments_.seek);
 }
 

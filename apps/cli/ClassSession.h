@@ -3,6 +3,7 @@
 #include "Failure.h"
 #include "Host.h"
 #include "Keyboard.h"
+#include "Subtitles.h"
 
 #include <korvel/platform/uikit/UIWindow.h>
 
@@ -22,6 +23,7 @@ struct PlayArguments {
     bool paused = false;
     bool mute = false;
     bool timings = false;
+    std::string subtitles{};  ///< their language, "auto" for the user's; empty: none
     bool lacksSound = false;  ///< though it was asked for
 };
 
@@ -59,6 +61,7 @@ private:
     std::shared_ptr<korvel::platform::UIWindow> window_;
     std::shared_ptr<Watch> watch_;
     std::shared_ptr<korvel::Playback> playback_;
+    std::shared_ptr<Subtitles> subtitles_;
     std::optional<Keyboard> keyboard_;
     std::optional<Failure> failure_;
     bool stopped_ = false;  ///< by a key

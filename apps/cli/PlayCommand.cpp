@@ -65,12 +65,17 @@ void addPlayCommand(CLI::App& app, Command& chosen, Options& options) {
     command->add_flag("--full-screen", arguments->fullScreen, "Play full screen, not embedded");
     command->add_flag("--no-autoplay", arguments->paused, "Begin paused");
     command->add_flag("--mute", arguments->mute, "No sound");
+    command
+        ->add_option("--subtitles", arguments->subtitles,
+                     "Tell what the subtitles in this language say; auto: in that of the user")
+        ->type_name("LANGUAGE");
     command->add_flag("--timings", arguments->timings,
                       "Show on standard error how long each step of the start took");
     setExamples(command,
                 "play 50102 --user anna\n"
                 "play 50102 --seek 12 --no-autoplay --for 0 --frame second12.png\n"
-                "play 50102 --for 0 --timings");
+                "play 50102 --for 0 --timings\n"
+                "play 50102 --subtitles de");
     command->callback([=, &chosen, &options] {
         options.install = [arguments, &options](Device device, const DeviceOptions& parts) {
             return installPlayer(std::move(device), parts, *arguments, options.verbose);

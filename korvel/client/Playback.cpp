@@ -50,7 +50,10 @@ Reason reasonOf(const NSError& error) {
 // watch
 
 Playback::Watch::Watch(const platform::Device& device, const PlayOptions& options)
-    : device_(device), stallLimit_(options.stallLimit), keyDeadline_(options.keyDeadline) {
+    : device_(device),
+      stallLimit_(options.stallLimit),
+      keyDeadline_(options.keyDeadline),
+      subtitles_(options.subtitles) {
     timeline_.asked = device_.clock->now();
 }
 
@@ -82,6 +85,9 @@ void Playback::Watch::followSteps(const KCSDKPlayerView& view, const AVPlayerIte
 
 void Playback::Watch::follow(const std::shared_ptr<KCSDKPlayerView>& view) {
     view_ = view;
+    const auto item = view->player() ? view->player()->currentItem() : nullptr;
+    if (item && subtitles_.mode != platform::AVSubtitleSelection::Mode::none)
+        item->selectSubtitles(subtitles_);
     view->closePlayerCallback = [self = shared_from_this(),
                                  close = view->closePlayerCallback](std::int64_t seconds) {
         if (self->closed(seconds)) close(seconds);

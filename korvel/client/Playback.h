@@ -1,6 +1,7 @@
 #pragma once
 
 #include <korvel/network/Outcome.h>
+#include <korvel/platform/avfoundation/AVSubtitleCue.h>
 #include <korvel/platform/foundation/Clock.h>
 
 #include <cstdint>
@@ -29,6 +30,8 @@ struct PlayOptions {
     /// them, and opens connections to where the client's last class came from: a protected class
     /// starts sooner, at the price of a token and of connections that another may not need.
     bool prefetch = false;
+    /// From the start on; later the player's item changes it and tells what they say.
+    platform::AVSubtitleSelection subtitles = {};
     /// A stream that brings nothing for so long, at the start or while it is to play, has failed.
     platform::Clock::Duration stallLimit = std::chrono::seconds(30);
     /// The same for a content key that was asked for.

@@ -50,6 +50,7 @@ private:
     const platform::Device device_;
     const platform::Clock::Duration stallLimit_;
     const platform::Clock::Duration keyDeadline_;
+    const platform::AVSubtitleSelection subtitles_;
     std::weak_ptr<KCSDKPlayerView> view_;
     std::shared_ptr<platform::Timer> timer_;
     std::optional<platform::Clock::Instant> waitsSince_;

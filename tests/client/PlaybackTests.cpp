@@ -219,7 +219,9 @@ TEST_F(PlaybackTest, AKeyWhoseTokenIsRefusedEndsAtOnce) {
 TEST_F(PlaybackTest, PrefetchAsksForTheTokenWithTheClassAndTheTimelineSaysWhen) {
     using Step = platform::MediaStep;
     const auto began = fake.clock->now();
-    ask({.prefetch = true});
+    const platform::AVSubtitleSelection subtitles{platform::AVSubtitleSelection::Mode::byLanguage,
+                                                  {}};
+    ask({.prefetch = true, .subtitles = subtitles});
     ASSERT_EQ(fake.session->requests.size(), 2u) << "the class and the token";
     pass(40ms);
     fake.session->answer(200,
@@ -227,6 +229,7 @@ TEST_F(PlaybackTest, PrefetchAsksForTheTokenWithTheClassAndTheTimelineSaysWhen) 
     run();
     fake.session->answer(200, R"({"token":"t"})");
     EXPECT_TRUE(stream().keys->preloadsEligibleContentKeys());
+    EXPECT_EQ(stream().subtitleSelection, subtitles);
     for (const auto step : {Step::playlist, Step::keyAsked}) {
         pass(40ms);
         stream().events->took(step);

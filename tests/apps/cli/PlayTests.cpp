@@ -49,9 +49,15 @@ TEST_F(Play, ResultIsTheRecordThatTheServiceGotAndThePictureIsTheOneSought) {
     EXPECT_EQ(recorded(0)["contentID"], "50102");
     EXPECT_EQ(json::parse(ended.output), recorded(0));
 
+    const auto read = run({"play", "50102", "--mute", "--subtitles", "de", "--for", "2"});
+    EXPECT_NE(read.errors.find("\n0:00 “Willkommen! Nimm zwei leichte Kurzhanteln, die"),
+              std::string::npos)
+        << read.errors;
+    const auto other = run({"play", "50102", "--mute", "--subtitles", "fr", "--for", "0"});
+    EXPECT_NE(other.errors.find("the class has them in "), std::string::npos) << other.errors;
     const auto played = run({"play", "50101", "--mute", "--full-screen", "--for", "2"});
     EXPECT_EQ(played.code, 0) << played.errors;
-    EXPECT_EQ(recorded(1)["actualDurationSecond"], 2);
+    EXPECT_EQ(recorded(3)["actualDurationSecond"], 2);
     EXPECT_NE(played.output.find("Performed  2 s\n"), std::string::npos) << played.output;
     EXPECT_NE(played.errors.find(" of 0:30, performed 1 s\n"), std::string::npos);
 
@@ -61,7 +67,7 @@ TEST_F(Play, ResultIsTheRecordThatTheServiceGotAndThePictureIsTheOneSought) {
     const auto nowhere = run({"play", "50102", "--mute", "--frame", "/nowhere/x.png"});
     EXPECT_EQ(nowhere.code, 2);
     EXPECT_NE(nowhere.errors.find("there is no folder /nowhere"), std::string::npos);
-    EXPECT_TRUE(recorded(2).is_null()) << "refused before it played";
+    EXPECT_TRUE(recorded(4).is_null()) << "refused before it played";
 }
 
 TEST_F(Play, ReasonsWhyAClassDoesNotPlayHaveTheirExitCode) {

@@ -282,12 +282,13 @@ TEST_F(SubtitleTest, AreLoadedAroundThePositionWhileTheyAreSelected) {
     presentation->seek(59s);
     ASSERT_TRUE(says(29)) << "what is held and not wanted holds nothing up";
     EXPECT_EQ(asked("s/0"), 1u) << "nothing is asked for twice";
+    ASSERT_TRUE(until([&] { return asked("s/27") == 2; })) << "its words may go on until there";
 
     const auto before = std::chrono::steady_clock::now();
     select(Mode::none);
     EXPECT_EQ(told(presentation->cues(0s)), "");
     select(Mode::byLanguage);
-    ASSERT_TRUE(until([&] { return asked("s/27") == 3; })) << "in words that may go on";
+    ASSERT_TRUE(until([&] { return asked("s/27") == 3; }));
     presentation->close();
     EXPECT_LT(std::chrono::steady_clock::now() - before, 5s);
     EXPECT_EQ(reason(), "none");
