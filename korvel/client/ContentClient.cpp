@@ -137,7 +137,7 @@ void startPlaying(const std::shared_ptr<KCSDKOndemandClass>& ondemandClass,
     direction.done = [watch, ticket](const Outcome<std::shared_ptr<KCSDKPlayerEvents>>& started) {
         if (!started) return ticket->failed(Failure(started.failure()));
         watch->follow((*started)->playerVC->viewVideo);
-        ticket->answered(std::make_shared<Playback>(Device::current(), watch, *started));
+        ticket->answered(std::make_shared<Playback>(Device::current().mainQueue, watch, *started));
     };
     direction.record = [manager, outbox, watch](const KCSDKOndemandClass& performed,
                                                 std::int64_t seconds) {

@@ -50,16 +50,17 @@ Reason reasonOf(const NSError& error) {
 // watch
 
 Playback::Watch::Watch(const platform::Device& device, const PlayOptions& options)
-    : device_(device),
+    : clock_(device.clock),
+      mainQueue_(device.mainQueue),
       stallLimit_(options.stallLimit),
       keyDeadline_(options.keyDeadline),
       subtitles_(options.subtitles) {
-    timeline_.asked = device_.clock->now();
+    timeline_.asked = clock_->now();
 }
 
 void Playback::Watch::performed() {
     const std::lock_guard lock(mutex_);
-    timeline_.performed = device_.clock->now();
+    timeline_.performed = clock_->now();
 }
 
 Playback::Timeline Playback::Watch::timeline() const {
@@ -92,10 +93,9 @@ void Playback::Watch::follow(const std::shared_ptr<KCSDKPlayerView>& view) {
                                  close = view->closePlayerCallback](std::int64_t seconds) {
         if (self->closed(seconds)) close(seconds);
     };
-    timer_ = platform::Timer::scheduled(*device_.mainQueue, lookInterval, true,
-                                        [weak = weak_from_this()] {
-                                            if (const auto self = weak.lock()) self->look();
-                                        });
+    timer_ = platform::Timer::scheduled(*mainQueue_, lookInterval, true, [weak = weak_from_this()] {
+        if (const auto self = weak.lock()) self->look();
+    });
     look();
 }
 
@@ -135,7 +135,7 @@ void Playback::Watch::look() {
     const auto item = player->currentItem();
     followSteps(*view, *item);
     if (item->status() == AVPlayerItem::Status::failed) return fail(failureOf(*view, *item));
-    const auto now = device_.clock->now();
+    const auto now = clock_->now();
     const auto state = judge(*view, now);
     if (auto failure = overdue(*view, now)) return fail(std::move(*failure));
     {
@@ -221,8 +221,8 @@ void Playback::Watch::recorded(Outcome<Done> outcome, const std::optional<platfo
         auto record = platform::decodeJSON<KCSDKOndemandResultRequest>(*sent);
         if (record) performance = std::make_shared<KCSDKOndemandResultRequest>(*std::move(record));
     }
-    device_.mainQueue->async([self = shared_from_this(), outcome = std::move(outcome),
-                              performance = std::move(performance)] {
+    mainQueue_->async([self = shared_from_this(), outcome = std::move(outcome),
+                       performance = std::move(performance)] {
         self->change([&](Status& status) {
             status.recorded = outcome;
             status.performance = performance;
@@ -253,19 +253,17 @@ void Playback::Watch::stop() {
 // ------------------------------------------------------------------------------------------
 // handle
 
-Playback::Playback(const platform::Device& device, std::shared_ptr<Watch> watch,
+Playback::Playback(std::shared_ptr<platform::MainQueue> mainQueue, std::shared_ptr<Watch> watch,
                    std::shared_ptr<KCSDKPlayerEvents> events)
-    : device_(std::make_unique<const platform::Device>(device)),
-      watch_(std::move(watch)),
-      events_(std::move(events)) {}
+    : mainQueue_(std::move(mainQueue)), watch_(std::move(watch)), events_(std::move(events)) {}
 
 Playback::~Playback() {
     // Views are let go of on the main queue, whichever thread lets go of this.
-    device_->mainQueue->async([watch = std::move(watch_), events = std::move(events_)] {});
+    mainQueue_->async([watch = std::move(watch_), events = std::move(events_)] {});
 }
 
 void Playback::onMainQueue(std::function<void(Watch&)> action) const {
-    device_->mainQueue->async([watch = watch_, action = std::move(action)] { action(*watch); });
+    mainQueue_->async([watch = watch_, action = std::move(action)] { action(*watch); });
 }
 
 Playback::Status Playback::status() const { return watch_->status(); }

@@ -12,8 +12,8 @@
 namespace korvel {
 
 namespace platform {
+class MainQueue;
 class UIView;
-struct Device;
 }  // namespace platform
 
 struct KCSDKOndemandResultRequest;
@@ -104,13 +104,13 @@ public:
     const std::shared_ptr<KCSDKPlayerEvents>& events() const { return events_; }
 
     class Watch;  ///< internal
-    Playback(const platform::Device& device, std::shared_ptr<Watch> watch,
+    Playback(std::shared_ptr<platform::MainQueue> mainQueue, std::shared_ptr<Watch> watch,
              std::shared_ptr<KCSDKPlayerEvents> events);
 
 private:
     void onMainQueue(std::function<void(Watch&)> action) const;
 
-    const std::unique_ptr<const platform::Device> device_;
+    const std::shared_ptr<platform::MainQueue> mainQueue_;
     std::shared_ptr<Watch> watch_;
     std::shared_ptr<KCSDKPlayerEvents> events_;
 };

@@ -47,7 +47,8 @@ private:
     void fail(Failure failure);
     void change(const std::function<void(Status&)>& change);
 
-    const platform::Device device_;
+    const std::shared_ptr<platform::Clock> clock_;
+    const std::shared_ptr<platform::MainQueue> mainQueue_;
     const platform::Clock::Duration stallLimit_;
     const platform::Clock::Duration keyDeadline_;
     const platform::AVSubtitleSelection subtitles_;

@@ -49,7 +49,7 @@ std::optional<Frame> mpegFrame(Bytes head) {
     const unsigned rate = rates.at(place) >> (version == 3 ? 0U : version == 2 ? 1U : 2U);
     const unsigned padding = (head[2] >> 1U) & 1U;
     const unsigned speed = kilobits.at(table).at(bits) * 1000;
-    if (layer == 1) return Frame{(12 * speed / rate + padding) * 4, 384, rate};
+    if (layer == 1) return Frame{std::size_t{4} * (12 * speed / rate + padding), 384, rate};
     const unsigned samples = layer == 3 && version != 3 ? 576 : 1152;
     return Frame{samples / 8 * speed / rate + padding, samples, rate};
 }

@@ -17,7 +17,7 @@ SegmentReading::SegmentReading(Stage& stage, Feeding& feeding, const Segment& se
       feeding_(feeding),
       segment_(segment),
       initialization_(initialization),
-      options_(std::move(options)) {}
+      options_(options) {}
 
 SegmentReading::State SegmentReading::push(ContainerReader::Bytes bytes) {
     if (state_ != State::reading) return state_;

@@ -270,6 +270,8 @@ bool JSONCoding::parse(Data body, Reader reader, void* into, DecodingError& fail
         return false;
     }
     failure = {};
+    // The document has its texts apart. The record's go where these bytes were, still warm.
+    Data().swap(body);
     return reader(valueOf(root), into, failure);
 }
 
