@@ -217,7 +217,7 @@ inline Data encrypted(const Data& plain, const Data& key, const Data& vector) {
     EVP_EncryptUpdate(context, coded.data(), &size, plain.data(), static_cast<int>(plain.size()));
     EVP_EncryptFinal_ex(context, coded.data() + size, &last);
     EVP_CIPHER_CTX_free(context);
-    coded.resize(static_cast<std::size_t>(size + last));
+    coded.resize(static_cast<std::size_t>(size) + static_cast<std::size_t>(last));
     return coded;
 }
 

@@ -103,7 +103,9 @@ TEST(WebVTTTest, WhateverIsSentIsReadInBoundedTimeAndMemory) {
     for (int i = 0; i < 10'000; ++i) styles += "<b>a</b>c";
     for (const std::string& endless : {std::string(3'000'000, '<'), std::string(3'000'000, '&'),
                                        std::string(3'000'000, ':'), styles}) {
-        const auto read = readWebVTT("WEBVTT\n\n00:00.0 --> 00:01.0 " + endless + "\n" + endless);
+        std::string text = "WEBVTT\n\n00:00.0 --> 00:01.0 ";
+        text.append(endless).append("\n").append(endless);
+        const auto read = readWebVTT(text);
         ASSERT_TRUE(read);
         EXPECT_LE(read->cues.empty() ? 0 : read->cues[0].runs.size(), 16u);
     }
@@ -306,9 +308,9 @@ TEST_F(SubtitleTest, NoFailureOfTheirsTouchesTheStreamAndAllAreTriedAgain) {
         {"4", {.body = {}}},
         {"5", {.redirect = "http://h/t/5"}}};
     std::map<std::string, FakeServer::Answer> good;
-    for (const auto& [name, answer] : rows) {
-        server->change("https://h/t/" + std::string(name),
-                       [&](auto& each) { good[name] = std::exchange(each, answer); });
+    for (const auto& row : rows) {
+        server->change("https://h/t/" + std::string(row.first),
+                       [&](auto& each) { good[row.first] = std::exchange(each, row.second); });
     }
     putMaster("#EXT-X-START:TIME-OFFSET=0\n");
     languages = {"de"};
@@ -319,8 +321,8 @@ TEST_F(SubtitleTest, NoFailureOfTheirsTouchesTheStreamAndAllAreTriedAgain) {
     ASSERT_TRUE(until([&] { return presentation->errorLog().size() >= 6; }));
     EXPECT_EQ(presentation->errorLog()[0].URI, "https://h/s/list.m3u8") << "the other group's then";
     EXPECT_EQ(presentation->errorLog()[0].errorStatusCode, 404);
-    for (const auto& [name, answer] : good)
-        server->change("https://h/t/" + name, [&](auto& each) { each = answer; });
+    for (const auto& row : good)
+        server->change("https://h/t/" + row.first, [&](auto& each) { each = row.second; });
     server->change("https://h/s/list.m3u8", [](auto& answer) { answer.status = 200; });
     for (const int i : {0, 1, 2, 3, 5}) EXPECT_TRUE(says(i)) << i;
     EXPECT_EQ(reason(), "none");
