@@ -59,6 +59,7 @@ PlayerSubtitles::PlayerSubtitles(QObject* parent)
 PlayerSubtitles::~PlayerSubtitles() = default;
 
 void PlayerSubtitles::follow(const std::shared_ptr<KCSDKPlayerView>& view) {
+    const QPointer self(this);
     if (const auto former = item_.lock()) {
         for (const auto* path : observed) former->removeObserver(*observer_, path);
     }
@@ -72,11 +73,13 @@ void PlayerSubtitles::follow(const std::shared_ptr<KCSDKPlayerView>& view) {
         for (const auto* path : observed) item->addObserver(observer_, path);
         item->selectSubtitles(wish_);
     }
-    update();
+    if (self) update();
 }
 
 void PlayerSubtitles::update() {
+    const QPointer self(this);
     findLike();
+    if (!self) return;
     const auto item = item_.lock();
     const auto group = item ? item->legibleSelectionGroup() : platform::AVMediaSelectionGroup();
     auto tracks = listed(group.options);
@@ -89,7 +92,6 @@ void PlayerSubtitles::update() {
     const bool others = std::exchange(tracks_, tracks) != tracks;
     const bool another = std::exchange(activeTrack_, active) != active;
     const bool speaks = std::exchange(text_, said) != said;
-    const QPointer self(this);
     if (others) Q_EMIT tracksChanged();
     if (self && another) Q_EMIT activeTrackChanged();
     if (self && speaks) Q_EMIT textChanged();
@@ -112,10 +114,10 @@ void PlayerSubtitles::findLike() {
 
 void PlayerSubtitles::choose(const platform::AVSubtitleSelection& wish) {
     const bool before = byLanguage();
+    const QPointer self(this);  // handlers may let go of the player
     wish_ = wish;
-    if (const auto item = item_.lock()) item->selectSubtitles(wish_);
-    const QPointer self(this);
-    if (before != byLanguage()) Q_EMIT byLanguageChanged();
+    if (const auto item = item_.lock()) item->selectSubtitles(wish);
+    if (self && before != byLanguage()) Q_EMIT byLanguageChanged();
     if (self) update();
 }
 

@@ -345,6 +345,8 @@ private:
         const double before = position();
         driver_.choose("ownForward");
         driver_.waitUntil("ten seconds on", [&] { return position() > before + 9; });
+        driver_.choose("ownToggle");
+        expect(!player().property("playing").toBool(), "it does not end meanwhile");
         driver_.choose("ownMute");
         expect(player().property("muted").toBool(), "no sound");
         chooseSubtitles();
