@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <future>
 #include <random>
 
 namespace korvel::tests {
@@ -258,6 +259,32 @@ TEST_F(GStreamerTest, SubtitlesAreSaidInTheirTimeWhoeverPackedThem) {
         EXPECT_TRUE(until([&] { return !show.item->cues().empty(); })) << form;
         EXPECT_EQ(show.item->legibleSelectionGroup().selected, 0u);
     }
+}
+
+TEST_F(GStreamerTest, SubtitlesThatDoNotComeHoldNothingUp) {
+    std::promise<void> over;
+    std::atomic<int> held = 0;
+    FormServer server{KORVEL_FORMS};
+    server.misbehaves = [&, end = over.get_future().share()](const auto& request, auto& response) {
+        if (!request.path.ends_with(".vtt")) return false;
+        ++held;
+        end.wait();
+        response.status = 404;
+        return true;
+    };
+    auto show = std::make_unique<Show>(server / "words/index.m3u8", device);
+    show->item->selectSubtitles({AVSubtitleSelection::Mode::option,
+                                 {.displayName = "subtitle_0", .extendedLanguageTag = "de"}});
+    show->player->play();
+    EXPECT_TRUE(until([&] { return show->position() > 2 && held > 0; }));
+    show->seek(5);
+    EXPECT_TRUE(until([&] { return show->ends > 0; })) << "to its end";
+    const auto before = std::chrono::steady_clock::now();
+    show.reset();
+    const auto closing = std::chrono::steady_clock::now() - before;
+    over.set_value();
+    EXPECT_LT(closing, 1s);
+    RecordProperty("closing_us", std::to_string(closing / 1us));
 }
 
 TEST_F(GStreamerTest, SeeksInFilesEndAtTheirPictureHoweverRatesChange) {
