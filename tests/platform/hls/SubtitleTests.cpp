@@ -99,15 +99,10 @@ TEST(WebVTTTest, WhateverIsSentIsReadInBoundedTimeAndMemory) {
     ASSERT_TRUE(file);
     EXPECT_EQ(file->cues.size(), 10'000u);
     EXPECT_EQ(CueTrack(file->cues).at(1s).size(), 1u);
-    std::string styles;
-    for (int i = 0; i < 10'000; ++i) styles += "<b>a</b>c";
-    for (const std::string& endless : {std::string(3'000'000, '<'), std::string(3'000'000, '&'),
-                                       std::string(3'000'000, ':'), styles}) {
-        std::string text = "WEBVTT\n\n00:00.0 --> 00:01.0 ";
-        text.append(endless).append("\n").append(endless);
-        const auto read = readWebVTT(text);
-        ASSERT_TRUE(read);
-        EXPECT_LE(read->cues.empty() ? 0 : read->cues[0].runs.size(), 16u);
+    for (const char each : {'<', '&', ':', ' ', '\n'}) {
+        const std::string endless(1'000'000, each);
+        const auto rest = readWebVTT("WEBVTT\n\n00:00.0 --> 00:01.0 " + endless + "\n" + endless);
+        EXPECT_TRUE(rest && rest->cues.size() <= 1) << each;
     }
 }
 
@@ -115,48 +110,33 @@ TEST(CueTest, TimesAreTheStreamsHoweverTheyAreWritten) {
     constexpr auto wrap = std::chrono::nanoseconds((std::int64_t{1} << 33) * 100'000 / 9);
     struct Row {
         const char* what;
-        const char* head;
+        std::string map;
         std::chrono::nanoseconds container;  ///< of the first picture
         int segment;                         ///< of six seconds
-        std::vector<const char*> cues;
-        double start;
+        std::string cue;
+        std::chrono::nanoseconds start;
     };
+    const std::string usual = "MPEGTS:900000,LOCAL:00:00:00.000";
     const Row rows[] = {
-        {"a map", "X-TIMESTAMP-MAP=MPEGTS:900000,LOCAL:00:00:00.000", 10s, 1, {"00:07.000"}, 7},
-        {"the other order, and a time of its own",
-         "X-TIMESTAMP-MAP=LOCAL:01:00.000, MPEGTS:900000",
-         10s,
-         0,
-         {"01:02.000"},
-         2},
-        {"beyond the end of the numbers",
-         "X-TIMESTAMP-MAP=MPEGTS:8589844592,LOCAL:00:00.000",
-         wrap - 1s,
-         0,
-         {"00:03.000"},
-         3},
-        {"the customary map beside a stream that begins at zero",
-         "X-TIMESTAMP-MAP=MPEGTS:900000,LOCAL:00:00.000",
-         0s,
-         0,
-         {"00:02.000"},
-         2},
-        {"no map: the playlist's time", "", 1400ms, 1, {"00:07.000"}, 7},
-        {"a broken one", "X-TIMESTAMP-MAP=MPEGTS:x", 1400ms, 1, {"00:07.000"}, 7},
-        {"no map: the containers' time", "", 1000s, 1, {"16:47.000"}, 7},
-        {"no map: anew with each segment", "", 1000s, 4, {"00:01.000", "00:05.000"}, 25}};
+        {"a map", usual, 10s, 1, "00:07.000", 7s},
+        {"the other way round", "LOCAL:01:00.000, MPEGTS:900000", 10s, 0, "01:02.000", 2s},
+        {"numbers end", "MPEGTS:8589844592,LOCAL:00:00.000", wrap - 1s, 0, "00:03.000", 3s},
+        {"a map that is not meant", usual, 0s, 0, "00:02.000", 2s},
+        {"no map: the playlist's time", "", 1400ms, 1, "00:07.000", 7s},
+        {"a broken one", "MPEGTS:x", 1400ms, 1, "00:07.000", 7s},
+        {"no map: the containers' time", "", 1000s, 1, "16:47.000", 7s},
+        {"no map: anew with each segment", "", 1000s, 4, "00:01.000", 25s}};
     for (const Row& row : rows) {
         Timeline timeline;
         timeline.shift({.container = row.container, .wrap = wrap, .duration = 6s});
-        Segment segment{.start = 6s * row.segment, .duration = 6s};
-        std::string text = std::string("WEBVTT\n") + row.head + "\n\n";
-        for (const char* each : row.cues) text += std::string(each) + " --> 59:00.000\na\n\n";
-        auto file = readWebVTT(text);
-        ASSERT_TRUE(file);
-        for (auto& each : file->cues) each.end = each.start + 1s;
+        const Segment segment{.start = 6s * row.segment, .duration = 6s};
+        auto file = readWebVTT("WEBVTT\nX-TIMESTAMP-MAP=" + row.map + "\n\n" + row.cue +
+                               " --> 59:00.000\na\n");
+        ASSERT_TRUE(file && file->cues.size() == 1);
+        file->cues[0].end = file->cues[0].start + 1s;
         placeCues(*file, segment, 0s, timeline);
-        EXPECT_NEAR(static_cast<double>(file->cues[0].start.count()) / 1e9, row.start, 0.001)
-            << row.what;
+        EXPECT_LT(std::chrono::abs(file->cues[0].start - row.start), 100us)
+            << row.what << ": " << told(file->cues);
     }
 }
 
