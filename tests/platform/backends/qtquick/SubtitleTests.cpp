@@ -73,6 +73,10 @@ TEST(SubtitlePicture, PutsEachCueWhereItBelongsInsideThePicture) {
     const std::vector many(40, says("Too many"));
     EXPECT_TRUE(safe.contains(placeOf(many).adjusted(1, 1, -1, -1)));
     EXPECT_NEAR(placeOf({says("Fine")}, 0, 2).width(), placeOf({says("Fine")}).width(), 3);
+    const auto seen = [](const char* text) {
+        return SubtitlePicture::of({says(text)}, {{0, 0, 640, 360}, {640, 360}}).image;
+    };
+    EXPECT_EQ(seen("\u05d0\u05d1!"), seen("\u05d0\u05d1!\u200f")) << "a mark at the left";
     auto bold = says("Wide");
     bold.runs[0].isBold = true;
     EXPECT_GT(placeOf({bold}).width(), placeOf({says("Wide")}).width());
@@ -135,7 +139,15 @@ TEST_F(QtQuickTest, SubtitlesLieOverThePictureBelowTheControlsAndLeaveNothingBeh
     const auto track = rectOf(*overlay().slider.get());
     EXPECT_LE(words.bottom(), track.top()) << "they make room";
     EXPECT_GT(words.bottom(), track.top() - 20);
-    EXPECT_NEAR(colorAt(words.topLeft() + QPointF(2, 2)).red(), 51 * 0.4, 2) << "veiled";
+    click(item->mapToScene({10, 180}));
+    passAndShow(1s);
+    EXPECT_NEAR(colorAt(words.topLeft() + QPointF(2, 2)).red(), 255, 2) << "and take it back";
+    showControls();
+    const auto veiled = grab();
+    int brightest = 0;
+    for (int x = words.left(); x < words.right(); ++x)
+        brightest = std::max(brightest, veiled.pixelColor(x, words.center().y()).red());
+    EXPECT_NEAR(brightest, 255 * 0.4, 4) << "under the veil";
     player().playerLayer()->setPlayer(nullptr);
     settle();
     EXPECT_EQ(heard().find("Breathe out"), std::string::npos);
