@@ -69,6 +69,8 @@ std::optional<FragmentTrack> trackOf(Bytes content, std::uint32_t movieScale) {
         if (const auto entry = entries.next())
             track.format = formatOf(*entry, type == "vide" ? Kind::picture : Kind::sound);
     }
+    if (descriptions && descriptions->content.size() > 8 && type == "text")
+        track.isWebVTT = boxIn(descriptions->content.subspan(8), "wvtt").has_value();
     track.editShift = shiftOf(content, movieScale, track);
     return track;
 }

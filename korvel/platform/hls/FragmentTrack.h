@@ -24,6 +24,7 @@ struct FragmentTrack {
     std::uint32_t timescale = 0;             ///< units a second; never zero
     std::chrono::nanoseconds editShift{};    ///< by its edit list: to be added to its times
     std::shared_ptr<const Format> format{};  ///< null: of no use to us
+    bool isWebVTT = false;
     SampleDefaults defaults{};
 
     /// Units as a time; nothing beyond what a stream may last.

@@ -221,6 +221,7 @@ void SubtitleLoader::listFailed(std::size_t place, const FetchResult& result) {
 /// For another place. What was loaded counts on: it is the same there.
 void SubtitleLoader::leave() {
     list_.reset();
+    map_.reset();
     misses_ = 0;
 }
 

@@ -80,13 +80,16 @@ private:
     void adopt(std::size_t place, const URL& address, MediaPlaylist fresh);
     void leave();
     void loadSegment(const Segment& segment);
-    FetchResult fetch(const Segment& segment, Data& body);
+    FetchResult load(const Segment& segment, Data& body);
+    /// What lies there, opened with the key, if there is one.
+    FetchResult fetch(const std::string& uri, const std::optional<ByteRange>& range,
+                      const KeyTag* key, std::int64_t number, Data& body);
     void take(const Segment& segment, WebVTT file);
     void listFailed(std::size_t place, const FetchResult& result);
     void segmentFailed(const Segment& segment, const FetchResult& result);
     bool hasOther(std::size_t place) const;
 
-    std::optional<Opening> opening(const Segment& segment, FetchResult& result);
+    std::optional<Opening> opening(const KeyTag* key, std::int64_t number, FetchResult& result);
     std::optional<Encryption> open(const URL& address, const InitializationVector& vector,
                                    bool waits, FetchResult& result);
 
@@ -109,10 +112,12 @@ private:
     std::vector<Place> places_;
     std::optional<List> list_;
     std::map<Key, Loaded> loaded_;
-    std::map<Key, Pause> pauses_;  ///< of segments
-    std::size_t weight_ = 0;       ///< of what is loaded
-    int misses_ = 0;               ///< segments in a row that were not to be had
-    Pause pause_;                  ///< of all loading, after many of them
+    std::map<Key, Pause> pauses_;          ///< of segments
+    std::size_t weight_ = 0;               ///< of what is loaded
+    std::shared_ptr<const MapTag> map_{};  ///< of the segment loaded last
+    Data mapBytes_;
+    int misses_ = 0;  ///< segments in a row that were not to be had
+    Pause pause_;     ///< of all loading, after many of them
 
     mutable std::mutex mutex_;
     CueTrack track_;

@@ -27,7 +27,7 @@ void SubtitleLoader::loadSegment(const Segment& segment) {
     Data body;
     FetchResult result{.end = FetchResult::End::stale, .address = list_->address};
     // Who seeks has seen what is on its way, or is seen here.
-    if (!stage_->attention().isStale(position_)) result = fetch(segment, body);
+    if (!stage_->attention().isStale(position_)) result = load(segment, body);
     {
         const std::lock_guard lock(mutex_);
         loading_.reset();
@@ -35,6 +35,7 @@ void SubtitleLoader::loadSegment(const Segment& segment) {
     if (result.end == FetchResult::End::stale) return;
     // Where nothing is said some servers have nothing at all.
     auto file = body.empty() ? WebVTT() : readWebVTT(viewOf(body));
+    if (!file && segment.map) file = readFragmentedWebVTT(mapBytes_, body);
     if (result.end == FetchResult::End::done && !file) {
         failed(result, AVError::fileFormatNotRecognized,
                "No subtitles that can be read: " + result.address.absoluteString());
@@ -43,27 +44,39 @@ void SubtitleLoader::loadSegment(const Segment& segment) {
     take(segment, *std::move(file));
 }
 
-FetchResult SubtitleLoader::fetch(const Segment& segment, Data& body) {
+FetchResult SubtitleLoader::load(const Segment& segment, Data& body) {
+    const bool isOther = segment.map && (!map_ || map_->uri != segment.map->uri ||
+                                         map_->range != segment.map->range);
+    if (isOther) {
+        const MapTag& map = *segment.map;
+        map_.reset();
+        mapBytes_.clear();
+        auto result = fetch(map.uri, map.range, map.key.get(), segment.number, mapBytes_);
+        if (result.end != FetchResult::End::done) return result;
+        map_ = segment.map;
+    }
+    return fetch(segment.uri, segment.range, segment.key.get(), segment.number, body);
+}
+
+FetchResult SubtitleLoader::fetch(const std::string& uri, const std::optional<ByteRange>& range,
+                                  const KeyTag* key, std::int64_t number, Data& body) {
     FetchResult result{.address = list_->address};
-    const auto url = resolved(list_->address, segment.uri);
+    const auto url = resolved(list_->address, uri);
     if (!url || !mayLead(list_->address, *url)) {
         return failed(result, AVError::serverIncorrectlyConfigured,
                       "The stream leads to an address that is not loaded: " +
-                          (url ? url->absoluteString() : segment.uri));
+                          (url ? url->absoluteString() : uri));
     }
     result.address = *url;
-    const auto key = opening(segment, result);
-    if (!key) return result;
-    auto got = source_.get({.url = *url,
-                            .range = segment.range,
-                            .limit = longestWebVTT,
-                            .patience = 1,
-                            .endurance = 4s},
-                           *key, generation_, [&](Fetcher::Bytes bytes, const FetchResult&, auto) {
-                               if (body.size() + bytes.size() > longestWebVTT) return false;
-                               body.insert(body.end(), bytes.begin(), bytes.end());
-                               return true;
-                           });
+    const auto opens = opening(key, number, result);
+    if (!opens) return result;
+    auto got = source_.get(
+        {.url = *url, .range = range, .limit = longestWebVTT, .patience = 1, .endurance = 4s},
+        *opens, generation_, [&](Fetcher::Bytes bytes, const FetchResult&, auto) {
+            if (body.size() + bytes.size() > longestWebVTT) return false;
+            body.insert(body.end(), bytes.begin(), bytes.end());
+            return true;
+        });
     if (got.end != FetchResult::End::stopped) return got;
     if (result.end == FetchResult::End::done)  // nobody else has said why
         return failed(got, AVError::fileFormatNotRecognized,
@@ -89,21 +102,21 @@ void SubtitleLoader::segmentFailed(const Segment& segment, const FetchResult& re
 // MARK: keys
 
 /// Nothing if there is none, for which `result` has the reason.
-std::optional<Opening> SubtitleLoader::opening(const Segment& segment, FetchResult& result) {
-    if (!segment.key) return Opening();
-    const KeyTag& key = *segment.key;
+std::optional<Opening> SubtitleLoader::opening(const KeyTag* key, std::int64_t number,
+                                               FetchResult& result) {
+    if (!key) return Opening();
     const auto url =
-        key.uri.starts_with("data:") ? URL::parse(key.uri) : resolved(list_->address, key.uri);
+        key->uri.starts_with("data:") ? URL::parse(key->uri) : resolved(list_->address, key->uri);
     const bool mayBe =
-        url && !key.uri.empty() && (!isWebScheme(*url) || mayLead(list_->address, *url));
-    if (!isSupported(key) || !mayBe) {
+        url && !key->uri.empty() && (!isWebScheme(*url) || mayLead(list_->address, *url));
+    if (!isSupported(*key) || !mayBe) {
         failed(result, AVError::contentIsProtected,
                "Subtitles are encrypted in a way that cannot be opened here: " +
                    result.address.absoluteString());
         return std::nullopt;
     }
     stage_->keys().obtain(*url, source_.fetcher(), generation_);
-    return [this, address = *url, vector = vectorOf(key, segment.number), &result](bool waits) {
+    return [this, address = *url, vector = vectorOf(*key, number), &result](bool waits) {
         return open(address, vector, waits, result);
     };
 }

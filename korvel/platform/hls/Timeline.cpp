@@ -26,7 +26,9 @@ std::optional<std::chrono::nanoseconds> bestOf(const std::vector<std::chrono::na
                                                std::optional<std::chrono::nanoseconds> wrap,
                                                std::chrono::nanoseconds expected) {
     std::optional<std::chrono::nanoseconds> best;
+    constexpr std::chrono::nanoseconds most(std::int64_t{1} << 62);  // with which can be reckoned
     for (auto each : shifts) {
+        if (each > most || each < -most) continue;
         if (wrap) {
             const auto behind = expected - (container + each);
             const auto half = *wrap / 2;

@@ -209,16 +209,21 @@ std::optional<AVSubtitleCue> cueIn(std::string_view timing, std::string_view tex
     if (!start || !timing.starts_with(arrow)) return std::nullopt;
     timing.remove_prefix(arrow.size());
     const auto end = takeTime(timing);
-    if (!end || *end <= *start) return std::nullopt;
-    AVSubtitleCue cue{.start = *start, .end = *end, .runs = wordsIn(text)};
-    if (cue.runs.empty()) return std::nullopt;
-    lay(cue, settingsIn(timing));
-    return cue;
+    return end ? cueOf(*start, *end, timing, text) : std::nullopt;
 }
 
 bool hasArrow(std::string_view line) { return line.find(arrow) != line.npos; }
 
 }  // namespace
+
+std::optional<AVSubtitleCue> cueOf(nanoseconds start, nanoseconds end, std::string_view settings,
+                                   std::string_view text) {
+    if (end <= start) return std::nullopt;
+    AVSubtitleCue cue{.start = start, .end = end, .runs = wordsIn(text)};
+    if (cue.runs.empty()) return std::nullopt;
+    lay(cue, settingsIn(settings));
+    return cue;
+}
 
 std::optional<WebVTT> readWebVTT(std::string_view bytes) {
     const std::string repaired = repairedUTF8(std::string(bytes.substr(0, longestWebVTT)));

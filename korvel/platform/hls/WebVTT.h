@@ -4,7 +4,9 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -28,6 +30,15 @@ inline constexpr std::size_t longestWebVTT = std::size_t{2} << 20U;
 /// cue that makes no sense nothing comes, and what is no UTF-8 becomes so. Time and memory stay in
 /// proportion to `text`. Nothing if this is no WebVTT at all.
 std::optional<WebVTT> readWebVTT(std::string_view text);
+
+/// The same of fragmented MP4 whose samples are cues, at the containers' times. Nothing if it holds
+/// no such track. `initialization`: the bytes of the segment's map.
+std::optional<WebVTT> readFragmentedWebVTT(std::span<const std::uint8_t> initialization,
+                                           std::span<const std::uint8_t> segment);
+
+/// A cue whose words and settings are written as in a file; nothing if nothing is to be seen.
+std::optional<AVSubtitleCue> cueOf(std::chrono::nanoseconds start, std::chrono::nanoseconds end,
+                                   std::string_view settings, std::string_view text);
 
 /// The words of a cue, with entities and tags resolved; other styles than bold, italic and
 /// underlined are lost. Empty if nothing is to be seen.

@@ -40,6 +40,35 @@ std::string read(const std::string& text) {
     return file ? told(file->cues) : "none";
 }
 
+/// A map of a thousand units a second, and a segment of which nothing is said for one, then "a" and
+/// "b" for two, then "b" for one.
+std::pair<Data, Data> fragments(std::uint32_t from) {
+    using namespace streams;
+    const auto cue = [](const char* text, const char* settings) {
+        return box("vttc", joined({box("sttg", bytesOf(settings)), box("payl", bytesOf(text))}));
+    };
+    const Data samples[] = {box("vtte", {}), joined({cue("a", "line:10%"), cue("<i>b</i>", "")}),
+                            cue("<i>b</i>", "")};
+    Data run = numbers({0x301, 3, 0});
+    for (std::size_t i = 0; i < 3; ++i)
+        append(run,
+               numbers({i == 1 ? 2000U : 1000U, static_cast<std::uint32_t>(samples[i].size())}));
+    const auto moof = [&] {
+        return box("moof",
+                   box("traf", joined({box("tfhd", numbers({0x20000, 7})),
+                                       box("tfdt", numbers({0, from})), box("trun", run)})));
+    };
+    run[11] = static_cast<std::uint8_t>(moof().size() + 8);
+    const Data head = joined({numbers({0, 0}), {'t', 'e', 'x', 't'}, Data(12, 0)});
+    const Data entry = joined({numbers({0, 1}), box("wvtt", Data(8, 0))});
+    const Data media = joined({box("mdhd", numbers({0, 0, 0, 1000, 0, 0})), box("hdlr", head),
+                               box("minf", box("stbl", box("stsd", entry)))});
+    const Data track =
+        joined({box("tkhd", joined({numbers({0, 0, 0, 7}), Data(68, 0)})), box("mdia", media)});
+    return {box("moov", box("trak", track)),
+            joined({moof(), box("mdat", joined({samples[0], samples[1], samples[2]}))})};
+}
+
 }  // namespace
 
 TEST(WebVTTTest, FilesAreReadAsTheyAreWritten) {
@@ -89,6 +118,16 @@ TEST(WebVTTTest, FilesAreReadAsTheyAreWritten) {
         {"vertical:rl line:3 align:end", "a end"},
         {"position:0% size:900% line:x% region:r align:up :", "a"}};
     for (const auto& [settings, shown] : places) EXPECT_EQ(cue(settings, "a"), shown) << settings;
+}
+
+TEST(WebVTTTest, CuesOfFragmentsLastAsLongAsTheirSamples) {
+    const auto [initialization, segment] = fragments(10'000);
+    const auto file = readFragmentedWebVTT(initialization, segment);
+    ASSERT_TRUE(file && file->map);
+    EXPECT_EQ(told(file->cues), "11-13 a top 0.1|11-13 /b/|13-14 /b/");
+    EXPECT_FALSE(readFragmentedWebVTT(streams::initialization(), segment)) << "no such track";
+    for (std::size_t cut = 0; cut < segment.size(); ++cut)
+        readFragmentedWebVTT(initialization, std::span(segment).first(cut));
 }
 
 TEST(WebVTTTest, WhateverIsSentIsReadInBoundedTimeAndMemory) {
@@ -310,7 +349,7 @@ TEST_F(SubtitleTest, NoFailureOfTheirsTouchesTheStreamAndAllAreTriedAgain) {
     EXPECT_FALSE(output->hasSaid("dry"));
 }
 
-TEST_F(SubtitleTest, LiveListsGoOnAndKeysOpenWhatIsEncrypted) {
+TEST_F(SubtitleTest, LiveListsGoOnAndKeysAndMapsOpenWhatIsLoaded) {
     const auto list = [&](int first) {
         std::string text =
             "#EXTM3U\n#EXT-X-TARGETDURATION:2\n#EXT-X-MEDIA-SEQUENCE:" + std::to_string(first) +
@@ -347,6 +386,14 @@ TEST_F(SubtitleTest, LiveListsGoOnAndKeysOpenWhatIsEncrypted) {
         select(Mode::byLanguage);
         EXPECT_TRUE(until([&] { return said(500ms) == "0-1 open"; })) << uri;
     }
+    const auto [initialization, segment] = fragments(100'000);
+    server->put("https://h/s/map", {.body = initialization});
+    server->put("https://h/s/0", {.body = segment});
+    server->put("https://h/s/list.m3u8",
+                "#EXTM3U\n#EXT-X-MAP:URI=\"map\"\n#EXTINF:60,\n0\n#EXT-X-ENDLIST\n");
+    open("https://h/m.m3u8");
+    select(Mode::byLanguage);
+    EXPECT_TRUE(until([&] { return said(3500ms) == "1-4 /b/"; })) << "of fragments, too";
 }
 
 }  // namespace korvel::tests
