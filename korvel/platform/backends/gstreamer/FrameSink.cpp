@@ -12,6 +12,7 @@ namespace korvel::platform::gst {
 namespace {
 
 using Sample = std::unique_ptr<GstSample, decltype(&gst_sample_unref)>;
+using Buffer = std::unique_ptr<GstBuffer, decltype(&gst_buffer_unref)>;
 
 std::chrono::nanoseconds nanoseconds(guint64 time) {
     return std::chrono::nanoseconds(GST_CLOCK_TIME_IS_VALID(time) ? static_cast<std::int64_t>(time)
@@ -19,9 +20,9 @@ std::chrono::nanoseconds nanoseconds(guint64 time) {
 }
 
 struct Mapping {
-    Mapping(const GstVideoInfo& info, Sample sample) : sample_(std::move(sample)) {
-        mapped_ = gst_video_frame_map(&frame_, &info, gst_sample_get_buffer(sample_.get()),
-                                      GST_MAP_READ) != FALSE;
+    Mapping(const GstVideoInfo& info, GstBuffer* buffer)
+        : buffer_(gst_buffer_ref(buffer), gst_buffer_unref) {
+        mapped_ = gst_video_frame_map(&frame_, &info, buffer, GST_MAP_READ) != FALSE;
     }
     ~Mapping() {
         if (mapped_) gst_video_frame_unmap(&frame_);
@@ -32,7 +33,7 @@ struct Mapping {
     const GstVideoFrame* frame() const { return mapped_ ? &frame_ : nullptr; }
 
 private:
-    Sample sample_;
+    Buffer buffer_;
     GstVideoFrame frame_{};
     bool mapped_ = false;
 };
@@ -53,12 +54,13 @@ std::chrono::nanoseconds timeOf(GstSample* sample) {
                                                   GST_BUFFER_PTS(gst_sample_get_buffer(sample))));
 }
 
-/// The decoder's own memory, not copied; null if it cannot be read.
-std::shared_ptr<VideoFrame> frameOf(Sample sample) {
+/// The decoder's own memory, not copied; null if it cannot be read. The sample itself is not kept:
+/// the sink has but one, and cannot change it while somebody else holds it.
+std::shared_ptr<VideoFrame> frameOf(GstSample* sample, GstCaps* caps) {
     GstVideoInfo info;
-    const auto time = timeOf(sample.get());
-    if (!gst_video_info_from_caps(&info, gst_sample_get_caps(sample.get()))) return nullptr;
-    auto mapping = std::make_shared<Mapping>(info, std::move(sample));
+    GstBuffer* buffer = gst_sample_get_buffer(sample);
+    if (!caps || !buffer || !gst_video_info_from_caps(&info, caps)) return nullptr;
+    auto mapping = std::make_shared<Mapping>(info, buffer);
     const GstVideoFrame* mapped = mapping->frame();
     if (!mapped) return nullptr;
 
@@ -69,7 +71,7 @@ std::shared_ptr<VideoFrame> frameOf(Sample sample) {
         static_cast<double>(GST_VIDEO_INFO_PAR_N(&info)) / GST_VIDEO_INFO_PAR_D(&info);
     frame->matrix = matrixOf(info);
     frame->fullRange = GST_VIDEO_INFO_COLORIMETRY(&info).range == GST_VIDEO_COLOR_RANGE_0_255;
-    frame->time = time;
+    frame->time = timeOf(sample);
     for (std::size_t i = 0; i < frame->planes.size(); ++i) {
         frame->planes.at(i) = {static_cast<const std::uint8_t*>(mapped->data[i]),
                                static_cast<std::size_t>(mapped->info.stride[i])};
@@ -85,12 +87,16 @@ struct FrameSink::State {
     mutable std::mutex mutex;
     std::shared_ptr<const VideoFrame> newest;
 
-    void take(GstSample* sample);
+    void take(GstAppSink* sink, GstSample* sample);
 };
 
-void FrameSink::State::take(GstSample* sample) {
+/// On the thread that renders it.
+void FrameSink::State::take(GstAppSink* sink, GstSample* sample) {
     if (!sample) return;  // flushed in the meantime
-    std::shared_ptr<const VideoFrame> frame = frameOf(Sample(sample, gst_sample_unref));
+    // The sample's own format is that of before where a flush has overtaken a new one.
+    const Caps caps(gst_pad_get_current_caps(GST_BASE_SINK_PAD(sink)));
+    const Sample held(sample, gst_sample_unref);
+    std::shared_ptr<const VideoFrame> frame = frameOf(sample, caps.get());
     if (!frame) return;
     {
         const std::lock_guard lock(mutex);
@@ -117,12 +123,12 @@ FrameSink::FrameSink(GstBin* bin, std::function<void()> frameChanged)
     GstAppSinkCallbacks callbacks{};
     callbacks.new_preroll = [](GstAppSink* sink, gpointer given) {
         const HandOver handOver(given);
-        (*static_cast<Shared*>(given))->take(gst_app_sink_pull_preroll(sink));
+        (*static_cast<Shared*>(given))->take(sink, gst_app_sink_pull_preroll(sink));
         return GST_FLOW_OK;
     };
     callbacks.new_sample = [](GstAppSink* sink, gpointer given) {
         const HandOver handOver(given);
-        (*static_cast<Shared*>(given))->take(gst_app_sink_pull_sample(sink));
+        (*static_cast<Shared*>(given))->take(sink, gst_app_sink_pull_sample(sink));
         return GST_FLOW_OK;
     };
     gst_app_sink_set_callbacks(GST_APP_SINK(sink_), &callbacks, shared, [](gpointer given) {
