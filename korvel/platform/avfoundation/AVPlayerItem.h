@@ -119,7 +119,7 @@ private:
     CGSize presentationSize_;
     AVSubtitleSelection subtitles_;
     std::vector<AVSubtitleCue> cues_;
-    std::optional<Clock::Instant> cuesDue_;  ///< when they are looked at again
+    std::optional<Clock::Instant> cuesDue_;              ///< when they are looked at again
     std::vector<AVPlayerItemAccessLogEvent> accessLog_;  ///< of a playback that has gone
     std::vector<AVPlayerItemErrorLogEvent> errorLog_;
     KeyValueObservers observers_;
