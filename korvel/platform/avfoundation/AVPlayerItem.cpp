@@ -251,13 +251,15 @@ void AVPlayerItem::awaitCues() {
 /// what moves it otherwise has them looked at, too.
 void AVPlayerItem::awaitCues(const std::vector<AVSubtitleCue>& cues, nanoseconds now) {
     constexpr nanoseconds least = std::chrono::milliseconds(20);
+    // Rates may be as small as one likes; who looks too early looks again.
+    constexpr std::chrono::duration<double, std::nano> longest = std::chrono::minutes(1);
     std::optional<nanoseconds> next;
     for (const AVSubtitleCue& each : cues) {
         const auto change = each.start > now ? each.start : each.end;
         next = std::min(next.value_or(change), change);
     }
     if (!next || applied_ <= 0 || !player_) return;
-    const std::chrono::duration<double, std::nano> wait = (*next - now) / applied_;
+    const auto wait = std::min(longest, (*next - now) / applied_);
     const auto delay = std::max(least, std::chrono::duration_cast<nanoseconds>(wait));
     const auto due = player_->clock_->now() + delay;
     if (cuesDue_ && *cuesDue_ <= due + least) return;
