@@ -57,9 +57,13 @@ std::string withSubtitles(std::string playlist, const std::filesystem::path& fol
     std::string groups;
     for (const auto& language : languages) {
         const auto name = names.find(language);
-        groups += "#EXT-X-MEDIA:TYPE=SUBTITLES,GROUP-ID=\"words\",NAME=\"" +
-                  (name == names.end() ? language : name->second) + "\",LANGUAGE=\"" + language +
-                  "\",AUTOSELECT=YES,URI=\"subtitles/" + language + ".m3u8\"\n";
+        groups.append("#EXT-X-MEDIA:TYPE=SUBTITLES,GROUP-ID=\"words\",AUTOSELECT=YES,NAME=\"")
+            .append(name == names.end() ? language : name->second)
+            .append("\",LANGUAGE=\"")
+            .append(language)
+            .append("\",URI=\"subtitles/")
+            .append(language)
+            .append(".m3u8\"\n");
     }
     const std::string named = variant + "SUBTITLES=\"words\",";
     auto at = playlist.find(variant);
