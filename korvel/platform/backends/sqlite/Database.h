@@ -5,6 +5,7 @@
 #include <sys/types.h>
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -47,6 +48,9 @@ public:
     /// Only within `work`: the statement of that text, prepared once per connection. `sql` must be
     /// a literal.
     Statement statement(const char* sql);
+    /// Only within `work`: how many rows the statement that was done last has changed. Cheaper than
+    /// `RETURNING`, for which the library makes a database of its own in memory.
+    std::int64_t changedRows() const;
 
 private:
     Outcome perform(const Work& work, bool inTransaction);

@@ -93,15 +93,14 @@ OSStatus KeychainSQLite::SecItemDelete(const SecItemQuery& query) {
     if (store_.isMissing()) return errSecItemNotFound;
     bool found = false;
     const Outcome outcome = store_.database.write([&](Database& database) {
-        Statement erase =
-            database.statement(query.account ? "DELETE FROM item WHERE account = ? RETURNING 1"
-                                             : "DELETE FROM item RETURNING 1");
+        Statement erase = database.statement(query.account ? "DELETE FROM item WHERE account = ?"
+                                                           : "DELETE FROM item");
         if (query.account) erase.bind(bytesIn(*query.account));
-        const Outcome first = erase.step();
-        found = first == Outcome::row;
-        return first;
+        const Outcome erased = erase.step();
+        found = erased == Outcome::done && database.changedRows() > 0;
+        return erased;
     });
-    if (outcome != Outcome::done && outcome != Outcome::row) return failureStatus(outcome);
+    if (outcome != Outcome::done) return failureStatus(outcome);
     return found ? errSecSuccess : errSecItemNotFound;
 }
 
