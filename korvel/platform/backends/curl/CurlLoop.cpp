@@ -216,6 +216,7 @@ void CurlLoop::closeIdle() {
         multi = std::exchange(multi_, nullptr);
     }
     settings_.events = nullptr;
+    handles_.clear();
     curl_multi_cleanup(multi);
 }
 
@@ -232,6 +233,7 @@ void CurlLoop::close(Lock& lock) {
     std::exchange(submitted_, {}).clear();
     std::exchange(dropped_, {}).clear();
     std::exchange(cancelled_, {}).clear();
+    handles_.clear();
     curl_multi_cleanup(multi);
     curl_share_cleanup(std::exchange(settings_.tlsSessions, nullptr));
     lock.lock();
@@ -273,7 +275,7 @@ void CurlLoop::startNext() {
 
 void CurlLoop::add(Transfer transfer) {
     const auto now = Clock::now();
-    CURL* const easy = transfer->start(settings_, now);
+    CURL* const easy = transfer->start(settings_, handles_, now);
     const bool canStart = easy && events_->isOpen();
     if (canStart && curl_multi_add_handle(multi_, easy) == CURLM_OK) {
         const auto watch = now + transfer->watchPeriod();

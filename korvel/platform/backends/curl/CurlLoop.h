@@ -83,6 +83,7 @@ private:
 
     // The leader's own.
     CurlSettings settings_;
+    CurlHandles handles_;
     std::unordered_map<CURL*, Transfer> inFlight_;
     CurlTurns turns_;
     std::vector<Transfer> taken_;

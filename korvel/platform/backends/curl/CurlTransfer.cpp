@@ -57,7 +57,8 @@ CurlTransfer::CurlTransfer(const URL& connectTo) : CurlTransfer(URLRequest(conne
     isConnection_ = true;
 }
 
-CURL* CurlTransfer::start(const CurlSettings& settings, Clock::time_point now) {
+CURL* CurlTransfer::start(const CurlSettings& settings, CurlHandles& handles,
+                          Clock::time_point now) {
     if (!isWebAddress(request_.url)) {
         fail(makeURLError(URLErrorCode::unsupportedURL, "Not an http or https address"));
         return nullptr;
@@ -66,7 +67,8 @@ CURL* CurlTransfer::start(const CurlSettings& settings, Clock::time_point now) {
         fail(makeURLError(URLErrorCode::unknown, "Not a method: " + request_.method));
         return nullptr;
     }
-    easy_.reset(curl_easy_init());
+    handles_ = &handles;
+    easy_ = handles.take();
     if (!easy_) {
         fail(makeURLError(URLErrorCode::unknown, "Out of memory"));
         return nullptr;
@@ -175,7 +177,8 @@ bool CurlTransfer::append(const char* bytes, std::size_t count) try {
     } else if (body_.capacity() < needed + roomBehindBody) {
         body_.reserve(std::max(2 * body_.capacity(), needed + roomBehindBody));
     }
-    body_.insert(body_.end(), bytes, bytes + count);
+    const auto* first = reinterpret_cast<const std::uint8_t*>(bytes);  // as one block
+    body_.insert(body_.end(), first, first + count);
     return true;
 } catch (const std::bad_alloc&) {
     return false;
@@ -201,13 +204,19 @@ bool CurlTransfer::finish(CURLcode result) {
     constexpr int requestTimeout = 408;
     if (statusCode == requestTimeout && exchange_.metrics.reusedConnection &&
         std::exchange(request_.takesOpenedConnection, false)) {
-        easy_.reset();
+        letGo();
         return true;
     }
-    easy_.reset();
-    exchange_.response = HTTPURLResponse{request_.url, statusCode};
+    letGo();
+    exchange_.response = HTTPURLResponse{std::move(request_.url), statusCode};
     exchange_.body = std::move(body_);
     return false;
+}
+
+/// What was made on this thread goes on it: the memory of one that another frees is waited for.
+void CurlTransfer::letGo() {
+    handles_->giveBack(std::move(easy_));
+    headers_.reset();
 }
 
 bool CurlTransfer::follow(const std::string& location, int statusCode) {
@@ -216,7 +225,7 @@ bool CurlTransfer::follow(const std::string& location, int statusCode) {
         fail(std::move(*refusal));
         return false;
     }
-    easy_.reset();
+    letGo();
     request_ = std::move(std::get<URLRequest>(next));
     service_ = serviceOf(request_.url);
     return true;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <korvel/platform/backends/curl/AnswerHead.h>
+#include <korvel/platform/backends/curl/CurlHandles.h>
 #include <korvel/platform/backends/curl/CurlLibrary.h>
 #include <korvel/platform/foundation/URLSession.h>
 
@@ -16,8 +17,8 @@ namespace korvel::platform {
 /// One request from its submission to its completion. The session's loop drives it, the
 /// completion runs elsewhere; it belongs to one thread at a time.
 ///
-/// Every hop has an easy handle of its own: a handle keeps what it learns (options, credentials,
-/// cookies), and making one costs a microsecond.
+/// Every hop has an easy handle as new: one that went on would keep what it learns (options,
+/// credentials, cookies).
 class CurlTransfer {
 public:
     using Clock = std::chrono::steady_clock;
@@ -34,7 +35,7 @@ public:
 
     /// The handle of the next hop, owned by this transfer. Null if there is nothing to send: then
     /// the exchange has failed.
-    CURL* start(const CurlSettings& settings, Clock::time_point now);
+    CURL* start(const CurlSettings& settings, CurlHandles& handles, Clock::time_point now);
 
     /// Takes in what the hop came to. True if another one follows. The handle is in no multi handle
     /// any more, and is gone afterwards.
@@ -60,9 +61,6 @@ public:
     bool cancel();
 
 private:
-    struct EasyCleanup {
-        void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
-    };
     struct ListCleanup {
         void operator()(curl_slist* list) const { curl_slist_free_all(list); }
     };
@@ -74,6 +72,7 @@ private:
     void setRequestOptions();
     void setHeaders();
     void addHeader(const char* line);
+    void letGo();
     void measure();
     curl_off_t progress() const;
     bool follow(const std::string& location, int statusCode);
@@ -87,7 +86,8 @@ private:
     bool isConnection_ = false;
     bool goesOut_ = false;  ///< over a connection that was opened ahead
     URLSession::CompletionHandler completionHandler_;
-    std::unique_ptr<CURL, EasyCleanup> easy_;
+    EasyHandle easy_;
+    CurlHandles* handles_ = nullptr;  ///< borrowed
     std::unique_ptr<curl_slist, ListCleanup> headers_;
     AnswerHead head_;
     Exchange exchange_;
