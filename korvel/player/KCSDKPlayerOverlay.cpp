@@ -23,6 +23,10 @@ void KCSDKPlayerOverlay::viewDidLoad() {
     viewLoader->setHidden(true);
 }
 
+void KCSDKPlayerOverlay::viewDidLayoutSubviews() {
+    if (onControlsChanged) onControlsChanged();
+}
+
 void KCSDKPlayerOverlay::setOutlet(std::string_view name, const std::shared_ptr<UIView>& outlet) {
     viewTap.connect(name, outlet);
     btnPlay.connect(name, outlet);
@@ -51,7 +55,7 @@ void KCSDKPlayerOverlay::toggleControls() {
         for (const auto& control : controls) control->setAlpha(1);
     }
     view()->setAccessibilityLabel(controlsShown() ? "Hide controls" : "Show controls");
-    if (onToggled) onToggled();
+    if (onControlsChanged) onControlsChanged();
 }
 
 }  // namespace korvel

@@ -67,12 +67,13 @@ public:
 
     /// Shows the controls if they are hidden, hides them if they are shown.
     void toggleControls();
-    std::function<void()> onToggled;  ///< runs afterwards
+    std::function<void()> onControlsChanged;  ///< runs after they were shown, hidden or laid out
     bool controlsShown() const;
     /// `sender`: null where no touch led here.
     void didTapWithSender(platform::UITapGestureRecognizer* sender);
 
     void viewDidLoad() override;
+    void viewDidLayoutSubviews() override;
     void setOutlet(std::string_view name, const std::shared_ptr<platform::UIView>& view) override;
 };
 

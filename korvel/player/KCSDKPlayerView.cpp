@@ -169,7 +169,7 @@ std::shared_ptr<KCSDKPlayerOverlay> KCSDKPlayerView::addOverlay(
 void KCSDKPlayerView::wireControls() {
     auto& overlay = *overlayController;
     const auto view = self();
-    overlay.onToggled = [weak = std::weak_ptr(view)] {
+    overlay.onControlsChanged = [weak = std::weak_ptr(view)] {
         if (const auto held = weak.lock()) held->makeRoomForControls();
     };
     overlay.toggleControls();

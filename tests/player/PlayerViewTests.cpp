@@ -83,6 +83,21 @@ TEST_F(PlayerView, BufferingShowsTheLoaderInPlaceOfTheButton) {
         << "every change is told, whichever way";
 }
 
+TEST_F(PlayerView, ShownControlsKeepTheirPlaceFreeOfSubtitlesAtAnySize) {
+    load();
+    const auto overlay = view->addOverlay(nullptr);
+    overlay->toggleControls();  // before they have places
+    for (const platform::CGSize size : {platform::CGSize{640, 360}, {300, 500}}) {
+        view->setFrame({{0, 0}, size});
+        window->layoutIfNeeded();
+        const double covered = size.height - overlay->slider->frame().minY();
+        EXPECT_LT(covered, size.height / 2);
+        EXPECT_EQ(view->playerLayer()->subtitleInset(), covered);
+    }
+    overlay->toggleControls();
+    EXPECT_EQ(view->playerLayer()->subtitleInset(), 0);
+}
+
 TEST_F(PlayerView, TheButtonPlaysAndPausesInItsColour) {
     load();
     const auto overlay = view->addOverlay(nullptr);

@@ -28,6 +28,7 @@ public:
     virtual void loadView();
     virtual void viewDidLoad() {}
     virtual void viewWillLayoutSubviews() {}
+    virtual void viewDidLayoutSubviews() {}  ///< the view's direct subviews have their places
     /// The storyboard connects the view to the outlet of that name. Keep it weakly, the view tree
     /// owns it.
     virtual void setOutlet(std::string_view /*name*/, const std::shared_ptr<UIView>&) {}

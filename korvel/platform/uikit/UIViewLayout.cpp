@@ -206,9 +206,11 @@ void UIView::layoutSubtree() {
     const auto kept = shared_from_this();
     subtreeNeedsLayout_ = false;
     if (std::exchange(needsLayout_, false)) {
-        if (const auto controller = controller_.lock()) controller->viewWillLayoutSubviews();
+        const auto controller = controller_.lock();
+        if (controller) controller->viewWillLayoutSubviews();
         ViewLayout(*this).run();
         layoutSubviews();
+        if (controller) controller->viewDidLayoutSubviews();
     }
     for (const auto& view : std::vector(subviews_)) {
         if (view->needsLayout_ || view->subtreeNeedsLayout_) view->layoutSubtree();
