@@ -76,6 +76,32 @@ std::optional<std::chrono::nanoseconds> secondsIn(std::string_view text) {
     return std::chrono::nanoseconds(std::llround(*number * 1e9));
 }
 
+std::optional<std::chrono::nanoseconds> dateIn(std::string_view text) {
+    using namespace std::chrono;
+    const auto number = [&](std::size_t at, std::size_t size) {
+        int value = -1;
+        const auto part = text.size() < at + size ? std::string_view() : text.substr(at, size);
+        const auto [last, error] = std::from_chars(part.data(), part.data() + part.size(), value);
+        return error == std::errc() && last == part.data() + part.size() ? value : -1;
+    };
+    const year_month_day day{year(number(0, 4)), month(static_cast<unsigned>(number(5, 2))),
+                             std::chrono::day(static_cast<unsigned>(number(8, 2)))};
+    const int hour = number(11, 2);
+    const int minute = number(14, 2);
+    const auto second = text.size() < 18 ? std::nullopt : decimalIn(text.substr(17));
+    if (!day.ok() || day.year() < year(1970) || day.year() > year(2199) || hour < 0 || hour > 23 ||
+        minute < 0 || minute > 59 || !second || *second < 0 || *second > 60)
+        return std::nullopt;
+    nanoseconds date = sys_days(day).time_since_epoch() + hours(hour) + minutes(minute) +
+                       nanoseconds(std::llround(*second * 1e9));
+    const auto zone = text.find_first_of("+-", 17);
+    if (zone == text.npos) return date;
+    const bool hasColon = text.size() > zone + 3 && text[zone + 3] == ':';
+    const auto ahead = hours(std::max(number(zone + 1, 2), 0)) +
+                       minutes(std::max(number(zone + (hasColon ? 4 : 3), 2), 0));
+    return text[zone] == '+' ? date - ahead : date + ahead;
+}
+
 std::optional<ByteRange> byteRangeIn(std::string_view text, std::uint64_t next) {
     const auto at = text.find('@');
     const auto length = numberIn<std::uint64_t>(text.substr(0, at));

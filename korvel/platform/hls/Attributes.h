@@ -32,6 +32,9 @@ std::optional<std::int64_t> integerIn(std::string_view text);
 std::optional<double> decimalIn(std::string_view text);
 /// Seconds; what is longer than a day, or no number, is none.
 std::optional<std::chrono::nanoseconds> secondsIn(std::string_view text);
+/// A date and time of day as ISO 8601 writes them, since the beginning of 1970; of the years 1970
+/// to 2199.
+std::optional<std::chrono::nanoseconds> dateIn(std::string_view text);
 
 /// "<length>[@<offset>]"; without an offset it goes on at `next`.
 std::optional<ByteRange> byteRangeIn(std::string_view text, std::uint64_t next);

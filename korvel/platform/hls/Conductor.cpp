@@ -178,8 +178,9 @@ void Conductor::close() {
 }
 
 void Conductor::seek(nanoseconds to) {
-    const auto end = stage_->duration();
-    to = std::clamp(to, nanoseconds::zero(), end.value_or(nanoseconds::max()));
+    constexpr nanoseconds farthest =
+        std::chrono::hours(24 * 365 * 200);  // with which can be reckoned
+    to = std::clamp(to, nanoseconds::zero(), stage_->duration().value_or(farthest));
     stage_->seek(to);
     subtitles_.sought(to);
 }

@@ -141,6 +141,11 @@ Levels::Verdict Levels::judge(Time position) {
     return verdict;
 }
 
+bool Levels::isEnough() const {
+    const std::lock_guard lock(mutex_);
+    return isEnough_;
+}
+
 int Levels::stalls() const {
     const std::lock_guard lock(mutex_);
     return stalls_;

@@ -49,6 +49,8 @@ public:
         std::optional<Time> again{};
     };
     Verdict judge(Time position);
+    /// As last judged.
+    bool isEnough() const;
     int stalls() const;
 
 private:

@@ -18,7 +18,6 @@ constexpr std::size_t mostSegments = 100'000;
 constexpr std::size_t mostVariants = 500;
 constexpr std::size_t mostKeysAtOnce = 8;
 constexpr std::size_t mostDefinitions = 100;
-constexpr std::int64_t mostDiscontinuities = std::int64_t{1} << 60U;
 constexpr auto longestStream = std::chrono::hours(24 * 365);
 constexpr auto leastTargetDuration = std::chrono::milliseconds(500);
 
@@ -63,6 +62,9 @@ private:
             range_ = std::string(value);
         } else if (name == "EXT-X-DISCONTINUITY") {
             ++discontinuity_;
+            date_.reset();
+        } else if (name == "EXT-X-PROGRAM-DATE-TIME") {
+            date_ = dateIn(value);
         } else if (name == "EXT-X-GAP") {
             isGap_ = true;
         } else if (name == "EXT-X-KEY") {
@@ -218,7 +220,9 @@ private:
         next.key = key_;
         next.map = map_;
         next.isGap = isGap_;
+        next.date = date_;
         at_ += *duration_;
+        if (date_) *date_ += *duration_;
         media_.segments.push_back(std::move(next));
         if (at_ > longestStream || media_.segments.size() > mostSegments)
             error_ = "The playlist is too long";
@@ -238,6 +242,7 @@ private:
     std::optional<nanoseconds> duration_;
     std::optional<std::string> range_;
     bool isGap_ = false;
+    std::optional<nanoseconds> date_;                            ///< of the next segment
     std::map<std::string, std::shared_ptr<const KeyTag>> keys_;  ///< by format
     std::shared_ptr<const KeyTag> key_;
     std::shared_ptr<const MapTag> map_;
@@ -272,50 +277,6 @@ Playlist readPlaylist(std::string_view text, const URL& address, const Definitio
         if (!line.empty()) reader.line(line);
     }
     return std::move(reader).result();
-}
-
-MediaPlaylist merged(const MediaPlaylist& old, MediaPlaylist fresh) {
-    if (old.segments.empty() || fresh.segments.empty()) return fresh;
-    const Segment& first = fresh.segments.front();
-    const auto known = std::find_if(old.segments.begin(), old.segments.end(),
-                                    [&](const auto& each) { return each.number == first.number; });
-    nanoseconds shift = old.end();
-    std::int64_t renumber = 0;
-    if (known != old.segments.end()) {
-        shift = known->start;
-        renumber = known->discontinuity - first.discontinuity;
-    } else if (first.number > old.segments.back().number) {
-        // What nobody saw took its time, too.
-        const auto missed =
-            std::min<std::int64_t>(first.number - old.segments.back().number - 1, 10'000);
-        shift += missed * std::min<nanoseconds>(fresh.targetDuration, std::chrono::minutes(1));
-    } else {
-        // The server has begun to count anew.
-        renumber = old.segments.back().discontinuity + 1 - first.discontinuity;
-    }
-    // No stream lasts that long; a server that says so begins again at zero.
-    if (shift > 100 * longestStream) shift = {};
-    if (renumber > mostDiscontinuities) renumber = 0;
-    for (Segment& each : fresh.segments) {
-        each.start += shift;
-        each.discontinuity += renumber;
-    }
-    return fresh;
-}
-
-MediaPlaylist aligned(const MediaPlaylist& reference, MediaPlaylist fresh) {
-    if (reference.segments.empty() || fresh.segments.empty()) return fresh;
-    for (const Segment& each : reference.segments) {
-        if (each.number == fresh.segments.front().number)
-            return merged(reference, std::move(fresh));
-    }
-    nanoseconds shift = reference.end() - fresh.end();
-    for (const Segment& each : fresh.segments) {
-        if (each.number == reference.segments.front().number)
-            shift = reference.segments.front().start - each.start;
-    }
-    for (Segment& each : fresh.segments) each.start += shift;
-    return fresh;
 }
 
 std::optional<URL> resolved(const URL& base, std::string_view reference) {

@@ -51,6 +51,8 @@ struct Segment {
     std::shared_ptr<const KeyTag> key{};
     std::shared_ptr<const MapTag> map{};
     bool isGap = false;
+    /// When it was recorded, since the beginning of 1970; nothing where nobody tells.
+    std::optional<std::chrono::nanoseconds> date{};
 
     std::chrono::nanoseconds end() const { return start + duration; }
 };
@@ -108,12 +110,15 @@ bool isPlaylist(std::string_view beginning);
 Playlist readPlaylist(std::string_view text, const URL& address, const Definitions& imported = {});
 
 /// `fresh`, loaded after `old` from the same address, brought onto the time line and the
-/// discontinuity numbers of `old`.
+/// discontinuity numbers of `old`: by the numbers of their segments, else by their dates, else by
+/// how many were missed. `old` where `fresh` is an older state of it, which another machine of the
+/// server still had.
 MediaPlaylist merged(const MediaPlaylist& old, MediaPlaylist fresh);
 
-/// `fresh`, the live playlist of another variant or rendition, brought onto the time line of
-/// `reference`: by the numbers of their segments, which usually count alike, else by their ends.
-MediaPlaylist aligned(const MediaPlaylist& reference, MediaPlaylist fresh);
+/// `list`, of another variant or rendition, brought onto the line of the live `reference`: by their
+/// dates, else by the numbers of their segments, which usually count alike, else by their ends,
+/// unless it is placed on that line already.
+MediaPlaylist aligned(const MediaPlaylist& reference, MediaPlaylist list, bool isPlaced = false);
 
 /// `reference` of a playlist as an address: what may not stand in one is percent-encoded first.
 std::optional<URL> resolved(const URL& base, std::string_view reference);

@@ -65,7 +65,9 @@ public:
     /// After it neither output nor events are called. Waits for such a call in progress.
     virtual void close() = 0;
     /// Calls `SampleOutput::flush` on this thread, then loads from `to` on; times outside the
-    /// stream are clamped to it.
+    /// stream are clamped to it. Of a live stream only a window is there: who seeks in front of it
+    /// goes on where it begins, who seeks far behind it near its end. The stream does the same by
+    /// itself once the window has passed by whoever paused.
     virtual void seek(std::chrono::nanoseconds to) = 0;
     /// At which rate samples are used up, while they are: for levels, in stream time a second.
     virtual void setRate(double rate) = 0;

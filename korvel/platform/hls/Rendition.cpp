@@ -17,8 +17,6 @@ constexpr std::chrono::nanoseconds store = 10s;
 /// ... and with so much none is read on: a whole class may be one segment.
 constexpr std::chrono::nanoseconds mostStore = 2 * store;
 constexpr std::size_t mostBytesInStore = std::size_t{24} << 20U;
-/// Segments of two variants need not begin at quite the same time.
-constexpr std::chrono::nanoseconds mismatch = 100ms;
 constexpr int mostSteps = 12;
 
 }  // namespace
@@ -33,6 +31,7 @@ Rendition::Rendition(std::shared_ptr<Stage> stage, std::shared_ptr<Ladder> ladde
       feeding_(*stage_),
       lists_(source_.playlists.size()) {
     if (source_.first) {
+        referenceOf_ = 0;
         lists_[0] = List{source_.playlists[0], *std::exchange(source_.first, std::nullopt),
                          stage_->attention().clock().now()};
     }
@@ -66,6 +65,10 @@ void Rendition::restart() {
     goesOn_.reset();
     isOver_ = learns_ = hasGivenUp_ = false;
     steps_ = misses_ = 0;
+    // While nobody loaded, it went by an estimate.
+    const auto reference = stage_->reference();
+    if (!source_.isMain && reference && variant_ && lists_[*variant_])
+        list().playlist = aligned(*reference, std::move(list().playlist), true);
     const bool isApart = source_.sound && source_.sound->begin(generation_);
     hasOtherSound_ = isApart && !source_.isSoundAlone;
     if (source_.sound && source_.isSoundAlone) takeSoundAlone();
@@ -105,6 +108,7 @@ bool Rendition::needs(Time enough) const {
 
 void Rendition::step() {
     if (!openList() || !adapt()) return;
+    if (source_.isMain && isOutside()) return leap();
     if (const auto index = next()) return loadSegment(*index);
     if (list().playlist.isEnded) return finishStream();
     Attention& attention = stage_->attention();
@@ -122,7 +126,7 @@ std::optional<std::size_t> Rendition::next() const {
         index = static_cast<std::size_t>(
             std::min<std::int64_t>(offset, static_cast<std::int64_t>(segments.size())));
     } else {
-        const bool goesOn = feeding_.hasJoined() || feeding_.wanted() > stage_->target();
+        const bool goesOn = isUnderWay();
         const auto found = std::find_if(segments.begin(), segments.end(), [&](const Segment& each) {
             const Time slack = goesOn ? std::min(mismatch, each.duration / 2) : Time::zero();
             return each.end() > time_ + slack;
@@ -135,6 +139,11 @@ std::optional<std::size_t> Rendition::next() const {
     const auto discontinuity = segments[index].discontinuity;
     while (index > 0 && segments[index - 1].discontinuity == discontinuity) --index;
     return index;
+}
+
+/// Whether something was given since the last seek, so that what comes continues it.
+bool Rendition::isUnderWay() const {
+    return feeding_.hasJoined() || feeding_.wanted() > stage_->target();
 }
 
 std::optional<URL> Rendition::address(const std::string& uri) {

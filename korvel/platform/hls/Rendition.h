@@ -39,6 +39,8 @@ public:
 
 private:
     using Time = std::chrono::nanoseconds;
+    /// Segments of two variants need not begin at quite the same time.
+    static constexpr Time mismatch = std::chrono::milliseconds(100);
     /// A variant's playlist.
     struct List {
         URL address;
@@ -56,8 +58,10 @@ private:
     // Playlists and variants.
     bool openList();
     bool adapt();
-    bool change(std::size_t variant);
+    bool change(std::size_t variant, Time level);
+    bool canGoOnWith(std::size_t variant, Time level) const;
     bool load(std::size_t variant);
+    void take(std::size_t variant, const URL& address, MediaPlaylist fresh);
     bool refreshed();
     std::size_t choice(Time level) const;
     bool hasOther(std::size_t variant) const;
@@ -65,9 +69,12 @@ private:
     void adopt(std::size_t variant);
     Time startOf(const MediaPlaylist& playlist) const;
     void listFailed(std::size_t variant, const FetchResult& result);
+    bool isOutside() const;
+    void leap();
 
     // Segments.
     std::optional<std::size_t> next() const;
+    bool isUnderWay() const;
     void loadSegment(std::size_t index);
     FetchResult fetch(const URL& url, const Segment& segment, const Opening& opening,
                       SegmentReading& reading);
@@ -105,6 +112,7 @@ private:
     Stage::Generation generation_ = 0;
     std::vector<std::optional<List>> lists_;  ///< by variant
     std::optional<std::size_t> variant_;
+    std::optional<std::size_t> referenceOf_;  ///< whose playlist the others go by
     bool isOver_ = false;
     bool hasOtherSound_ = false;  ///< in this generation
 

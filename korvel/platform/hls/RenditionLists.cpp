@@ -64,20 +64,7 @@ bool Rendition::load(std::size_t variant) {
     }
     auto playlist = readPlaylist(viewOf(body), result.address, source_.definitions);
     if (auto* fresh = std::get_if<MediaPlaylist>(&playlist)) {
-        auto& known = lists_[variant];
-        const auto now = stage_->attention().clock().now();
-        if (known && !known->playlist.isEnded) {
-            *fresh = merged(known->playlist, std::move(*fresh));
-        } else if (const auto reference = stage_->reference(); reference && !fresh->isEnded) {
-            *fresh = aligned(*reference, std::move(*fresh));
-        }
-        if (source_.isMain && !fresh->isEnded)
-            stage_->setReference(std::make_shared<const MediaPlaylist>(*fresh));
-        const auto last = [](const MediaPlaylist& each) {
-            return each.segments.empty() ? -1 : each.segments.back().number;
-        };
-        const bool hasChanged = !known || last(known->playlist) != last(*fresh) || fresh->isEnded;
-        known = List{result.address, std::move(*fresh), now, hasChanged};
+        take(variant, result.address, std::move(*fresh));
         return true;
     }
     const auto* broken = std::get_if<NSError>(&playlist);
@@ -89,7 +76,28 @@ bool Rendition::load(std::size_t variant) {
     return false;
 }
 
-/// A live stream goes on with what is known of it, as long as there is something.
+void Rendition::take(std::size_t variant, const URL& address, MediaPlaylist fresh) {
+    auto& known = lists_[variant];
+    const bool isKnown = known && !known->playlist.isEnded;
+    if (isKnown) fresh = merged(known->playlist, std::move(fresh));
+    // Of a stream that is live, or was.
+    const auto reference = stage_->reference();
+    if (reference && referenceOf_ != variant)
+        fresh = aligned(*reference, std::move(fresh), isKnown);
+    if (source_.isMain && (reference || !fresh.isEnded)) {
+        referenceOf_ = variant;
+        stage_->setReference(std::make_shared<const MediaPlaylist>(fresh));
+    }
+    const auto last = [](const MediaPlaylist& each) {
+        return each.segments.empty() ? -1 : each.segments.back().number;
+    };
+    const bool hasChanged = !known || last(known->playlist) != last(fresh) || fresh.isEnded;
+    // Where the server counts anew, the next one is found by time.
+    if (variant == variant_ && number_ && *number_ > last(fresh) + 1) number_.reset();
+    known = List{address, std::move(fresh), stage_->attention().clock().now(), hasChanged};
+}
+
+/// Another variant may have its own.
 void Rendition::listFailed(std::size_t variant, const FetchResult& result) {
     const auto now = stage_->attention().clock().now();
     ladder_->failed(variant, now);
@@ -142,6 +150,34 @@ Rendition::Time Rendition::startOf(const MediaPlaylist& playlist) const {
     return holds == segments.end() ? segments.back().start : holds->start;
 }
 
+// MARK: live streams
+
+/// Whether what comes next has left the list, which a paused player lets happen, or lies so far
+/// behind it that a seek cannot have meant it.
+bool Rendition::isOutside() const {
+    const MediaPlaylist& playlist = list().playlist;
+    if (playlist.segments.empty()) return false;
+    const Segment& first = playlist.segments.front();
+    if (number_) return *number_ < first.number;
+    if (time_ < first.start - mismatch) return true;
+    return !playlist.isEnded && !isUnderWay() && time_ > playlist.end() + playlist.targetDuration;
+}
+
+/// Where nothing can come any more of what is to be shown next, the stream goes on with what there
+/// is, once all has been shown that is queued.
+void Rendition::leap() {
+    Attention& attention = stage_->attention();
+    const auto isDry = [this] { return !stage_->levels().isEnough(); };
+    if (!attention.wait(generation_, std::nullopt, isDry) || !openList() || !isOutside()) return;
+    const MediaPlaylist& playlist = list().playlist;
+    const auto& segments = playlist.segments;
+    Time to = startOf(playlist);
+    // As little as possible is left out; the first one may go before it has come.
+    if (time_ < segments.front().start)
+        to = std::min(to, segments[playlist.isEnded || segments.size() < 2 ? 0 : 1].start);
+    stage_->leap(generation_, to);
+}
+
 /// Takes another variant where that is better. False if the generation was overtaken or nothing is
 /// left.
 bool Rendition::adapt() {
@@ -152,15 +188,28 @@ bool Rendition::adapt() {
     const auto better = choice(level);
     hasGivenUp_ = false;
     if (better == *variant_) return true;
-    if (!change(better)) return !isStale() && !stage_->hasFailed() && variant_.has_value();
+    if (!change(better, level)) return !isStale() && !stage_->hasFailed() && variant_.has_value();
     return true;
 }
 
-bool Rendition::change(std::size_t variant) {
+/// Live variants need not be in step: a better one that lags behind, or has lost what comes next
+/// already, is not worth a stall.
+bool Rendition::canGoOnWith(std::size_t variant, Time level) const {
+    const MediaPlaylist& playlist = lists_[variant]->playlist;
+    const auto rate = [&](std::size_t each) { return ladder_->variants().at(each).bitRate; };
+    if (playlist.segments.empty()) return false;
+    if (playlist.isEnded || !feeding_.hasJoined() || rate(variant) < rate(*variant_)) return true;
+    if (time_ < playlist.segments.front().start - mismatch) return false;
+    const Time lag = time_ - playlist.end();
+    return lag <= mismatch || level - lag >= playlist.targetDuration;
+}
+
+bool Rendition::change(std::size_t variant, Time level) {
     const auto& known = lists_[variant];
     const auto now = stage_->attention().clock().now();
     const bool isFresh = known && (known->playlist.isEnded || now < reloadTime(*known));
     if (!isFresh && !load(variant)) return false;
+    if (!canGoOnWith(variant, level)) return true;
     adopt(variant);
     feeding_.rejoin();
     return true;

@@ -44,8 +44,8 @@ public:
     /// Nothing more of this kind until a flush. Also of a kind that had no sample at all.
     virtual void end(Kind kind) = 0;
     /// Throws away all that is queued or being decoded, on the thread that called
-    /// `Presentation::seek`. What follows begins at `to`. It may wait for threads that call
-    /// `Presentation::taken` or `starved`.
+    /// `Presentation::seek`, or on a loader's where a live stream has gone past. What follows
+    /// begins at `to`. It may wait for threads that call `Presentation::taken` or `starved`.
     virtual void flush(std::chrono::nanoseconds to) = 0;
 
     /// Of what is shown or sounds; after a flush its target until something is. Nothing before

@@ -67,8 +67,10 @@ void Stage::look() {
     const std::lock_guard lock(tell_);
     if (silent_) return;
     const auto verdict = levels_.judge(position());
-    if (std::exchange(told_, verdict.isEnough) != verdict.isEnough)
+    if (std::exchange(told_, verdict.isEnough) != verdict.isEnough) {
         parts_.events->buffered(verdict.isEnough);
+        attention_->notify();
+    }
     if (!verdict.again || againAsked_.exchange(true)) return;
     afterOf(parts_)(*verdict.again, [weak = weak_from_this()] {
         const auto self = weak.lock();
@@ -111,6 +113,16 @@ void Stage::close() {
 
 void Stage::seek(Time to) {
     const std::lock_guard gate(gate_);
+    move(to);
+}
+
+void Stage::leap(Generation generation, Time to) {
+    const std::lock_guard gate(gate_);
+    if (!attention_->isStale(generation)) move(to);
+}
+
+/// The gate is held.
+void Stage::move(Time to) {
     {
         const std::lock_guard lock(mutex_);
         target_ = to;

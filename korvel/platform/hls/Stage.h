@@ -59,6 +59,8 @@ public:
     void close();
 
     void seek(Time to);
+    /// The same, by a loader; not if its generation was overtaken.
+    void leap(Generation generation, Time to);
     /// Where the presentation goes on in this generation; nothing before that is known.
     std::optional<Time> target() const;
     /// Where the stream begins if nobody seeks.
@@ -80,6 +82,7 @@ public:
     bool soundWaits() const { return soundWaits_; }
 
 private:
+    void move(Time to);
     void failPart(NSError error, const char* part);
 
     const PresentationParts parts_;

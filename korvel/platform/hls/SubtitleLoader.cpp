@@ -201,11 +201,10 @@ void SubtitleLoader::adopt(std::size_t place, const URL& address, MediaPlaylist 
     const auto last = [](const MediaPlaylist& each) {
         return each.segments.empty() ? -1 : each.segments.back().number;
     };
-    if (list_ && !list_->playlist.isEnded) {
-        fresh = merged(list_->playlist, std::move(fresh));
-    } else if (const auto reference = stage_->reference(); reference && !fresh.isEnded) {
-        fresh = aligned(*reference, std::move(fresh));
-    }
+    const bool isKnown = list_ && !list_->playlist.isEnded;
+    if (isKnown) fresh = merged(list_->playlist, std::move(fresh));
+    if (const auto reference = stage_->reference())
+        fresh = aligned(*reference, std::move(fresh), isKnown);
     const bool hasChanged = !list_ || last(list_->playlist) != last(fresh);
     const auto reload = now() + (hasChanged ? fresh.targetDuration : fresh.targetDuration / 2);
     list_ = List{place, address, std::move(fresh), reload};

@@ -49,7 +49,7 @@ bool Timeline::isAnchored(std::int64_t discontinuity) const {
 
 Timeline::Time Timeline::shift(const Beginning& beginning) {
     const std::lock_guard lock(mutex_);
-    if (shifts_.size() >= mostDiscontinuities) shifts_.clear();
+    if (shifts_.size() >= mostDiscontinuities) shifts_.erase(shifts_.begin());
     auto& shifts = shifts_[beginning.discontinuity];
     const Time expected = beginning.goesOn.value_or(beginning.playlist);
     const auto best = bestOf(shifts, beginning.container, beginning.wrap, expected);

@@ -91,34 +91,65 @@ TEST(PlaylistTest, MasterPlaylistTellsVariantsRenditionsAndDefinitions) {
 }
 
 TEST(PlaylistTest, LiveListsGoOnOnTheTimeLineOfTheFormerOne) {
-    const auto list = [](int first, int count, const std::string& more = "") {
+    const auto list = [](int first, int count, const std::string& more = "",
+                         const std::string& name = "s") {
         std::string text =
             "#EXT-X-TARGETDURATION:2\n#EXT-X-MEDIA-SEQUENCE:" + std::to_string(first) + "\n" + more;
-        for (int i = 0; i < count; ++i) text += "#EXTINF:2,\ns\n";
+        for (int i = 0; i < count; ++i)
+            text += "#EXTINF:2,\n" + name + "?" + std::to_string(first) + "\n";
         return media(text);
     };
-    const auto old = list(10, 3);
+    const auto date = [](const char* time) {
+        return std::string("#EXT-X-PROGRAM-DATE-TIME:2026-03-01T") + time + "\n";
+    };
+    const std::string noon = date("12:00:00Z");
     struct Row {
         const char* what;
+        MediaPlaylist old;
         MediaPlaylist fresh;
-        std::chrono::seconds start;
-        std::int64_t discontinuity;
+        std::chrono::milliseconds start;
+        std::int64_t discontinuity = 0;
+        std::size_t count = 1;
     };
+    const auto old = list(10, 3);
+    const auto dated = list(10, 3, noon);
     const Row rows[] = {
-        {"overlaps", list(12, 3), 4s, 0},
-        {"follows", list(13, 1), 6s, 0},
-        {"some were missed", list(15, 1), 10s, 0},
-        {"counts its discontinuities anew", list(11, 3, "#EXT-X-DISCONTINUITY-SEQUENCE:5\n"), 2s,
-         0},
-        {"has begun anew", list(0, 2), 6s, 1},
+        {"overlaps", old, list(12, 3), 4s, 0, 3},
+        {"follows", old, list(13, 1), 6s},
+        {"some were missed", old, list(15, 1), 10s},
+        {"some were missed that were shorter", dated, list(15, 1, date("12:00:09.5Z")), 9500ms},
+        {"dates that go back tell nothing", dated, list(15, 1, date("11:00:00Z")), 10s},
+        {"no date: nothing", dated, list(15, 1, "#EXT-X-PROGRAM-DATE-TIME:2026-13-01T1\n"), 10s},
+        {"counts its discontinuities anew", old, list(11, 3, "#EXT-X-DISCONTINUITY-SEQUENCE:5\n"),
+         2s, 0, 3},
+        {"does not tell of those that have gone", list(10, 3, "#EXT-X-DISCONTINUITY-SEQUENCE:7\n"),
+         list(15, 1), 10s, 7},
+        {"has begun anew", old, list(0, 2), 6s, 1, 2},
+        {"likewise, at a known time", dated, list(0, 2, date("13:00:10+01:00")), 10s, 1, 2},
+        {"has begun anew amid known numbers", old, list(10, 2, "", "t"), 6s, 1, 2},
+        {"of another machine, which is behind", old, list(9, 3), 0s, 0, 3},
     };
     for (const Row& row : rows) {
-        const auto now = merged(old, row.fresh);
+        const auto now = merged(row.old, row.fresh);
+        EXPECT_EQ(now.segments[0].start, row.start) << row.what;
+        EXPECT_EQ(now.segments[0].discontinuity, row.discontinuity) << row.what;
+        EXPECT_EQ(now.segments.size(), row.count) << row.what;
+    }
+    const Row others[] = {
+        {"by number", old, list(11, 4), 2s},
+        {"else by their ends", old, list(500, 3), 0s},
+        {"by date, whatever the number", dated, list(11, 3, date("17:30:04.0+0530")), 4s},
+        {"whose discontinuity is the other's",
+         list(10, 3, noon + "#EXT-X-DISCONTINUITY-SEQUENCE:7\n"), list(70, 3, date("11:59:58Z")),
+         -2s, 7},
+        {"not by dates of another day", dated, list(11, 4, date("02:00:00Z")), 2s},
+    };
+    for (const Row& row : others) {
+        const auto now = aligned(row.old, row.fresh);
         EXPECT_EQ(now.segments[0].start, row.start) << row.what;
         EXPECT_EQ(now.segments[0].discontinuity, row.discontinuity) << row.what;
     }
-    EXPECT_EQ(aligned(old, list(11, 4)).segments[0].start, 2s) << "by number";
-    EXPECT_EQ(aligned(old, list(500, 3)).end(), 6s) << "else by their ends";
+    EXPECT_EQ(aligned(old, list(500, 1), true).segments[0].start, 0s) << "it has its place";
 }
 
 TEST(PlaylistTest, WhatIsBrokenIsRefusedOrPassedOverInBoundedTimeAndMemory) {
