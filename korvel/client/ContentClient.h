@@ -19,7 +19,6 @@ struct Device;
 
 class KCSDKConfig;
 class KCSDKConsent;
-class KCSDKNetworkManager;
 class KCSDKOndemandClass;
 class KCSDKOndemandClassResponse;
 class KCSDKOndemandCollection;
@@ -29,11 +28,8 @@ class KCSDKOndemandMetaData;
 class KCSDKOndemandSearchResult;
 class KCSDKUser;
 class KCSDKUserSubscriptionRequest;
-class KnownServers;
-class Outbox;
 class Playback;
-class Ticket;
-struct ClientSurroundings;
+struct ClientParts;
 struct PlayOptions;
 
 struct ClientOptions {
@@ -112,18 +108,7 @@ public:
     PendingRecord<KCSDKOndemandContentToken> contentToken(const std::string& contentId) const;
 
 private:
-    using HeldTicket = std::shared_ptr<const Ticket>;
-    HeldTicket ticket() const;
-    template <class Operation> std::shared_ptr<PendingCore> begin(const Operation& operation) const;
-    std::shared_ptr<PendingCore> begin(void (*operation)(const void*, const HeldTicket&),
-                                       const void* what) const;
-    std::shared_ptr<KCSDKNetworkManager> managerInForce() const;
-
-    const ClientOptions options_;
-    const std::shared_ptr<KCSDKNetworkManager> manager_;  ///< null: that of `KCSDK`
-    const std::shared_ptr<const ClientSurroundings> surroundings_;
-    const std::shared_ptr<Outbox> outbox_;  ///< null: off
-    const std::shared_ptr<KnownServers> servers_;
+    const std::unique_ptr<const ClientParts> parts_;
 };
 
 }  // namespace korvel

@@ -2,7 +2,7 @@
 
 #include <korvel/platform/security/Keychain.h>
 
-#include <map>
+#include <list>
 #include <mutex>
 
 namespace korvel {
@@ -16,8 +16,14 @@ public:
     platform::OSStatus SecItemDelete(const platform::SecItemQuery& query) override;
 
 private:
+    struct Item {
+        std::string account;
+        platform::Data value;
+    };
+    std::list<Item>::iterator find(const platform::SecItemQuery& query);
+
     std::mutex mutex_;
-    std::map<std::string, platform::Data> items_;
+    std::list<Item> items_;  ///< a handful
 };
 
 }  // namespace korvel

@@ -1,5 +1,6 @@
+#include <korvel/client/ClientSurroundings.h>
 #include <korvel/client/Outbox.h>
-#include <korvel/client/Telling.h>
+#include <korvel/client/Ticket.h>
 #include <korvel/network/ServiceOperations.h>
 #include <korvel/platform/foundation/JSONDecoder.h>
 #include <korvel/platform/foundation/JSONEncoder.h>
@@ -37,8 +38,6 @@ struct Names {
     using JSON = platform::Members<&Names::userId, &Names::ID>;
 };
 
-Names namesIn(const Data& body) { return platform::decodeJSON<Names>(body).value_or(Names()); }
-
 bool isForGood(const Failure& failure) {
     const int status = failure.status;
     return status >= 400 && status < 500 && status != 401 && status != 408 && status != 429;
@@ -53,26 +52,30 @@ bool isForAll(const Failure& failure) {
 
 struct Outbox::Kept {
     Number number = 0;
-    Envelope envelope = {};
     Data body = {};
     Names names = {};
     SealedRecords::Claim claim = {};
 
-    bool isFor(const KCSDKConfig& config, const std::string& userId) const {
-        return !userId.empty() && names.userId == userId && envelope.baseURL == config.baseURL &&
-               envelope.tenantID == config.tenantID;
+    /// What lies there; nothing if that is no performance.
+    std::optional<Envelope> open(const SealedRecords::Record& record) {
+        auto envelope = platform::decodeJSON<Envelope>(record.value);
+        if (!envelope) return std::nullopt;
+        number = record.number;
+        body = platform::bytesOf(envelope->body);
+        if (auto found = platform::decodeJSON<Names>(body)) names = std::move(*found);
+        return envelope;
     }
 };
 
+/// Sends what is left, one after the other.
 struct Outbox::Pass {
     Manager manager;
-    std::vector<Kept> left;  ///< newest first
-    Kept sent;               ///< and not answered yet
-    std::optional<Failure> failure;
+    std::list<Kept> left = {};  ///< oldest first; the first is what was sent
+    std::optional<Failure> failure = {};
 };
 
 Outbox::Outbox(std::shared_ptr<SealedRecords> records,
-               std::shared_ptr<const ClientSurroundings> surroundings, Clock::Duration deadline,
+               std::shared_ptr<ClientSurroundings> surroundings, Clock::Duration deadline,
                OutboxObserver observer)
     : records_(std::move(records)),
       surroundings_(std::move(surroundings)),
@@ -83,55 +86,55 @@ Outbox::Outbox(std::shared_ptr<SealedRecords> records,
 // keeping
 
 void Outbox::deliver(const Manager& manager, const APIEndpoint& request,
-                     const std::shared_ptr<const Ticket>& ticket, OutcomeHandler<Done> first,
-                     OutcomeHandler<Done> later) {
+                     const std::shared_ptr<Ticket>& ticket, BoxHandler told) {
     const auto& service = manager->operations();
     const auto config = service.endpoints().sdkConfig();
     const Envelope envelope{config->baseURL, config->tenantID,
                             std::string(platform::viewOf(*request.params))};
     const auto value = platform::JSONEncoder().encode(envelope);
+    const auto names = platform::decodeJSON<Names>(*request.params);
     std::optional<SealedRecords::Added> added;
-    if (value && !namesIn(*request.params).userId.empty()) added = records_->add(*value, bounds);
-    if (!added)
-        return service.record(request, std::move(first), ticket ? ticket->conduct : nullptr);
+    if (value && names && !names->userId.empty()) added = records_->add(*value, bounds);
+    if (!added) return service.record(request, std::move(told), ticket);
 
     if (ticket) ticket->pending->keep();
     bool begins = false;
     {
         const std::lock_guard lock(mutex_);
-        own_[added->number] = {std::move(added->claim), std::move(first), std::move(later)};
+        auto& own = own_.emplace_back();
+        own.number = added->number;
+        own.claim = std::move(added->claim);
+        own.told = std::move(told);
+        own.hearsTheEnd = !ticket;
         begins = mayBegin();
     }
     for (const auto& each : added->crowdedOut) {
-        tellOwn(each.number, Failure{.reason = Reason::noAnswer});
-        observe({OutboxEvent::Kind::crowdedOut, kept(each).names.ID});
+        tellOwn(each.number, failureFor(Reason::noAnswer));
+        Kept lost;
+        lost.open(each);
+        observe(OutboxEvent::Kind::crowdedOut, lost.names.ID);
     }
     if (begins) pass(manager);
 }
 
-Outbox::Kept Outbox::kept(const SealedRecords::Record& record) {
-    Kept kept{.number = record.number};
-    kept.envelope = platform::decodeJSON<Envelope>(record.value).value_or(Envelope());
-    kept.body = platform::bytesOf(kept.envelope.body);
-    kept.names = namesIn(kept.body);
-    return kept;
-}
-
-std::vector<Outbox::Kept> Outbox::listOf(const Manager& manager, std::set<Number>* all) const {
+std::list<Outbox::Kept> Outbox::keptFor(const Manager& manager, std::vector<Number>* all) const {
     const auto& endpoints = manager->operations().endpoints();
     const auto config = endpoints.sdkConfig();
     const auto userId = endpoints.userId();
-    std::vector<Kept> list;
+    std::list<Kept> list;
     for (const auto& record : records_->all()) {
-        if (all) all->insert(record.number);
-        auto one = kept(record);
-        if (one.isFor(*config, userId)) list.push_back(std::move(one));
+        if (all) all->push_back(record.number);
+        auto& kept = list.emplace_back();
+        const auto envelope = kept.open(record);
+        if (!envelope || userId.empty() || kept.names.userId != userId ||
+            envelope->baseURL != config->baseURL || envelope->tenantID != config->tenantID)
+            list.pop_back();
     }
     return list;
 }
 
 std::size_t Outbox::waiting(const Manager& manager) const {
-    return listOf(manager, nullptr).size();
+    return keptFor(manager, nullptr).size();
 }
 
 // ------------------------------------------------------------------------------------------
@@ -160,119 +163,111 @@ bool Outbox::mayBegin() {
     return !std::exchange(passes_, true);
 }
 
+/// Under the lock.
+std::list<Outbox::Own>::iterator Outbox::find(Number number) {
+    auto own = own_.begin();
+    while (own != own_.end() && own->number != number) ++own;
+    return own;
+}
+
 void Outbox::pass(const Manager& manager) {
     const auto pass = std::make_shared<Pass>();
     pass->manager = manager;
-    std::set<Number> all;
-    auto list = listOf(manager, &all);
+    std::vector<Number> all;
+    pass->left = keptFor(manager, &all);
+    const auto isAmong = [](const std::vector<Number>& numbers, Number number) {
+        return std::find(numbers.begin(), numbers.end(), number) != numbers.end();
+    };
     {
         const std::lock_guard lock(mutex_);
         // What others have dealt with, nobody can be told of.
-        std::erase_if(own_, [&](const auto& each) {
-            return !each.second.claim && !all.contains(each.first);
+        own_.remove_if([&](const Own& each) { return !each.claim && !isAmong(all, each.number); });
+        pass->left.remove_if([&](Kept& each) {
+            if (const auto own = find(each.number); own != own_.end()) each.claim = own->claim;
+            return isAmong(settled_, each.number);
         });
-        for (auto& each : list) {
-            if (settled_.contains(each.number)) continue;
-            if (const auto own = own_.find(each.number); own != own_.end()) {
-                each.claim = own->second.claim;
-            }
-            pass->left.push_back(std::move(each));
-        }
-        std::reverse(pass->left.begin(), pass->left.end());
         std::erase_if(settled_, [this](Number number) { return records_->remove(number); });
     }
     sendNext(pass);
 }
 
 void Outbox::sendNext(const std::shared_ptr<Pass>& pass) {
-    while (!pass->left.empty()) {
-        auto& next = pass->sent = std::move(pass->left.back());
-        pass->left.pop_back();
+    const auto& service = pass->manager->operations();
+    for (; !pass->left.empty(); pass->left.pop_front()) {
+        auto& next = pass->left.front();
         if (!next.claim) next.claim = records_->claim(next.number);
         if (!next.claim) continue;
-        const auto request =
-            pass->manager->operations().performanceAgain(next.body, next.names.userId);
+        const auto request = service.performanceAgain(next.body, next.names.userId);
         if (!request) {
-            pass->failure = Failure{.reason = Reason::loggedOut};
+            pass->failure = failureFor(Reason::loggedOut);
             break;
         }
-        return attempt(pass->manager, *request,
-                       [self = shared_from_this(), pass](const Outcome<Done>& outcome) {
-                           self->settle(pass, outcome);
-                       });
+        const auto ticket = std::make_shared<Ticket>(surroundings_, pass->manager, nullptr);
+        ticket->pending->endWithin(deadline_);
+        service.record(*request, Ticket::telling(ticket), ticket);
+        return ticket->pending->afterwards(
+            nullptr, [self = shared_from_this(), pass, sent = ticket->pending] {
+                self->settle(pass, sent->take());
+            });
     }
     endPass(*pass);
 }
 
-void Outbox::attempt(const Manager& manager, const APIEndpoint& request,
-                     OutcomeHandler<Done> done) {
-    const auto ticket = std::make_shared<const Ticket>(surroundings_, manager, nullptr);
-    ticket->pending->endWithin(deadline_);
-    manager->operations().record(request, Telling(ticket), ticket->conduct);
-    Pending<Done>(ticket->pending).then(nullptr, std::move(done));
-}
-
-void Outbox::settle(const std::shared_ptr<Pass>& pass, const Outcome<Done>& outcome) {
-    const auto& sent = pass->sent;
-    if (!outcome && !isForGood(outcome.failure())) {
-        Failure failure = outcome.failure();
-        failure.isKept = true;
-        if (failure.status == 0) wakesOnAnswer_ = true;
-        tellOwn(sent.number, failure);
-        observe({OutboxEvent::Kind::kept, sent.names.ID, failure});
-        pass->failure = std::move(failure);
-        if (isForAll(*pass->failure)) pass->left.clear();
-        return sendNext(pass);
+void Outbox::settle(const std::shared_ptr<Pass>& pass, Outcome<Box> outcome) {
+    const auto& sent = pass->left.front();
+    auto kind = OutboxEvent::Kind::accepted;
+    if (!outcome) {
+        auto& failure = outcome.failure();
+        failure.isKept = !isForGood(failure);
+        if (failure.isKept && failure.status == 0) wakesOnAnswer_ = true;
+        kind = failure.isKept ? OutboxEvent::Kind::kept : OutboxEvent::Kind::refused;
     }
-    if (!records_->remove(sent.number)) {
+    if (kind != OutboxEvent::Kind::kept && !records_->remove(sent.number)) {
         const std::lock_guard lock(mutex_);
-        settled_.insert(sent.number);
+        settled_.push_back(sent.number);
     }
     tellOwn(sent.number, outcome);
-    if (outcome) {
-        observe({OutboxEvent::Kind::accepted, sent.names.ID});
-    } else {
-        observe({OutboxEvent::Kind::refused, sent.names.ID, outcome.failure()});
+    observe(kind, sent.names.ID, &outcome);
+    pass->left.pop_front();
+    if (kind == OutboxEvent::Kind::kept) {
+        pass->failure = std::move(outcome.failure());
+        if (isForAll(*pass->failure)) pass->left.clear();
     }
     sendNext(pass);
 }
 
-/// `first` hears it first, and once it has, `later` does.
-void Outbox::tellOwn(Number number, const Outcome<Done>& outcome) {
-    OutcomeHandler<Done> told;
+/// Of the first attempt, and later of the end.
+void Outbox::tellOwn(Number number, const Outcome<Box>& outcome) {
+    const bool isKept = !outcome && outcome.failure().isKept;
+    BoxHandler told;
     {
         const std::lock_guard lock(mutex_);
-        const auto own = own_.find(number);
+        const auto own = find(number);
         if (own == own_.end()) return;
-        const bool isKept = !outcome && outcome.failure().isKept;
-        auto& [claim, first, later] = own->second;
-        claim = nullptr;
-        const bool goesOn = isKept && later;
-        if (first) {
-            told = std::exchange(first, nullptr);
-        } else if (!isKept) {
-            told = std::exchange(later, nullptr);
-        }
-        if (!goesOn) own_.erase(own);
+        own->claim = nullptr;
+        if (std::exchange(own->isFirst, false) || !isKept) told = own->told;
+        if (!isKept || !own->hearsTheEnd) own_.erase(own);
     }
     if (told) told(outcome);
 }
 
-void Outbox::endPass(const Pass& pass) {
+void Outbox::endPass(Pass& pass) {
+    pass.left.clear();  // and their claims, which the next pass needs
     std::vector<Number> unheard;
+    const bool isThrough = !pass.failure;
     {
         const std::lock_guard lock(mutex_);
         passes_ = false;
-        if (!pass.failure) pause_ = {};
-        for (const auto& [number, own] : own_) {
-            if (own.first && !passesAgain_) unheard.push_back(number);
+        if (isThrough) pause_ = {};
+        for (const auto& own : own_) {
+            if (own.isFirst && !passesAgain_) unheard.push_back(own.number);
         }
     }
     // Without a failure it is another user's turn by now.
-    auto failure = pass.failure.value_or(Failure{.reason = Reason::loggedOut});
-    failure.isKept = true;
-    for (const auto number : unheard) tellOwn(number, failure);
-    if (pass.failure) tryAgain(pass.manager, *pass.failure);
+    if (isThrough) pass.failure = failureFor(Reason::loggedOut);
+    pass.failure->isKept = true;
+    for (const auto number : unheard) tellOwn(number, *pass.failure);
+    tryAgain(pass);
     bool again = false;
     {
         const std::lock_guard lock(mutex_);
@@ -281,15 +276,15 @@ void Outbox::endPass(const Pass& pass) {
     if (again) beginPassLater(pass.manager);
 }
 
-void Outbox::tryAgain(const Manager& manager, const Failure& failure) {
-    if (failure.reason == Reason::loggedOut) return;  // the next log-in is the sign
+void Outbox::tryAgain(const Pass& pass) {
+    if (pass.failure->reason == Reason::loggedOut) return;  // the next log-in is the sign
     Clock::Duration pause{};
     {
         const std::lock_guard lock(mutex_);
         if (std::exchange(timerRuns_, true)) return;
         pause = pause_ = std::clamp(pause_ * 2, firstOutboxPause, longestPause);
     }
-    surroundings_->deadlines->after(pause, [weak = weak_from_this(), of = std::weak_ptr(manager)] {
+    surroundings_->after(pause, [weak = weak_from_this(), of = std::weak_ptr(pass.manager)] {
         const auto self = weak.lock();
         const auto asked = of.lock();
         if (!self || !asked) return;
@@ -301,8 +296,11 @@ void Outbox::tryAgain(const Manager& manager, const Failure& failure) {
     });
 }
 
-void Outbox::observe(const OutboxEvent& event) {
+void Outbox::observe(OutboxEvent::Kind kind, const std::string& performance,
+                     const Outcome<Box>* outcome) {
     if (!observer_) return;
+    OutboxEvent event{kind, performance};
+    if (outcome && !*outcome) event.failure = outcome->failure();
     const std::lock_guard lock(observing_);
     observer_(event);
 }

@@ -1,22 +1,22 @@
 #pragma once
 
-#include <korvel/client/OperationConduct.h>
 #include <korvel/client/OutboxEvent.h>
 #include <korvel/network/APIEndpoint.h>
+#include <korvel/network/Boxed.h>
 #include <korvel/network/KCSDKNetworkManager.h>
-#include <korvel/network/Outcome.h>
 #include <korvel/platform/security/SealedRecords.h>
 
 #include <atomic>
 #include <cstdint>
-#include <map>
+#include <list>
 #include <memory>
 #include <mutex>
-#include <set>
+#include <string>
 #include <vector>
 
 namespace korvel {
 
+class ClientSurroundings;
 class Ticket;
 
 /// Keeps performances on disk until the service has accepted them, or refused them for good, and
@@ -35,16 +35,15 @@ public:
 
     /// `records` is the process's, and other processes', too. `deadline`: of each attempt.
     Outbox(std::shared_ptr<platform::SealedRecords> records,
-           std::shared_ptr<const ClientSurroundings> surroundings,
-           platform::Clock::Duration deadline, OutboxObserver observer);
+           std::shared_ptr<ClientSurroundings> surroundings, platform::Clock::Duration deadline,
+           OutboxObserver observer);
 
     /// Sends the request that records a performance, and keeps it: it is on disk when this returns.
-    /// `first` hears what came of the first attempt, `later`, if that failed, what came of it in
-    /// the end, as long as this outbox is there to deliver it. What cannot be kept, be it that
-    /// nobody is logged in, is sent once. `ticket`: of whoever waits for it; may be null.
+    /// `told` hears what came of the first attempt, and if that failed and nobody waits with a
+    /// `ticket`, which may be null, what came of it in the end, as long as this outbox is there to
+    /// deliver it. What cannot be kept, be it that nobody is logged in, is sent once.
     void deliver(const Manager& manager, const APIEndpoint& request,
-                 const std::shared_ptr<const Ticket>& ticket, OutcomeHandler<Done> first,
-                 OutcomeHandler<Done> later);
+                 const std::shared_ptr<Ticket>& ticket, BoxHandler told);
     /// The service has answered something: a sign that what waits may be tried again. Costs next to
     /// nothing if nothing waits.
     void answered(const Manager& manager);
@@ -54,29 +53,31 @@ public:
 private:
     struct Kept;
     struct Pass;
+    using Number = platform::SealedRecords::Number;
     /// A performance of this client's.
     struct Own {
-        platform::SealedRecords::Claim claim;  ///< until `first` was told
-        OutcomeHandler<Done> first;
-        OutcomeHandler<Done> later;
+        Number number = 0;
+        platform::SealedRecords::Claim claim = {};  ///< until its first attempt was told of
+        BoxHandler told = {};
+        bool hearsTheEnd = false;
+        bool isFirst = true;  ///< no attempt has been told of
     };
-    using Number = platform::SealedRecords::Number;
 
-    static Kept kept(const platform::SealedRecords::Record& record);
-    std::vector<Kept> listOf(const Manager& manager, std::set<Number>* all) const;
+    std::list<Kept> keptFor(const Manager& manager, std::vector<Number>* all) const;
+    std::list<Own>::iterator find(Number number);
     bool mayBegin();
     void beginPassLater(const Manager& manager);
     void pass(const Manager& manager);
     void sendNext(const std::shared_ptr<Pass>& pass);
-    void settle(const std::shared_ptr<Pass>& pass, const Outcome<Done>& outcome);
-    void endPass(const Pass& pass);
-    void tryAgain(const Manager& manager, const Failure& failure);
-    void attempt(const Manager& manager, const APIEndpoint& request, OutcomeHandler<Done> done);
-    void tellOwn(Number number, const Outcome<Done>& outcome);
-    void observe(const OutboxEvent& event);
+    void settle(const std::shared_ptr<Pass>& pass, Outcome<Box> outcome);
+    void endPass(Pass& pass);
+    void tryAgain(const Pass& pass);
+    void tellOwn(Number number, const Outcome<Box>& outcome);
+    void observe(OutboxEvent::Kind kind, const std::string& performance,
+                 const Outcome<Box>* outcome = nullptr);
 
     const std::shared_ptr<platform::SealedRecords> records_;
-    const std::shared_ptr<const ClientSurroundings> surroundings_;
+    const std::shared_ptr<ClientSurroundings> surroundings_;
     const platform::Clock::Duration deadline_;
     const OutboxObserver observer_;
     std::mutex observing_;
@@ -84,8 +85,8 @@ private:
     std::atomic<unsigned> seenLogIns_ = 0;
     std::atomic<bool> wakesOnAnswer_ = false;
     std::mutex mutex_;
-    std::map<Number, Own> own_;
-    std::set<Number> settled_;  ///< and still on disk
+    std::list<Own> own_;
+    std::vector<Number> settled_;  ///< and still on disk
     platform::Clock::Duration pause_{};
     bool passes_ = false;
     bool passesAgain_ = false;

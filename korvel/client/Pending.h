@@ -1,35 +1,12 @@
 #pragma once
 
 #include <korvel/client/PendingCore.h>
-#include <korvel/network/Outcome.h>
+#include <korvel/network/Boxed.h>
 
 #include <coroutine>
-#include <type_traits>
 #include <utility>
 
 namespace korvel {
-
-/// How what an operation yields is carried: a record as it is, a list in a box, nothing as nothing.
-template <class T> struct PendingValue {
-    static PendingCore::Value boxed(T value) {
-        if constexpr (std::is_empty_v<T>)
-            return nullptr;
-        else
-            return std::make_shared<T>(std::move(value));
-    }
-    static T unboxed(const PendingCore::Value& box) {
-        if constexpr (std::is_empty_v<T>)
-            return {};
-        else
-            return std::move(*static_cast<T*>(box.get()));
-    }
-};
-template <class Record> struct PendingValue<std::shared_ptr<Record>> {
-    static PendingCore::Value boxed(std::shared_ptr<Record> record) { return record; }
-    static std::shared_ptr<Record> unboxed(const PendingCore::Value& box) {
-        return std::static_pointer_cast<Record>(box);
-    }
-};
 
 /// An operation that was begun, and ends exactly once: with a value, or with a `Failure` when its
 /// deadline comes at the latest. Its outcome is taken in one of three ways: waited for by `get`,
@@ -46,7 +23,7 @@ public:
     /// Waits. On the thread of the main queue that goes on meanwhile, as in a run loop.
     Outcome<T> get() && {
         state_->wait();
-        return taken(*state_);
+        return unboxed<T>(state_->take());
     }
     /// The same with an earlier deadline, at which the operation is ended.
     Outcome<T> get(platform::Clock::Duration deadline) && {
@@ -58,9 +35,10 @@ public:
     /// throw.
     void then(std::shared_ptr<platform::DispatchQueue> queue, OutcomeHandler<T> handler) && {
         auto& state = *state_;
-        state.afterwards(
-            std::move(queue),
-            [state = std::move(state_), handler = std::move(handler)] { handler(taken(*state)); });
+        state.afterwards(std::move(queue),
+                         [state = std::move(state_), handler = std::move(handler)] {
+                             handler(unboxed<T>(state->take()));
+                         });
     }
 
     /// A coroutine that awaits this resumes on `queue`; without it, on a background thread.
@@ -100,7 +78,7 @@ public:
         }
         Outcome<T> await_resume() {
             waiting_ = nullptr;
-            return taken(*state_);
+            return unboxed<T>(state_->take());
         }
 
     private:
@@ -111,12 +89,6 @@ public:
     Awaiter operator co_await() && { return Awaiter(std::move(state_), std::move(queue_)); }
 
 private:
-    static Outcome<T> taken(PendingCore& state) {
-        auto outcome = state.take();
-        if (!outcome) return std::move(outcome.failure());
-        return PendingValue<T>::unboxed(*outcome);
-    }
-
     std::shared_ptr<PendingCore> state_;
     std::shared_ptr<platform::DispatchQueue> queue_;
 };

@@ -1,5 +1,6 @@
-#include <korvel/client/OperationConduct.h>
+#include <korvel/client/ClientSurroundings.h>
 #include <korvel/client/PendingCore.h>
+#include <korvel/platform/foundation/URLSession.h>
 
 #include <algorithm>
 #include <utility>
@@ -14,119 +15,44 @@ constexpr Clock::Duration firstPause = std::chrono::milliseconds(250);
 constexpr int longestPauseShift = 4;  // four seconds
 }  // namespace
 
-// ------------------------------------------------------------------------------------------
-// conduct
+struct PendingCore::Stop {
+    std::weak_ptr<PendingCore> operation;
 
-OperationConduct::OperationConduct(std::shared_ptr<const ClientSurroundings> surroundings)
+    void operator()() const {
+        if (const auto stopped = operation.lock()) stopped->cancel();
+    }
+};
+
+PendingCore::PendingCore(std::shared_ptr<ClientSurroundings> surroundings)
     : surroundings_(std::move(surroundings)) {}
 
-bool OperationConduct::isOver() const {
+PendingCore::~PendingCore() {
+    if (deadline_) surroundings_->remove(*deadline_);
+}
+
+bool PendingCore::isOver() const {
     const std::lock_guard lock(mutex_);
-    return over_;
+    return outcome_.has_value();
 }
 
-void OperationConduct::began(std::shared_ptr<platform::URLSessionTask> task) {
-    if (!task) return;
-    std::unique_lock lock(mutex_);
-    if (!over_) {
-        task_ = std::move(task);
-        return;
-    }
-    lock.unlock();
-    task->cancel();
-}
-
-bool OperationConduct::triesAgain(const Failure& failure, std::function<void()> again) {
-    if (!failure.isTransient()) return false;
-    Clock::Duration pause{};
-    {
-        const std::lock_guard lock(mutex_);
-        if (over_ || retries_ >= surroundings_->readRetries) return false;
-        pause = firstPause * (1 << std::min(retries_, longestPauseShift));
-        for (const auto& deadline : deadlines_) {
-            if (surroundings_->deadlines->until(deadline) <= pause) return false;
-        }
-        ++retries_;
-        task_ = nullptr;
-    }
-    surroundings_->deadlines->after(pause, std::move(again));
-    return true;
-}
-
-void OperationConduct::endWithin(Clock::Duration limit,
-                                 const std::shared_ptr<PendingCore>& operation) {
-    const auto token = surroundings_->deadlines->add(limit, operation);
-    std::unique_lock lock(mutex_);
-    if (!over_) return deadlines_.push_back(token);
-    lock.unlock();
-    surroundings_->deadlines->remove(token);
-}
-
-void OperationConduct::finish() {
-    std::vector<Deadlines::Token> deadlines;
-    std::shared_ptr<platform::URLSessionTask> task;
-    {
-        const std::lock_guard lock(mutex_);
-        over_ = true;
-        deadlines.swap(deadlines_);
-        task.swap(task_);
-    }
-    for (const auto& deadline : deadlines) surroundings_->deadlines->remove(deadline);
-    if (task) task->cancel();
-}
+Outcome<Box> PendingCore::take() { return std::move(*outcome_); }
 
 // ------------------------------------------------------------------------------------------
-// core
-
-PendingCore::PendingCore(std::shared_ptr<const ClientSurroundings> surroundings)
-    : conduct_(std::make_shared<OperationConduct>(std::move(surroundings))) {}
-
-PendingCore::~PendingCore() = default;
-
-std::shared_ptr<Conduct> PendingCore::conduct() const { return conduct_; }
-
-void PendingCore::keep() { conduct_->keep(); }
-
-bool PendingCore::isOver() const { return over_; }
-
-void PendingCore::cancel() {
-    end(Failure{.reason = Failure::Reason::cancelled, .isKept = conduct_->isKept()});
-}
-
-void PendingCore::runOut() {
-    end(Failure{.reason = Failure::Reason::timedOut, .isKept = conduct_->isKept()});
-}
-
-void PendingCore::endWithin(Clock::Duration limit) {
-    conduct_->endWithin(limit, shared_from_this());
-}
-
-void PendingCore::stopWith(const std::stop_token& token) {
-    // Where the token says stop already, the callback runs in here.
-    auto stop = std::make_unique<StopCallback>(token, [weak = weak_from_this()] {
-        if (const auto self = weak.lock()) self->cancel();
-    });
-    const std::lock_guard lock(mutex_);
-    if (!over_) stop_.swap(stop);
-}
+// waiting
 
 void PendingCore::wait() {
-    const auto& mainQueue = conduct_->surroundings().mainQueue;
-    if (mainQueue->isMain()) {
-        {
-            const std::lock_guard lock(mutex_);
-            waitedForByMain_ = true;
-        }
-        mainQueue->runUntil([this] { return isOver(); });
-        return;
-    }
-    over_.wait(false);
+    std::unique_lock lock(mutex_);
+    if (!surroundings_->mainQueue->isMain())
+        return ended_.wait(lock, [this] { return outcome_.has_value(); });
+    waitedForByMain_ = true;
+    lock.unlock();
+    surroundings_->mainQueue->runUntil([this] { return isOver(); });
 }
 
 void PendingCore::afterwards(std::shared_ptr<DispatchQueue> queue, Task task) {
     {
         const std::lock_guard lock(mutex_);
-        if (!over_) {
+        if (!outcome_) {
             queue_.swap(queue);
             afterwards_.swap(task);
             return;
@@ -135,34 +61,95 @@ void PendingCore::afterwards(std::shared_ptr<DispatchQueue> queue, Task task) {
     dispatch(queue, std::move(task));
 }
 
-void PendingCore::end(Outcome<Value> outcome) {
+void PendingCore::dispatch(const std::shared_ptr<DispatchQueue>& queue, Task task) {
+    if (!task) return;
+    (queue ? *queue : DispatchQueue::global()).async(std::move(task));
+}
+
+// ------------------------------------------------------------------------------------------
+// ending
+
+void PendingCore::cancel() { endFor(Failure::Reason::cancelled); }
+
+void PendingCore::runOut() { endFor(Failure::Reason::timedOut); }
+
+void PendingCore::endFor(Failure::Reason reason) {
+    auto failure = failureFor(reason);
+    {
+        const std::lock_guard lock(mutex_);
+        failure.isKept = kept_;
+    }
+    end(std::move(failure));
+}
+
+void PendingCore::endWithin(Clock::Duration limit) {
+    std::optional unused(surroundings_->add(limit, weak_from_this()));
+    {
+        const std::lock_guard lock(mutex_);
+        const bool isEarlier = !deadline_ || (*unused)->first < (*deadline_)->first;
+        if (!outcome_ && isEarlier) deadline_.swap(unused);
+    }
+    if (unused) surroundings_->remove(*unused);
+}
+
+void PendingCore::stopWith(const std::stop_token& token) {
+    // Where the token says stop already, the callback runs in here.
+    auto stop = std::make_unique<std::stop_callback<Stop>>(token, Stop{weak_from_this()});
+    const std::lock_guard lock(mutex_);
+    if (!outcome_) stop_.swap(stop);
+}
+
+void PendingCore::end(Outcome<Box> outcome) {
     const auto self = shared_from_this();  // what is let go of below may be the last to hold it
-    std::shared_ptr<DispatchQueue> queue;
+    decltype(deadline_) deadline;
+    decltype(task_) exchange;
+    decltype(stop_) stop;
+    decltype(queue_) queue;
     Task task;
-    std::unique_ptr<StopCallback> stop;
     bool wakesMain = false;
     {
         const std::lock_guard lock(mutex_);
-        if (over_) return;
-        outcome_ = std::move(outcome);
-        over_ = true;
+        if (outcome_) return;
+        outcome_.emplace(std::move(outcome));
+        deadline.swap(deadline_);
+        exchange.swap(task_);
+        stop.swap(stop_);
         queue.swap(queue_);
         task.swap(afterwards_);
-        stop.swap(stop_);
         wakesMain = waitedForByMain_;
+        ended_.notify_all();
     }
-    over_.notify_all();
-    conduct_->finish();
-    if (wakesMain) conduct_->surroundings().mainQueue->async([] {});
+    if (deadline) surroundings_->remove(*deadline);
+    if (exchange) exchange->cancel();
+    if (wakesMain) surroundings_->mainQueue->async([] {});
     dispatch(queue, std::move(task));
 }
 
-Outcome<PendingCore::Value> PendingCore::take() { return std::move(*outcome_); }
+// ------------------------------------------------------------------------------------------
+// exchanges
 
-void PendingCore::dispatch(const std::shared_ptr<DispatchQueue>& queue, Task task) {
-    if (!task) return;
-    if (queue) return queue->async(std::move(task));
-    DispatchQueue::global().async(std::move(task));
+void PendingCore::keep() {
+    const std::lock_guard lock(mutex_);
+    kept_ = true;
+}
+
+void PendingCore::began(std::shared_ptr<platform::URLSessionTask> task, int attempt) {
+    {
+        const std::lock_guard lock(mutex_);
+        if (attempt != retries_) return;
+        if (!outcome_) return task_.swap(task);
+    }
+    if (task) task->cancel();
+}
+
+std::optional<Clock::Duration> PendingCore::pauseBeforeNext() {
+    const std::lock_guard lock(mutex_);
+    if (outcome_ || retries_ >= surroundings_->readRetries) return std::nullopt;
+    const auto pause = firstPause * (1 << std::min(retries_, longestPauseShift));
+    if (deadline_ && surroundings_->until(*deadline_) <= pause) return std::nullopt;
+    ++retries_;
+    task_ = nullptr;
+    return pause;
 }
 
 }  // namespace korvel

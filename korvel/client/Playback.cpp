@@ -1,9 +1,7 @@
 #include <korvel/client/PlaybackWatch.h>
-#include <korvel/model/KCSDKOndemandResultRequest.h>
 #include <korvel/platform/avfoundation/AVError.h>
 #include <korvel/platform/avfoundation/AVPlayer.h>
 #include <korvel/platform/avfoundation/AVPlayerItem.h>
-#include <korvel/platform/foundation/JSONDecoder.h>
 #include <korvel/player/KCSDKPlayerView.h>
 #include <korvel/presentation/KCSDKPlayerEvents.h>
 
@@ -44,32 +42,23 @@ Reason reasonOf(const NSError& error) {
             return Reason::unplayable;
     }
 }
+
+/// What is known of a key that does not come.
+Failure keyFailure(const KCSDKPlayerView& view) {
+    auto progress = view.keyProgress();
+    return progress.failure ? std::move(*progress.failure) : Failure();
+}
 }  // namespace
 
 // ------------------------------------------------------------------------------------------
 // watch
 
-Playback::Watch::Watch(const platform::Device& device, const PlayOptions& options)
-    : clock_(device.clock),
-      mainQueue_(device.mainQueue),
-      stallLimit_(options.stallLimit),
-      keyDeadline_(options.keyDeadline),
-      subtitles_(options.subtitles) {
-    timeline_.asked = clock_->now();
-}
-
-void Playback::Watch::performed() {
+Playback::Timeline PlaybackWatch::timeline() const {
     const std::lock_guard lock(mutex_);
-    timeline_.performed = clock_->now();
+    return timeline_;
 }
 
-Playback::Timeline Playback::Watch::timeline() const {
-    const std::lock_guard lock(mutex_);
-    auto timeline = timeline_;
-    return timeline;
-}
-
-void Playback::Watch::followSteps(const KCSDKPlayerView& view, const AVPlayerItem& item) {
+void PlaybackWatch::followSteps(const KCSDKPlayerView& view, const AVPlayerItem& item) {
     const auto& stream = item.startUp();
     const auto key = view.keyProgress();
     const std::lock_guard lock(mutex_);
@@ -84,69 +73,68 @@ void Playback::Watch::followSteps(const KCSDKPlayerView& view, const AVPlayerIte
     timeline_.picture = stream.picture;
 }
 
-void Playback::Watch::follow(const std::shared_ptr<KCSDKPlayerView>& view) {
+void PlaybackWatch::follow(const std::shared_ptr<KCSDKPlayerView>& view) {
     view_ = view;
     const auto item = view->player() ? view->player()->currentItem() : nullptr;
-    if (item && subtitles_.mode != platform::AVSubtitleSelection::Mode::none)
-        item->selectSubtitles(subtitles_);
-    view->closePlayerCallback = [self = shared_from_this(),
-                                 close = view->closePlayerCallback](std::int64_t seconds) {
-        if (self->closed(seconds)) close(seconds);
-    };
-    timer_ = platform::Timer::scheduled(*mainQueue_, lookInterval, true, [weak = weak_from_this()] {
+    if (item && options_.subtitles.mode != platform::AVSubtitleSelection::Mode::none)
+        item->selectSubtitles(options_.subtitles);
+    timer_ = platform::Timer::scheduled(*mainQueue, lookInterval, true, [weak = weak_from_this()] {
         if (const auto self = weak.lock()) self->look();
     });
     look();
 }
 
-Playback::Status Playback::Watch::status() const {
+Playback::Status PlaybackWatch::status() const {
     const std::lock_guard lock(mutex_);
-    auto status = status_;
-    return status;
+    return status_;
 }
 
-bool Playback::Watch::isOver() const {
+bool PlaybackWatch::isOver() const {
     const auto state = status_.state;
     return state == State::failed || state == State::ended;
 }
 
-void Playback::Watch::observe(Observer observer) {
+void PlaybackWatch::observe(Playback::Observer observer) {
     observer_ = std::move(observer);
-    if (const auto told = observer_) told(status());
+    tell();
 }
 
-void Playback::Watch::change(const std::function<void(Status&)>& change) {
-    {
-        const std::lock_guard lock(mutex_);
-        change(status_);
-    }
+void PlaybackWatch::tell() {
     if (const auto told = observer_) told(status());  // it may replace itself
 }
 
-void Playback::Watch::look() {
+void PlaybackWatch::enter(State state) {
+    {
+        const std::lock_guard lock(mutex_);
+        status_.state = state;
+    }
+    tell();
+}
+
+void PlaybackWatch::look() {
     if (isOver()) return;
     const auto view = view_.lock();
     if (!view) {
-        closed(std::nullopt);
+        closes(status_.performedSeconds);
         return;
     }
     const auto player = view->player();
-    if (!player || !player->currentItem()) return;  // closing
-    const auto item = player->currentItem();
+    const auto item = player ? player->currentItem() : nullptr;
+    if (!item) return;  // closing
     followSteps(*view, *item);
-    if (item->status() == AVPlayerItem::Status::failed) return fail(failureOf(*view, *item));
+    if (item->status() == AVPlayerItem::Status::failed) return failWith(*view, *item);
     const auto now = clock_->now();
     const auto state = judge(*view, now);
-    if (auto failure = overdue(*view, now)) return fail(std::move(*failure));
+    if (failsOverdue(*view, now)) return;
     {
         const std::lock_guard lock(mutex_);
         status_.waiting = waitsSince_ ? now - *waitsSince_ : Clock::Duration::zero();
         status_.performedSeconds = view->totalPerformedTime;
     }
-    if (state != status_.state) change([&](Status& status) { status.state = state; });
+    if (state != status_.state) enter(state);
 }
 
-Playback::State Playback::Watch::judge(KCSDKPlayerView& view, Clock::Instant now) {
+Playback::State PlaybackWatch::judge(KCSDKPlayerView& view, Clock::Instant now) {
     const auto player = view.player();
     const auto item = player->currentItem();
     const bool prepares = item->status() == AVPlayerItem::Status::unknown;
@@ -160,77 +148,60 @@ Playback::State Playback::Watch::judge(KCSDKPlayerView& view, Clock::Instant now
     return now - *waitsSince_ < stalledAfter ? State::buffering : State::stalled;
 }
 
-std::optional<Failure> Playback::Watch::overdue(const KCSDKPlayerView& view,
-                                                Clock::Instant now) const {
-    const bool isOverdue = keySince_ && now - *keySince_ >= keyDeadline_;
+bool PlaybackWatch::failsOverdue(const KCSDKPlayerView& view, Clock::Instant now) {
     if (keySince_) {
-        auto failure = view.keyProgress().failure.value_or(Failure());
-        failure.reason = Reason::keyUnanswered;
-        if (failure.status != 0) failure.reason = Reason::keyRefused;
-        if (isOverdue || failure.status != 0) return failure;
+        auto failure = keyFailure(view);
+        const bool isRefused = failure.status != 0;
+        failure.reason = isRefused ? Reason::keyRefused : Reason::keyUnanswered;
+        if (isRefused || now - *keySince_ >= options_.keyDeadline) {
+            fail(std::move(failure));
+            return true;
+        }
     }
-    if (waitsSince_ && now - *waitsSince_ >= stallLimit_) {
-        return Failure{.reason = Reason::stalled};
-    }
-    return std::nullopt;
+    const bool isStalled = waitsSince_ && now - *waitsSince_ >= options_.stallLimit;
+    if (isStalled) fail(failureFor(Reason::stalled));
+    return isStalled;
 }
 
-Failure Playback::Watch::failureOf(const KCSDKPlayerView& view, const AVPlayerItem& item) const {
-    Failure failure;
-    const auto error = item.error().value_or(NSError());
-    failure.reason = reasonOf(error);
-    if (failure.reason == Reason::keyRefused) {
-        failure = view.keyProgress().failure.value_or(failure);
-        failure.reason = Reason::keyRefused;
-    }
-    failure.transport = error;
-    return failure;
+void PlaybackWatch::failWith(const KCSDKPlayerView& view, const AVPlayerItem& item) {
+    auto error = item.error().value_or(NSError());
+    const auto reason = reasonOf(error);
+    auto failure = reason == Reason::keyRefused ? keyFailure(view) : Failure();
+    failure.reason = reason;
+    failure.transport = std::move(error);
+    fail(std::move(failure));
 }
 
-void Playback::Watch::fail(Failure failure) {
+void PlaybackWatch::fail(Failure failure) {
     const auto self = shared_from_this();
-    change([&](Status& status) {
-        status.state = State::failed;
-        status.failure = std::move(failure);
-    });
+    {
+        const std::lock_guard lock(mutex_);
+        status_.failure.emplace(std::move(failure));
+    }
+    enter(State::failed);
     close();
 }
 
-bool Playback::Watch::closed(std::optional<std::int64_t> performedSeconds) {
+bool PlaybackWatch::closes(std::int64_t performedSeconds) {
     if (std::exchange(closed_, true)) return false;
-    timer_->invalidate();
+    if (timer_) timer_->invalidate();
     {
         const std::lock_guard lock(mutex_);
         status_.waiting = {};
-        if (performedSeconds) status_.performedSeconds = *performedSeconds;
+        status_.performedSeconds = performedSeconds;
     }
-    if (!isOver()) change([](Status& status) { status.state = State::ended; });
+    if (!isOver()) enter(State::ended);
     return true;
 }
 
-void Playback::Watch::close() {
+void PlaybackWatch::close() {
     const auto shown = view_.lock();
     if (closed_ || closes_ || !shown || !shown->player()) return;
     closes_ = true;
     shown->closeBtnTapped();
 }
 
-void Playback::Watch::recorded(Outcome<Done> outcome, const std::optional<platform::Data>& sent) {
-    std::shared_ptr<const KCSDKOndemandResultRequest> performance;
-    if (sent) {
-        auto record = platform::decodeJSON<KCSDKOndemandResultRequest>(*sent);
-        if (record) performance = std::make_shared<KCSDKOndemandResultRequest>(*std::move(record));
-    }
-    mainQueue_->async([self = shared_from_this(), outcome = std::move(outcome),
-                       performance = std::move(performance)] {
-        self->change([&](Status& status) {
-            status.recorded = outcome;
-            status.performance = performance;
-        });
-    });
-}
-
-void Playback::Watch::setPlaying(bool plays) {
+void PlaybackWatch::setPlaying(bool plays) {
     const auto shown = view_.lock();
     const auto player = shown ? shown->player() : nullptr;
     if (isOver() || !player || (player->rate() != 0) == plays) return;
@@ -238,7 +209,7 @@ void Playback::Watch::setPlaying(bool plays) {
     look();
 }
 
-void Playback::Watch::seek(double seconds) {
+void PlaybackWatch::seek(double seconds) {
     const auto shown = view_.lock();
     const auto player = shown ? shown->player() : nullptr;
     if (isOver() || !player) return;
@@ -246,42 +217,47 @@ void Playback::Watch::seek(double seconds) {
                  platform::kCMTimeZero, platform::kCMTimeZero);
 }
 
-void Playback::Watch::stop() {
+void PlaybackWatch::stop() {
     if (!isOver()) close();
 }
 
 // ------------------------------------------------------------------------------------------
 // handle
 
-Playback::Playback(std::shared_ptr<platform::MainQueue> mainQueue, std::shared_ptr<Watch> watch,
-                   std::shared_ptr<KCSDKPlayerEvents> events)
-    : mainQueue_(std::move(mainQueue)), watch_(std::move(watch)), events_(std::move(events)) {}
+Playback::Playback(std::shared_ptr<PlaybackWatch> watch, std::shared_ptr<KCSDKPlayerEvents> events)
+    : watch_(std::move(watch)), events_(std::move(events)) {}
 
 Playback::~Playback() {
     // Views are let go of on the main queue, whichever thread lets go of this.
-    mainQueue_->async([watch = std::move(watch_), events = std::move(events_)] {});
+    const auto mainQueue = watch_->mainQueue;
+    mainQueue->async([watch = std::move(watch_), events = std::move(events_)] {});
 }
 
-void Playback::onMainQueue(std::function<void(Watch&)> action) const {
-    mainQueue_->async([watch = watch_, action = std::move(action)] { action(*watch); });
+namespace {
+using Order = void (*)(PlaybackWatch& watch, double seconds);
+
+void give(Order order, const std::shared_ptr<PlaybackWatch>& watch, double seconds = 0) {
+    watch->mainQueue->async([order, watch, seconds] { order(*watch, seconds); });
 }
+}  // namespace
 
 Playback::Status Playback::status() const { return watch_->status(); }
 Playback::Timeline Playback::timeline() const { return watch_->timeline(); }
 void Playback::observe(Observer observer) {
-    onMainQueue([observer = std::move(observer)](Watch& watch) { watch.observe(observer); });
+    watch_->mainQueue->async(
+        [watch = watch_, observer = std::move(observer)] { watch->observe(observer); });
 }
 void Playback::play() {
-    onMainQueue([](Watch& watch) { watch.setPlaying(true); });
+    give([](PlaybackWatch& watch, double) { watch.setPlaying(true); }, watch_);
 }
 void Playback::pause() {
-    onMainQueue([](Watch& watch) { watch.setPlaying(false); });
+    give([](PlaybackWatch& watch, double) { watch.setPlaying(false); }, watch_);
 }
 void Playback::seek(double seconds) {
-    onMainQueue([seconds](Watch& watch) { watch.seek(seconds); });
+    give([](PlaybackWatch& watch, double to) { watch.seek(to); }, watch_, seconds);
 }
 void Playback::stop() {
-    onMainQueue([](Watch& watch) { watch.stop(); });
+    give([](PlaybackWatch& watch, double) { watch.stop(); }, watch_);
 }
 
 }  // namespace korvel

@@ -12,14 +12,14 @@
 namespace korvel {
 
 namespace platform {
-class MainQueue;
 class UIView;
-}  // namespace platform
+}
 
 struct KCSDKOndemandResultRequest;
 class KCSDKPlayerEvents;
 class KCSDKPlayerEventsListner;
 class KCSDKVideoViewBuilder;
+class PlaybackWatch;
 
 struct PlayOptions {
     std::shared_ptr<platform::UIView> in = {};              ///< null: full screen
@@ -44,7 +44,7 @@ struct PlayOptions {
 ///
 /// Any thread. Letting go of it stops nothing: the player goes on where it is shown, its limits
 /// count, and its performance is recorded.
-class KORVEL_API Playback {
+class Playback {
 public:
     enum class State {
         preparing,  ///< its length and first picture are not there yet
@@ -84,34 +84,30 @@ public:
         Moment picture{};
     };
 
-    ~Playback();
+    KORVEL_API ~Playback();
     Playback(const Playback&) = delete;
     Playback& operator=(const Playback&) = delete;
 
-    Status status() const;
-    Timeline timeline() const;  ///< may be a tenth of a second old
+    KORVEL_API Status status() const;
+    KORVEL_API Timeline timeline() const;  ///< may be a tenth of a second old
     /// Called on the main queue with what is now, and whenever `state` changes or `recorded` comes.
     /// Replaces an earlier one; may be empty.
-    void observe(Observer observer);
+    KORVEL_API void observe(Observer observer);
 
     // Taken to the main queue, in order. None does anything once it is over.
-    void play();
-    void pause();
-    void seek(double seconds);
-    void stop();
+    KORVEL_API void play();
+    KORVEL_API void pause();
+    KORVEL_API void seek(double seconds);
+    KORVEL_API void stop();
 
     /// The contract's own remote control. Main queue.
     const std::shared_ptr<KCSDKPlayerEvents>& events() const { return events_; }
 
-    class Watch;  ///< internal
-    Playback(std::shared_ptr<platform::MainQueue> mainQueue, std::shared_ptr<Watch> watch,
-             std::shared_ptr<KCSDKPlayerEvents> events);
+    /// Internal.
+    Playback(std::shared_ptr<PlaybackWatch> watch, std::shared_ptr<KCSDKPlayerEvents> events);
 
 private:
-    void onMainQueue(std::function<void(Watch&)> action) const;
-
-    const std::shared_ptr<platform::MainQueue> mainQueue_;
-    std::shared_ptr<Watch> watch_;
+    std::shared_ptr<PlaybackWatch> watch_;
     std::shared_ptr<KCSDKPlayerEvents> events_;
 };
 

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <korvel/client/Playback.h>
+#include <korvel/client/Ticket.h>
 #include <korvel/platform/Device.h>
 #include <korvel/platform/foundation/Timer.h>
+#include <korvel/presentation/StartDirection.h>
 
 #include <mutex>
 
@@ -12,56 +14,67 @@ namespace platform {
 class AVPlayerItem;
 }
 class KCSDKPlayerView;
+class KnownServers;
 
-/// Follows one player from its start to its record. Lives as long as the player's view or whoever
-/// asks about it; holds neither. Main queue, but for what says otherwise.
-class Playback::Watch : public std::enable_shared_from_this<Watch> {
+/// Starts one class, and follows its player to the record of what was performed. Lives as long as
+/// the start, the player's view, or whoever asks about it; holds none of them. Main queue, but for
+/// what says otherwise.
+class PlaybackWatch final : public StartDirection,
+                            public std::enable_shared_from_this<PlaybackWatch> {
 public:
-    Watch(const platform::Device& device, const PlayOptions& options);
+    using State = Playback::State;
 
-    /// The player is there.
-    void follow(const std::shared_ptr<KCSDKPlayerView>& view);
-    /// Any thread: what became of the performance's record, and its bytes if there were any.
-    void recorded(Outcome<Done> outcome, const std::optional<platform::Data>& sent = {});
+    /// Any thread. `ticket` has a manager; `outbox` may be null.
+    PlaybackWatch(const platform::Device& device, std::shared_ptr<KCSDKOndemandClass> chosen,
+                  PlayOptions options, std::shared_ptr<Ticket> ticket,
+                  std::shared_ptr<Outbox> outbox);
+    /// Once, unless the ticket's operation is over by now.
+    void start(const std::shared_ptr<KnownServers>& servers);
 
-    /// The service has answered.
-    void performed();
-    Status status() const;      ///< any thread
-    Timeline timeline() const;  ///< any thread
-    void observe(Observer observer);
-    std::shared_ptr<KCSDKPlayerView> view() const { return view_.lock(); }
-    bool isOver() const;
+    void answered() override;
+    void done(Outcome<std::shared_ptr<KCSDKPlayerEvents>> outcome) override;
+    bool closes(std::int64_t performedSeconds) override;
+    void record(const KCSDKOndemandClass& performed, std::int64_t performedSeconds) override;
+
+    Playback::Status status() const;      ///< any thread
+    Playback::Timeline timeline() const;  ///< any thread
+    void observe(Playback::Observer observer);
     void setPlaying(bool plays);
     void seek(double seconds);
     void stop();
 
+    const std::shared_ptr<platform::MainQueue> mainQueue;
+
 private:
+    void follow(const std::shared_ptr<KCSDKPlayerView>& view);
     void look();
     void followSteps(const KCSDKPlayerView& view, const platform::AVPlayerItem& item);
-    Failure failureOf(const KCSDKPlayerView& view, const platform::AVPlayerItem& item) const;
     State judge(KCSDKPlayerView& view, platform::Clock::Instant now);
-    std::optional<Failure> overdue(const KCSDKPlayerView& view, platform::Clock::Instant now) const;
-    /// False if it had closed before: a performance counts once.
-    bool closed(std::optional<std::int64_t> performedSeconds);
-    void close();
+    bool failsOverdue(const KCSDKPlayerView& view, platform::Clock::Instant now);
+    void failWith(const KCSDKPlayerView& view, const platform::AVPlayerItem& item);
     void fail(Failure failure);
-    void change(const std::function<void(Status&)>& change);
+    bool isOver() const;
+    void close();
+    void enter(State state);
+    void tell();
+    void recorded(Outcome<Box> outcome);  ///< any thread
 
     const std::shared_ptr<platform::Clock> clock_;
-    const std::shared_ptr<platform::MainQueue> mainQueue_;
-    const platform::Clock::Duration stallLimit_;
-    const platform::Clock::Duration keyDeadline_;
-    const platform::AVSubtitleSelection subtitles_;
+    const std::shared_ptr<KCSDKOndemandClass> class_;
+    const std::shared_ptr<Outbox> outbox_;
+    PlayOptions options_;
+    std::shared_ptr<Ticket> ticket_;  ///< until the start is done
+    std::shared_ptr<const KCSDKOndemandResultRequest> performance_;
     std::weak_ptr<KCSDKPlayerView> view_;
     std::shared_ptr<platform::Timer> timer_;
     std::optional<platform::Clock::Instant> waitsSince_;
     std::optional<platform::Clock::Instant> keySince_;
-    Observer observer_;
+    Playback::Observer observer_;
     bool closes_ = false;
     bool closed_ = false;
     mutable std::mutex mutex_;  ///< of the two, which the main queue alone writes
-    Status status_;
-    Timeline timeline_;
+    Playback::Status status_;
+    Playback::Timeline timeline_;
 };
 
 }  // namespace korvel

@@ -1,7 +1,7 @@
 #pragma once
 
+#include <korvel/network/Boxed.h>
 #include <korvel/network/Completion.h>
-#include <korvel/network/Outcome.h>
 
 #include <type_traits>
 #include <variant>
@@ -31,8 +31,8 @@ ContractAnswer contractAnswer(const Failure& failure, Contract contract = Contra
 
 /// A handler that tells `completion` of the outcome what its contract tells.
 template <class Record>
-OutcomeHandler<std::shared_ptr<Record>> completing(Completion<Record> completion,
-                                                   Contract contract = Contract::usual) {
+Handler<std::shared_ptr<Record>> completing(Completion<Record> completion,
+                                            Contract contract = Contract::usual) {
     return [completion = std::move(completion),
             contract](const Outcome<std::shared_ptr<Record>>& outcome) {
         if (!completion) return;
@@ -43,7 +43,7 @@ OutcomeHandler<std::shared_ptr<Record>> completing(Completion<Record> completion
 }
 
 template <class Record>
-OutcomeHandler<std::vector<std::shared_ptr<Record>>> completing(ListCompletion<Record> completion) {
+Handler<std::vector<std::shared_ptr<Record>>> completing(ListCompletion<Record> completion) {
     return [completion =
                 std::move(completion)](Outcome<std::vector<std::shared_ptr<Record>>> outcome) {
         if (!completion) return;
@@ -56,7 +56,7 @@ OutcomeHandler<std::vector<std::shared_ptr<Record>>> completing(ListCompletion<R
 }
 
 template <class Value>
-OutcomeHandler<Value> completing(ErrorCompletion completion, Contract contract = Contract::usual) {
+Handler<Value> completing(ErrorCompletion completion, Contract contract = Contract::usual) {
     return [completion = std::move(completion), contract](const Outcome<Value>& outcome) {
         if (!completion) return;
         if (outcome) return completion(std::nullopt);

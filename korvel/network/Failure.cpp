@@ -111,6 +111,12 @@ std::string Failure::description() const {
     return text;
 }
 
+Failure failureFor(Reason reason) {
+    Failure failure;
+    failure.reason = reason;
+    return failure;
+}
+
 Failure failureOfTransport(NSError error) {
     Failure failure;
     failure.reason = error.domain == platform::urlErrorDomain

@@ -65,6 +65,8 @@ struct KORVEL_API Failure {
 /// "timedOut": the enumerator's name.
 KORVEL_API std::string_view nameOf(Failure::Reason reason);
 
+/// A failure of which nothing else is known.
+Failure failureFor(Failure::Reason reason);
 /// What a request that the transport could not bring to an answer came to.
 Failure failureOfTransport(NSError error);
 /// What an answer with a status other than 200 and 201 means; of a 601 the document is read.

@@ -93,7 +93,7 @@ void KCSDKNetworkManager::cancelSubscription(ErrorCompletion completion) {
 void KCSDKNetworkManager::sendClassPerformance(const KCSDKOndemandClass& ondemandClass,
                                                std::int64_t performedSeconds) {
     const auto performance = operations_->performance(ondemandClass, performedSeconds);
-    if (performance) operations_->record(*performance, {});
+    if (performance) operations_->record(performance->request, {});
 }
 
 void KCSDKNetworkManager::getContentToken(const std::string& contentId,

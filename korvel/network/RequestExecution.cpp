@@ -1,3 +1,4 @@
+#include <korvel/model/KCSDKUser.h>
 #include <korvel/network/RequestExecution.h>
 
 #include <algorithm>
@@ -63,17 +64,19 @@ struct RequestExecution::Sending : std::enable_shared_from_this<Sending> {
     VerdictHandler handler;
     Conducting conduct;
     std::optional<URLRequest> repeated;  ///< what may be asked for again
+    int attempts = 0;                    ///< one after another
 
     void begin(URLRequest request) {
         const auto open = session.lock();
         if (!open) return;
         const auto id = platform::Diagnostics::newRequestId();
+        const int attempt = attempts++;
         if (diagnostics) diagnostics->requestStarted(id, request);
         auto task =
             open->dataTask(std::move(request), [self = shared_from_this(), id](Exchange exchange) {
                 self->end(id, std::move(exchange));
             });
-        if (conduct) conduct->began(std::move(task));
+        if (conduct) conduct->began(std::move(task), attempt);
     }
 
     void end(platform::Diagnostics::RequestId id, Exchange exchange) {
@@ -105,33 +108,60 @@ void RequestExecution::send(URLRequest request, Judge judgement, VerdictHandler 
     sending->begin(std::move(request));
 }
 
-bool RequestExecution::fits(const platform::Data& body, Ended ended, std::size_t largest,
-                            platform::DecodingError& error) {
-    if (!ended.isTooLong && body.size() <= largest) return true;
-    error.reason = "is too long";
-    return false;
+// ------------------------------------------------------------------------------------------
+// decoding
+
+/// What an answer that was accepted is to be, and who hears of it.
+struct RequestExecution::Reading {
+    const Answer& answer;
+    std::size_t largest;
+    std::shared_ptr<platform::Diagnostics> diagnostics;
+    BoxHandler done;
+    bool isLogIn = false;
+
+    void operator()(Verdict verdict, Ended ended) const {
+        Outcome<Box> outcome =
+            verdict ? read(std::move(*verdict), ended) : Outcome<Box>(std::move(verdict.failure()));
+        if (done) done(std::move(outcome));
+    }
+
+    Outcome<Box> read(platform::Data body, Ended ended) const {
+        platform::DecodingError error;
+        if (ended.isTooLong || body.size() > largest) {
+            error.reason = "is too long";
+        } else if (auto box = answer.read(isLogIn ? body : std::move(body), error)) {
+            return box;
+        }
+        const auto name = answer.name();
+        if (diagnostics) diagnostics->decodingFailed(ended.id, name, error.path, error.reason);
+        if (isLogIn && ended.status != 0 && ended.status != 200 && ended.status != 201) {
+            return refusalOfLogIn(ended.status, std::move(body));
+        }
+        Failure failure;
+        failure.reason = Failure::Reason::notUnderstood;
+        failure.status = ended.status;
+        failure.body.emplace();  // there was one
+        failure.record = name;
+        failure.member = std::move(error.path);
+        failure.detail = std::move(error.reason);
+        return failure;
+    }
+
+    static Failure refusalOfLogIn(int status, platform::Data body) {
+        auto refusal = failureOfStatus(status, std::move(body));
+        if (refusal.reason == Failure::Reason::loggedOut) refusal.reason = Failure::Reason::refused;
+        return refusal;
+    }
+};
+
+RequestExecution::VerdictHandler RequestExecution::decoding(const Answer& answer,
+                                                            BoxHandler done) const {
+    return Reading{answer, largestAnswer_, diagnostics_, std::move(done)};
 }
 
-Failure RequestExecution::notUnderstood(Ended ended, std::string record,
-                                        platform::DecodingError error,
-                                        platform::Diagnostics* diagnostics) {
-    if (diagnostics) diagnostics->decodingFailed(ended.id, record, error.path, error.reason);
-    Failure failure;
-    failure.reason = Failure::Reason::notUnderstood;
-    failure.status = ended.status;
-    failure.body.emplace();  // there was one
-    failure.record = std::move(record);
-    failure.member = std::move(error.path);
-    failure.detail = std::move(error.reason);
-    return failure;
-}
-
-Failure RequestExecution::refusalOfLogIn(Failure undecoded, platform::Data body) {
-    const int status = undecoded.status;
-    if (status == 0 || status == 200 || status == 201) return undecoded;
-    auto refusal = failureOfStatus(status, std::move(body));
-    if (refusal.reason == Failure::Reason::loggedOut) refusal.reason = Failure::Reason::refused;
-    return refusal;
+RequestExecution::VerdictHandler RequestExecution::decodingUser(BoxHandler done) const {
+    return Reading{answerWith<std::shared_ptr<KCSDKUser>>, largestAnswer_, diagnostics_,
+                   std::move(done), true};
 }
 
 std::string RequestExecution::acceptLanguage() const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <korvel/network/APIEndpoint.h>
+#include <korvel/network/Boxed.h>
 #include <korvel/network/Conduct.h>
 #include <korvel/network/RecordName.h>
 #include <korvel/network/Verdict.h>
@@ -9,12 +10,15 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
+#include <utility>
 
 namespace korvel {
 
-class KCSDKUser;
+template <class Result> Box readBoxed(platform::Data body, platform::DecodingError& error) {
+    auto result = platform::decodeJSON<Result>(std::move(body), &error);
+    return result ? Boxed<Result>::of(std::move(*result)) : nullptr;
+}
 
 /// Turns an endpoint into one exchange, or as many as its conduct allows, and their end into a
 /// verdict. Keeps no state between calls; any thread. Handlers run on the session's background
@@ -42,50 +46,26 @@ public:
     void performUpload(const APIEndpoint& endpoint, const std::string& boundary,
                        VerdictHandler handler, const Conducting& conduct) const;
 
-    /// A handler that decodes the payload and calls `done(Outcome<Result>)` once. What is no
-    /// `Result`, or longer than the device takes, is told to the diagnostics, too.
-    template <class Result, class Handler> VerdictHandler decoding(Handler done) const {
-        return [diagnostics = diagnostics_, largest = largestAnswer_, done = std::move(done)](
-                   Verdict verdict, Ended ended) {
-            if (!verdict) return done(Outcome<Result>(std::move(verdict.failure())));
-            platform::DecodingError error;
-            std::optional<Result> result;
-            if (fits(*verdict, ended, largest, error)) {
-                result = platform::decodeJSON<Result>(std::move(*verdict), &error);
-            }
-            if (result) return done(Outcome<Result>(std::move(*result)));
-            done(Outcome<Result>(
-                notUnderstood(ended, recordName<Result>(), std::move(error), diagnostics.get())));
-        };
-    }
+    /// A kind of answer: what is read of a body (null, and why, if that is something else), and by
+    /// what name the diagnostics know it.
+    struct Answer {
+        Box (*read)(platform::Data body, platform::DecodingError& error);
+        std::string (*name)();
+    };
+    template <class Result>
+    static constexpr Answer answerWith{&readBoxed<Result>, &recordName<Result>};
 
+    /// A handler that reads the payload and calls `done` once. What is no such answer, or longer
+    /// than the device takes, is told to the diagnostics, too.
+    VerdictHandler decoding(const Answer& answer, BoxHandler done) const;
     /// The same for the log-in: a refusal, too, counts if it holds a user, and what holds none is
     /// the failure that the status says.
-    template <class Handler> VerdictHandler decodingUser(Handler done) const {
-        using User = std::shared_ptr<KCSDKUser>;
-        return [diagnostics = diagnostics_, largest = largestAnswer_, done = std::move(done)](
-                   Verdict verdict, Ended ended) {
-            if (!verdict) return done(Outcome<User>(std::move(verdict.failure())));
-            platform::DecodingError error;
-            std::optional<User> user;
-            if (fits(*verdict, ended, largest, error)) {
-                user = platform::decodeJSON<User>(*verdict, &error);
-            }
-            if (user) return done(Outcome<User>(std::move(*user)));
-            auto failure =
-                notUnderstood(ended, recordName<User>(), std::move(error), diagnostics.get());
-            done(Outcome<User>(refusalOfLogIn(std::move(failure), std::move(*verdict))));
-        };
-    }
+    VerdictHandler decodingUser(BoxHandler done) const;
 
 private:
     using Judge = Verdict (*)(platform::Exchange, platform::Console&);
     struct Sending;
-    static bool fits(const platform::Data& body, Ended ended, std::size_t largest,
-                     platform::DecodingError& error);
-    static Failure notUnderstood(Ended ended, std::string record, platform::DecodingError error,
-                                 platform::Diagnostics* diagnostics);
-    static Failure refusalOfLogIn(Failure undecoded, platform::Data body);
+    struct Reading;
     void send(platform::URLRequest request, Judge judgement, VerdictHandler handler,
               const Conducting& conduct) const;
     std::string acceptLanguage() const;

@@ -37,11 +37,11 @@ namespace {
 constexpr auto loginDelay = std::chrono::milliseconds(500);
 
 /// Tells whoever asked, if anybody did.
-template <class T> void tell(const OutcomeHandler<T>& done, Outcome<T> outcome) {
+void tell(const BoxHandler& done, Outcome<Box> outcome) {
     if (done) done(std::move(outcome));
 }
 
-Failure unusableBaseURL() { return {.reason = Failure::Reason::unusableBaseURL}; }
+Failure unusableBaseURL() { return failureFor(Failure::Reason::unusableBaseURL); }
 
 /// The service answered with a list, and what was asked for is not in it.
 Failure notInTheList() {
@@ -58,9 +58,9 @@ template <class Record> std::shared_ptr<Record> firstOf(const RecordList<Record>
 }
 
 /// For requests whose accepted answer means nothing, whatever it holds.
-RequestExecution::VerdictHandler accepted(OutcomeHandler<Done> done) {
-    return [done = std::move(done)](Verdict verdict, auto) {
-        tell(done, verdict ? Outcome<Done>(Done{}) : std::move(verdict.failure()));
+RequestExecution::VerdictHandler accepted(Handler<Done> done) {
+    return [done = std::move(done).boxed()](Verdict verdict, auto) {
+        tell(done, verdict ? Outcome<Box>(nullptr) : std::move(verdict.failure()));
     };
 }
 
@@ -122,15 +122,14 @@ struct ServiceOperations::Parts {
 
     /// Sends the endpoint, if there is one, and passes the decoded answer on.
     template <class Result>
-    void request(const EndpointCatalogue::Result& endpoint, OutcomeHandler<Result> done,
+    void request(const EndpointCatalogue::Result& endpoint, Handler<Result> done,
                  const Conducting& conduct) const {
-        if (!endpoint) return tell(done, Outcome<Result>(unusableBaseURL()));
-        execution.performDataTask(
-            *endpoint,
-            execution.decoding<Result>([done = std::move(done)](Outcome<Result> outcome) {
-                tell(done, std::move(outcome));
-            }),
-            conduct);
+        request(endpoint, RequestExecution::answerWith<Result>, std::move(done).boxed(), conduct);
+    }
+    void request(const EndpointCatalogue::Result& endpoint, const RequestExecution::Answer& answer,
+                 BoxHandler done, const Conducting& conduct) const {
+        if (!endpoint) return tell(done, unusableBaseURL());
+        execution.performDataTask(*endpoint, execution.decoding(answer, std::move(done)), conduct);
     }
 
     const RequestExecution execution;
@@ -156,18 +155,19 @@ unsigned ServiceOperations::logIns() const { return parts_->session->logIns; }
 
 EndpointCatalogue& ServiceOperations::endpoints() const { return parts_->endpoints; }
 
-void ServiceOperations::logIn(const std::string& userName, Handler<KCSDKUser> done,
+void ServiceOperations::logIn(const std::string& userName, RecordHandler<KCSDKUser> done,
                               const Conducting& conduct) const {
     auto endpoint = parts_->endpoints.login();
-    if (!endpoint) return tell(done, Outcome<std::shared_ptr<KCSDKUser>>(unusableBaseURL()));
+    if (!endpoint) return done(unusableBaseURL());
     const KCSDKMultipartForm form;
     endpoint->formParams =
         form.body(formFields(loginRequest(userName, *parts_->endpoints.sdkConfig())));
 
-    auto loggedIn = [session = parts_->session, keychain = parts_->keychain,
-                     localytics = parts_->localytics, analytics = parts_->analytics,
-                     manager = std::weak_ptr(parts_),
-                     done = std::move(done)](Outcome<std::shared_ptr<KCSDKUser>> outcome) {
+    using User = std::shared_ptr<KCSDKUser>;
+    Handler<User> loggedIn = [session = parts_->session, keychain = parts_->keychain,
+                              localytics = parts_->localytics, analytics = parts_->analytics,
+                              manager = std::weak_ptr(parts_),
+                              done = std::move(done)](Outcome<User> outcome) {
         if (outcome) {
             {
                 const std::lock_guard lock(session->changing);
@@ -179,11 +179,11 @@ void ServiceOperations::logIn(const std::string& userName, Handler<KCSDKUser> do
             analytics.tagUserLogin(outcome->userId,
                                    parts ? parts->endpoints.sdkConfig()->tenantID : "NA");
         }
-        tell(done, std::move(outcome));
+        done(std::move(outcome));
     };
     parts_->mainQueue->asyncAfter(
         loginDelay, [execution = parts_->execution, endpoint = std::move(*endpoint),
-                     boundary = form.boundary, loggedIn = std::move(loggedIn), conduct] {
+                     boundary = form.boundary, loggedIn = std::move(loggedIn).boxed(), conduct] {
             execution.performUpload(endpoint, boundary, execution.decodingUser(loggedIn), conduct);
         });
 }
@@ -192,10 +192,10 @@ void ServiceOperations::consents(ListHandler<KCSDKConsent> done, const Conductin
     parts_->request(parts_->endpoints.consentList(), std::move(done), conduct);
 }
 
-void ServiceOperations::acceptConsent(const std::string& tag, OutcomeHandler<Done> done,
+void ServiceOperations::acceptConsent(const std::string& tag, Handler<Done> done,
                                       const Conducting& conduct) const {
     auto endpoint = parts_->endpoints.consentAccept();
-    if (!endpoint) return tell(done, Outcome<Done>(unusableBaseURL()));
+    if (!endpoint) return done(unusableBaseURL());
     KCSDKConsentRequest request;
     request.consentTag = repairedUTF8(tag);
     request.userId = parts_->endpoints.userId();
@@ -222,12 +222,13 @@ void ServiceOperations::collections(const std::optional<std::string>& collection
                 const auto* told = std::get_if<Answer>(&answer);
                 if (told && !told->error) analytics.tagCollectionListing(nullptr);
             }
-            tell(done, std::move(outcome));
+            done(std::move(outcome));
         },
         conduct);
 }
 
-void ServiceOperations::classes(const ClassesPage& page, Handler<KCSDKOndemandClassResponse> done,
+void ServiceOperations::classes(const ClassesPage& page,
+                                RecordHandler<KCSDKOndemandClassResponse> done,
                                 const Conducting& conduct) const {
     const auto endpoint = parts_->endpoints.classesPage(page.page, page.size, repaired(page.sort),
                                                         repaired(page.order));
@@ -235,28 +236,29 @@ void ServiceOperations::classes(const ClassesPage& page, Handler<KCSDKOndemandCl
     parts_->request(endpoint, std::move(done), conduct);
 }
 
-void ServiceOperations::classDetails(const std::string& classTag, Handler<KCSDKOndemandClass> done,
+void ServiceOperations::classDetails(const std::string& classTag,
+                                     RecordHandler<KCSDKOndemandClass> done,
                                      const Conducting& conduct) const {
     using Page = std::shared_ptr<KCSDKOndemandClassResponse>;
     parts_->request<Page>(
         parts_->endpoints.classDetails(repairedUTF8(classTag)),
         [analytics = parts_->analytics, done = std::move(done)](Outcome<Page> outcome) {
-            if (!outcome) return tell(done, {std::move(outcome.failure())});
+            if (!outcome) return done(std::move(outcome.failure()));
             const auto found = firstOf(outcome->items);
-            if (!found) return tell(done, {notInTheList()});
+            if (!found) return done(notInTheList());
             analytics.tagClassDetail(*found);
-            tell(done, {found});
+            done(found);
         },
         conduct);
 }
 
-void ServiceOperations::metaData(Handler<KCSDKOndemandMetaData> done,
+void ServiceOperations::metaData(RecordHandler<KCSDKOndemandMetaData> done,
                                  const Conducting& conduct) const {
     parts_->request(parts_->endpoints.metadata(), std::move(done), conduct);
 }
 
 void ServiceOperations::search(const KCSDKOndemandFilterRequest& filter,
-                               Handler<KCSDKOndemandSearchResult> done,
+                               RecordHandler<KCSDKOndemandSearchResult> done,
                                const Conducting& conduct) const {
     auto endpoint = parts_->endpoints.filter();
     if (endpoint) {
@@ -273,35 +275,33 @@ void ServiceOperations::search(const KCSDKOndemandFilterRequest& filter,
 }
 
 void ServiceOperations::activateSubscription(const KCSDKUserSubscriptionRequest& subscription,
-                                             OutcomeHandler<Done> done,
-                                             const Conducting& conduct) const {
+                                             Handler<Done> done, const Conducting& conduct) const {
     auto endpoint = parts_->endpoints.activateSubscription();
-    if (!endpoint) return tell(done, Outcome<Done>(unusableBaseURL()));
+    if (!endpoint) return done(unusableBaseURL());
     endpoint->params = parts_->encodedOrReported(subscription);
     parts_->execution.performDataTask(*endpoint, accepted(std::move(done)), conduct);
 }
 
-void ServiceOperations::cancelSubscription(OutcomeHandler<Done> done,
-                                           const Conducting& conduct) const {
+void ServiceOperations::cancelSubscription(Handler<Done> done, const Conducting& conduct) const {
     const auto endpoint = parts_->endpoints.revokeAccess();
-    if (!endpoint) return tell(done, Outcome<Done>(unusableBaseURL()));
+    if (!endpoint) return done(unusableBaseURL());
     parts_->execution.performDataTask(*endpoint, accepted(std::move(done)), conduct);
 }
 
-EndpointCatalogue::Result ServiceOperations::performance(const KCSDKOndemandClass& ondemandClass,
-                                                         std::int64_t performedSeconds) const {
+std::optional<ServiceOperations::Performance> ServiceOperations::performance(
+    const KCSDKOndemandClass& ondemandClass, std::int64_t performedSeconds) const {
     auto endpoint = parts_->endpoints.tracking();
     if (!endpoint) return std::nullopt;
-    const auto record =
+    auto record = std::make_shared<const KCSDKOndemandResultRequest>(
         classPerformance(ondemandClass, performedSeconds, parts_->endpoints.userId(),
-                         *parts_->clock, *parts_->locale);
-    const auto text = JSONEncoder().encode(record);
+                         *parts_->clock, *parts_->locale));
+    const auto text = JSONEncoder().encode(*record);
     parts_->console->print("KCSDKOndemandResultRequest " +
                            std::string(text ? platform::viewOf(*text) : ""));
-    endpoint->params = parts_->encodedOrReported(record);
+    endpoint->params = parts_->encodedOrReported(*record);
     if (!endpoint->params) return std::nullopt;
     parts_->analytics.tagClassPerformed(ondemandClass, performedSeconds);
-    return endpoint;
+    return Performance{std::move(*endpoint), std::move(record)};
 }
 
 EndpointCatalogue::Result ServiceOperations::performanceAgain(const Data& body,
@@ -313,18 +313,18 @@ EndpointCatalogue::Result ServiceOperations::performanceAgain(const Data& body,
     return endpoint;
 }
 
-void ServiceOperations::record(const APIEndpoint& performance, OutcomeHandler<Done> done,
+void ServiceOperations::record(const APIEndpoint& performance, Handler<Done> done,
                                const Conducting& conduct) const {
     parts_->execution.performDataTask(performance, accepted(std::move(done)), conduct);
 }
 
 void ServiceOperations::contentToken(const std::string& contentId,
-                                     Handler<KCSDKOndemandContentToken> done,
+                                     RecordHandler<KCSDKOndemandContentToken> done,
                                      const Conducting& conduct) const {
     parts_->request(parts_->endpoints.contentToken(contentId), std::move(done), conduct);
 }
 
-void ServiceOperations::perform(const std::string& classTag, Handler<KCSDKOndemandClass> done,
+void ServiceOperations::perform(const std::string& classTag, RecordHandler<KCSDKOndemandClass> done,
                                 const Conducting& conduct) const {
     using List = RecordList<KCSDKOndemandClass>;
     parts_->request<List>(
@@ -333,12 +333,12 @@ void ServiceOperations::perform(const std::string& classTag, Handler<KCSDKOndema
             if (!outcome) {
                 auto& failure = outcome.failure();
                 if (failure.status == 403) failure.reason = Failure::Reason::subscriptionRequired;
-                return tell(done, {std::move(failure)});
+                return done(std::move(failure));
             }
             const auto performed = firstOf(*outcome);
-            if (!performed) return tell(done, {notInTheList()});
+            if (!performed) return done(notInTheList());
             analytics.tagClassStarted(*performed);
-            tell(done, {performed});
+            done(performed);
         },
         conduct);
 }

@@ -1,9 +1,9 @@
 #pragma once
 
+#include <korvel/network/Boxed.h>
 #include <korvel/network/ClassesPage.h>
 #include <korvel/network/Conduct.h>
 #include <korvel/network/EndpointCatalogue.h>
-#include <korvel/network/Outcome.h>
 
 #include <cstdint>
 #include <memory>
@@ -28,6 +28,7 @@ class KCSDKOndemandMetaData;
 class KCSDKOndemandSearchResult;
 class KCSDKUser;
 class KCSDKUserSubscriptionRequest;
+struct KCSDKOndemandResultRequest;
 
 template <class Record> using RecordList = std::vector<std::shared_ptr<Record>>;
 
@@ -42,8 +43,8 @@ template <class Record> using RecordList = std::vector<std::shared_ptr<Record>>;
 class ServiceOperations {
 public:
     using Conducting = std::shared_ptr<Conduct>;
-    template <class Record> using Handler = OutcomeHandler<std::shared_ptr<Record>>;
-    template <class Record> using ListHandler = OutcomeHandler<RecordList<Record>>;
+    template <class Record> using RecordHandler = Handler<std::shared_ptr<Record>>;
+    template <class Record> using ListHandler = Handler<RecordList<Record>>;
 
     explicit ServiceOperations(const platform::Device& device,
                                std::shared_ptr<const platform::JSONEncoder> encoder = nullptr);
@@ -55,37 +56,43 @@ public:
     EndpointCatalogue& endpoints() const;
 
     /// Goes out half a second later, from the main queue. Stores the user.
-    void logIn(const std::string& userName, Handler<KCSDKUser> done,
+    void logIn(const std::string& userName, RecordHandler<KCSDKUser> done,
                const Conducting& conduct = {}) const;
     void consents(ListHandler<KCSDKConsent> done, const Conducting& conduct = {}) const;
-    void acceptConsent(const std::string& tag, OutcomeHandler<Done> done,
+    void acceptConsent(const std::string& tag, Handler<Done> done,
                        const Conducting& conduct = {}) const;
     void collections(const std::optional<std::string>& collectionId, std::int64_t maxResults,
                      ListHandler<KCSDKOndemandCollection> done,
                      const Conducting& conduct = {}) const;
-    void classes(const ClassesPage& page, Handler<KCSDKOndemandClassResponse> done,
+    void classes(const ClassesPage& page, RecordHandler<KCSDKOndemandClassResponse> done,
                  const Conducting& conduct = {}) const;
-    void classDetails(const std::string& classTag, Handler<KCSDKOndemandClass> done,
+    void classDetails(const std::string& classTag, RecordHandler<KCSDKOndemandClass> done,
                       const Conducting& conduct = {}) const;
-    void metaData(Handler<KCSDKOndemandMetaData> done, const Conducting& conduct = {}) const;
-    void search(const KCSDKOndemandFilterRequest& filter, Handler<KCSDKOndemandSearchResult> done,
+    void metaData(RecordHandler<KCSDKOndemandMetaData> done, const Conducting& conduct = {}) const;
+    void search(const KCSDKOndemandFilterRequest& filter,
+                RecordHandler<KCSDKOndemandSearchResult> done,
                 const Conducting& conduct = {}) const;
-    void activateSubscription(const KCSDKUserSubscriptionRequest& subscription,
-                              OutcomeHandler<Done> done, const Conducting& conduct = {}) const;
-    void cancelSubscription(OutcomeHandler<Done> done, const Conducting& conduct = {}) const;
-    /// Prints and tags the performance; the request that records it, or nothing if there is none.
-    EndpointCatalogue::Result performance(const KCSDKOndemandClass& ondemandClass,
-                                          std::int64_t performedSeconds) const;
+    void activateSubscription(const KCSDKUserSubscriptionRequest& subscription, Handler<Done> done,
+                              const Conducting& conduct = {}) const;
+    void cancelSubscription(Handler<Done> done, const Conducting& conduct = {}) const;
+    /// A performance and the request that records it.
+    struct Performance {
+        APIEndpoint request;
+        std::shared_ptr<const KCSDKOndemandResultRequest> record;
+    };
+    /// Prints and tags it; nothing if there is no such request.
+    std::optional<Performance> performance(const KCSDKOndemandClass& ondemandClass,
+                                           std::int64_t performedSeconds) const;
     /// The request that sends `body`, a performance of before, once more: nothing unless its user
     /// is the one who is logged in.
     EndpointCatalogue::Result performanceAgain(const platform::Data& body,
                                                const std::string& userId) const;
-    void record(const APIEndpoint& performance, OutcomeHandler<Done> done,
+    void record(const APIEndpoint& performance, Handler<Done> done,
                 const Conducting& conduct = {}) const;
-    void contentToken(const std::string& contentId, Handler<KCSDKOndemandContentToken> done,
+    void contentToken(const std::string& contentId, RecordHandler<KCSDKOndemandContentToken> done,
                       const Conducting& conduct = {}) const;
     /// The class's record with the stream's link.
-    void perform(const std::string& classTag, Handler<KCSDKOndemandClass> done,
+    void perform(const std::string& classTag, RecordHandler<KCSDKOndemandClass> done,
                  const Conducting& conduct = {}) const;
 
 private:

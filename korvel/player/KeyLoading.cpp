@@ -108,7 +108,7 @@ struct KeyLoading::Exchange final : Conduct {
         return over_;
     }
     /// The service has been asked for the token. Its answer may have come meanwhile, and more.
-    void began(std::shared_ptr<platform::URLSessionTask> task) override {
+    void began(std::shared_ptr<platform::URLSessionTask> task, int) override {
         keep(token_, std::move(task));
     }
     void keyRequested(std::shared_ptr<platform::URLSessionTask> task) {
@@ -241,7 +241,7 @@ void KeyLoading::requestToken(const std::shared_ptr<Exchange>& exchange) const {
         present->note(&KeyProgress::tokenAsked,
                       prefetch_ ? prefetch_->asked() : device_.clock->now());
     }
-    const OutcomeHandler<TokenPrefetch::Token> done =
+    const Handler<TokenPrefetch::Token> done =
         [exchange, player = player_, device = device_](const Outcome<TokenPrefetch::Token>& token) {
             if (!token) return note(player, token.failure());
             note(player, &KeyProgress::token, *device.clock);

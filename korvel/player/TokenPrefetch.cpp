@@ -26,16 +26,16 @@ platform::Clock::Instant TokenPrefetch::asked() const {
     return asked_;
 }
 
-bool TokenPrefetch::take(OutcomeHandler<Token> done) {
+bool TokenPrefetch::take(Handler<Token> done) {
     std::unique_lock lock(mutex_);
     if (std::exchange(isTaken_, true) || (outcome_ && !*outcome_)) return false;
     if (!outcome_) {
         waiting_ = std::move(done);
         return true;
     }
-    const auto outcome = std::exchange(outcome_, std::nullopt);
+    auto outcome = std::exchange(outcome_, std::nullopt);
     lock.unlock();
-    done(*outcome);
+    done(std::move(*outcome));
     return true;
 }
 
@@ -47,7 +47,7 @@ void TokenPrefetch::came(Outcome<Token> outcome) {
     }
     const auto waiting = std::exchange(waiting_, nullptr);
     lock.unlock();
-    if (waiting) waiting(std::move(outcome));
+    waiting(std::move(outcome));
 }
 
 }  // namespace korvel

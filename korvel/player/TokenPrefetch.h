@@ -1,6 +1,6 @@
 #pragma once
 
-#include <korvel/network/Outcome.h>
+#include <korvel/network/Boxed.h>
 #include <korvel/platform/foundation/Clock.h>
 #include <korvel/player/KnownServers.h>
 
@@ -29,7 +29,7 @@ public:
     platform::Clock::Instant asked() const;
     /// Hands the token to `done` once it is there. False if it has been taken, or if none was to be
     /// had: then the service is to be asked.
-    bool take(OutcomeHandler<Token> done);
+    bool take(Handler<Token> done);
 
 private:
     void came(Outcome<Token> outcome);
@@ -40,7 +40,7 @@ private:
     platform::Clock::Instant asked_{};
     bool isTaken_ = false;
     std::optional<Outcome<Token>> outcome_;
-    OutcomeHandler<Token> waiting_;
+    Handler<Token> waiting_;
 };
 
 }  // namespace korvel

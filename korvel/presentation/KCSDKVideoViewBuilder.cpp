@@ -14,6 +14,7 @@
 #include <korvel/player/ViewPinning.h>
 #include <korvel/presentation/KCSDKPlayerEvents.h>
 #include <korvel/presentation/KCSDKVideoViewBuilder.h>
+#include <korvel/presentation/StartDirection.h>
 #include <korvel/presentation/TopViewController.h>
 #include <korvel/sdk/KCSDK.h>
 #include <korvel/sdk/SDKResources.h>
@@ -32,14 +33,11 @@ using platform::UIView;
 /// queue, whichever thread the exchange ends on.
 struct KCSDKVideoViewBuilder::Start {
     std::shared_ptr<KCSDKVideoViewBuilder> builder;
-    Direction direction;
+    std::shared_ptr<StartDirection> direction;
+    std::shared_ptr<Conduct> conduct;
     std::shared_ptr<KCSDKPlayerViewModel> viewModel;
     std::shared_ptr<UIView> parentView;
     std::shared_ptr<UIView> overlayView;
-
-    void complete(Outcome<std::shared_ptr<KCSDKPlayerEvents>> outcome) const {
-        if (direction.done) direction.done(std::move(outcome));
-    }
 };
 
 namespace {
@@ -67,34 +65,55 @@ bool isProtected(const platform::URL& stream) {
     return stream.lastPathComponent().find("manifest") != std::string::npos;
 }
 
-using Record = std::function<void(const KCSDKOndemandClass&, std::int64_t)>;
+/// The facade's own start: tells the completion what its contract tells.
+class FacadeStart final : public StartDirection {
+public:
+    using Completion = KCSDKVideoViewBuilder::StartCompletion;
+    FacadeStart(std::shared_ptr<KCSDKNetworkManager> of, Completion completion)
+        : StartDirection(std::move(of)), completion_(std::move(completion)) {}
+
+    void done(Outcome<std::shared_ptr<KCSDKPlayerEvents>> outcome) override {
+        const auto completion = std::exchange(completion_, nullptr);
+        if (!completion) return;
+        if (outcome) return completion(*outcome, std::nullopt);
+        const auto answer = contractAnswer(outcome.failure(), Contract::perform);
+        if (const auto* told = std::get_if<Answer>(&answer)) completion(nullptr, told->error);
+    }
+    void record(const KCSDKOndemandClass& performed, std::int64_t performedSeconds) override {
+        manager->sendClassPerformance(performed, performedSeconds);
+    }
+
+private:
+    Completion completion_;
+};
 
 /// Takes the player down and records the performance.
 std::function<void(std::int64_t)> closeHandler(
     const std::shared_ptr<KCSDKPlayerViewController>& shown,
-    std::shared_ptr<KCSDKPlayerViewModel> viewModel, Record record,
+    std::shared_ptr<KCSDKPlayerViewModel> viewModel, std::shared_ptr<StartDirection> direction,
     const std::shared_ptr<UIView>& parentView) {
-    return
-        [weak = std::weak_ptr(shown), viewModel = std::move(viewModel), record = std::move(record),
-         parent = std::weak_ptr(parentView)](std::int64_t performedSeconds) {
-            const auto controller = weak.lock();
-            if (!KCSDK::shared().enablefullscreenVideo) {
-                if (controller) {
-                    controller->view()->removeFromSuperview();
-                    controller->removeFromParent();
-                }
-            } else {
-                UIDevice::current().setValue(UIDevice::orientationPortrait, "orientation");
-                if (controller) controller->dismiss(true);
+    return [weak = std::weak_ptr(shown), viewModel = std::move(viewModel),
+            direction = std::move(direction),
+            parent = std::weak_ptr(parentView)](std::int64_t performedSeconds) {
+        if (!direction->closes(performedSeconds)) return;
+        const auto controller = weak.lock();
+        if (!KCSDK::shared().enablefullscreenVideo) {
+            if (controller) {
+                controller->view()->removeFromSuperview();
+                controller->removeFromParent();
             }
-            if (const auto host = parent.lock()) host->letGo(controller);
-            if (controller) controller->setOwnsItself(false);
-            // Taken here: the view model is the main queue's.
-            DispatchQueue::global(DispatchQueue::QualityOfService::background)
-                .async([performed = viewModel->ondemandContent, record, performedSeconds] {
-                    record(*performed, performedSeconds);
-                });
-        };
+        } else {
+            UIDevice::current().setValue(UIDevice::orientationPortrait, "orientation");
+            if (controller) controller->dismiss(true);
+        }
+        if (const auto host = parent.lock()) host->letGo(controller);
+        if (controller) controller->setOwnsItself(false);
+        // Taken here: the view model is the main queue's.
+        DispatchQueue::global(DispatchQueue::QualityOfService::background)
+            .async([performed = viewModel->ondemandContent, direction, performedSeconds] {
+                direction->record(*performed, performedSeconds);
+            });
+    };
 }
 
 }  // namespace
@@ -142,44 +161,35 @@ void KCSDKVideoViewBuilder::startVideoIn(std::shared_ptr<UIView> parentView,
         if (completionBlock) completionBlock(nullptr, NSError{});
         return;
     }
-    Direction direction;
-    direction.manager = manager;
-    direction.done = [completion = std::move(completionBlock)](
-                         const Outcome<std::shared_ptr<KCSDKPlayerEvents>>& outcome) {
-        if (!completion) return;
-        if (outcome) return completion(*outcome, std::nullopt);
-        const auto answer = contractAnswer(outcome.failure(), Contract::perform);
-        if (const auto* told = std::get_if<Answer>(&answer)) completion(nullptr, told->error);
-    };
-    direction.record = [manager](const auto& performed, std::int64_t seconds) {
-        manager->sendClassPerformance(performed, seconds);
-    };
-    start(std::move(parentView), std::move(customOverlay), std::move(direction));
+    start(std::move(parentView), std::move(customOverlay),
+          std::make_shared<FacadeStart>(manager, std::move(completionBlock)), nullptr);
 }
 
 void KCSDKVideoViewBuilder::start(std::shared_ptr<UIView> parentView,
-                                  std::shared_ptr<UIView> customOverlay, Direction direction) {
+                                  std::shared_ptr<UIView> customOverlay,
+                                  std::shared_ptr<StartDirection> direction,
+                                  std::shared_ptr<Conduct> conduct) {
     const auto mainQueue = Device::current().mainQueue;
     const std::shared_ptr<Start> start(
-        new Start{shared_from_this(), std::move(direction),
+        new Start{shared_from_this(), std::move(direction), std::move(conduct),
                   std::make_shared<KCSDKPlayerViewModel>(ondemandClass), std::move(parentView),
                   std::move(customOverlay)},
         [mainQueue](Start* done) { mainQueue->async([done] { delete done; }); });
-    start->direction.manager->operations().perform(
+    start->direction->manager->operations().perform(
         ondemandClass->tag,
         [start, mainQueue](Outcome<std::shared_ptr<KCSDKOndemandClass>> outcome) {
             mainQueue->async([start, outcome = std::move(outcome)] {
-                const auto& to = start->direction;
-                if (to.conduct && to.conduct->isOver()) return;
-                if (to.answered) to.answered();
-                if (!outcome) return start->complete(outcome.failure());
+                if (start->conduct && start->conduct->isOver()) return;
+                auto& to = *start->direction;
+                to.answered();
+                if (!outcome) return to.done(outcome.failure());
                 if (to.endsWithoutStream) {
-                    if (auto failure = missingStream(**outcome)) return start->complete(*failure);
+                    if (auto failure = missingStream(**outcome)) return to.done(*failure);
                 }
                 start->builder->show(*start, *outcome);
             });
         },
-        start->direction.conduct);
+        start->conduct);
 }
 
 void KCSDKVideoViewBuilder::show(Start& start, std::shared_ptr<KCSDKOndemandClass> performed) {
@@ -188,11 +198,11 @@ void KCSDKVideoViewBuilder::show(Start& start, std::shared_ptr<KCSDKOndemandClas
     classTitle = performed->className;
     isFullScreenEnabled = fullScreen;
 
-    const auto view = platform::make<KCSDKPlayerView>(Device::current(), start.direction.manager);
+    const auto view = platform::make<KCSDKPlayerView>(Device::current(), start.direction->manager);
     view->setBackgroundColor(UIColor::black());
     view->setViewModel(start.viewModel);
     view->classTag = performed->tag;
-    view->setTokenPrefetch(start.direction.tokens);
+    view->setTokenPrefetch(start.direction->tokens);
     const auto stream = streamOf(*performed);
     if (isProtected(stream)) {
         view->loadProtectedVideo(stream);
@@ -215,7 +225,7 @@ void KCSDKVideoViewBuilder::show(Start& start, std::shared_ptr<KCSDKOndemandClas
         pin(controller->view(), start.parentView);
         start.parentView->keep(controller);
     }
-    start.complete(platform::make<KCSDKPlayerEvents>(controller, start.parentView));
+    start.direction->done(platform::make<KCSDKPlayerEvents>(controller, start.parentView));
 }
 
 std::shared_ptr<KCSDKPlayerViewController> KCSDKVideoViewBuilder::makeController(
@@ -228,7 +238,7 @@ std::shared_ptr<KCSDKPlayerViewController> KCSDKVideoViewBuilder::makeController
     view->delegate = eventReceiver;
     pin(view, controller->view());
     view->closePlayerCallback =
-        closeHandler(controller, start.viewModel, start.direction.record, start.parentView);
+        closeHandler(controller, start.viewModel, start.direction, start.parentView);
     return controller;
 }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <korvel/network/Outcome.h>
 #include <korvel/platform/foundation/NSError.h>
 #include <korvel/platform/foundation/SharedObject.h>
 #include <korvel/platform/uikit/UIColor.h>
@@ -23,15 +22,14 @@ using platform::UIFont;
 using platform::UIImage;
 
 class Conduct;
-class KCSDKNetworkManager;
 class KCSDKOndemandClass;
-class TokenPrefetch;
 class KCSDKPlayerEvents;
 class KCSDKPlayerEventsListner;
 class KCSDKPlayerOverlay;
 class KCSDKPlayerView;
 class KCSDKPlayerViewController;
 class KCSDKPlayerViewModel;
+class StartDirection;
 
 /// Describes a player's look and starts one class. May start again when no player came of it: after
 /// the consent was given, say. Main queue.
@@ -88,21 +86,11 @@ public:
                       std::shared_ptr<platform::UIView> overlayView,
                       StartCompletion completionBlock);
 
-    /// By whom a start is conducted, and who hears what became of it.
-    struct Direction {
-        std::shared_ptr<KCSDKNetworkManager> manager;
-        std::shared_ptr<Conduct> conduct;  ///< may be null
-        /// Main queue, at most once; destroyed there.
-        OutcomeHandler<std::shared_ptr<KCSDKPlayerEvents>> done;
-        /// Records the performance when the player has closed; on a background thread.
-        std::function<void(const KCSDKOndemandClass&, std::int64_t performedSeconds)> record;
-        bool endsWithoutStream = false;         ///< where the record's stream has no address
-        std::function<void()> answered;         ///< main queue: the service has; may be empty
-        std::shared_ptr<TokenPrefetch> tokens;  ///< of `KCSDKPlayerView`; may be null
-    };
-    /// For rooms of the SDK: the same start, told in full. There must be a class.
+    /// For rooms of the SDK: the same start, told in full. There must be a class; `conduct` may be
+    /// null, and goes with the start.
     void start(std::shared_ptr<platform::UIView> parentView,
-               std::shared_ptr<platform::UIView> overlayView, Direction direction);
+               std::shared_ptr<platform::UIView> overlayView,
+               std::shared_ptr<StartDirection> direction, std::shared_ptr<Conduct> conduct);
 
     // The state behind the setters. The default pictures are crossed on purpose: the one shown
     // while a class waits to be played is the bundle's "pause", the one shown when it starts by

@@ -129,6 +129,35 @@ TEST_F(PendingTest, CancellingEndsTheTransferOnceAndForAll) {
     EXPECT_EQ(heard(), Ends{});
 }
 
+/// The first exchange ends, and what follows from that happens, before its task is handed over.
+struct HastySession final : platform::URLSession {
+    std::shared_ptr<platform::URLSession> session;
+    std::function<void()> follows;
+    std::shared_ptr<platform::URLSessionTask> dataTask(platform::URLRequest request,
+                                                       CompletionHandler handler) override {
+        auto task = session->dataTask(std::move(request), std::move(handler));
+        if (const auto once = std::exchange(follows, nullptr)) once();
+        return task;
+    }
+};
+
+TEST_F(PendingTest, CancellingEndsTheLastAttemptHoweverLateTheFormerOnesTaskCame) {
+    const auto hasty = std::make_shared<HastySession>();
+    hasty->session = fake.session;
+    hasty->follows = [this] {
+        fake.session->failTransport();
+        fake.clock->advance(*timers, 250ms);
+    };
+    auto device = fake.device();
+    device.urlSession = hasty;
+    const ContentClient impatient(device, config, {.timers = timers});
+    auto pending = impatient.classes();
+    ASSERT_EQ(fake.session->requests.size(), 2u);
+    pending.cancel();
+    EXPECT_EQ(fake.session->pending(), 0u);
+    EXPECT_EQ(fake.session->cancelled, 1u);
+}
+
 TEST_F(PendingTest, WhatIsDroppedGoesOnUnheardAndOutlivesTheClient) {
     { auto dropped = client.acceptConsent("c"); }
     EXPECT_EQ(fake.session->pending(), 1u);
