@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cstdint>
 #include <mutex>
 #include <utility>
 #include <vector>
@@ -99,7 +100,8 @@ private:
             paused_ = true;
             return CURL_WRITEFUNC_PAUSE;
         }
-        chunk_.insert(chunk_.end(), bytes, bytes + count);
+        const auto* first = reinterpret_cast<const std::uint8_t*>(bytes);  // as one block
+        chunk_.insert(chunk_.end(), first, first + count);
         lastMoved_ = Clock::now();
         return count;
     }

@@ -1,6 +1,9 @@
 #include <korvel/platform/backends/gstreamer/Registry.h>
 
 #include <functional>
+#include <mutex>
+#include <utility>
+#include <vector>
 
 namespace korvel::platform::gst {
 
@@ -21,12 +24,54 @@ Caps withoutPacking(const GstCaps* caps) {
     return Caps(bare);
 }
 
+/// What takes samples of certain caps, whatever its rank, which a host may change at any time.
+/// Remembered for streams of the same kind: the library looks through all that is installed.
+class Candidates {
+public:
+    /// Never destroyed: players may outlive static objects.
+    static Candidates& shared() {
+        static auto* const candidates = new Candidates;
+        return *candidates;
+    }
+
+    Factories of(GstElementFactoryListType type, const GstCaps* caps) {
+        const std::lock_guard lock(mutex_);
+        const auto now = gst_registry_get_feature_list_cookie(gst_registry_get());
+        if (std::exchange(cookie_, now) != now) known_.clear();
+        for (const auto& known : known_) {
+            if (known.type == type && gst_caps_is_equal(known.caps.get(), caps))
+                return copyOf(known.factories);
+        }
+        const Factories all(gst_element_factory_list_get_elements(type, GST_RANK_NONE));
+        Factories fitting(gst_element_factory_list_filter(all.get(), caps, GST_PAD_SINK, FALSE));
+        if (known_.size() == most) known_.erase(known_.begin());
+        known_.push_back({type, Caps(gst_caps_copy(caps)), copyOf(fitting)});
+        return fitting;
+    }
+
+private:
+    struct Known {
+        GstElementFactoryListType type;
+        Caps caps;
+        Factories factories;
+    };
+    static constexpr std::size_t most = 16;
+
+    static Factories copyOf(const Factories& factories) {
+        return Factories(gst_plugin_feature_list_copy(factories.get()));
+    }
+
+    std::mutex mutex_;
+    std::vector<Known> known_;
+    guint32 cookie_ = 0;
+};
+
 Ref<GstElement> firstFit(GstElementFactoryListType type, const GstCaps* caps,
                          const std::function<bool(GstElement*)>& isFit) {
-    const Factories all(gst_element_factory_list_get_elements(type, GST_RANK_MARGINAL));
-    GList* fitting = gst_element_factory_list_filter(all.get(), caps, GST_PAD_SINK, FALSE);
-    const Factories ranked(g_list_sort(fitting, gst_plugin_feature_rank_compare_func));
+    const Factories ranked(g_list_sort(Candidates::shared().of(type, caps).release(),
+                                       gst_plugin_feature_rank_compare_func));
     for (GList* each = ranked.get(); each; each = each->next) {
+        if (gst_plugin_feature_get_rank(GST_PLUGIN_FEATURE(each->data)) < GST_RANK_MARGINAL) break;
         GstElement* made = gst_element_factory_create(GST_ELEMENT_FACTORY(each->data), nullptr);
         if (!made) continue;
         Ref<GstElement> element(GST_ELEMENT(gst_object_ref_sink(made)));
