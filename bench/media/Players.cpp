@@ -2,6 +2,7 @@
 
 #include <sys/prctl.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -40,6 +41,10 @@ std::optional<Numbers> PlayerProcess::ask(const std::string& command) {
     if (process_ < 0) start();
     const std::string sent = command + '\n';
     std::string answer;
+    // A peer that hangs at its end is one that broke off; its own limit for a first picture is 20
+    // s.
+    const timeval limit{.tv_sec = command.starts_with("first") ? 60 : 900, .tv_usec = 0};
+    setsockopt(line_, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
     bool whole =
         send(line_, sent.data(), sent.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(sent.size());
     for (char each = 0; whole && each != '\n';) {
