@@ -60,7 +60,7 @@ struct ClientParts {
     const std::shared_ptr<KnownServers> servers;
 
     ClientParts(const Device& device, std::shared_ptr<KCSDKNetworkManager> of,
-                ClientOptions options)
+                ClientOptions&& options)
         : deadline(options.deadline),
           manager(std::move(of)),
           surroundings(std::make_shared<ClientSurroundings>(

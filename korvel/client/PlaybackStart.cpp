@@ -12,7 +12,7 @@
 namespace korvel {
 
 PlaybackWatch::PlaybackWatch(const platform::Device& device,
-                             std::shared_ptr<KCSDKOndemandClass> chosen, PlayOptions options,
+                             std::shared_ptr<KCSDKOndemandClass> chosen, PlayOptions&& options,
                              std::shared_ptr<Ticket> ticket, std::shared_ptr<Outbox> outbox)
     : StartDirection(ticket->manager),
       mainQueue(device.mainQueue),

@@ -26,7 +26,7 @@ public:
 
     /// Any thread. `ticket` has a manager; `outbox` may be null.
     PlaybackWatch(const platform::Device& device, std::shared_ptr<KCSDKOndemandClass> chosen,
-                  PlayOptions options, std::shared_ptr<Ticket> ticket,
+                  PlayOptions&& options, std::shared_ptr<Ticket> ticket,
                   std::shared_ptr<Outbox> outbox);
     /// Once, unless the ticket's operation is over by now.
     void start(const std::shared_ptr<KnownServers>& servers);

@@ -16,9 +16,10 @@ void TokenPrefetch::begin(const ServiceOperations& service) {
         const std::lock_guard lock(mutex_);
         asked_ = clock_->now();
     }
-    service.contentToken(keyTokenContent, [self = shared_from_this()](Outcome<Token> outcome) {
+    const BoxHandler told = [self = shared_from_this()](Outcome<Box> outcome) {
         self->came(std::move(outcome));
-    });
+    };
+    service.contentToken(keyTokenContent, told);
 }
 
 platform::Clock::Instant TokenPrefetch::asked() const {
@@ -30,16 +31,16 @@ bool TokenPrefetch::take(Handler<Token> done) {
     std::unique_lock lock(mutex_);
     if (std::exchange(isTaken_, true) || (outcome_ && !*outcome_)) return false;
     if (!outcome_) {
-        waiting_ = std::move(done);
+        waiting_ = std::move(done).boxed();
         return true;
     }
-    auto outcome = std::exchange(outcome_, std::nullopt);
+    auto outcome = std::move(*outcome_);
     lock.unlock();
-    done(std::move(*outcome));
+    done.boxed()(std::move(outcome));
     return true;
 }
 
-void TokenPrefetch::came(Outcome<Token> outcome) {
+void TokenPrefetch::came(Outcome<Box> outcome) {
     std::unique_lock lock(mutex_);
     if (!isTaken_) {
         outcome_.emplace(std::move(outcome));
@@ -47,7 +48,7 @@ void TokenPrefetch::came(Outcome<Token> outcome) {
     }
     const auto waiting = std::exchange(waiting_, nullptr);
     lock.unlock();
-    waiting(std::move(outcome));
+    if (waiting) waiting(std::move(outcome));
 }
 
 }  // namespace korvel

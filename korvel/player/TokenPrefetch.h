@@ -32,15 +32,15 @@ public:
     bool take(Handler<Token> done);
 
 private:
-    void came(Outcome<Token> outcome);
+    void came(Outcome<Box> outcome);
 
     const std::shared_ptr<const platform::Clock> clock_;
     const std::shared_ptr<KnownServers> servers_;
     mutable std::mutex mutex_;
     platform::Clock::Instant asked_{};
     bool isTaken_ = false;
-    std::optional<Outcome<Token>> outcome_;
-    Handler<Token> waiting_;
+    std::optional<Outcome<Box>> outcome_;
+    BoxHandler waiting_;
 };
 
 }  // namespace korvel
