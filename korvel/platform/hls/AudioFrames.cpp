@@ -12,12 +12,14 @@ using Bytes = std::span<const std::uint8_t>;
 namespace {
 
 constexpr std::size_t longestHeader = 8;
+constexpr std::size_t longestOpusHeader = 48;
 constexpr std::size_t mostMarks = 1024;
 
 struct Frame {
     std::size_t size = 0;
     unsigned samples = 0;
     unsigned rate = 0;
+    std::size_t skip = 0;  ///< of the size, what the decoder does not want
 };
 
 std::optional<Frame> adtsFrame(Bytes head) {
@@ -80,12 +82,44 @@ std::optional<Frame> dolbyFrame(Bytes head) {
     return Frame{words * 2, 1536, rates.at(place)};
 }
 
+/// How many samples the packet that begins so holds, at 48 kHz.
+unsigned opusSamples(Bytes packet) {
+    constexpr std::array<unsigned, 4> voice{480, 960, 1920, 2880};
+    constexpr std::array<unsigned, 4> music{120, 240, 480, 960};
+    const unsigned configuration = packet[0] >> 3U;
+    const unsigned length = configuration < 12   ? voice.at(configuration & 3U)
+                            : configuration < 16 ? voice.at(configuration & 1U)
+                                                 : music.at(configuration & 3U);
+    const unsigned code = packet[0] & 3U;
+    const unsigned count = code == 0           ? 1U
+                           : code < 3          ? 2U
+                           : packet.size() > 1 ? packet[1] & 63U
+                                               : 0U;
+    return std::min(count * length, 5760U);
+}
+
+/// In front of each packet stands how long it is, and what is to be trimmed of it.
+std::optional<Frame> opusFrame(Bytes head) {
+    if (head.size() < 4 || head[0] != 0x7F || (head[1] & 0xE0U) != 0xE0) return std::nullopt;
+    std::size_t at = 2;
+    std::size_t size = 0;
+    while (at + 1 < head.size() && head[at] == 0xFF) size += head[at++];
+    size += head[at++];
+    if ((head[1] & 0x10U) != 0) at += 2;
+    if ((head[1] & 0x08U) != 0) at += 2;
+    if ((head[1] & 0x04U) != 0 && at < head.size()) at += 1U + head[at];
+    if (size == 0 || at >= head.size()) return std::nullopt;
+    return Frame{at + size, opusSamples(head.subspan(at)), 48'000, at};
+}
+
 std::optional<Frame> frameOf(AudioCodec codec, Bytes head) {
     switch (codec) {
         case AudioCodec::aac:
             return adtsFrame(head);
         case AudioCodec::mpeg:
             return mpegFrame(head);
+        case AudioCodec::opus:
+            return opusFrame(head);
         default:
             return dolbyFrame(head);
     }
@@ -101,9 +135,9 @@ std::optional<AudioCodec> audioCodecOf(Bytes beginning) {
 }
 
 std::shared_ptr<const Format> formatOf(AudioCodec codec) {
-    constexpr std::array<const char*, 4> caps{
+    constexpr std::array<const char*, 5> caps{
         "audio/mpeg, mpegversion=(int)4, stream-format=(string)adts",
-        "audio/mpeg, mpegversion=(int)1", "audio/x-ac3", "audio/x-eac3"};
+        "audio/mpeg, mpegversion=(int)1", "audio/x-ac3", "audio/x-eac3", "audio/x-opus"};
     return std::make_shared<const Format>(
         Format{Kind::sound, caps.at(static_cast<std::size_t>(codec))});
 }
@@ -118,7 +152,8 @@ void AudioFrames::finish() { cut(true); }
 
 void AudioFrames::cut(bool isWhole) {
     std::size_t at = 0;
-    while (bytes_.size() - at >= longestHeader || (isWhole && at < bytes_.size())) {
+    const auto enough = codec_ == AudioCodec::opus ? longestOpusHeader : longestHeader;
+    while (bytes_.size() - at >= enough || (isWhole && at < bytes_.size())) {
         const auto frame = frameOf(codec_, Bytes(bytes_).subspan(at));
         if (!frame) {
             ++at;
@@ -129,7 +164,7 @@ void AudioFrames::cut(bool isWhole) {
             ++at;
             continue;
         }
-        emit(at, frame->size,
+        emit(at + frame->skip, frame->size - frame->skip,
              nanoseconds(std::int64_t{1'000'000'000} * frame->samples / std::max(frame->rate, 1U)));
         at += frame->size;
     }

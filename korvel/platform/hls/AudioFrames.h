@@ -14,9 +14,10 @@
 
 namespace korvel::platform::hls {
 
-enum class AudioCodec { aac, mpeg, ac3, eac3 };
+enum class AudioCodec { aac, mpeg, ac3, eac3, opus };
 
-/// The codec of a frame that begins so; nothing if it is none of ours.
+/// The codec of a frame that begins so; nothing if it is none of ours. Opus has no frames of its
+/// own: those of transport streams are meant, which nothing else tells from other bytes.
 std::optional<AudioCodec> audioCodecOf(std::span<const std::uint8_t> beginning);
 std::shared_ptr<const Format> formatOf(AudioCodec codec);
 

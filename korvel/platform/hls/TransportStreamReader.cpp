@@ -1,6 +1,7 @@
 #include <korvel/platform/hls/TransportStreamReader.h>
 
 #include <algorithm>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -36,6 +37,7 @@ std::optional<AudioCodec> privateCodec(ContainerReader::Bytes descriptors) {
             const std::string_view name(reinterpret_cast<const char*>(&descriptors[at + 2]), 4);
             if (name == "AC-3") return AudioCodec::ac3;
             if (name == "EAC3") return AudioCodec::eac3;
+            if (name == "Opus") return AudioCodec::opus;
         }
         at += 2 + length;
     }
@@ -58,6 +60,35 @@ std::optional<AudioCodec> audioOf(unsigned type, ContainerReader::Bytes descript
         default:
             return std::nullopt;
     }
+}
+
+/// How its channels lie in the packets is told by a number for each usual order of them.
+std::shared_ptr<const Format> opusFormat(ContainerReader::Bytes descriptors) {
+    struct Layout {
+        const char* streams;
+        const char* coupled;
+        const char* mapping;
+    };
+    constexpr std::array<Layout, 6> surround{{{"2", "1", "0, 2, 1"},
+                                              {"2", "2", "0, 1, 2, 3"},
+                                              {"3", "2", "0, 4, 1, 2, 3"},
+                                              {"4", "2", "0, 4, 1, 2, 3, 5"},
+                                              {"5", "2", "0, 4, 1, 2, 3, 5, 6"},
+                                              {"5", "3", "0, 6, 1, 2, 3, 4, 5, 7"}}};
+    std::size_t channels = 2;
+    for (std::size_t at = 0; at + 4 <= descriptors.size(); at += 2U + descriptors[at + 1]) {
+        if (descriptors[at] == 0x7F && descriptors[at + 1] >= 2 && descriptors[at + 2] == 0x80)
+            channels = descriptors[at + 3];
+    }
+    if (channels == 0 || channels > surround.size() + 2) return nullptr;
+    std::string caps = "audio/x-opus, rate=(int)48000, channels=(int)" + std::to_string(channels) +
+                       ", channel-mapping-family=(int)" + (channels > 2 ? "1" : "0");
+    if (channels > 2) {
+        const Layout& layout = surround.at(channels - 3);
+        caps += std::string(", stream-count=(int)") + layout.streams + ", coupled-count=(int)" +
+                layout.coupled + ", channel-mapping=(int)< " + layout.mapping + " >";
+    }
+    return std::make_shared<const Format>(Format{Kind::sound, std::move(caps)});
 }
 
 struct Video {
@@ -172,7 +203,7 @@ void TransportStreamReader::addStream(unsigned pid, unsigned type, Bytes descrip
         stream.video = video->codec;
         stream.format = std::make_shared<const Format>(Format{Kind::picture, video->caps});
     } else if (const auto audio = audioOf(type, descriptors)) {
-        stream.format = formatOf(*audio);
+        stream.format = *audio == AudioCodec::opus ? opusFormat(descriptors) : formatOf(*audio);
         stream.frames = std::make_unique<AudioFrames>(
             *audio, [this](Sample sample) { listener_.sample(Kind::sound, std::move(sample)); });
     } else if (type == 0x11) {

@@ -160,6 +160,21 @@ TEST(ContainerTest, FramesOfEveryCodecHaveTheirSizeAndLength) {
     EXPECT_EQ(lengthOf({0xFF, 0xF3, 0x80, 0x00}, 208).count() / 1000, 26122) << "MPEG-2, 64 kbit/s";
     EXPECT_EQ(lengthOf({0x0B, 0x77, 0, 0, 0x14, 0x40}, 768), 32ms) << "AC-3, 192 kbit/s";
     EXPECT_EQ(lengthOf({0x0B, 0x77, 0x01, 0x7F, 0x34, 0x80}, 768), 32ms) << "E-AC-3";
+
+    std::vector<Sample> opus;
+    AudioFrames frames(AudioCodec::opus, [&](Sample s) { opus.push_back(std::move(s)); });
+    Data stream = joined({{0x7F, 0xF0, 0xFF, 1, 1, 0x38, 0xFC}, Data(255, 7)});  // trimmed in front
+    append(stream, {0x7F, 0xEC, 3, 0, 9, 1, 0, 0x03, 3, 7});  // behind, and something for later
+    append(stream, {0x7F, 0xE0, 1, 0x08});
+    frames.push(joined({{1, 2, 3}, stream, {0x7F, 0xE0, 0xFF}}), 1s);
+    frames.finish();
+    ASSERT_EQ(opus.size(), 3u);
+    EXPECT_EQ(opus[0].bytes.size(), 256u);
+    EXPECT_EQ(opus[0].bytes[0], 0xFC);
+    EXPECT_EQ(opus[1].bytes, (Data{0x03, 3, 7}));
+    EXPECT_EQ(opus[1].pts.value_or(0s), 1020ms);
+    EXPECT_EQ(*opus[1].duration, 30ms);
+    EXPECT_EQ(*opus[2].duration, 20ms) << "of silence";
 }
 
 TEST(ContainerTest, PicturesTellWhetherADecoderCanBeginWithThem) {
