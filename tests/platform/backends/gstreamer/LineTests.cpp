@@ -84,9 +84,14 @@ TEST_F(LineTest, SeeksAmidChangesOfVariantAndStateAllEndAtTheirPicture) {
             play(std::chrono::milliseconds(random() % 60));
             show.listener->heard.clear();
             const int picture = static_cast<int>(random() % 149);
+            const auto begun = std::chrono::steady_clock::now();
             show.seek((picture + 0.5) / 25);
             ASSERT_TRUE(until([&] { return !show.listener->heard.empty(); })) << path << ' ' << i;
-            EXPECT_NEAR(show.picture(), picture, i % 5 >= 3 ? 2 : 0) << path << ' ' << i;
+            const int shown = show.picture();
+            const auto since = std::chrono::steady_clock::now() - begun;
+            // Where it plays the picture moves on before this thread comes to look.
+            EXPECT_GE(shown, picture) << path << ' ' << i;
+            EXPECT_LE(shown, picture + (i % 5 >= 3 ? 2 + since / 40ms : 0)) << path << ' ' << i;
         }
         for (int i = 0; i < 8 * seeks; ++i) {
             show.seek(5. - i % 40 * 0.1);
