@@ -117,8 +117,8 @@ void PendingCore::end(Outcome<Box> outcome) {
         queue.swap(queue_);
         task.swap(afterwards_);
         wakesMain = waitedForByMain_;
-        ended_.notify_all();
     }
+    ended_.notify_all();  // without the lock, which the woken want
     if (deadline) surroundings_->remove(*deadline);
     if (exchange) exchange->cancel();
     if (wakesMain) surroundings_->mainQueue->async([] {});
