@@ -35,7 +35,7 @@ public:
     }
     void finish() const { shutdown(socket_, SHUT_WR); }
 
-    /// What arrived until the connection ended; `ending` tells how.
+    /// What arrived until the connection ended.
     std::string read() {
         std::string all;
         char buffer[4096];
@@ -43,10 +43,8 @@ public:
         while ((got = recv(socket_, buffer, sizeof buffer, 0)) > 0) {
             all.append(buffer, static_cast<std::size_t>(got));
         }
-        ending = got == 0 ? "FIN" : errno == ECONNRESET ? "RST" : "time-out";
         return all;
     }
-    std::string ending = "open";
 
 private:
     int socket_;
@@ -81,46 +79,6 @@ TEST(RequestLog, HoldsEveryByteAsItWasSent) {
     EXPECT_EQ(log[1].body, chunks);
     EXPECT_TRUE(log[1].complete);
     EXPECT_FALSE(log[2].complete) << "the body never came";
-}
-
-TEST(Scripts, AreUsedOldestFirstByMethodAndPrefixAndGoOutByteForByte) {
-    ContentService service(plain);
-    service.script("/a", "PUT", {.status = 999});
-    service.script("/a", "", {.status = 601, .body = "{}", .headers = {{"x-Zed", "1"}, {"A", ""}}},
-                   2);
-    service.script({.status = 204, .headers = {{"Content-Length", "0"}, {"Connection", "close"}}});
-    RawClient client(service);
-    const std::string consent =
-        "HTTP/1.1 601 Consent Required\r\nx-Zed: 1\r\nA: \r\nContent-Length: 2\r\n\r\n{}";
-    const std::string odd = "HTTP/1.1 999 Unassigned\r\nContent-Length: 0\r\n\r\n";
-    client.send(
-        "GET /a/b HTTP/1.1\r\n\r\nPUT /a HTTP/1.1\r\n\r\nDELETE /abc?d HTTP/1.1\r\n\r\n"
-        "GET /a HTTP/1.1\r\n\r\n");
-    EXPECT_EQ(client.read(), consent + odd + consent +
-                                 "HTTP/1.1 204 No Content\r\nContent-Length: 0\r\n"
-                                 "Connection: close\r\n\r\n");
-    EXPECT_EQ(client.ending, "FIN");
-}
-
-TEST(Faults, EndTheAnswerWhereOrdered) {
-    ContentService service(plain);
-    const std::string whole = "HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nbody";
-    const std::tuple<Answer, std::size_t, std::string> rows[] = {
-        {{.body = "body", .cutOffAfter = 0}, 0, "FIN"},
-        {{.body = "body", .cutOffAfter = 20}, 20, "FIN"},
-        {{.body = "body", .drip = Answer::Drip{.bytes = 3}, .cutOffAfter = 40}, 40, "FIN"},
-        {{.body = "body", .resetAfter = 0}, 0, "RST"},
-        {{.body = "body", .resetAfter = 20}, 20, "RST"}};
-    for (const auto& [answer, bytes, ending] : rows) {
-        service.script(answer);
-        RawClient client(service);
-        client.send(request);
-        const auto arrived = client.read();
-        EXPECT_EQ(client.ending, ending);
-        EXPECT_TRUE(whole.substr(0, bytes).starts_with(arrived)) << arrived;
-        EXPECT_TRUE(ending == "RST" || arrived.size() == bytes)
-            << "only a reset may overtake what was sent before it";
-    }
 }
 
 TEST(Faults, StoppingWaitsForNobody) {

@@ -13,6 +13,7 @@ namespace {
 
 constexpr std::size_t longestHeader = 8;
 constexpr std::size_t longestOpusHeader = 48;
+constexpr std::size_t longestOpusPacket = 61'200;  // 48 frames
 constexpr std::size_t mostMarks = 1024;
 
 struct Frame {
@@ -103,12 +104,13 @@ std::optional<Frame> opusFrame(Bytes head) {
     if (head.size() < 4 || head[0] != 0x7F || (head[1] & 0xE0U) != 0xE0) return std::nullopt;
     std::size_t at = 2;
     std::size_t size = 0;
-    while (at + 1 < head.size() && head[at] == 0xFF) size += head[at++];
+    while (at + 1 < head.size() && head[at] == 0xFF && size <= longestOpusPacket)
+        size += head[at++];
     size += head[at++];
     if ((head[1] & 0x10U) != 0) at += 2;
     if ((head[1] & 0x08U) != 0) at += 2;
     if ((head[1] & 0x04U) != 0 && at < head.size()) at += 1U + head[at];
-    if (size == 0 || at >= head.size()) return std::nullopt;
+    if (size == 0 || size > longestOpusPacket || at >= head.size()) return std::nullopt;
     return Frame{at + size, opusSamples(head.subspan(at)), 48'000, at};
 }
 

@@ -14,6 +14,8 @@ namespace {
 constexpr std::int64_t mostLiveDiscontinuities = std::int64_t{1} << 60U;
 /// No stream lasts that long; a server that says so begins again at zero.
 constexpr auto longestLine = std::chrono::hours(24 * 365 * 100);
+/// Dates that lie further apart than any pause are none to go by, or to reckon with.
+constexpr auto farthestDates = std::chrono::hours(24 * 365 * 10);
 /// Clocks of a server's machines do not differ by more.
 constexpr auto differenceOfClocks = std::chrono::minutes(1);
 
@@ -57,7 +59,7 @@ std::optional<Shift> shiftByDate(const MediaPlaylist& line, const MediaPlaylist&
         here = &each;
         apart = away;
     }
-    if (!here) return std::nullopt;
+    if (!here || std::chrono::abs(apart) > farthestDates) return std::nullopt;
     Shift shift{there->start + apart - here->start, 0};
     // Of the same moment both tell their discontinuity.
     const auto both =

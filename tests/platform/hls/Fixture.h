@@ -79,10 +79,6 @@ public:
             asked_.begin(), asked_.end(),
             [&](const std::string& each) { return each.substr(0, each.find(' ')) == address; }));
     }
-    void forgetAsked() {
-        const std::lock_guard lock(mutex_);
-        asked_.clear();
-    }
     /// Bytes of its bodies that were read.
     std::int64_t given(const std::string& address) const {
         const std::lock_guard lock(mutex_);

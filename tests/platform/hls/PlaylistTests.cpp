@@ -120,6 +120,8 @@ TEST(PlaylistTest, LiveListsGoOnOnTheTimeLineOfTheFormerOne) {
         {"some were missed that were shorter", dated, list(15, 1, date("12:00:09.5Z")), 9500ms},
         {"dates that go back tell nothing", dated, list(15, 1, date("11:00:00Z")), 10s},
         {"no date: nothing", dated, list(15, 1, "#EXT-X-PROGRAM-DATE-TIME:2026-13-01T1\n"), 10s},
+        {"a date of another age: nothing", dated,
+         list(15, 1, "#EXT-X-PROGRAM-DATE-TIME:2199-01-01T00:00:00Z\n"), 10s},
         {"counts its discontinuities anew", old, list(11, 3, "#EXT-X-DISCONTINUITY-SEQUENCE:5\n"),
          2s, 0, 3},
         {"does not tell of those that have gone", list(10, 3, "#EXT-X-DISCONTINUITY-SEQUENCE:7\n"),

@@ -79,10 +79,6 @@ public:
         const auto all = log();
         return std::find(all.begin(), all.end(), line) != all.end();
     }
-    void forgetSamples() {
-        const std::lock_guard lock(mutex_);
-        for (Lane& lane : lanes_) lane.samples.clear();
-    }
     void forgetLog() { journal_.takeLines(); }
 
 private:
