@@ -18,6 +18,8 @@ void requireOrder(const MediaPlaylist& playlist) {
         require(each.start >= at, "segments follow each other");
         require(!each.range || each.range->length > 0, "a range holds something");
         at = each.end();
+        require(each.number - playlist.segments.front().number == &each - &playlist.segments[0],
+                "numbers have no holes");
     }
 }
 

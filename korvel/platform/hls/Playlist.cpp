@@ -83,9 +83,10 @@ private:
                 secondsIn(value).value_or(media_.targetDuration), leastTargetDuration);
             isMedia_ = true;
         } else if (name == "EXT-X-MEDIA-SEQUENCE") {
-            number_ = counter(value);
+            // Of the first segment. One amid the list would leave a hole in its numbers.
+            if (media_.segments.empty()) number_ = counter(value);
         } else if (name == "EXT-X-DISCONTINUITY-SEQUENCE") {
-            discontinuity_ = counter(value);
+            if (media_.segments.empty()) discontinuity_ = counter(value);
         } else if (name == "EXT-X-ENDLIST" ||
                    (name == "EXT-X-PLAYLIST-TYPE" && value.starts_with("VOD"))) {
             media_.isEnded = true;

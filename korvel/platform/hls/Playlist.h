@@ -44,7 +44,7 @@ struct MapTag {
 struct Segment {
     std::string uri{};  ///< as written
     std::optional<ByteRange> range{};
-    std::int64_t number = 0;           ///< media sequence number
+    std::int64_t number = 0;           ///< media sequence number, without holes in a playlist
     std::chrono::nanoseconds start{};  ///< on the playlist's time line
     std::chrono::nanoseconds duration{};
     std::int64_t discontinuity = 0;  ///< discontinuity sequence number

@@ -54,6 +54,8 @@ TEST(PlaylistTest, SegmentsHaveTheirTimesNumbersRangesMapsAndKeys) {
     EXPECT_TRUE(read.isEnded);
     EXPECT_EQ(read.end(), 6s);
     EXPECT_TRUE(media("#EXT-X-PLAYLIST-TYPE:VOD\n#EXTINF:1,\na\n").isEnded);
+    const auto late = media("#EXTINF:1,\na\n#EXT-X-MEDIA-SEQUENCE:9\n#EXTINF:1,\nb\n");
+    EXPECT_EQ(late.segments[1].number, 1) << "a number amid the list is none";
 }
 
 TEST(PlaylistTest, OfSeveralKeySystemsTheOneThatCanBeOpenedIsTaken) {
