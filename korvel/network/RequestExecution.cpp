@@ -126,16 +126,17 @@ struct RequestExecution::Reading {
     }
 
     Outcome<Box> read(platform::Data body, Ended ended) const {
+        auto refusal = isLogIn ? body : platform::Data();  // should it be one
         platform::DecodingError error;
         if (ended.isTooLong || body.size() > largest) {
             error.reason = "is too long";
-        } else if (auto box = answer.read(isLogIn ? body : std::move(body), error)) {
+        } else if (auto box = answer.read(std::move(body), error)) {
             return box;
         }
         const auto name = answer.name();
         if (diagnostics) diagnostics->decodingFailed(ended.id, name, error.path, error.reason);
         if (isLogIn && ended.status != 0 && ended.status != 200 && ended.status != 201) {
-            return refusalOfLogIn(ended.status, std::move(body));
+            return refusalOfLogIn(ended.status, std::move(refusal));
         }
         Failure failure;
         failure.reason = Failure::Reason::notUnderstood;
