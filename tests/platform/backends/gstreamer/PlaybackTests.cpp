@@ -3,6 +3,7 @@
 #include "support/Memory.h"
 
 #include <korvel/platform/avfoundation/AVError.h>
+#include <korvel/platform/backends/gstreamer/Registry.h>
 
 #include <malloc.h>
 
@@ -57,6 +58,25 @@ TEST_F(GStreamerTest, PlainStreamShowsTheRightPicturesSeeksExactlyAndEnds) {
     show.player->play();
     EXPECT_TRUE(until([&] { return show.position() > 5.2 && show.position() < 6; }));
     EXPECT_EQ(show.keys->asked, 0);
+}
+
+TEST_F(GStreamerTest, ADecodersRankCountsAsItIsNow) {
+    const gst::Caps caps(gst_caps_from_string("audio/mpeg, mpegversion=(int)4"));
+    const auto decoder = [&]() -> std::string {
+        const auto made = gst::makeDecoder(caps.get());
+        if (!made) return "none";
+        gst_element_set_state(made.get(), GST_STATE_NULL);
+        return GST_OBJECT_NAME(gst_element_get_factory(made.get()));
+    };
+    const auto usual = decoder();
+    const gst::Ref<GstPluginFeature> feature(
+        gst_registry_lookup_feature(gst_registry_get(), usual.c_str()));
+    ASSERT_TRUE(feature) << usual;
+    const auto rank = gst_plugin_feature_get_rank(feature.get());
+    gst_plugin_feature_set_rank(feature.get(), GST_RANK_NONE);
+    EXPECT_NE(decoder(), usual);
+    gst_plugin_feature_set_rank(feature.get(), rank);
+    EXPECT_EQ(decoder(), usual);
 }
 
 TEST_F(GStreamerTest, StreamsComeOverTLSUnderTheGivenAuthorityAlone) {
