@@ -23,6 +23,10 @@ constexpr double partToClimb = 0.6;
 /// ... and with so much in store a variant is kept that is a little too much for the line.
 constexpr std::chrono::nanoseconds muchStore = 8s;
 constexpr double staying = 1.1;
+/// With the store full such a variant is begun, too: what the line could carry while nothing more is
+/// wanted would be lost.
+constexpr std::chrono::nanoseconds fullStore = 9s;
+constexpr double fullShare = 1.05;
 /// A line that trickles, without a pause for which it might be a quick one that is only finding out
 /// what it can carry, tells sooner that a segment is far too much for it.
 constexpr std::chrono::nanoseconds trickle = 25ms;
@@ -135,7 +139,10 @@ std::size_t Ladder::choice(std::optional<std::size_t> current, Time level, Clock
     const std::lock_guard lock(mutex_);
     const auto rate = [&](std::size_t i) { return static_cast<double>(variants_[i].bitRate); };
     const double speed = speedLocked();
-    const std::size_t chosen = affordable(speed * (level >= muchStore ? mostShare : share), now);
+    const double used = level >= fullStore   ? fullShare
+                        : level >= muchStore ? mostShare
+                                             : share;
+    const std::size_t chosen = affordable(speed * used, now);
     if (!current || !isAlive(*current, now) || !isAllowed(*current)) return chosen;
     const bool canClimb = level >= someStore ||
                           rate(chosen) * seconds(length) <= speed * partToClimb * seconds(level);
