@@ -10,8 +10,7 @@ namespace {
 constexpr Clock::Duration moment = std::chrono::milliseconds(2);
 }
 
-void CurlCompletions::add(std::vector<Transfer>& done) {
-    if (done.empty()) return;
+std::optional<std::uint64_t> CurlCompletions::take(std::vector<Transfer>& done) {
     bool starts = false;
     bool watches = false;
     std::uint64_t crew = 0;
@@ -27,8 +26,17 @@ void CurlCompletions::add(std::vector<Transfer>& done) {
         if (watches) takenSeen_ = taken_;
     }
     done.clear();
-    if (starts) start(1, crew);
     if (watches) watch();
+    return starts ? std::optional(crew) : std::nullopt;
+}
+
+void CurlCompletions::add(std::vector<Transfer>& done) {
+    if (done.empty()) return;
+    if (const auto crew = take(done)) start(1, *crew);
+}
+
+void CurlCompletions::run(std::vector<Transfer>& done) {
+    if (const auto crew = take(done)) run(*crew);
 }
 
 void CurlCompletions::start(std::size_t threads, std::uint64_t crew) {
@@ -38,6 +46,7 @@ void CurlCompletions::start(std::size_t threads, std::uint64_t crew) {
 }
 
 void CurlCompletions::run(std::uint64_t crew) {
+    auto before = std::chrono::steady_clock::now();
     Lock lock(mutex_);
     while (crew == crew_ && !waiting_.empty()) {
         const Transfer transfer = std::move(waiting_.front());
@@ -45,6 +54,10 @@ void CurlCompletions::run(std::uint64_t crew) {
         ++taken_;
         lock.unlock();
         transfer->complete();
+        const auto now = std::chrono::steady_clock::now();
+        const auto usual = usual_.load(std::memory_order_relaxed);
+        usual_.store(usual + (now - before - usual) / 8, std::memory_order_relaxed);
+        before = now;
         lock.lock();
     }
     if (crew == crew_) --running_;

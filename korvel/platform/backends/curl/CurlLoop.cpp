@@ -18,12 +18,10 @@ void CurlLoop::submit(Transfer transfer) {
     Lock lock(mutex_);
     if (stopped_) return;
     submitted_.push_back(std::move(transfer));
-    if (lead_ == Lead::taken) {
-        wake();
-    } else if (lead_ != Lead::called) {
-        const bool here = lastCompleting_ == std::this_thread::get_id();
-        here ? startHere(lock) : callLeader(lock);
-    }
+    if (lead_ == Lead::taken) return wake();
+    const bool here = lastCompleting_ == std::this_thread::get_id();
+    if (lead_ == Lead::called || (here && lead_ == Lead::lent)) return;
+    here ? startHere(lock) : callLeader(lock);
 }
 
 void CurlLoop::cancel(Transfer transfer) {
@@ -56,6 +54,18 @@ void CurlLoop::startHere(Lock& lock) {
     watchKeptLead();
 }
 
+void CurlLoop::lendLead() {
+    {
+        const std::lock_guard lock(mutex_);
+        lead_ = Lead::lent;
+        lastCompleting_ = leader_;
+        leadIsFree_.notify_all();
+        ++timesKept_;
+        if (std::exchange(watched_, true)) return;
+    }
+    watchKeptLead();
+}
+
 /// One timer for all that happens within its time: arming one for each request would wake a thread,
 /// too.
 void CurlLoop::watchKeptLead() {
@@ -68,7 +78,7 @@ void CurlLoop::watchKeptLead() {
         if (self->watched_) {
             lock.unlock();
             self->watchKeptLead();
-        } else if (self->lead_ == Lead::kept) {
+        } else if (self->lead_ == Lead::kept || self->lead_ == Lead::lent) {
             self->callLeader(lock);
         }
     });
@@ -112,6 +122,10 @@ void CurlLoop::lead() {
             completions_->add(done);
             if (last) last->complete();
             if (!takeKeptLead()) return;
+        } else if (!done.empty() && completions_->areQuick()) {
+            lendLead();
+            completions_->run(done);
+            if (!takeKeptLead()) return;
         } else {
             completions_->add(done);
             waitForWork();
@@ -146,7 +160,7 @@ bool CurlLoop::takeKeptLead() {
     const std::lock_guard lock(mutex_);
     if (lastCompleting_ != std::this_thread::get_id()) return false;
     lastCompleting_ = {};
-    if (lead_ != Lead::kept) return false;
+    if (lead_ != Lead::kept && lead_ != Lead::lent) return false;
     lead_ = Lead::taken;
     return true;
 }

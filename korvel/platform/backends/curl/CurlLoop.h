@@ -26,6 +26,10 @@ namespace korvel::platform {
 /// there goes out at once, and the thread keeps the lead for when the completion returns. If that
 /// takes longer than a moment, because the completion blocks or computes, another leader is called.
 ///
+/// While others are under way it lends the lead to the completions of a round, as long as these are
+/// quick, and runs them itself; what they ask for goes out behind the last of them. Here, too, one
+/// that takes longer than a moment loses the lead.
+///
 /// Ownership: held by its session and by its leader.
 class CurlLoop final : public CurlUser, public std::enable_shared_from_this<CurlLoop> {
 public:
@@ -48,13 +52,15 @@ private:
         vacant,
         called,  // the background will run `lead`
         taken,
-        kept  // by the thread that runs the last completion, until that returns
+        kept,  // by the thread that runs the last completion, until that returns
+        lent   // by the leader to the completions that it runs itself, until these return
     };
 
     void lead();
     bool takeLead();
     bool takeSubmitted();
     bool giveLeadBack();
+    void lendLead();
     bool takeKeptLead();
     void waitForWork();
     void wake();

@@ -26,6 +26,25 @@ TEST_F(URLSessionTest, NoRequestWaitsForTheCompletionOfAnother) {
     for (auto& each : met) EXPECT_TRUE(wait(std::move(each)));
 }
 
+TEST_F(URLSessionTest, ACompletionMayWaitForARequestOfItsOwnWhileOthersAreUnderWay) {
+    service.script("/held", "", {.hold = true});
+    service.script("/x", "", {.status = 200, .body = "ok"}, 2);
+    auto held = request();
+    held.url = *URL::parse(service.baseURL() + "held");
+    const auto other = ask(*session, held, false);
+    ASSERT_TRUE(service.waitForHeld(1));
+    std::promise<std::string> outer;
+    session->dataTask(request(), [&](const Exchange&) {
+        std::promise<std::string> inner;
+        session->dataTask(request(),
+                          [&](const Exchange& exchange) { inner.set_value(bodyOf(exchange)); });
+        outer.set_value(wait(inner.get_future()));
+    });
+    EXPECT_EQ(wait(outer.get_future()), "ok");
+    other.task->cancel();
+    service.release();
+}
+
 TEST_F(URLSessionTest, ACancelledRequestEndsUncalledWhereverItStands) {
     constexpr std::size_t turns = 128;
     service.script("/x", "", {.hold = true}, turns);
