@@ -1,7 +1,9 @@
 // A media segment, taken apart in pieces as long as its first byte says: no crash, and no more
-// samples than bytes. With an initialization section in front of a moof box that serves as one.
+// samples than bytes. With an initialization section in front of a moof box that serves as one, and
+// with the means to open encrypted samples or without.
 #include "Require.h"
 
+#include <korvel/platform/backends/openssl/SampleCipherOpenSSL.h>
 #include <korvel/platform/hls/AccessUnit.h>
 #include <korvel/platform/hls/ContainerReader.h>
 
@@ -22,6 +24,7 @@ struct Listener final : ContainerListener {
         require(format && !format->caps.empty(), "a format says what it is");
     }
     void formatsAreComplete() override { isComplete = true; }
+    void locked(const std::string& reason) override { require(!reason.empty(), "it says why"); }
     void sample(Kind, Sample sample) override {
         ++samples;
         require(isComplete, "formats come before samples");
@@ -31,6 +34,12 @@ struct Listener final : ContainerListener {
         parametersIn(VideoCodec::h264, sample.bytes);
     }
 };
+
+std::optional<Encryption> encryption(std::uint8_t choice) {
+    if (choice % 3 == 0) return std::nullopt;
+    const auto scheme = choice % 3 == 1 ? SampleCipher::Scheme::cbc : SampleCipher::Scheme::ctr;
+    return Encryption{.samples = makeSampleCipherOpenSSL(scheme), .scheme = scheme};
+}
 
 }  // namespace
 
@@ -46,8 +55,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
           Container::fragments, Container::packedAudio}) {
         Listener listener;
         const bool isSplit = container == Container::fragments;
-        const auto reader = makeContainerReader(
-            container, isSplit ? all.first(cut) : ContainerReader::Bytes(), listener);
+        const auto reader =
+            makeContainerReader(container, isSplit ? all.first(cut) : ContainerReader::Bytes(),
+                                listener, encryption(bytes[0]));
         if (!reader) continue;
         const auto media = isSplit ? all.subspan(cut) : all;
         for (std::size_t at = 0; at < media.size(); at += piece)

@@ -29,6 +29,16 @@ void AVAssetResourceLoader::setContentKeySystem(std::shared_ptr<const ContentKey
     keySystem_ = std::move(keySystem);
 }
 
+std::shared_ptr<const SampleCipher> AVAssetResourceLoader::sampleCipher(
+    SampleCipher::Scheme scheme) const {
+    std::shared_ptr<const ContentKeySystem> keySystem;
+    {
+        const std::lock_guard lock(mutex_);
+        keySystem = keySystem_;
+    }
+    return keySystem ? keySystem->sampleCipher(scheme) : nullptr;
+}
+
 std::shared_ptr<AVAssetResourceLoadingRequest> AVAssetResourceLoader::load(
     URLRequest request, AVAssetResourceLoadingRequest::Finished finished) {
     std::shared_ptr<const ContentKeySystem> keySystem;

@@ -44,6 +44,8 @@ public:
         URLRequest request, AVAssetResourceLoadingRequest::Finished finished);
     /// The device's; set by the player that opens the asset.
     void setContentKeySystem(std::shared_ptr<const ContentKeySystem> keySystem);
+    /// That of the device's; null without one.
+    std::shared_ptr<const SampleCipher> sampleCipher(SampleCipher::Scheme scheme) const;
 
 private:
     std::atomic<bool> preloads_ = false;

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 
 namespace korvel::platform {
 
@@ -26,6 +27,25 @@ public:
     virtual std::optional<ContentKey> open(const Data& ckc, NSError* error) const = 0;
 };
 
+/// What opens samples that are encrypted each by itself, with headers left plain between them. Any
+/// thread, several at a time: streams call it from their loaders, for each sample, and wait for it.
+class KORVEL_API SampleCipher {
+public:
+    enum class Scheme {
+        cbc,  ///< AES-128 in CBC mode without padding: "SAMPLE-AES"
+        ctr,  ///< AES-128 in CTR mode: "SAMPLE-AES-CTR"
+    };
+    using Vector = std::array<std::uint8_t, 16>;
+    using Ranges = std::span<const std::span<std::uint8_t>>;
+
+    virtual ~SampleCipher();
+    /// Decrypts the ranges, in place, as one message that begins with `vector`: each goes on where
+    /// the one before ended. With CBC each is a number of whole blocks; with CTR they have any
+    /// length, and of the vector the last eight bytes count, without a carry into the others. The
+    /// ranges are borrowed. False if it cannot be done, which ends the stream.
+    virtual bool decrypt(const ContentKey& key, const Vector& vector, Ranges ranges) const = 0;
+};
+
 /// The device's module for content keys. Any thread.
 class KORVEL_API ContentKeySystem {
 public:
@@ -35,6 +55,9 @@ public:
     virtual std::unique_ptr<ContentKeyExchange> exchange(const Data& certificate,
                                                          const Data& contentIdentifier,
                                                          NSError* error) const = 0;
+    /// What opens samples with the keys of this module; null if it opens none of that scheme, as
+    /// here: such streams are refused then. Asked at each segment, so that it should be kept.
+    virtual std::shared_ptr<const SampleCipher> sampleCipher(SampleCipher::Scheme scheme) const;
 };
 
 }  // namespace korvel::platform

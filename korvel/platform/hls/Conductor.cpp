@@ -100,8 +100,8 @@ void Conductor::begin(const URL& address, MediaPlaylist playlist) {
 void Conductor::begin(const URL& address, const MasterPlaylist& playlist) {
     const auto& keys = playlist.sessionKeys;
     const bool isClosed =
-        !keys.empty() && std::none_of(keys.begin(), keys.end(), [](const auto& key) {
-            return isSupported(key) || key.method == "NONE";
+        !keys.empty() && std::none_of(keys.begin(), keys.end(), [&](const auto& key) {
+            return stage_->keys().opens(key) || key.method == "NONE";
         });
     if (isClosed) {
         return stage_->failPlaylist(makeAVError(

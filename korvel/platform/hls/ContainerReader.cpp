@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace korvel::platform::hls {
 
@@ -38,6 +39,7 @@ bool isBox(ContainerReader::Bytes bytes) {
 }  // namespace
 
 ContainerListener::~ContainerListener() = default;
+void ContainerListener::locked(const std::string&) {}
 ContainerReader::~ContainerReader() = default;
 
 std::optional<Container> recognised(ContainerReader::Bytes beginning, bool isWhole) {
@@ -63,7 +65,8 @@ std::optional<Container> recognised(ContainerReader::Bytes beginning, bool isWho
 
 std::unique_ptr<ContainerReader> makeContainerReader(Container container,
                                                      ContainerReader::Bytes initialization,
-                                                     ContainerListener& listener) {
+                                                     ContainerListener& listener,
+                                                     std::optional<Encryption> samples) {
     switch (container) {
         case Container::transportStream: {
             auto reader = std::make_unique<TransportStreamReader>(listener);
@@ -71,7 +74,7 @@ std::unique_ptr<ContainerReader> makeContainerReader(Container container,
             return reader;
         }
         case Container::fragments:
-            return std::make_unique<FragmentReader>(initialization, listener);
+            return std::make_unique<FragmentReader>(initialization, listener, std::move(samples));
         case Container::packedAudio:
             return std::make_unique<PackedAudioReader>(listener);
         default:

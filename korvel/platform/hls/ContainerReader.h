@@ -1,12 +1,15 @@
 #pragma once
 
 #include <korvel/platform/foundation/Data.h>
+#include <korvel/platform/hls/Encryption.h>
 #include <korvel/platform/hls/Media.h>
 
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace korvel::platform::hls {
@@ -21,6 +24,9 @@ public:
     virtual void formatsAreComplete() = 0;
     /// Times are the container's own, and count on beyond the numbers in which it keeps them.
     virtual void sample(Kind kind, Sample sample) = 0;
+    /// Samples are encrypted in a way that cannot be opened, or say so wrongly; they are left out.
+    /// `reason` is a sentence without its end.
+    virtual void locked(const std::string& reason);
 };
 
 /// Takes one media segment apart. One thread; nothing of one segment is known in the next. Of
@@ -40,10 +46,12 @@ enum class Container { unknown, transportStream, fragments, packedAudio, playlis
 /// What begins so; nothing while more bytes are needed to tell. `isWhole`: there are no more.
 std::optional<Container> recognised(ContainerReader::Bytes beginning, bool isWhole);
 
-/// `initialization`: the bytes of the segment's map, which only fragments need.
+/// `initialization`: the bytes of the segment's map, which only fragments need. `samples`: what
+/// opens encrypted ones; nothing if the segment has none.
 std::unique_ptr<ContainerReader> makeContainerReader(Container container,
                                                      ContainerReader::Bytes initialization,
-                                                     ContainerListener& listener);
+                                                     ContainerListener& listener,
+                                                     std::optional<Encryption> samples = {});
 
 /// The period after which the container's times begin again at zero; nothing if they do not.
 std::optional<std::chrono::nanoseconds> wrapPeriod(Container container);

@@ -24,16 +24,19 @@ struct FragmentReader::Run {
     std::uint64_t base;    ///< offsets count from here
     std::uint64_t offset;  ///< where the next sample lies
     std::int64_t decoded;
+    std::shared_ptr<const FragmentProtection> protection{};  ///< null: samples are plain
+    std::size_t number = 0;                                  ///< of the next sample
 };
 
-FragmentReader::FragmentReader(Bytes initialization, ContainerListener& listener)
-    : listener_(listener) {
+FragmentReader::FragmentReader(Bytes initialization, ContainerListener& listener,
+                               std::optional<Encryption> samples)
+    : listener_(listener), samples_(std::move(samples)) {
     if (const auto movie = boxIn(initialization, "moov")) describe(movie->content);
 }
 
 void FragmentReader::describe(Bytes movie) {
     if (std::exchange(isDescribed_, true)) return;
-    tracks_ = tracksIn(movie);
+    tracks_ = tracksIn(movie, samples_.has_value());
     decoded_.assign(tracks_.size(), 0);
     for (std::size_t i = 0; i < tracks_.size(); ++i) {
         const auto& format = tracks_[i].format;
@@ -74,30 +77,27 @@ bool FragmentReader::enterBox() {
     if (isTaken) {
         if (rest.size() < size) return false;
         // What samples it tells of may lie in front of it, but no box that is taken does.
-        const Data content(rest.begin() + static_cast<std::ptrdiff_t>(head),
-                           rest.begin() + static_cast<std::ptrdiff_t>(size));
-        const std::uint64_t begin = nextBox_;
-        takeBox(type, content, begin);
+        const Data whole(rest.begin(), rest.begin() + static_cast<std::ptrdiff_t>(size));
+        if (type == "moov") {
+            describe(Bytes(whole).subspan(head));
+        } else {
+            fragment(whole, head, nextBox_);
+        }
     }
     nextBox_ += size;
     return true;
 }
 
-void FragmentReader::takeBox(std::string_view type, Bytes content, std::uint64_t begin) {
-    if (type == "moov") return describe(content);
-    fragment(content, begin);
-}
-
-void FragmentReader::fragment(Bytes content, std::uint64_t begin) {
-    Boxes boxes(content);
+void FragmentReader::fragment(Bytes moof, std::size_t head, std::uint64_t begin) {
+    Boxes boxes(moof.subspan(head));
     while (const auto box = boxes.next()) {
-        if (box->type == "traf") track(box->content, begin);
+        if (box->type == "traf") track(box->content, moof, begin);
     }
     std::stable_sort(places_.begin(), places_.end(),
                      [](const Place& a, const Place& b) { return a.offset < b.offset; });
 }
 
-void FragmentReader::track(Bytes content, std::uint64_t begin) {
+void FragmentReader::track(Bytes content, Bytes moof, std::uint64_t begin) {
     const auto head = boxIn(content, "tfhd");
     if (!head) return;
     Fields fields(head->content);
@@ -111,7 +111,7 @@ void FragmentReader::track(Bytes content, std::uint64_t begin) {
     Run state{index, found->defaults, begin, begin, decoded_[index]};
     // Where one is told, it is the fragment's own place in a file of which this may be a part.
     if ((flags & 0x1U) != 0) fields.skip(8);
-    if ((flags & 0x2U) != 0) fields.skip(4);
+    if ((flags & 0x2U) != 0) state.defaults.description = fields.word();
     if ((flags & 0x8U) != 0) state.defaults.duration = fields.word();
     if ((flags & 0x10U) != 0) state.defaults.size = fields.word();
     if ((flags & 0x20U) != 0) state.defaults.flags = fields.word();
@@ -123,11 +123,27 @@ void FragmentReader::track(Bytes content, std::uint64_t begin) {
         if (units > UINT64_MAX / 4) return;
         state.decoded = static_cast<std::int64_t>(units);
     }
+    if (!protect(state, content, moof)) return;
     Boxes boxes(content);
     while (const auto box = boxes.next()) {
         if (box->type == "trun") run(state, box->content);
     }
     decoded_[index] = state.decoded;
+}
+
+/// False if its samples cannot be opened.
+bool FragmentReader::protect(Run& state, Bytes track, Bytes moof) {
+    const auto& protections = tracks_[state.track].protections;
+    const std::size_t entry = state.defaults.description - std::size_t{1};
+    const auto protection = entry < protections.size() ? protections[entry] : nullptr;
+    if (!protection) return true;
+    auto read = FragmentProtection::read(protection, samples_, track, moof);
+    if (const auto* reason = std::get_if<std::string>(&read)) {
+        listener_.locked(*reason);
+        return false;
+    }
+    state.protection = std::get<std::shared_ptr<const FragmentProtection>>(std::move(read));
+    return true;
 }
 
 void FragmentReader::run(Run& state, Bytes content) {
@@ -155,6 +171,7 @@ void FragmentReader::run(Run& state, Bytes content) {
         if (sample.size > 0) place(state, sample, composition);
         state.offset += sample.size;
         state.decoded += sample.duration;
+        ++state.number;
     }
 }
 
@@ -167,7 +184,8 @@ void FragmentReader::place(Run& state, const SampleDefaults& sample, std::int32_
     const bool isPicture = track.format->kind == Kind::picture;
     places_.push_back({state.offset, sample.size, state.track, *dts + track.editShift,
                        *pts + track.editShift, *end - *dts,
-                       !isPicture || (sample.flags & isNotSync) == 0});
+                       !isPicture || (sample.flags & isNotSync) == 0, state.protection,
+                       state.number});
 }
 
 void FragmentReader::giveOut() {
@@ -177,11 +195,18 @@ void FragmentReader::giveOut() {
         places_.pop_front();
         if (next.offset < begin_) continue;  // gone by already
         const auto begin = bytes_.begin() + static_cast<std::ptrdiff_t>(next.offset - begin_);
-        listener_.sample(tracks_[next.track].format->kind, {.bytes = Data(begin, begin + next.size),
-                                                            .pts = next.pts,
-                                                            .dts = next.dts,
-                                                            .duration = next.duration,
-                                                            .isKey = next.isKey});
+        Sample sample{.bytes = Data(begin, begin + next.size),
+                      .pts = next.pts,
+                      .dts = next.dts,
+                      .duration = next.duration,
+                      .isKey = next.isKey};
+        const auto reason =
+            next.protection ? next.protection->decrypt(next.number, sample.bytes) : std::nullopt;
+        if (reason) {
+            listener_.locked(*reason);
+        } else {
+            listener_.sample(tracks_[next.track].format->kind, std::move(sample));
+        }
     }
 }
 

@@ -14,7 +14,8 @@ namespace korvel::platform::hls {
 /// the file; edit lists are part of their times.
 class FragmentReader final : public ContainerReader {
 public:
-    FragmentReader(Bytes initialization, ContainerListener& listener);
+    FragmentReader(Bytes initialization, ContainerListener& listener,
+                   std::optional<Encryption> samples = {});
     void push(Bytes bytes) override;
     void finish() override {}
 
@@ -28,14 +29,16 @@ private:
         std::chrono::nanoseconds pts;
         std::chrono::nanoseconds duration;
         bool isKey;
+        std::shared_ptr<const FragmentProtection> protection;  ///< null: it is plain
+        std::size_t number;                                    ///< by which that knows it
     };
     struct Run;
 
     void describe(Bytes movie);
     bool enterBox();
-    void takeBox(std::string_view type, Bytes content, std::uint64_t begin);
-    void fragment(Bytes content, std::uint64_t begin);
-    void track(Bytes content, std::uint64_t begin);
+    void fragment(Bytes moof, std::size_t head, std::uint64_t begin);
+    void track(Bytes content, Bytes moof, std::uint64_t begin);
+    bool protect(Run& state, Bytes track, Bytes moof);
     void run(Run& state, Bytes content);
     void place(Run& state, const SampleDefaults& sample, std::int32_t composition);
     void giveOut();
@@ -44,6 +47,7 @@ private:
     std::uint64_t end() const { return begin_ + bytes_.size(); }
 
     ContainerListener& listener_;
+    const std::optional<Encryption> samples_;
     std::vector<FragmentTrack> tracks_;
     std::array<std::size_t, 2> chosen_{SIZE_MAX, SIZE_MAX};  ///< track of each kind
     std::vector<std::int64_t> decoded_;  ///< per track: where its samples go on, in its units

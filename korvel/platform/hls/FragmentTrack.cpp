@@ -11,6 +11,7 @@ using Bytes = Fields::Bytes;
 namespace {
 
 constexpr std::size_t mostTracks = 16;
+constexpr std::size_t mostEntries = 16;
 constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
 constexpr std::int64_t longest = std::int64_t{1} << 32;  ///< seconds
 
@@ -47,7 +48,20 @@ nanoseconds shiftOf(Bytes track, std::uint32_t movieScale, const FragmentTrack& 
     return shift;
 }
 
-std::optional<FragmentTrack> trackOf(Bytes content, std::uint32_t movieScale) {
+/// The first entry that is of use tells the format of all.
+void readEntries(Bytes entries, Kind kind, bool opensSamples, FragmentTrack& track) {
+    Boxes boxes(entries);
+    while (const auto entry = boxes.next()) {
+        if (track.protections.size() == mostEntries) return;
+        auto protection = protectionOf(*entry, kind);
+        if (!track.format && !protection) track.format = formatOf(*entry, kind);
+        if (!track.format && protection && (opensSamples || protection->isPlain))
+            track.format = formatOf({protection->type, entry->content}, kind);
+        track.protections.push_back(std::move(protection));
+    }
+}
+
+std::optional<FragmentTrack> trackOf(Bytes content, std::uint32_t movieScale, bool opensSamples) {
     FragmentTrack track;
     const auto head = boxIn(content, "tkhd");
     const auto media = boxIn(content, "mdia");
@@ -65,9 +79,8 @@ std::optional<FragmentTrack> trackOf(Bytes content, std::uint32_t movieScale) {
     const auto table = boxIn(information->content, "stbl");
     const auto descriptions = table ? boxIn(table->content, "stsd") : std::nullopt;
     if (descriptions && descriptions->content.size() > 8 && (type == "vide" || type == "soun")) {
-        Boxes entries(descriptions->content.subspan(8));
-        if (const auto entry = entries.next())
-            track.format = formatOf(*entry, type == "vide" ? Kind::picture : Kind::sound);
+        readEntries(descriptions->content.subspan(8), type == "vide" ? Kind::picture : Kind::sound,
+                    opensSamples, track);
     }
     if (descriptions && descriptions->content.size() > 8 && type == "text")
         track.isWebVTT = boxIn(descriptions->content.subspan(8), "wvtt").has_value();
@@ -85,13 +98,14 @@ std::optional<nanoseconds> FragmentTrack::time(std::int64_t units) const {
                        units % scale * nanosecondsPerSecond / scale);
 }
 
-std::vector<FragmentTrack> tracksIn(Bytes movie) {
+std::vector<FragmentTrack> tracksIn(Bytes movie, bool opensSamples) {
     const auto movieScale = timescaleIn(boxIn(movie, "mvhd"));
     std::vector<FragmentTrack> tracks;
     Boxes boxes(movie);
     while (const auto box = boxes.next()) {
         if (box->type != "trak" || tracks.size() >= mostTracks) continue;
-        if (auto track = trackOf(box->content, movieScale)) tracks.push_back(*std::move(track));
+        if (auto track = trackOf(box->content, movieScale, opensSamples))
+            tracks.push_back(*std::move(track));
     }
     const auto extension = boxIn(movie, "mvex");
     Boxes defaults(extension ? extension->content : Bytes());
@@ -100,9 +114,9 @@ std::vector<FragmentTrack> tracksIn(Bytes movie) {
         Fields fields(box->content);
         fields.skip(4);
         const auto number = fields.word();
-        fields.skip(4);
         for (FragmentTrack& track : tracks) {
             if (track.number != number) continue;
+            track.defaults.description = fields.word();
             track.defaults.duration = fields.word();
             track.defaults.size = fields.word();
             track.defaults.flags = fields.word();

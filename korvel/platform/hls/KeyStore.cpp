@@ -34,6 +34,11 @@ KeyStore::Key keyInAddress(const std::string& address) {
 
 }  // namespace
 
+bool KeyStore::opens(const KeyTag& key) const {
+    const auto scheme = sampleScheme(key);
+    return scheme ? sampleCipher(*scheme) != nullptr : isOfBodies(key);
+}
+
 bool KeyStore::claim(const std::string& address) {
     const std::lock_guard lock(state_->mutex);
     if (state_->closed) return false;

@@ -2,6 +2,7 @@
 
 #include <korvel/platform/avfoundation/AVAssetResourceLoader.h>
 #include <korvel/platform/hls/Attention.h>
+#include <korvel/platform/hls/Encryption.h>
 #include <korvel/platform/hls/Fetcher.h>
 
 #include <functional>
@@ -24,6 +25,12 @@ public:
     KeyStore(std::shared_ptr<AVAssetResourceLoader> keys, std::shared_ptr<Attention> attention)
         : keys_(std::move(keys)), attention_(std::move(attention)) {}
 
+    /// Whether what is encrypted so can be opened here: bodies always, samples if the device does.
+    bool opens(const KeyTag& key) const;
+    /// Of the device; null if it has none.
+    std::shared_ptr<const SampleCipher> sampleCipher(SampleCipher::Scheme scheme) const {
+        return keys_ ? keys_->sampleCipher(scheme) : nullptr;
+    }
     /// Waits for the key; nothing if the generation is overtaken first. The asset goes on
     /// answering then, and is not asked again.
     std::optional<Key> key(const URL& address, Fetcher& fetcher, Attention::Generation generation);

@@ -197,7 +197,7 @@ void Rendition::loadSegment(std::size_t index) {
         goesOn_.reset();
         return feeding_.rejoin();
     }
-    segmentEnded(segment, reading, result, segment.key != nullptr);
+    segmentEnded(segment, reading, result, segment.key && isOfBodies(*segment.key));
 }
 
 void Rendition::segmentEnded(const Segment& segment, const SegmentReading& reading,
@@ -229,6 +229,9 @@ void Rendition::segmentEnded(const Segment& segment, const SegmentReading& readi
             return stage_->failSegment(
                 makeAVError(AVError::fileFormatNotRecognized,
                             "Neither picture nor sound that can be played: " + where));
+        case SegmentReading::State::locked:
+            return stage_->failSegment(
+                makeAVError(AVError::contentIsProtected, reading.lock() + ": " + where));
         case SegmentReading::State::reading:
             break;
     }
@@ -277,13 +280,18 @@ void Rendition::segmentFailed(const Segment& segment, const FetchResult& result,
 FetchResult Rendition::fetch(const URL& url, const Segment& segment, const Opening& opening,
                              SegmentReading& reading) {
     download_ = {};
+    const auto told = [&](bool waits) {
+        auto found = opening(waits);
+        if (found && found->samples) reading.open(*found);
+        return found;
+    };
     const bool isSpare = hasOther(*variant_);
     const FetchRequest request{.url = url,
                                .range = segment.range,
                                .patience = isSpare ? 1 : 2,
                                .endurance = isSpare ? 4s : 60s};
     return segments_.get(
-        request, opening, generation_,
+        request, opening ? Opening(told) : opening, generation_,
         [&](Fetcher::Bytes bytes, const FetchResult& soFar, std::optional<std::uint64_t> total) {
             if (!stage_->hasTracks()) stage_->took(MediaStep::segment);
             if (!bytes.empty() &&

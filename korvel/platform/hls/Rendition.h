@@ -91,10 +91,10 @@ private:
 
     // Keys and what they open.
     using Wish = std::shared_ptr<const std::shared_ptr<Stage>>;
+    std::nullopt_t refuse(const KeyTag& key);
     std::optional<URL> keyAddress(const KeyTag& key);
     std::optional<Opening> opening(const KeyTag& key, std::int64_t number, const Wish& wish);
-    std::optional<Encryption> open(const URL& address, const InitializationVector& vector,
-                                   bool waits);
+    std::optional<Encryption> open(const URL& address, Encryption how, bool waits);
     bool loadMap(const Segment& segment, const Wish& wish);
     bool openMap();
 

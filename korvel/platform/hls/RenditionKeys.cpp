@@ -8,14 +8,16 @@
 
 namespace korvel::platform::hls {
 
+std::nullopt_t Rendition::refuse(const KeyTag& key) {
+    stage_->fail(
+        makeAVError(AVError::contentIsProtected,
+                    "The stream is encrypted by " + key.method + ", which cannot be opened here."));
+    return std::nullopt;
+}
+
 /// Nothing if the stream has failed of it.
 std::optional<URL> Rendition::keyAddress(const KeyTag& key) {
-    if (!isSupported(key)) {
-        stage_->fail(makeAVError(
-            AVError::contentIsProtected,
-            "The stream is encrypted by " + key.method + ", which cannot be opened here."));
-        return std::nullopt;
-    }
+    if (!stage_->keys().opens(key)) return refuse(key);
     const auto url =
         key.uri.starts_with("data:") ? URL::parse(key.uri) : resolved(list().address, key.uri);
     if (!url || key.uri.empty()) {
@@ -30,18 +32,21 @@ std::optional<Opening> Rendition::opening(const KeyTag& key, std::int64_t number
                                           const Wish& wish) {
     const auto url = keyAddress(key);
     if (!url) return std::nullopt;
+    Encryption how{.vector = vectorOf(key, number)};
+    if (const auto scheme = sampleScheme(key)) {
+        how.scheme = *scheme;
+        how.samples = stage_->keys().sampleCipher(*scheme);
+        if (!how.samples) return refuse(key);
+    }
     stage_->took(MediaStep::keyAsked);
     stage_->keys().want(*url, segments_.fetcher(), generation_,
                         [weak = std::weak_ptr(wish)](const NSError& error) {
                             if (const auto wished = weak.lock()) (*wished)->fail(error);
                         });
-    return [this, url = *url, vector = vectorOf(key, number)](bool waits) {
-        return open(url, vector, waits);
-    };
+    return [this, url = *url, how = std::move(how)](bool waits) { return open(url, how, waits); };
 }
 
-std::optional<Encryption> Rendition::open(const URL& address, const InitializationVector& vector,
-                                          bool waits) {
+std::optional<Encryption> Rendition::open(const URL& address, Encryption how, bool waits) {
     KeyStore& keys = stage_->keys();
     if (waits && !download_.beforePause) download_.beforePause = download_.soFar;
     const auto found =
@@ -52,7 +57,8 @@ std::optional<Encryption> Rendition::open(const URL& address, const Initializati
         return std::nullopt;
     }
     stage_->took(MediaStep::key);
-    return Encryption{std::get<ContentKey>(*found), vector};
+    how.key = std::get<ContentKey>(*found);
+    return how;
 }
 
 bool Rendition::loadMap(const Segment& segment, const Wish& wish) {
@@ -68,7 +74,9 @@ bool Rendition::loadMap(const Segment& segment, const Wish& wish) {
         unopenedMap_.reset();
         return true;
     }
-    auto key = map.key ? opening(*map.key, segment.number, wish) : std::optional(Opening());
+    const bool isPlain = !map.key || sampleScheme(*map.key);  // there are no samples in it
+    if (map.key && isPlain && !keyAddress(*map.key)) return false;
+    auto key = isPlain ? std::optional(Opening()) : opening(*map.key, segment.number, wish);
     if (!key) return false;
     if (!unopenedMap_ || unopenedMap_->name != name) {
         auto [result, bytes] = segments_.fetcher().whole(

@@ -48,7 +48,10 @@ void SegmentReading::recognise(bool isWhole) {
         state_ = State::playlist;
         return;
     }
-    reader_ = makeContainerReader(container_, initialization_, *this);
+    if (samples_ && samples_->scheme == SampleCipher::Scheme::ctr &&
+        container_ != Container::fragments)
+        return locked("Samples are encrypted by SAMPLE-AES-CTR in what is no fragmented MP4");
+    reader_ = makeContainerReader(container_, initialization_, *this, samples_);
     if (!reader_) {
         state_ = State::foreign;
         return;
@@ -87,6 +90,12 @@ void SegmentReading::sample(Kind kind, Sample sample) {
     if (shift_) return place(kind, std::move(sample));
     heldBytes_ += sample.bytes.size();
     if (heldBytes_ < mostHeldBytes) held_.push_back({kind, std::move(sample)});
+}
+
+void SegmentReading::locked(const std::string& reason) {
+    if (state_ != State::reading) return;
+    state_ = State::locked;
+    lock_ = reason;
 }
 
 void SegmentReading::anchor(Time container) {

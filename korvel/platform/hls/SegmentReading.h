@@ -9,6 +9,7 @@
 #include <chrono>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace korvel::platform::hls {
@@ -38,10 +39,15 @@ public:
         playlist,  ///< is one, which no segment may be
         foreign,   ///< nothing that can be read
         empty,     ///< neither picture nor sound that can be played
+        locked,    ///< samples are encrypted in a way that cannot be opened: see `lock`
     };
+    /// Before the first bytes: its samples are encrypted so.
+    void open(const Encryption& samples) { samples_ = samples; }
     State push(ContainerReader::Bytes bytes);
     State finish();
     State state() const { return state_; }
+    /// Why it is locked, as a sentence without its end.
+    const std::string& lock() const { return lock_; }
     /// Where its pictures, or its sound, ended.
     std::optional<Time> end() const;
 
@@ -54,6 +60,7 @@ private:
     void format(std::shared_ptr<const Format> format) override;
     void formatsAreComplete() override;
     void sample(Kind kind, Sample sample) override;
+    void locked(const std::string& reason) override;
 
     void recognise(bool isWhole);
     void anchor(Time container);
@@ -70,6 +77,8 @@ private:
     const Data& initialization_;
     const Options options_;
     State state_ = State::reading;
+    std::optional<Encryption> samples_;
+    std::string lock_;
     Data head_;
     Container container_ = Container::unknown;
     std::unique_ptr<ContainerReader> reader_;

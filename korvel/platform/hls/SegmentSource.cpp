@@ -4,32 +4,22 @@
 
 namespace korvel::platform::hls {
 
-InitializationVector vectorOf(const KeyTag& key, std::int64_t segmentNumber) {
-    if (key.iv) return *key.iv;
-    InitializationVector vector{};
-    auto number = static_cast<std::uint64_t>(segmentNumber);
-    for (std::size_t i = vector.size(); number > 0; number >>= 8U) {
-        vector.at(--i) = static_cast<std::uint8_t>(number & 255U);
-    }
-    return vector;
-}
-
-bool isSupported(const KeyTag& key) { return key.method == "AES-128"; }
-
 /// What came before its key.
 struct SegmentSource::Unopened {
     using Total = std::optional<std::uint64_t>;
 
     const Opening& opening;
     const Fetcher::Sink& sink;
-    std::unique_ptr<Cipher> cipher{};
+    bool isOpen = false;
+    std::unique_ptr<Cipher> cipher{};  ///< null: the body is as it is
     std::deque<Data> pieces{};
     std::size_t size = 0;
 
     bool open(bool waits) {
-        if (cipher) return true;
-        if (const auto found = opening(waits)) cipher = makeCipher(found->key, found->vector);
-        return cipher != nullptr;
+        if (isOpen) return true;
+        const auto found = opening(waits);
+        if (found && !found->samples) cipher = makeCipher(found->key, found->vector);
+        return isOpen = found.has_value();
     }
     bool take(Fetcher::Bytes bytes, const FetchResult& soFar, Total total) {
         const bool waits = size + bytes.size() > mostUnopened;
@@ -46,12 +36,13 @@ struct SegmentSource::Unopened {
         return true;
     }
     bool give(Fetcher::Bytes bytes, const FetchResult& soFar, Total total) {
+        if (!cipher) return sink(bytes, soFar, total);
         const Data plain = cipher->update(bytes);
         return plain.empty() || sink(plain, soFar, total);
     }
     bool finish(const FetchResult& result) {
         if (!open(true) || !release(result, result.bytes)) return false;
-        const auto last = cipher->finish();
+        const auto last = cipher ? cipher->finish() : std::nullopt;
         return !last || last->empty() || sink(*last, result, result.bytes);
     }
 };

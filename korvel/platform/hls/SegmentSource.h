@@ -1,6 +1,7 @@
 #pragma once
 
 #include <korvel/platform/hls/Cipher.h>
+#include <korvel/platform/hls/Encryption.h>
 #include <korvel/platform/hls/Fetcher.h>
 #include <korvel/platform/hls/KeyStore.h>
 
@@ -12,21 +13,9 @@
 
 namespace korvel::platform::hls {
 
-/// What is encrypted, and how.
-struct Encryption {
-    ContentKey key{};
-    InitializationVector vector{};
-};
-
 /// How what is encrypted is opened, once the key is there: `waits` until then, and nothing comes of
 /// that if it never will be.
 using Opening = std::function<std::optional<Encryption>(bool waits)>;
-
-/// The vector of a key tag, or the one that the number of the segment makes.
-InitializationVector vectorOf(const KeyTag& key, std::int64_t segmentNumber);
-
-/// Whether this method can be decrypted here.
-bool isSupported(const KeyTag& key);
 
 /// Gets segments and decrypts them. One thread.
 class SegmentSource {
@@ -37,7 +26,8 @@ public:
     Fetcher& fetcher() { return fetcher_; }
     /// As with `Fetcher::get`; the sink gets plain bytes, sizes are those on the line. While the
     /// key is on its way it gets none of what comes, which is kept. A body that does not end as an
-    /// encrypted one must is not an error: what came before it has been given.
+    /// encrypted one must is not an error: what came before it has been given. Where samples are
+    /// encrypted, not bodies, the sink gets all as it is, and none before the key is there.
     FetchResult get(const FetchRequest& request, const Opening& opening,
                     Attention::Generation generation, const Fetcher::Sink& sink);
 

@@ -81,7 +81,7 @@ void Stage::look() {
 }
 
 void Stage::preload(const URL& base, const KeyTag& key) {
-    if (!isSupported(key) || key.uri.empty()) return;
+    if (!keys_.opens(key) || key.uri.empty()) return;
     const auto url = resolved(base, key.uri);
     if (url && keys_.preload(*url)) took(MediaStep::keyAsked);
 }

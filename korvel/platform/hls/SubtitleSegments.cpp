@@ -109,7 +109,7 @@ std::optional<Opening> SubtitleLoader::opening(const KeyTag* key, std::int64_t n
         key->uri.starts_with("data:") ? URL::parse(key->uri) : resolved(list_->address, key->uri);
     const bool mayBe =
         url && !key->uri.empty() && (!isWebScheme(*url) || mayLead(list_->address, *url));
-    if (!isSupported(*key) || !mayBe) {
+    if (!isOfBodies(*key) || !mayBe) {
         failed(result, AVError::contentIsProtected,
                "Subtitles are encrypted in a way that cannot be opened here: " +
                    result.address.absoluteString());
@@ -139,7 +139,7 @@ std::optional<Encryption> SubtitleLoader::open(const URL& address,
         result.error = *error;
         return std::nullopt;
     }
-    return Encryption{std::get<ContentKey>(*found), vector};
+    return Encryption{.key = std::get<ContentKey>(*found), .vector = vector};
 }
 
 }  // namespace korvel::platform::hls

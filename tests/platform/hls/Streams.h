@@ -153,12 +153,15 @@ inline Data numbers(std::initializer_list<std::uint32_t> words) {
 }
 
 /// One track of pictures at 1000 units a second, whose edit list leaves out its first 80 units.
-inline Data initialization() {
+/// `protection`: the boxes that tell how it is encrypted.
+inline Data initialization(const Data& protection = {}) {
     Data entry(78, 0);
     entry[25] = 64;
     entry[27] = 36;
     append(entry, box("avcC", {1, 0x42, 0, 10}));
-    const Data description = joined({numbers({0, 1}), box("avc1", entry)});
+    append(entry, protection);
+    const Data description =
+        joined({numbers({0, 1}), box(protection.empty() ? "avc1" : "encv", entry)});
     return box(
         "moov",
         joined(
@@ -175,23 +178,30 @@ inline Data initialization() {
              box("mvex", box("trex", numbers({0, 7, 1, 40, 0, 0x10000})))}));
 }
 
-/// Pictures of 40 units each, the first a key, shown 80 units after they are decoded.
-inline Data fragment(std::uint32_t decodeTime, std::size_t count, std::uint8_t mark) {
-    Data run = numbers({0x00000A05, static_cast<std::uint32_t>(count), 0, 0});
+/// Pictures of 40 units each, the first a key, shown 80 units after they are decoded. `more` of
+/// their "traf" lies 48 bytes behind the beginning.
+inline Data fragment(std::uint32_t decodeTime, const std::vector<Data>& pictures,
+                     const Data& more = {}) {
+    Data run = numbers({0x00000A05, static_cast<std::uint32_t>(pictures.size()), 0, 0});
     Data media;
-    for (std::size_t i = 0; i < count; ++i) {
-        append(run, numbers({static_cast<std::uint32_t>(3 + i), 80}));
-        media.resize(media.size() + 3 + i, mark);
+    for (const Data& each : pictures) {
+        append(run, numbers({static_cast<std::uint32_t>(each.size()), 80}));
+        append(media, each);
     }
     const auto moof = [&] {
-        return box("moof",
-                   box("traf", joined({box("tfhd", numbers({0x20000, 7})),
-                                       box("tfdt", numbers({0, decodeTime})), box("trun", run)})));
+        return box("moof", box("traf", joined({box("tfhd", numbers({0x20000, 7})),
+                                               box("tfdt", numbers({0, decodeTime})), more,
+                                               box("trun", run)})));
     };
     const auto offset = static_cast<std::uint32_t>(moof().size() + 8);
     for (std::size_t i = 0; i < 4; ++i)
         run[8 + i] = static_cast<std::uint8_t>(offset >> (8 * (3 - i)));
     return joined({moof(), box("mdat", media)});
+}
+inline Data fragment(std::uint32_t decodeTime, std::size_t count, std::uint8_t mark) {
+    std::vector<Data> pictures;
+    for (std::size_t i = 0; i < count; ++i) pictures.emplace_back(3 + i, mark);
+    return fragment(decodeTime, pictures);
 }
 
 /// An ID3 tag with the time of what follows.

@@ -21,7 +21,8 @@ struct GStreamerOptions {
 };
 
 /// Plays what GStreamer plays, HLS above all: plain, and AES-128 with keys of any address scheme.
-/// SAMPLE-AES is refused. Initialises GStreamer if nobody has. Any thread; null, and the reason in
+/// SAMPLE-AES is refused unless the device's content key system opens samples. Initialises
+/// GStreamer if nobody has. Any thread; null, and the reason in
 /// `*error`, if an element that it needs is not installed.
 KORVEL_API std::shared_ptr<MediaEngine> makeMediaEngineGStreamer(
     const GStreamerOptions& options = {}, NSError* error = nullptr);
