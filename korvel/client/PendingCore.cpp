@@ -30,10 +30,7 @@ PendingCore::~PendingCore() {
     if (deadline_) surroundings_->remove(*deadline_);
 }
 
-bool PendingCore::isOver() const {
-    const std::lock_guard lock(mutex_);
-    return outcome_.has_value();
-}
+bool PendingCore::isOver() const { return isOver_; }
 
 Outcome<Box> PendingCore::take() { return std::move(*outcome_); }
 
@@ -41,11 +38,11 @@ Outcome<Box> PendingCore::take() { return std::move(*outcome_); }
 // waiting
 
 void PendingCore::wait() {
-    std::unique_lock lock(mutex_);
-    if (!surroundings_->mainQueue->isMain())
-        return ended_.wait(lock, [this] { return outcome_.has_value(); });
-    waitedForByMain_ = true;
-    lock.unlock();
+    if (!surroundings_->mainQueue->isMain()) return isOver_.wait(false);
+    {
+        const std::lock_guard lock(mutex_);
+        waitedForByMain_ = true;
+    }
     surroundings_->mainQueue->runUntil([this] { return isOver(); });
 }
 
@@ -111,6 +108,7 @@ void PendingCore::end(Outcome<Box> outcome) {
         const std::lock_guard lock(mutex_);
         if (outcome_) return;
         outcome_.emplace(std::move(outcome));
+        isOver_ = true;  // from here on nobody begins to wait
         deadline.swap(deadline_);
         exchange.swap(task_);
         stop.swap(stop_);
@@ -118,7 +116,7 @@ void PendingCore::end(Outcome<Box> outcome) {
         task.swap(afterwards_);
         wakesMain = waitedForByMain_;
     }
-    ended_.notify_all();  // without the lock, which the woken want
+    isOver_.notify_all();  // without the lock, which the woken want
     if (deadline) surroundings_->remove(*deadline);
     if (exchange) exchange->cancel();
     if (wakesMain) surroundings_->mainQueue->async([] {});

@@ -3,7 +3,7 @@
 #include <korvel/network/Boxed.h>
 #include <korvel/platform/foundation/DispatchQueue.h>
 
-#include <condition_variable>
+#include <atomic>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -63,8 +63,8 @@ private:
 
     const std::shared_ptr<ClientSurroundings> surroundings_;
     mutable std::mutex mutex_;
-    std::condition_variable ended_;
     std::optional<Outcome<Box>> outcome_;  ///< there once it is over
+    std::atomic<bool> isOver_ = false;
     bool waitedForByMain_ = false;
     bool kept_ = false;
     int retries_ = 0;
