@@ -47,19 +47,10 @@ void SoundChoice::add(const RenditionTag& tag, std::size_t group, const URL& add
 /// What the device's user understands best of those that may be chosen for that; else the default,
 /// else the first that may be chosen by itself.
 std::size_t SoundChoice::chosenFor(const std::vector<std::string>& languages) const {
-    for (const std::string& language : languages) {
-        std::size_t best = 0;
-        int most = 0;
-        for (std::size_t i = 0; i < options_.size(); ++i) {
-            const AVMediaSelectionOption& told = options_[i].told;
-            if (!options_[i].isAutoselect) continue;
-            const int found = likeness(told.extendedLanguageTag, language);
-            const int worth = found == 0 ? 0 : 2 * found + (told.isDefault ? 1 : 0);
-            if (worth > most) best = i;
-            most = std::max(most, worth);
-        }
-        if (most > 0) return best;
-    }
+    std::vector<Spoken> all;
+    for (const Option& each : options_)
+        all.push_back({each.told.extendedLanguageTag, each.told.isDefault, each.isAutoselect});
+    if (const auto best = bestOf(all, languages)) return *best;
     const auto first = [&](auto&& fits) {
         return static_cast<std::size_t>(std::find_if(options_.begin(), options_.end(), fits) -
                                         options_.begin());

@@ -57,20 +57,10 @@ std::optional<std::size_t> SubtitleChoice::chosen(const AVSubtitleSelection& sel
 
 std::optional<std::size_t> SubtitleChoice::chosenFor(
     const std::vector<std::string>& languages) const {
-    for (const std::string& language : languages) {
-        std::optional<std::size_t> best;
-        int most = 0;
-        for (std::size_t i = 0; i < options_.size(); ++i) {
-            const Option& each = options_[i];
-            const int found = likeness(each.told.extendedLanguageTag, language);
-            if (!each.isAutoselect || found == 0) continue;
-            const int worth = 2 * found + (each.told.isDefault ? 1 : 0);
-            if (worth > most) best = i;
-            most = std::max(most, worth);
-        }
-        if (best) return best;
-    }
-    return std::nullopt;
+    std::vector<Spoken> all;
+    for (const Option& each : options_)
+        all.push_back({each.told.extendedLanguageTag, each.told.isDefault, each.isAutoselect});
+    return bestOf(all, languages);
 }
 
 }  // namespace korvel::platform::hls
