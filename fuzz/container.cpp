@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
 namespace {
 
@@ -20,6 +21,10 @@ struct Listener final : ContainerListener {
     std::size_t samples = 0;
     bool isComplete = false;
 
+    std::size_t chooseSound(const std::vector<SoundTrack>& sounds) override {
+        require(!sounds.empty() && sounds.size() <= mostSoundTracks, "sounds are few");
+        return sounds.size() - 1;
+    }
     void format(std::shared_ptr<const Format> format) override {
         require(format && !format->caps.empty(), "a format says what it is");
     }

@@ -93,8 +93,11 @@ void Conductor::begin(const URL& address, Playlist playlist) {
 
 void Conductor::begin(const URL& address, MediaPlaylist playlist) {
     if (!playlist.isEnded) stage_->setReference(std::make_shared<const MediaPlaylist>(playlist));
+    const VariantTag alone;
     start(makeLadder({{.address = address.absoluteString()}}),
-          {.playlists = {address}, .first = std::move(playlist)});
+          {.playlists = {address},
+           .first = std::move(playlist),
+           .sound = makeSoundChoice({}, address, {&alone})});
 }
 
 void Conductor::begin(const URL& address, const MasterPlaylist& playlist) {
@@ -158,7 +161,7 @@ void Conductor::start(std::shared_ptr<Ladder> ladder, Rendition::Source source) 
         ladder_ = ladder;
         ladder->setBounds(bounds_);
     }
-    if (source.sound && !source.isSoundAlone && !source.sound->playlists().empty()) {
+    if (!source.isSoundAlone && !source.sound->playlists().empty()) {
         const auto& playlists = source.sound->playlists();
         Rendition::Source other{.isMain = false,
                                 .playlists = playlists,

@@ -59,7 +59,7 @@ private:
     mutable std::mutex mutex_;
     std::shared_ptr<Ladder> ladder_;  ///< null until it is known what there is
     VariantBounds bounds_;
-    std::shared_ptr<SoundChoice> sound_;  ///< likewise, and where there is no other sound
+    std::shared_ptr<SoundChoice> sound_;  ///< likewise
     std::optional<AVMediaSelectionOption> wish_;
 };
 

@@ -42,6 +42,8 @@ ContainerListener::~ContainerListener() = default;
 void ContainerListener::locked(const std::string&) {}
 ContainerReader::~ContainerReader() = default;
 
+std::size_t ContainerListener::chooseSound(const std::vector<SoundTrack>&) { return 0; }
+
 std::optional<Container> recognised(ContainerReader::Bytes beginning, bool isWhole) {
     constexpr std::size_t enough = 10;  // for a playlist behind a byte order mark
     if (beginning.size() < enough && !isWhole) return std::nullopt;

@@ -11,6 +11,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace korvel::platform::hls {
 
@@ -18,6 +19,9 @@ namespace korvel::platform::hls {
 class ContainerListener {
 public:
     virtual ~ContainerListener();
+    /// Which of these sounds is given, all that can be read, in the container's order; there is at
+    /// least one. Asked before any format comes; by default the first.
+    virtual std::size_t chooseSound(const std::vector<SoundTrack>& sounds);
     /// Of the samples of that kind from here on.
     virtual void format(std::shared_ptr<const Format> format) = 0;
     /// Which kinds there are is known: no others come in this segment.
@@ -30,8 +34,7 @@ public:
 };
 
 /// Takes one media segment apart. One thread; nothing of one segment is known in the next. Of
-/// several tracks of a kind the first counts. Bytes may be anything: what makes no sense is passed
-/// over.
+/// several pictures the first counts. Bytes may be anything: what makes no sense is passed over.
 class ContainerReader {
 public:
     using Bytes = std::span<const std::uint8_t>;

@@ -50,7 +50,7 @@ void Feeding::rejoin() {
 }
 
 void Feeding::discontinuity() {
-    for (Lane& lane : lanes_) lane.isCut = lane.hasBegun;
+    for (const Kind kind : {Kind::picture, Kind::sound}) cut(kind);
 }
 
 Feeding::Answer Feeding::take(Kind kind, const std::shared_ptr<const Format>& format,

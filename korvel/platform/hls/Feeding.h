@@ -30,6 +30,8 @@ public:
     void rejoin();
     /// What follows was not coded in one piece with what came.
     void discontinuity();
+    /// The same of one kind.
+    void cut(Kind kind) { of(kind).isCut = of(kind).hasBegun; }
     /// Of which variant what follows is: parameters of one are none of another.
     void setVariant(std::size_t variant) { variant_ = variant; }
 

@@ -38,15 +38,26 @@ void FragmentReader::describe(Bytes movie) {
     if (std::exchange(isDescribed_, true)) return;
     tracks_ = tracksIn(movie, samples_.has_value());
     decoded_.assign(tracks_.size(), 0);
-    for (std::size_t i = 0; i < tracks_.size(); ++i) {
-        const auto& format = tracks_[i].format;
-        if (!format) continue;
-        auto& chosen = chosen_.at(static_cast<std::size_t>(format->kind));
-        if (chosen != SIZE_MAX) continue;
-        chosen = i;
-        listener_.format(format);
+    const auto picture = std::find_if(tracks_.begin(), tracks_.end(), [](const auto& each) {
+        return each.format && each.format->kind == Kind::picture;
+    });
+    if (picture != tracks_.end()) chosen_[0] = static_cast<std::size_t>(picture - tracks_.begin());
+    chooseSound();
+    for (const auto chosen : chosen_) {
+        if (chosen != SIZE_MAX) listener_.format(tracks_[chosen].format);
     }
     listener_.formatsAreComplete();
+}
+
+void FragmentReader::chooseSound() {
+    std::vector<SoundTrack> sounds;
+    std::vector<std::size_t> places;
+    for (std::size_t i = 0; i < tracks_.size(); ++i) {
+        if (!tracks_[i].format || tracks_[i].format->kind != Kind::sound) continue;
+        sounds.push_back({.language = tracks_[i].language});
+        places.push_back(i);
+    }
+    if (!sounds.empty()) chosen_[1] = places.at(listener_.chooseSound(sounds));
 }
 
 void FragmentReader::push(Bytes bytes) {

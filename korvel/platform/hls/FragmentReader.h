@@ -35,6 +35,7 @@ private:
     struct Run;
 
     void describe(Bytes movie);
+    void chooseSound();
     bool enterBox();
     void fragment(Bytes moof, std::size_t head, std::uint64_t begin);
     void track(Bytes content, Bytes moof, std::uint64_t begin);

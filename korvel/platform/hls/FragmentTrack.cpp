@@ -1,4 +1,5 @@
 #include <korvel/platform/hls/FragmentTrack.h>
+#include <korvel/platform/hls/Language.h>
 
 #include <algorithm>
 #include <utility>
@@ -22,6 +23,25 @@ std::uint32_t timescaleIn(const std::optional<Box>& box) {
     const bool isLong = fields.byte() == 1;
     fields.skip(isLong ? 3 + 16 : 3 + 8);
     return fields.word();
+}
+
+/// Of a track's media: as "elng" says, else "mdhd", whose three letters have five bits each.
+std::string languageIn(Bytes media) {
+    if (const auto tag = boxIn(media, "elng"); tag && tag->content.size() > 4) {
+        const auto bytes = tag->content.subspan(4);
+        const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+        auto language = languageTag(text.substr(0, text.find('\0')));
+        if (!language.empty()) return language;
+    }
+    const auto head = boxIn(media, "mdhd");
+    if (!head) return {};
+    Fields fields(head->content);
+    fields.skip(fields.byte() == 1 ? 3 + 28 : 3 + 16);
+    const unsigned packed = fields.half();
+    std::string code;
+    for (const unsigned at : {10U, 5U, 0U})
+        code.push_back(static_cast<char>(0x60U + ((packed >> at) & 31U)));
+    return languageTag(code);
 }
 
 /// By how much an edit list moves the track: later by what is empty in front, earlier by what is
@@ -71,6 +91,7 @@ std::optional<FragmentTrack> trackOf(Bytes content, std::uint32_t movieScale, bo
     fields.skip(isLong ? 3 + 16 : 3 + 8);
     track.number = fields.word();
     track.timescale = timescaleIn(boxIn(media->content, "mdhd"));
+    track.language = languageIn(media->content);
     const auto handler = boxIn(media->content, "hdlr");
     const auto information = boxIn(media->content, "minf");
     if (track.timescale == 0 || !handler || handler->content.size() < 12 || !information)

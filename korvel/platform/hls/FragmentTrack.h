@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace korvel::platform::hls {
@@ -26,6 +27,7 @@ struct FragmentTrack {
     std::uint32_t timescale = 0;             ///< units a second; never zero
     std::chrono::nanoseconds editShift{};    ///< by its edit list: to be added to its times
     std::shared_ptr<const Format> format{};  ///< null: of no use to us
+    std::string language{};                  ///< as a tag; empty: not told
     bool isWebVTT = false;
     SampleDefaults defaults{};
     /// By sample entry; null: its samples are plain.

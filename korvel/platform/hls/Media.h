@@ -3,6 +3,7 @@
 #include <korvel/platform/foundation/Data.h>
 
 #include <chrono>
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -25,6 +26,16 @@ struct Format {
 
     bool operator==(const Format&) const = default;
 };
+
+/// One of the sounds that a container holds.
+struct SoundTrack {
+    std::string language{};     ///< such as "de" or "de-AT"; empty: not told
+    bool isCommentary = false;  ///< says what is shown, for those who do not see it
+    bool operator==(const SoundTrack&) const = default;
+};
+
+/// Of how many of them a container takes notice, and a stream tells.
+inline constexpr std::size_t mostSoundTracks = 16;
 
 /// One coded picture, or some sound.
 struct Sample {

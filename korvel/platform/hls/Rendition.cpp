@@ -69,9 +69,9 @@ void Rendition::restart() {
     const auto reference = stage_->reference();
     if (!source_.isMain && reference && variant_ && lists_[*variant_])
         list().playlist = aligned(*reference, std::move(list().playlist), true);
-    const bool isApart = source_.sound && source_.sound->begin(generation_);
+    const bool isApart = source_.sound->begin(generation_);
     hasOtherSound_ = isApart && !source_.isSoundAlone;
-    if (source_.sound && source_.isSoundAlone) takeSoundAlone();
+    if (source_.isSoundAlone) takeSoundAlone();
     feeding_.own({source_.isMain, source_.isMain != hasOtherSound_});
     time_ = stage_->target().value_or(Time::zero());
     feeding_.restart(generation_, time_);
@@ -182,6 +182,7 @@ void Rendition::loadSegment(std::size_t index) {
                            {.generation = generation_,
                             .isMain = source_.isMain,
                             .hasOtherSound = hasOtherSound_,
+                            .sound = source_.sound.get(),
                             .mayGoBack = index > 0 && misses_ == 0 && steps_ < mostSteps &&
                                          !list().playlist.segments[index - 1].isGap,
                             .isLast = isLast,

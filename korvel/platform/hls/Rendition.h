@@ -28,7 +28,7 @@ public:
         /// The first of them, if it was loaded already.
         std::optional<MediaPlaylist> first{};
         Definitions definitions{};
-        std::shared_ptr<SoundChoice> sound{};  ///< null: there is none but in the variants
+        std::shared_ptr<SoundChoice> sound{};
         bool isSoundAlone = false;  ///< no variant has pictures: the sound is in their place
     };
 

@@ -124,7 +124,7 @@ void Rendition::adopt(std::size_t variant) {
         if (source_.isMain) statistics_->chosen(variant);
     }
     if (!source_.isMain) return;
-    if (source_.sound) source_.sound->follow(variant);
+    source_.sound->follow(variant);
     if (!stage_->hasTracks()) stage_->took(MediaStep::playlist);
     const MediaPlaylist& playlist = list().playlist;
     stage_->setDuration(playlist.isEnded ? std::optional(playlist.end()) : std::nullopt);

@@ -60,6 +60,13 @@ void SegmentReading::recognise(bool isWhole) {
     reader_->push(head);
 }
 
+std::size_t SegmentReading::chooseSound(const std::vector<SoundTrack>& sounds) {
+    if (!options_.sound || !feeding_.owns(Kind::sound)) return 0;
+    const auto pick = options_.sound->pick(sounds);
+    if (pick.isOther) feeding_.cut(Kind::sound);
+    return pick.track;
+}
+
 void SegmentReading::format(std::shared_ptr<const Format> format) {
     if (!feeding_.owns(format->kind)) return;
     formats_.at(static_cast<std::size_t>(format->kind)) = std::move(format);

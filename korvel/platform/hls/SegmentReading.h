@@ -3,6 +3,7 @@
 #include <korvel/platform/hls/ContainerReader.h>
 #include <korvel/platform/hls/Feeding.h>
 #include <korvel/platform/hls/Playlist.h>
+#include <korvel/platform/hls/SoundChoice.h>
 #include <korvel/platform/hls/Stage.h>
 
 #include <array>
@@ -21,7 +22,8 @@ public:
     struct Options {
         Stage::Generation generation = 0;
         bool isMain = true;
-        bool hasOtherSound = false;  ///< that of the main rendition does not count
+        bool hasOtherSound = false;    ///< that of the main rendition does not count
+        SoundChoice* sound = nullptr;  ///< which of several in a container; null: the first
         bool mayGoBack = false;
         bool isLast = false;
         std::optional<Time> goesOn{};  ///< where the segment in front of it ended
@@ -57,6 +59,7 @@ private:
         Sample sample;
     };
 
+    std::size_t chooseSound(const std::vector<SoundTrack>& sounds) override;
     void format(std::shared_ptr<const Format> format) override;
     void formatsAreComplete() override;
     void sample(Kind kind, Sample sample) override;

@@ -8,7 +8,8 @@ namespace korvel::platform::hls {
 
 SoundChoice::SoundChoice(const MasterPlaylist& playlist, const URL& address,
                          const std::vector<const VariantTag*>& variants,
-                         const std::vector<std::string>& languages) {
+                         const std::vector<std::string>& languages)
+    : tracks_(languages) {
     for (const VariantTag* variant : variants) {
         const auto known = std::find(groups_.begin(), groups_.end(), variant->audio);
         groupOf_.push_back(static_cast<std::size_t>(known - groups_.begin()));
@@ -63,7 +64,8 @@ std::size_t SoundChoice::chosenFor(const std::vector<std::string>& languages) co
 
 AVMediaSelectionGroup SoundChoice::group() const {
     const std::lock_guard lock(mutex_);
-    AVMediaSelectionGroup group;
+    AVMediaSelectionGroup group = hasChoice() ? AVMediaSelectionGroup() : tracks_.group();
+    if (!group.options.empty()) return group;
     for (const Option& each : options_) group.options.push_back(each.told);
     if (!options_.empty()) group.selected = wanted_;
     return group;
@@ -71,6 +73,7 @@ AVMediaSelectionGroup SoundChoice::group() const {
 
 bool SoundChoice::select(const AVMediaSelectionOption& option) {
     const std::lock_guard lock(mutex_);
+    if (!hasChoice()) return tracks_.select(option);
     for (std::size_t i = 0; i < options_.size(); ++i) {
         const AVMediaSelectionOption& told = options_[i].told;
         if (told.displayName != option.displayName ||
@@ -87,6 +90,7 @@ bool SoundChoice::begin(Attention::Generation generation) {
     if (generation > generation_) {
         generation_ = generation;
         current_ = wanted_;
+        tracks_.begin();
     }
     return placeLocked(group_).has_value();
 }
@@ -115,6 +119,12 @@ std::optional<URL> SoundChoice::playlistFor(std::size_t variant) const {
     const std::lock_guard lock(mutex_);
     const auto place = placeLocked(groupOf_.at(variant));
     return place ? std::optional(playlists_[*place]) : std::nullopt;
+}
+
+TrackChoice::Pick SoundChoice::pick(const std::vector<SoundTrack>& tracks) {
+    const std::lock_guard lock(mutex_);
+    if (!hasChoice()) return tracks_.pick(tracks);
+    return tracks_.pick(tracks, options_[current_].told.extendedLanguageTag);
 }
 
 }  // namespace korvel::platform::hls

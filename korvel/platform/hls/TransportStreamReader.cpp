@@ -1,3 +1,4 @@
+#include <korvel/platform/hls/Language.h>
 #include <korvel/platform/hls/TransportStreamReader.h>
 
 #include <algorithm>
@@ -89,6 +90,18 @@ std::shared_ptr<const Format> opusFormat(ContainerReader::Bytes descriptors) {
                 layout.coupled + ", channel-mapping=(int)< " + layout.mapping + " >";
     }
     return std::make_shared<const Format>(Format{Kind::sound, std::move(caps)});
+}
+
+/// The first of the languages that the descriptors name, and whether it comments what is shown.
+SoundTrack trackOf(ContainerReader::Bytes descriptors) {
+    constexpr unsigned languages = 0x0A;
+    constexpr unsigned commentary = 3;
+    for (std::size_t at = 0; at + 6 <= descriptors.size(); at += 2U + descriptors[at + 1]) {
+        if (descriptors[at] != languages || descriptors[at + 1] < 4) continue;
+        const std::string_view code(reinterpret_cast<const char*>(&descriptors[at + 2]), 3);
+        return {languageTag(code), descriptors[at + 5] == commentary};
+    }
+    return {};
 }
 
 struct Video {
@@ -183,12 +196,19 @@ void TransportStreamReader::programmes(Bytes section) {
 
 void TransportStreamReader::streams(Bytes section) {
     if (section[0] != 2 || isMapped_ || section.size() < 12) return;
+    std::vector<Sound> sounds;
     for (std::size_t at = 12 + lengthAt(section, 10); at + 5 <= section.size();) {
+        const unsigned type = section[at];
+        const unsigned pid = pidAt(section, at + 1);
         const std::size_t length = lengthAt(section, at + 3);
-        const std::size_t there = std::min(length, section.size() - at - 5);
-        addStream(pidAt(section, at + 1), section[at], section.subspan(at + 5, there));
+        const auto descriptors = section.subspan(at + 5, std::min(length, section.size() - at - 5));
+        addPicture(pid, type);
+        if (auto sound =
+                sounds.size() < mostSoundTracks ? soundOf(type, descriptors) : std::nullopt)
+            sounds.push_back({pid, trackOf(descriptors), *std::move(sound)});
         at += 5 + length;
     }
+    addOneOf(std::move(sounds));
     isMapped_ = true;
     listener_.formatsAreComplete();
     const Data early = std::exchange(early_, {});
@@ -197,12 +217,21 @@ void TransportStreamReader::streams(Bytes section) {
     }
 }
 
-void TransportStreamReader::addStream(unsigned pid, unsigned type, Bytes descriptors) {
+void TransportStreamReader::addPicture(unsigned pid, unsigned type) {
+    const auto video = videoOf(type);
+    if (!video || !streams_.empty()) return;
     Stream stream;
-    if (const auto video = videoOf(type)) {
-        stream.video = video->codec;
-        stream.format = std::make_shared<const Format>(Format{Kind::picture, video->caps});
-    } else if (const auto audio = audioOf(type, descriptors)) {
+    stream.video = video->codec;
+    stream.format = std::make_shared<const Format>(Format{Kind::picture, video->caps});
+    listener_.format(stream.format);
+    streams_.emplace(pid, std::move(stream));
+}
+
+/// Nothing if it is none, or none that can be read.
+std::optional<TransportStreamReader::Stream> TransportStreamReader::soundOf(unsigned type,
+                                                                            Bytes descriptors) {
+    Stream stream;
+    if (const auto audio = audioOf(type, descriptors)) {
         stream.format = *audio == AudioCodec::opus ? opusFormat(descriptors) : formatOf(*audio);
         stream.frames = std::make_unique<AudioFrames>(
             *audio, [this](Sample sample) { listener_.sample(Kind::sound, std::move(sample)); });
@@ -210,13 +239,18 @@ void TransportStreamReader::addStream(unsigned pid, unsigned type, Bytes descrip
         stream.format = std::make_shared<const Format>(
             Format{Kind::sound, "audio/mpeg, mpegversion=(int)4, stream-format=(string)loas"});
     }
-    if (!stream.format) return;
-    const bool isSecond = std::any_of(streams_.begin(), streams_.end(), [&](const auto& each) {
-        return each.second.format->kind == stream.format->kind;
-    });
-    if (isSecond || streams_.contains(pid)) return;
-    listener_.format(stream.format);
-    streams_.emplace(pid, std::move(stream));
+    return stream.format ? std::optional(std::move(stream)) : std::nullopt;
+}
+
+void TransportStreamReader::addOneOf(std::vector<Sound> sounds) {
+    std::vector<SoundTrack> tracks;
+    tracks.reserve(sounds.size());
+    for (const Sound& each : sounds) tracks.push_back(each.track);
+    if (sounds.empty()) return;
+    Sound& chosen = sounds.at(listener_.chooseSound(tracks));
+    if (streams_.contains(chosen.pid)) return;
+    listener_.format(chosen.stream.format);
+    streams_.emplace(chosen.pid, std::move(chosen.stream));
 }
 
 void TransportStreamReader::media(Stream& stream, Bytes payload, bool begins) {

@@ -9,12 +9,12 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <variant>
+#include <vector>
 
 namespace korvel::platform::hls {
 
-/// MPEG-2 transport stream: its first programme, and of it the first picture and sound. Samples of
-/// pictures are whole PES packets, those of sound frames. Times are those of the PES headers, 33
+/// MPEG-2 transport stream: its first programme, and of it the first picture and one sound. Samples
+/// of pictures are whole PES packets, those of sound frames. Times are those of the PES headers, 33
 /// bits unwrapped around the first of them.
 class TransportStreamReader final : public ContainerReader {
 public:
@@ -34,6 +34,12 @@ private:
             last{};  ///< picture that waits for the next, which tells how long it lasts
         std::optional<std::chrono::nanoseconds> length{};  ///< of the pictures so far
     };
+    /// Of the sounds in the table, before one of them is chosen.
+    struct Sound {
+        unsigned pid;
+        SoundTrack track;
+        Stream stream;
+    };
     using Time = std::optional<std::chrono::nanoseconds>;
 
     void packet(Bytes packet);
@@ -41,7 +47,9 @@ private:
                  void (TransportStreamReader::*take)(Bytes));
     void programmes(Bytes section);
     void streams(Bytes section);
-    void addStream(unsigned pid, unsigned type, Bytes descriptors);
+    void addPicture(unsigned pid, unsigned type);
+    std::optional<Stream> soundOf(unsigned type, Bytes descriptors);
+    void addOneOf(std::vector<Sound> sounds);
     void media(Stream& stream, Bytes payload, bool begins);
     void close(Stream& stream);
     void picture(Stream& stream, std::optional<Sample> next);

@@ -3,6 +3,7 @@
 #include <korvel/platform/hls/AccessUnit.h>
 #include <korvel/platform/hls/AudioFrames.h>
 #include <korvel/platform/hls/ContainerReader.h>
+#include <korvel/platform/hls/FragmentTrack.h>
 
 #include <gtest/gtest.h>
 
@@ -22,7 +23,12 @@ struct Listener final : ContainerListener {
     std::array<std::vector<Sample>, 2> samples;
     std::vector<std::string> formats;
     int completions = 0;
+    std::string offered;  ///< sounds, with a star for a commentary
 
+    std::size_t chooseSound(const std::vector<SoundTrack>& sounds) override {
+        for (const auto& each : sounds) offered += each.language + (each.isCommentary ? "* " : " ");
+        return sounds.size() - 1;
+    }
     void format(std::shared_ptr<const Format> format) override { formats.push_back(format->caps); }
     void formatsAreComplete() override { ++completions; }
     void sample(Kind kind, Sample sample) override {
@@ -128,6 +134,31 @@ TEST(ContainerTest, FragmentsGiveSamplesWithTimesThatHonourTheEditList) {
     EXPECT_EQ(read(joined({initialization(), fragment(0, 2, 1)})).pictures().size(), 2u)
         << "a segment may bring its description along";
     EXPECT_TRUE(read(fragment(0, 2, 1)).pictures().empty()) << "without any there is nothing";
+}
+
+TEST(ContainerTest, SoundsThatCanBeReadAreOfferedWithTheirLanguagesAndOneIsGiven) {
+    const std::tuple<std::vector<Voice>, std::string, char> rows[] = {
+        {{{"deu"}, {"ENG"}, {"fre", 3}, {"qaa", 2}}, "de en fr* qaa ", 'q'},
+        {{{"xxx", 0, 0x82}, {"ger"}, {"eng", 0, 0x06}}, "de ", 'g'},
+        {{{""}, {"und"}, {"\xFF\xFE\x00"}, {"e g"}, {"en"}, {"de1x"}}, std::string(6, ' '), 'd'},
+        {std::vector<Voice>(300, {"eng"}), "en en en en en en en en en en en en en en en en ", 'e'},
+    };
+    for (const auto& [voices, names, mark] : rows) {
+        const auto found = read(transportSegment({.length = 0.2, .voices = voices}));
+        EXPECT_EQ(found.offered, names);
+        EXPECT_EQ(found.sounds().at(0).bytes.back(), mark);
+    }
+    const auto languageOf = [](std::uint32_t letters, const Data& tag) {
+        const Data head = box("mdhd", numbers({0, 0, 0, 1000, 0, letters << 16U}));
+        const Data media =
+            joined({head, box("elng", tag), box("hdlr", Data(12, 0)), box("minf", {})});
+        return tracksIn(box("trak", joined({box("tkhd", Data(16, 0)), box("mdia", media)})))[0]
+            .language;
+    };
+    const std::uint32_t german = (4U << 10U) | (5U << 5U) | 21U;
+    EXPECT_EQ(languageOf(german, {}) + languageOf(german, Data(9, 0xC3)) + languageOf(0, {}),
+              "dede");
+    EXPECT_EQ(languageOf(german, bytesOf(std::string(4, '\0') + "de-AT")), "de-AT");
 }
 
 TEST(ContainerTest, PackedAudioTakesItsTimeFromTheTag) {

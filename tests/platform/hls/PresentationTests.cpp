@@ -339,6 +339,45 @@ TEST_F(PresentationTest, TheSoundIsTheUsersOrTheHostsAndOfTheVariantsGroup) {
     }
 }
 
+TEST_F(PresentationTest, TracksOfOneContainerAreAChoiceThatOutlivesVariantsAndDiscontinuities) {
+    auto all = segments(5, 50, {.voices = {{"fra"}, {"Eng", 3}, {"eng"}, {"deu"}}});
+    all[1].voices = {{"ita"}, {"eng"}};
+    all[2].voices = std::vector<streams::Voice>(40, {"spa"});
+    all[3].voices = {{"Eng", 3}, {"deu"}};
+    std::string text = "#EXTM3U\n#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID=\"g\",NAME=\"all\",DEFAULT=YES\n";
+    for (const std::string base : {"1/", "2/"}) {
+        putList("https://h/" + base, all, "", {"", "#EXT-X-DISCONTINUITY\n"});
+        text += variantLine(base + "list.m3u8", base == "1/" ? 60'000 : 120'000, ",AUDIO=\"g\"");
+    }
+    server->put("https://h/m.m3u8", text);
+    server->change("https://h/2/3.ts", [](auto& answer) { answer.status = 404; });
+    memory->keep(10e6, timers.clock->now());
+    const std::tuple<const char*, std::string, AVMediaSelectionOption, const char*> rows[] = {
+        {"1/list.m3u8", "", {}, "fisdf"},
+        {"m.m3u8", "en-US", {}, "esde"},
+        {"m.m3u8", "en", {"de", "de"}, "desd"},
+        {"1/list.m3u8", "en", {"en (audio description)", "en"}, "EesE"},
+    };
+    // What is heard, a letter for each voice.
+    const auto heard = [&] {
+        std::string said;
+        for (const auto& each : output->lane(Kind::sound).samples)
+            if (said.empty() || said.back() != each.bytes.back()) said += char(each.bytes.back());
+        return said;
+    };
+    for (const auto& [name, spoken, wish, said] : rows) {
+        languages = {spoken};
+        open("https://h/" + std::string(name));
+        presentation->selectSound(wish);
+        ASSERT_TRUE(ends());
+        EXPECT_EQ(heard(), said);
+        expectSound(0, 10);
+    }
+    const auto [options, selected] = presentation->sounds();
+    EXPECT_TRUE(options.size() == 16 && selected == 1u && options[0].isDefault);
+    EXPECT_FALSE(presentation->selectSound({"de", "en"}) || presentation->selectSound(options[1]));
+}
+
 TEST_F(PresentationTest, SoundIsChosenAlsoWhereItIsAloneOrWithinTheVariantAndADeadOneEndsIt) {
     const auto sound = [](const std::string& name, const std::string& uri) {
         return "#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID=\"g\",AUTOSELECT=YES,NAME=\"" + name +

@@ -13,6 +13,7 @@
 /// Small streams made by hand, whose pictures can be told apart but not decoded.
 namespace korvel::tests::streams {
 
+using platform::bytesOf;
 using platform::Data;
 
 inline void append(Data& to, const Data& what) { to.insert(to.end(), what.begin(), what.end()); }
@@ -44,19 +45,34 @@ inline Data adtsFrame(std::uint8_t mark, std::size_t payload = 20) {
     return frame;
 }
 
+/// A sound as a table tells it; what it says is the first letter of its language.
+struct Voice {
+    std::string language{};  ///< as it is written; empty: not told
+    std::uint8_t audioType = 0;
+    std::uint8_t codec = 0x0F;
+};
+
 class TransportStream {
 public:
     static constexpr unsigned picturePid = 0x101;
     static constexpr unsigned soundPid = 0x102;
     Data bytes;
 
-    void tables(bool hasPicture = true, bool hasSound = true) {
+    /// Sounds have the numbers from that of the sound on.
+    void tables(bool hasPicture = true, const std::vector<Voice>& voices = std::vector<Voice>(1)) {
         Data programmes{0, 0xB0, 13, 0, 1, 0xC1, 0, 0, 0, 1, 0xE1, 0x00, 0, 0, 0, 0};
         section(0, programmes);
         Data map{2, 0xB0, 0, 0, 1, 0xC1, 0, 0, 0xE1, 0x01, 0xF0, 0};
         if (hasPicture) append(map, {0x1B, 0xE1, 0x01, 0xF0, 0});
-        if (hasSound) append(map, {0x0F, 0xE1, 0x02, 0xF0, 0});
+        auto pid = soundPid;
+        for (const Voice& each : voices) {
+            number(map, each.codec << 16U | 0xE000U | pid++, 3);
+            number(map, 0xF0030A01U + 0x10001U * each.language.size(), 4);
+            append(map, bytesOf(each.language));
+            map.push_back(each.audioType);
+        }
         append(map, {0, 0, 0, 0});
+        map[1] = static_cast<std::uint8_t>(0xB0 | (map.size() - 3) >> 8U);
         map[2] = static_cast<std::uint8_t>(map.size() - 3);
         section(0x100, map);
     }
@@ -77,7 +93,7 @@ private:
     void section(unsigned pid, const Data& section) {
         Data payload{0};
         append(payload, section);
-        payload.resize(184, 0xFF);
+        payload.resize((payload.size() + 183) / 184 * 184, 0xFF);
         packets(pid, payload);
     }
     void packets(unsigned pid, const Data& payload) {
@@ -110,11 +126,13 @@ struct SegmentOptions {
     bool hasSound = true;
     bool beginsWithKey = true;
     bool hasParameters = true;
+    std::vector<Voice> voices = std::vector<Voice>(1);  ///< who has no language says the mark
 };
 
 inline Data transportSegment(const SegmentOptions& options) {
     TransportStream stream;
-    stream.tables(options.hasPicture, options.hasSound);
+    const auto voices = options.hasSound ? options.voices : std::vector<Voice>();
+    stream.tables(options.hasPicture, voices);
     const auto ticks = [](double seconds) { return static_cast<std::int64_t>(seconds * 90'000); };
     double sounded = 0;
     const int count = static_cast<int>(options.length * 25);
@@ -126,8 +144,10 @@ inline Data transportSegment(const SegmentOptions& options) {
                 picture(i == 0 && options.beginsWithKey, options.mark, options.hasParameters));
         }
         while (options.hasSound && sounded < at + 1. / 25) {
-            stream.pes(TransportStream::soundPid, ticks(options.start + sounded),
-                       adtsFrame(options.mark));
+            for (unsigned pid = TransportStream::soundPid; const Voice& each : voices)
+                stream.pes(pid++, ticks(options.start + sounded),
+                           adtsFrame(each.language.empty() ? options.mark
+                                                           : std::uint8_t(each.language[0])));
             sounded += 1024. / 48'000;
         }
     }

@@ -181,6 +181,33 @@ TEST_F(GStreamerTest, VolumeMuteAndTheChosenSoundAreHeard) {
     EXPECT_EQ(show.item->audibleSelectionGroup().selected, 1u);
 }
 
+TEST_F(GStreamerTest, TracksOfOneContainerAreChosenInMidPlay) {
+    const FormServer server{KORVEL_FORMS};
+    std::map<std::string, std::unique_ptr<Show>> shows;
+    for (const std::string form : {"ts-voices", "ts-mixed", "fmp4-voices"}) {
+        registerSoundRecorder(form);
+        device.mediaEngine = makeMediaEngineGStreamer({.audioSink = form});
+        shows[form] = std::make_unique<Show>(server / (form + "/index.m3u8"), device);
+        shows[form]->player->play();
+    }
+    for (const auto& [form, show] : shows) {
+        ASSERT_TRUE(until([&] { return show->position() > 1; })) << form;
+        EXPECT_NEAR(tone(recordedBy(form), 0), 300, 15) << form;
+        show->item->select({"de", "de"});
+        EXPECT_EQ(show->item->audibleSelectionGroup().selected, 1u) << form;
+    }
+    for (const auto& [form, show] : shows) {
+        ASSERT_TRUE(until([&] { return show->ends > 0; })) << form;
+        const auto sound = recordedBy(form);
+        const double from = sound.at(0).from;
+        EXPECT_LT(longestGap(sound, std::min(from, 4.), 5.9), 0.05) << form;
+        for (int second = static_cast<int>(from) + 1; second < 6; ++second) {
+            const double other = form == "ts-mixed" && second / 2 == 1 ? 300 + 100 * second : 900;
+            EXPECT_NEAR(tone(sound, second), other, 15) << form << ' ' << second;
+        }
+    }
+}
+
 TEST_F(GStreamerTest, SubtitlesAreSaidInTheirTimeWhoeverPackedThem) {
     const FormServer server{KORVEL_FORMS};
     for (const char* form : {"words", "words-mapped", "words-sound"}) {
