@@ -62,7 +62,7 @@ private:
     static void dispatch(const std::shared_ptr<platform::DispatchQueue>& queue, Task task);
 
     const std::shared_ptr<ClientSurroundings> surroundings_;
-    mutable std::mutex mutex_;
+    std::mutex mutex_;
     std::optional<Outcome<Box>> outcome_;  ///< there once it is over
     std::atomic<bool> isOver_ = false;
     bool waitedForByMain_ = false;
