@@ -23,8 +23,8 @@ constexpr double partToClimb = 0.6;
 /// ... and with so much in store a variant is kept that is a little too much for the line.
 constexpr std::chrono::nanoseconds muchStore = 8s;
 constexpr double staying = 1.1;
-/// With the store full such a variant is begun, too: what the line could carry while nothing more is
-/// wanted would be lost.
+/// With the store full such a variant is begun, too: what the line could carry while nothing more
+/// is wanted would be lost.
 constexpr std::chrono::nanoseconds fullStore = 9s;
 constexpr double fullShare = 1.05;
 /// A line that trickles, without a pause for which it might be a quick one that is only finding out
@@ -57,13 +57,20 @@ void Ladder::setBounds(VariantBounds bounds) {
 }
 
 void Ladder::measured(std::uint64_t bytes, Time busy) {
-    if (bytes < leastBytes || busy.count() < 0) return;
+    if (busy.count() < 0) return;
+    const std::lock_guard lock(mutex_);
+    // Where segments are small, several of them tell together.
+    bytes += std::exchange(small_.bytes, 0);
+    busy += std::exchange(small_.busy, Time::zero());
+    if (bytes < leastBytes) {
+        small_ = {bytes, busy};
+        return;
+    }
     const double length = std::max(seconds(busy), 1e-4);
     const double speed = static_cast<double>(bytes) * 8 / length;
     // What lasted longer tells more, but the last segment tells most: after a change of the line
     // the third one is chosen by it.
     const double weight = std::max(1 - std::exp2(-length), 0.6);
-    const std::lock_guard lock(mutex_);
     if (!speed_ || speed == *speed_) {
         speed_ = speed;
     } else if (speed > *speed_) {
@@ -139,9 +146,7 @@ std::size_t Ladder::choice(std::optional<std::size_t> current, Time level, Clock
     const std::lock_guard lock(mutex_);
     const auto rate = [&](std::size_t i) { return static_cast<double>(variants_[i].bitRate); };
     const double speed = speedLocked();
-    const double used = level >= fullStore   ? fullShare
-                        : level >= muchStore ? mostShare
-                                             : share;
+    const double used = level >= fullStore ? fullShare : level >= muchStore ? mostShare : share;
     const std::size_t chosen = affordable(speed * used, now);
     if (!current || !isAlive(*current, now) || !isAllowed(*current)) return chosen;
     const bool canClimb = level >= someStore ||

@@ -99,6 +99,10 @@ private:
     VariantBounds bounds_;
     const std::optional<double> remembered_;
     std::optional<double> speed_;
+    struct {
+        std::uint64_t bytes = 0;
+        Time busy{};
+    } small_;  ///< what came since, too little to tell a speed by
 };
 
 }  // namespace korvel::platform::hls

@@ -187,6 +187,9 @@ TEST(LadderTest, ChoosesBySpeedStoreAndBounds) {
     EXPECT_EQ(ladder.choice(0, 8s, now), 1u) << "which much in store replaces, ...";
     EXPECT_EQ(ladder.choice(1, 3s, now), 1u) << "and which is not wanted to stay";
     EXPECT_EQ(ladder.choice(0, 1500ms, now, 2s), 2u) << "what comes in no time is begun at once";
+    Ladder small(variants);
+    for (int i = 0; i < 9; ++i) small.measured(1'000, 1ms);
+    EXPECT_EQ(small.choice(0, 8s, now), 1u) << "small segments tell together";
     measuredAt(ladder, 5.8e6);
     EXPECT_EQ(ladder.choice(2, 8s, now), 2u) << "a little too much, ...";
     EXPECT_EQ(ladder.choice(2, 9s, now), 1u) << "for which a full store stands in, ...";
