@@ -52,7 +52,14 @@ bool isIntraSlice(Bytes slice) {
     return type == 2 || type == 4;
 }
 
-template <class Visit> void eachUnit(Bytes bytes, Visit visit) {
+bool isParameterSet(VideoCodec codec, std::uint8_t head) {
+    const unsigned type = codec == VideoCodec::h264 ? head & 31U : (head >> 1U) & 63U;
+    return codec == VideoCodec::h264 ? type == 7 || type == 8 : type >= 32 && type <= 34;
+}
+
+}  // namespace
+
+void eachUnit(Bytes bytes, const std::function<bool(Bytes unit)>& visit) {
     for (auto at = nextUnit(bytes, 0); at < bytes.size();) {
         const auto next = nextUnit(bytes, at);
         const bool isLast = next == bytes.size();
@@ -63,13 +70,6 @@ template <class Visit> void eachUnit(Bytes bytes, Visit visit) {
         at = next;
     }
 }
-
-bool isParameterSet(VideoCodec codec, std::uint8_t head) {
-    const unsigned type = codec == VideoCodec::h264 ? head & 31U : (head >> 1U) & 63U;
-    return codec == VideoCodec::h264 ? type == 7 || type == 8 : type >= 32 && type <= 34;
-}
-
-}  // namespace
 
 AccessUnit inspected(VideoCodec codec, Bytes bytes) {
     AccessUnit found;

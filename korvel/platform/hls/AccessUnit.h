@@ -3,6 +3,7 @@
 #include <korvel/platform/foundation/Data.h>
 
 #include <cstdint>
+#include <functional>
 #include <span>
 
 namespace korvel::platform::hls {
@@ -17,6 +18,11 @@ struct AccessUnit {
 
 /// `bytes` is a byte stream with start codes.
 AccessUnit inspected(VideoCodec codec, std::span<const std::uint8_t> bytes);
+
+/// Calls `visit` with each unit of a byte stream, without start codes and the zeros behind it,
+/// until it returns false.
+void eachUnit(std::span<const std::uint8_t> bytes,
+              const std::function<bool(std::span<const std::uint8_t> unit)>& visit);
 
 /// The parameter sets in `bytes`, with start codes, to be put in front of a picture without any.
 Data parametersIn(VideoCodec codec, std::span<const std::uint8_t> bytes);

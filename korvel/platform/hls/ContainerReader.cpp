@@ -71,14 +71,14 @@ std::unique_ptr<ContainerReader> makeContainerReader(Container container,
                                                      std::optional<Encryption> samples) {
     switch (container) {
         case Container::transportStream: {
-            auto reader = std::make_unique<TransportStreamReader>(listener);
+            auto reader = std::make_unique<TransportStreamReader>(listener, std::move(samples));
             reader->push(initialization);  // tables may stand there alone
             return reader;
         }
         case Container::fragments:
             return std::make_unique<FragmentReader>(initialization, listener, std::move(samples));
         case Container::packedAudio:
-            return std::make_unique<PackedAudioReader>(listener);
+            return std::make_unique<PackedAudioReader>(listener, std::move(samples));
         default:
             return nullptr;
     }

@@ -3,11 +3,14 @@
 #include <korvel/platform/avfoundation/ContentKeySystem.h>
 #include <korvel/platform/hls/Playlist.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
 
 namespace korvel::platform::hls {
+
+inline constexpr std::size_t cipherBlock = 16;  ///< bytes
 
 /// What is encrypted, and how.
 struct Encryption {

@@ -9,7 +9,6 @@ namespace {
 using Bytes = Fields::Bytes;
 using Range = std::span<std::uint8_t>;
 
-constexpr std::size_t blockSize = 16;
 constexpr std::size_t partSize = 6;
 constexpr std::size_t leastDefaults = 24;
 constexpr std::size_t mostRecords = 100'000;
@@ -46,7 +45,7 @@ void readDefaults(Bytes content, Protection& protection) {
     if (protection.vectorSize > 0 || protection.isPlain) return;
     const std::size_t size = fields.byte();
     const Bytes vector = fields.rest();
-    const bool isFit = size == blockSize || (size == 8 && protection.scheme == "cenc");
+    const bool isFit = size == cipherBlock || (size == 8 && protection.scheme == "cenc");
     if (!isFit || vector.size() < size) {
         protection.flaw =
             "The samples' encryption has a vector of " + std::to_string(size) + " bytes";
@@ -64,7 +63,7 @@ std::string flawOf(const Protection& protection, const std::optional<Encryption>
         return "Samples are encrypted by \"" + protection.scheme + "\", the playlist says " +
                (isCBC ? "SAMPLE-AES" : "SAMPLE-AES-CTR");
     const auto size = protection.vectorSize;
-    if (size != 0 && size != blockSize && (size != 8 || isCBC))
+    if (size != 0 && size != cipherBlock && (size != 8 || isCBC))
         return "The samples' encryption has vectors of " + std::to_string(size) + " bytes";
     return {};
 }
@@ -95,9 +94,9 @@ bool hasOtherGroups(Bytes track, const Data& usual) {
 
 /// What the pattern encrypts of `part`; what lies behind its last whole block is plain.
 void addEncrypted(const Protection& protection, Range part, std::vector<Range>& found) {
-    const std::size_t whole = part.size() / blockSize * blockSize;
-    const std::size_t run = protection.encryptedBlocks * blockSize;
-    const std::size_t gap = protection.plainBlocks * blockSize;
+    const std::size_t whole = part.size() / cipherBlock * cipherBlock;
+    const std::size_t run = protection.encryptedBlocks * cipherBlock;
+    const std::size_t gap = protection.plainBlocks * cipherBlock;
     part = part.first(whole);
     if (run == 0 || gap == 0) {
         if (!part.empty()) found.push_back(part);

@@ -1,3 +1,4 @@
+#include <korvel/platform/hls/ElementaryDecryption.h>
 #include <korvel/platform/hls/PackedAudioReader.h>
 
 #include <algorithm>
@@ -72,7 +73,7 @@ void PackedAudioReader::begin(bool isWhole) {
         const auto codec = audioCodecOf(rest);
         if (!codec) continue;
         frames_ = std::make_unique<AudioFrames>(
-            *codec, [this](Sample sample) { listener_.sample(Kind::sound, std::move(sample)); });
+            *codec, [this, codec = *codec](Sample sample) { frame(codec, std::move(sample)); });
         listener_.format(formatOf(*codec));
         listener_.formatsAreComplete();
         frames_->push(rest, time_.value_or(nanoseconds::zero()));
@@ -80,6 +81,12 @@ void PackedAudioReader::begin(bool isWhole) {
         return;
     }
     isRefused_ = head_.size() > mostJunk;
+}
+
+void PackedAudioReader::frame(AudioCodec codec, Sample sample) {
+    if (samples_ && !decryptFrame(codec, sample.bytes, *samples_))
+        return listener_.locked("A frame of sound is not decrypted");
+    listener_.sample(Kind::sound, std::move(sample));
 }
 
 void PackedAudioReader::finish() {

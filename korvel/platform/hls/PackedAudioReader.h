@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <optional>
+#include <utility>
 
 namespace korvel::platform::hls {
 
@@ -12,15 +13,18 @@ namespace korvel::platform::hls {
 /// it does not, the first is at zero.
 class PackedAudioReader final : public ContainerReader {
 public:
-    explicit PackedAudioReader(ContainerListener& listener) : listener_(listener) {}
+    explicit PackedAudioReader(ContainerListener& listener, std::optional<Encryption> samples = {})
+        : listener_(listener), samples_(std::move(samples)) {}
     void push(Bytes bytes) override;
     void finish() override;
 
 private:
     bool passTags(bool isWhole);
     void begin(bool isWhole);
+    void frame(AudioCodec codec, Sample sample);
 
     ContainerListener& listener_;
+    const std::optional<Encryption> samples_;
     Data head_;             ///< until the first frame is found
     std::size_t skip_ = 0;  ///< bytes left of a tag too long to be kept
     std::optional<std::chrono::nanoseconds> time_;

@@ -1,3 +1,4 @@
+#include <korvel/platform/hls/ElementaryDecryption.h>
 #include <korvel/platform/hls/Language.h>
 #include <korvel/platform/hls/TransportStreamReader.h>
 
@@ -198,13 +199,15 @@ void TransportStreamReader::streams(Bytes section) {
     if (section[0] != 2 || isMapped_ || section.size() < 12) return;
     std::vector<Sound> sounds;
     for (std::size_t at = 12 + lengthAt(section, 10); at + 5 <= section.size();) {
-        const unsigned type = section[at];
+        const auto plain = samples_ ? plainStreamType(section[at]) : std::nullopt;
+        const unsigned type = plain.value_or(section[at]);
         const unsigned pid = pidAt(section, at + 1);
         const std::size_t length = lengthAt(section, at + 3);
         const auto descriptors = section.subspan(at + 5, std::min(length, section.size() - at - 5));
-        addPicture(pid, type);
-        if (auto sound =
-                sounds.size() < mostSoundTracks ? soundOf(type, descriptors) : std::nullopt)
+        addPicture(pid, type, plain.has_value());
+        if (auto sound = sounds.size() < mostSoundTracks
+                             ? soundOf(type, descriptors, plain.has_value())
+                             : std::nullopt)
             sounds.push_back({pid, trackOf(descriptors), *std::move(sound)});
         at += 5 + length;
     }
@@ -217,11 +220,12 @@ void TransportStreamReader::streams(Bytes section) {
     }
 }
 
-void TransportStreamReader::addPicture(unsigned pid, unsigned type) {
+void TransportStreamReader::addPicture(unsigned pid, unsigned type, bool isEncrypted) {
     const auto video = videoOf(type);
     if (!video || !streams_.empty()) return;
     Stream stream;
     stream.video = video->codec;
+    stream.isEncrypted = isEncrypted;
     stream.format = std::make_shared<const Format>(Format{Kind::picture, video->caps});
     listener_.format(stream.format);
     streams_.emplace(pid, std::move(stream));
@@ -229,12 +233,15 @@ void TransportStreamReader::addPicture(unsigned pid, unsigned type) {
 
 /// Nothing if it is none, or none that can be read.
 std::optional<TransportStreamReader::Stream> TransportStreamReader::soundOf(unsigned type,
-                                                                            Bytes descriptors) {
+                                                                            Bytes descriptors,
+                                                                            bool isEncrypted) {
     Stream stream;
     if (const auto audio = audioOf(type, descriptors)) {
         stream.format = *audio == AudioCodec::opus ? opusFormat(descriptors) : formatOf(*audio);
         stream.frames = std::make_unique<AudioFrames>(
-            *audio, [this](Sample sample) { listener_.sample(Kind::sound, std::move(sample)); });
+            *audio, [this, codec = *audio, isEncrypted](Sample sample) {
+                frame(codec, isEncrypted, std::move(sample));
+            });
     } else if (type == 0x11) {
         stream.format = std::make_shared<const Format>(
             Format{Kind::sound, "audio/mpeg, mpegversion=(int)4, stream-format=(string)loas"});
@@ -287,11 +294,19 @@ void TransportStreamReader::close(Stream& stream) {
     packet.erase(packet.begin(), packet.begin() + static_cast<std::ptrdiff_t>(head));
     sample.bytes = std::move(packet);
     if (stream.video) {
+        if (stream.isEncrypted && !decryptPicture(sample.bytes, *samples_))
+            return listener_.locked("The device does not decrypt a sample");
         sample.isKey = inspected(*stream.video, sample.bytes).isKey;
         if (!sample.dts) sample.dts = sample.pts;
         return picture(stream, std::move(sample));
     }
     listener_.sample(stream.format->kind, std::move(sample));
+}
+
+void TransportStreamReader::frame(AudioCodec codec, bool isEncrypted, Sample sample) {
+    if (isEncrypted && !decryptFrame(codec, sample.bytes, *samples_))
+        return listener_.locked("The device does not decrypt a sample");
+    listener_.sample(Kind::sound, std::move(sample));
 }
 
 /// Gives out the picture before `next`.

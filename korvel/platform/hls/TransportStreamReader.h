@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace korvel::platform::hls {
@@ -18,7 +19,9 @@ namespace korvel::platform::hls {
 /// bits unwrapped around the first of them.
 class TransportStreamReader final : public ContainerReader {
 public:
-    explicit TransportStreamReader(ContainerListener& listener) : listener_(listener) {}
+    explicit TransportStreamReader(ContainerListener& listener,
+                                   std::optional<Encryption> samples = {})
+        : listener_(listener), samples_(std::move(samples)) {}
     void push(Bytes bytes) override;
     void finish() override;
 
@@ -28,6 +31,7 @@ private:
         std::shared_ptr<const Format> format{};
         std::unique_ptr<AudioFrames> frames{};  ///< null: as they come
         Data packet{};                          ///< being put together
+        bool isEncrypted = false;               ///< pictures alone
         bool isOpen = false;
         int counter = -1;
         std::optional<Sample>
@@ -47,15 +51,17 @@ private:
                  void (TransportStreamReader::*take)(Bytes));
     void programmes(Bytes section);
     void streams(Bytes section);
-    void addPicture(unsigned pid, unsigned type);
-    std::optional<Stream> soundOf(unsigned type, Bytes descriptors);
+    void addPicture(unsigned pid, unsigned type, bool isEncrypted);
+    std::optional<Stream> soundOf(unsigned type, Bytes descriptors, bool isEncrypted);
     void addOneOf(std::vector<Sound> sounds);
     void media(Stream& stream, Bytes payload, bool begins);
     void close(Stream& stream);
+    void frame(AudioCodec codec, bool isEncrypted, Sample sample);
     void picture(Stream& stream, std::optional<Sample> next);
     Time time(Bytes field);
 
     ContainerListener& listener_;
+    const std::optional<Encryption> samples_;
     Data rest_;        ///< of a packet, or bytes in which none was found yet
     Data early_;       ///< packets that came before the tables
     Data programmes_;  ///< section being put together

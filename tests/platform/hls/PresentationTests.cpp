@@ -1,4 +1,5 @@
 #include "platform/hls/Rig.h"
+#include "platform/hls/SampleEncryption.h"
 
 #include <korvel/platform/avfoundation/AVError.h>
 
@@ -154,10 +155,43 @@ TEST_F(PresentationTest, KeysThatDoNotComeOrDoNotOpenEndItWithTheirCause) {
     EXPECT_EQ(fail(good), AVError::contentIsNotAuthorized) << "a short one";
     EXPECT_EQ(fail("#EXT-X-KEY:METHOD=AES-128,URI=\"gone\""), AVError::contentIsNotAuthorized);
     EXPECT_NE(reason().find("404"), std::string::npos) << reason();
-    EXPECT_EQ(fail("#EXT-X-KEY:METHOD=SAMPLE-AES,URI=\"skd://k\""), AVError::contentIsProtected);
-    EXPECT_NE(reason().find("SAMPLE-AES"), std::string::npos);
+    for (const std::string method : {"SAMPLE-AES", "SAMPLE-AES-CTR"}) {
+        EXPECT_EQ(fail("#EXT-X-KEY:METHOD=" + method + ",URI=\"skd://k\""),
+                  AVError::contentIsProtected);
+        EXPECT_EQ(reason(),
+                  "The stream is encrypted by " + method + ", which cannot be opened here.");
+    }
     EXPECT_EQ(fail("#EXT-X-KEY:METHOD=AES-128,URI=\"http://h/k\""),
               AVError::serverIncorrectlyConfigured);
+}
+
+TEST_F(PresentationTest, SamplesAreOpenedByTheDeviceWithTheKeyOfTheirSegment) {
+    answerKeys();
+    keys->setContentKeySystem(std::make_shared<streams::OpeningKeySystem>());
+    const Data frame = streams::adtsFrame(9, 100);
+    const auto body = [&](std::uint8_t number, const Data& segmentKey) {
+        streams::SampleEncryption how{true, segmentKey, Data(16, 1)};
+        Data bytes = streams::timeTag(90'000U * number);
+        const Data sent = how.pattern(frame, 23, 84, 1, 0);
+        for (int i = 0; i < 47; ++i) streams::append(bytes, sent);
+        server->put("https://h/" + std::to_string(number), {.body = bytes});
+    };
+    body(0, Data(16, 8));
+    body(1, key);
+    const Data layer3 = streams::joined({streams::timeTag(180'000), {0xFF, 0xFB, 0x90, 0x64}});
+    server->put("https://h/2", {.body = streams::joined({layer3, Data(414)})});
+    const std::string tag = "#EXT-X-KEY:METHOD=SAMPLE-AES,IV=0x01010101010101010101010101010101,";
+    server->put("https://h/list.m3u8",
+                "#EXTM3U\n" + tag +
+                    "URI=\"data:;base64,CAgICAgICAgICAgICAgICA==\"\n#EXTINF:1,\n0\n" + tag +
+                    "URI=\"skd://k\"\n#EXTINF:1,\n1\n#EXTINF:1,\n2\n#EXT-X-ENDLIST\n");
+    open("https://h/list.m3u8");
+    ASSERT_TRUE(fails());
+    EXPECT_EQ(reason(), "A frame of sound is not decrypted: https://h/2");
+    const auto sound = output->lane(Kind::sound).samples;
+    EXPECT_EQ(sound.size(), 94u);
+    for (const Sample& each : sound) ASSERT_EQ(each.bytes, frame);
+    EXPECT_EQ(keysAsked(), 1u);
 }
 
 TEST_F(PresentationTest, SessionKeysAreAskedForBeforeTheyAreWantedWhereTheHostSaysSo) {

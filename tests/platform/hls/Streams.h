@@ -56,6 +56,7 @@ class TransportStream {
 public:
     static constexpr unsigned picturePid = 0x101;
     static constexpr unsigned soundPid = 0x102;
+    unsigned pictureType = 0x1B;
     Data bytes;
 
     /// Sounds have the numbers from that of the sound on.
@@ -63,7 +64,7 @@ public:
         Data programmes{0, 0xB0, 13, 0, 1, 0xC1, 0, 0, 0, 1, 0xE1, 0x00, 0, 0, 0, 0};
         section(0, programmes);
         Data map{2, 0xB0, 0, 0, 1, 0xC1, 0, 0, 0xE1, 0x01, 0xF0, 0};
-        if (hasPicture) append(map, {0x1B, 0xE1, 0x01, 0xF0, 0});
+        if (hasPicture) append(map, {static_cast<std::uint8_t>(pictureType), 0xE1, 1, 0xF0, 0});
         auto pid = soundPid;
         for (const Voice& each : voices) {
             number(map, each.codec << 16U | 0xE000U | pid++, 3);
