@@ -21,5 +21,8 @@ public:
 
 /// Implemented by a backend.
 std::unique_ptr<Cipher> makeCipher(const ContentKey& key, const InitializationVector& vector);
+/// To be called before the first one is made, on a thread during whose work the process does not
+/// end: what it gets ready serves loaders to the end.
+void prepareCiphers();
 
 }  // namespace korvel::platform::hls

@@ -4,6 +4,7 @@
 #include <korvel/platform/backends/gstreamer/PlaybackGStreamer.h>
 #include <korvel/platform/backends/gstreamer/Registry.h>
 #include <korvel/platform/foundation/DispatchQueue.h>
+#include <korvel/platform/hls/Cipher.h>
 
 #include <atomic>
 #include <utility>
@@ -86,6 +87,7 @@ std::shared_ptr<MediaEngine> makeMediaEngineGStreamer(const GStreamerOptions& op
                                                       NSError* error) {
     std::string reason = prepare(options);
     if (reason.empty()) {
+        hls::prepareCiphers();
         return std::make_shared<MediaEngineGStreamer>(
             makeStreamLoader({.certificateAuthorityFile = options.certificateAuthorityFile,
                               .pinnedPublicKey = options.pinnedPublicKey}),

@@ -1,3 +1,4 @@
+#include <korvel/platform/backends/openssl/Algorithms.h>
 #include <korvel/platform/hls/Cipher.h>
 
 #include <openssl/evp.h>
@@ -19,7 +20,7 @@ class CipherOpenSSL final : public Cipher {
 public:
     CipherOpenSSL(const ContentKey& key, const InitializationVector& vector)
         : context_(EVP_CIPHER_CTX_new()),
-          isUsable_(context_ && EVP_DecryptInit_ex(context_.get(), EVP_aes_128_cbc(), nullptr,
+          isUsable_(context_ && EVP_DecryptInit_ex(context_.get(), algorithms().cbc, nullptr,
                                                    key.data(), vector.data()) == 1) {}
 
     Data update(std::span<const std::uint8_t> bytes) override {
@@ -59,5 +60,7 @@ Cipher::~Cipher() = default;
 std::unique_ptr<Cipher> makeCipher(const ContentKey& key, const InitializationVector& vector) {
     return std::make_unique<CipherOpenSSL>(key, vector);
 }
+
+void prepareCiphers() { (void)algorithms(); }
 
 }  // namespace korvel::platform::hls

@@ -1,3 +1,4 @@
+#include <korvel/platform/backends/openssl/Algorithms.h>
 #include <korvel/platform/backends/openssl/SampleCipherOpenSSL.h>
 
 #include <openssl/evp.h>
@@ -24,7 +25,7 @@ public:
     bool decrypt(const ContentKey& key, const Vector& vector, Ranges ranges) const override {
         const std::unique_ptr<EVP_CIPHER_CTX, Free> context(EVP_CIPHER_CTX_new());
         EVP_CIPHER_CTX* const raw = context.get();
-        const auto* const cipher = isCBC_ ? EVP_aes_128_cbc() : EVP_aes_128_ctr();
+        const auto* const cipher = isCBC_ ? algorithms().cbc : algorithms().ctr;
         if (!raw || EVP_DecryptInit_ex(raw, cipher, nullptr, key.data(), vector.data()) != 1)
             return false;
         EVP_CIPHER_CTX_set_padding(raw, 0);
