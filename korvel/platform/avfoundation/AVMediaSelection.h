@@ -9,7 +9,7 @@ namespace korvel::platform {
 
 /// One of the alternatives that a stream offers, e.g. its sound in one language.
 struct AVMediaSelectionOption {
-    std::string displayName{};          ///< as the stream has it
+    std::string displayName{};          ///< as the stream has it; if it has none, by its language
     std::string extendedLanguageTag{};  ///< such as "de-AT"; empty if the stream does not tell
     bool isDefault = false;             ///< of those who choose nothing
 

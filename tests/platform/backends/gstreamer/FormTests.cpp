@@ -145,17 +145,12 @@ TEST_F(GStreamerTest, RatesChangeInMidPlayAndKeepThePitch) {
         0);
 }
 
-TEST_F(GStreamerTest, VolumeMuteAndTheChosenSoundAreHeard) {
+TEST_F(GStreamerTest, VolumeAndMuteAreHeard) {
     const FormServer server{KORVEL_FORMS};
     registerSoundRecorder("voicesrecorder");
     device.mediaEngine = makeMediaEngineGStreamer({.audioSink = "voicesrecorder"});
     Show show(server / "voices/index.m3u8", device);
     ASSERT_TRUE(until([&] { return show.isReady(); }));
-    const auto group = show.item->audibleSelectionGroup();
-    ASSERT_EQ(group.options.size(), 2u);
-    EXPECT_EQ(group.selected, 0u);
-    EXPECT_EQ(group.options[1].extendedLanguageTag, "de");
-
     // Each time from a standstill: what is then beyond the sink is less than 300 ms.
     const auto playOn = [&](const std::function<void()>& change) {
         change();
@@ -173,18 +168,12 @@ TEST_F(GStreamerTest, VolumeMuteAndTheChosenSoundAreHeard) {
     EXPECT_GT(full, 0.1);
     EXPECT_NEAR(loudness(heard(), half + 0.3), full / 2, 0.02);
     EXPECT_EQ(loudness(heard(), mute + 0.3), 0);
-    EXPECT_NEAR(tone(heard(), 0), 300, 15);
-
-    show.player->setMuted(false);
-    const double other = playOn([&] { show.item->select(group.options[1]); });
-    EXPECT_NEAR(tone(heard(), other), 900, 15);
-    EXPECT_EQ(show.item->audibleSelectionGroup().selected, 1u);
 }
 
-TEST_F(GStreamerTest, TracksOfOneContainerAreChosenInMidPlay) {
+TEST_F(GStreamerTest, RenditionsAndTracksOfOneContainerAreChosenInMidPlay) {
     const FormServer server{KORVEL_FORMS};
     std::map<std::string, std::unique_ptr<Show>> shows;
-    for (const std::string form : {"ts-voices", "ts-mixed", "fmp4-voices"}) {
+    for (const std::string form : {"voices", "ts-voices", "ts-mixed", "fmp4-voices"}) {
         registerSoundRecorder(form);
         device.mediaEngine = makeMediaEngineGStreamer({.audioSink = form});
         shows[form] = std::make_unique<Show>(server / (form + "/index.m3u8"), device);
@@ -193,8 +182,9 @@ TEST_F(GStreamerTest, TracksOfOneContainerAreChosenInMidPlay) {
     for (const auto& [form, show] : shows) {
         ASSERT_TRUE(until([&] { return show->position() > 1; })) << form;
         EXPECT_NEAR(tone(recordedBy(form), 0), 300, 15) << form;
-        show->item->select({"de", "de"});
-        EXPECT_EQ(show->item->audibleSelectionGroup().selected, 1u) << form;
+        show->item->select(show->item->audibleSelectionGroup().options.at(1));
+        const auto [options, selected] = show->item->audibleSelectionGroup();
+        EXPECT_TRUE(selected == 1u && options[1].extendedLanguageTag == "de") << form;
     }
     for (const auto& [form, show] : shows) {
         ASSERT_TRUE(until([&] { return show->ends > 0; })) << form;
