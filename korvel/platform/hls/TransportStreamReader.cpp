@@ -3,6 +3,7 @@
 #include <korvel/platform/hls/TransportStreamReader.h>
 
 #include <algorithm>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -154,15 +155,23 @@ void TransportStreamReader::packet(Bytes packet) {
     if (mapPid_ && pid == *mapPid_) {
         return section(payload, begins, map_, &TransportStreamReader::streams);
     }
-    if (!isMapped_) {
-        if (early_.size() < mostEarly) early_.insert(early_.end(), packet.begin(), packet.end());
-        return;
-    }
+    if (!isMapped_) return hold(pid, packet);
     const auto found = streams_.find(pid);
     if (found == streams_.end()) return;
     const int counter = packet[3] & 15;
     const bool isRepeated = std::exchange(found->second.counter, counter) == counter;
     if (!isRepeated) media(found->second, payload, begins);
+}
+
+/// Tables list sounds of which nothing comes: those of other hours, or of another's programme. So
+/// where there are several, what comes is waited for before one of them is chosen.
+void TransportStreamReader::hold(unsigned pid, Bytes packet) {
+    if (early_.size() < mostEarly) early_.insert(early_.end(), packet.begin(), packet.end());
+    for (Sound& each : sounds_) each.isThere |= each.pid == pid;
+    if (isListed_ &&
+        (early_.size() >= mostEarly || std::all_of(sounds_.begin(), sounds_.end(),
+                                                   [](const Sound& each) { return each.isThere; })))
+        settle();
 }
 
 /// Puts a section of a table together, which may go over packets.
@@ -196,8 +205,8 @@ void TransportStreamReader::programmes(Bytes section) {
 }
 
 void TransportStreamReader::streams(Bytes section) {
-    if (section[0] != 2 || isMapped_ || section.size() < 12) return;
-    std::vector<Sound> sounds;
+    if (section[0] != 2 || isListed_ || section.size() < 12) return;
+    isListed_ = true;
     for (std::size_t at = 12 + lengthAt(section, 10); at + 5 <= section.size();) {
         const auto plain = samples_ ? plainStreamType(section[at]) : std::nullopt;
         const unsigned type = plain.value_or(section[at]);
@@ -205,13 +214,20 @@ void TransportStreamReader::streams(Bytes section) {
         const std::size_t length = lengthAt(section, at + 3);
         const auto descriptors = section.subspan(at + 5, std::min(length, section.size() - at - 5));
         addPicture(pid, type, plain.has_value());
-        if (auto sound = sounds.size() < mostSoundTracks
+        if (auto sound = sounds_.size() < mostSoundTracks
                              ? soundOf(type, descriptors, plain.has_value())
                              : std::nullopt)
-            sounds.push_back({pid, trackOf(descriptors), *std::move(sound)});
+            sounds_.push_back({pid, trackOf(descriptors), *std::move(sound)});
         at += 5 + length;
     }
-    addOneOf(std::move(sounds));
+    if (sounds_.size() < 2) return settle();
+    const Data early = std::exchange(early_, {});
+    for (std::size_t at = 0; at < early.size(); at += packetSize)
+        packet(Bytes(early).subspan(at, packetSize));
+}
+
+void TransportStreamReader::settle() {
+    addOneSound();
     isMapped_ = true;
     listener_.formatsAreComplete();
     const Data early = std::exchange(early_, {});
@@ -249,12 +265,16 @@ std::optional<TransportStreamReader::Stream> TransportStreamReader::soundOf(unsi
     return stream.format ? std::optional(std::move(stream)) : std::nullopt;
 }
 
-void TransportStreamReader::addOneOf(std::vector<Sound> sounds) {
+void TransportStreamReader::addOneSound() {
+    const auto isThere = [](const Sound& each) { return each.isThere; };
+    if (std::any_of(sounds_.begin(), sounds_.end(), isThere))
+        std::erase_if(sounds_, std::not_fn(isThere));
+    if (sounds_.empty()) return;
     std::vector<SoundTrack> tracks;
-    tracks.reserve(sounds.size());
-    for (const Sound& each : sounds) tracks.push_back(each.track);
-    if (sounds.empty()) return;
-    Sound& chosen = sounds.at(listener_.chooseSound(tracks));
+    tracks.reserve(sounds_.size());
+    for (const Sound& each : sounds_) tracks.push_back(each.track);
+    Sound chosen = std::move(sounds_.at(listener_.chooseSound(tracks)));
+    sounds_.clear();
     if (streams_.contains(chosen.pid)) return;
     listener_.format(chosen.stream.format);
     streams_.emplace(chosen.pid, std::move(chosen.stream));
@@ -338,6 +358,7 @@ TransportStreamReader::Time TransportStreamReader::time(Bytes field) {
 void TransportStreamReader::finish() {
     if (rest_.size() >= packetSize && rest_[0] == syncByte) packet(Bytes(rest_).first(packetSize));
     rest_.clear();
+    if (isListed_ && !isMapped_) settle();
     for (auto& [pid, stream] : streams_) {
         close(stream);
         picture(stream, std::nullopt);

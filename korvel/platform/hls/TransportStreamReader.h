@@ -43,6 +43,7 @@ private:
         unsigned pid;
         SoundTrack track;
         Stream stream;
+        bool isThere = false;  ///< a packet of it came
     };
     using Time = std::optional<std::chrono::nanoseconds>;
 
@@ -53,7 +54,9 @@ private:
     void streams(Bytes section);
     void addPicture(unsigned pid, unsigned type, bool isEncrypted);
     std::optional<Stream> soundOf(unsigned type, Bytes descriptors, bool isEncrypted);
-    void addOneOf(std::vector<Sound> sounds);
+    void hold(unsigned pid, Bytes packet);
+    void settle();
+    void addOneSound();
     void media(Stream& stream, Bytes payload, bool begins);
     void close(Stream& stream);
     void frame(AudioCodec codec, bool isEncrypted, Sample sample);
@@ -63,11 +66,13 @@ private:
     ContainerListener& listener_;
     const std::optional<Encryption> samples_;
     Data rest_;        ///< of a packet, or bytes in which none was found yet
-    Data early_;       ///< packets that came before the tables
+    Data early_;       ///< packets that came before it was settled which streams count
     Data programmes_;  ///< section being put together
     Data map_;         ///< likewise
     std::optional<unsigned> mapPid_;
-    bool isMapped_ = false;
+    bool isListed_ = false;  ///< the streams are known
+    bool isMapped_ = false;  ///< and which of them count
+    std::vector<Sound> sounds_;
     std::map<unsigned, Stream> streams_;
     std::optional<std::int64_t> reference_;
 };

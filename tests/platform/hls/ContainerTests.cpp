@@ -96,6 +96,7 @@ TEST(ContainerTest, FragmentsGiveSamplesWithTimesThatHonourTheEditList) {
 TEST(ContainerTest, SoundsThatCanBeReadAreOfferedWithTheirLanguagesAndOneIsGiven) {
     const std::tuple<std::vector<Voice>, std::string, char> rows[] = {
         {{{"deu"}, {"ENG"}, {"fre", 3}, {"qaa", 2}}, "de en fr* qaa ", 'q'},
+        {{{"eng"}, {"deu", 0, 0x0F, false}}, "en ", 'e'},
         {{{"xxx", 0, 0x82}, {"ger"}, {"eng", 0, 0x06}}, "de ", 'g'},
         {{{""}, {"und"}, {"\xFF\xFE\x00"}, {"e g"}, {"en"}, {"de1x"}}, std::string(6, ' '), 'd'},
         {std::vector<Voice>(300, {"eng"}), "en en en en en en en en en en en en en en en en ", 'e'},

@@ -50,6 +50,7 @@ struct Voice {
     std::string language{};  ///< as it is written; empty: not told
     std::uint8_t audioType = 0;
     std::uint8_t codec = 0x0F;
+    bool speaks = true;
 };
 
 class TransportStream {
@@ -146,9 +147,10 @@ inline Data transportSegment(const SegmentOptions& options) {
         }
         while (options.hasSound && sounded < at + 1. / 25) {
             for (unsigned pid = TransportStream::soundPid; const Voice& each : voices)
-                stream.pes(pid++, ticks(options.start + sounded),
-                           adtsFrame(each.language.empty() ? options.mark
-                                                           : std::uint8_t(each.language[0])));
+                if (pid++; each.speaks)
+                    stream.pes(pid - 1, ticks(options.start + sounded),
+                               adtsFrame(each.language.empty() ? options.mark
+                                                               : std::uint8_t(each.language[0])));
             sounded += 1024. / 48'000;
         }
     }
