@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace korvel::platform {
@@ -23,5 +24,12 @@ public:
     /// name only by chance.
     virtual std::string timeZone() const = 0;
 };
+
+/// What tags call a language ("de"), by any of its codes ("ger", "deu", "DE"). What is no code that
+/// is known comes back in lower case. Any thread.
+KORVEL_API std::string canonicalLanguage(std::string_view code);
+/// What its speakers call the language of a tag: "Deutsch (Österreich)" for "de-AT"; the tag itself
+/// where that is not known. Any thread.
+KORVEL_API std::string languageName(const std::string& tag);
 
 }  // namespace korvel::platform

@@ -1,3 +1,4 @@
+#include <korvel/platform/foundation/Locale.h>
 #include <korvel/platform/hls/Language.h>
 
 #include <algorithm>
@@ -7,24 +8,6 @@
 namespace korvel::platform::hls {
 
 namespace {
-
-/// Names of three letters, in both of their spellings where there are two, and those of two
-/// letters that tags have instead of them.
-constexpr std::string_view shortNames =
-    "aaraa abkab afraf akaak albsq amham araar argan armhy asmas avaav aveae aymay azeaz bakba "
-    "bambm baqeu belbe benbn bihbh bisbi bodbo bosbs brebr bulbg burmy catca cescs chach chece "
-    "chizh chucu chvcv corkw cosco crecr cymcy czecs danda deude divdv dutnl dzodz ellel engen "
-    "epoeo estet euseu eweee faofo fasfa fijfj finfi frafr frefr fryfy fulff geoka gerde glagd "
-    "glega glggl glvgv greel grngn gujgu hatht hauha hebhe herhz hinhi hmoho hrvhr hunhu hyehy "
-    "iboig iceis idoio iiiii ikuiu ileie inaia indid ipkik islis itait javjv jpnja kalkl kankn "
-    "kasks katka kaukr kazkk khmkm kikki kinrw kirky komkv konkg korko kuakj kurku laolo latla "
-    "lavlv limli linln litlt ltzlb lublu luglg macmk mahmh malml maomi marmr mayms mkdmk mlgmg "
-    "mltmt monmn mrimi msams myamy nauna navnv nblnr ndend ndong nepne nldnl nnonn nobnb norno "
-    "nyany ocioc ojioj orior ormom ossos panpa perfa plipi polpl porpt pusps quequ rohrm ronro "
-    "rumro runrn rusru sagsg sansa sinsi slksk slosk slvsl smese smosm snasn sndsd somso sotst "
-    "spaes sqisq srdsc srpsr sswss sunsu swasw swesv tahty tamta tattt telte tgktg tgltl thath "
-    "tibbo tirti tonto tsntn tsots tuktk turtr twitw uigug ukruk urdur uzbuz venve vievi volvo "
-    "welcy wlnwa wolwo xhoxh yidyi yoryo zhaza zhozh zulzu ";
 
 constexpr std::array<std::string_view, 4> noLanguage{"und", "mul", "mis", "zxx"};
 
@@ -38,15 +21,8 @@ std::string lowered(std::string_view text) {
     return all;
 }
 
-/// The language of a tag, in two letters where it has so few.
 std::string languageOf(std::string_view tag) {
-    constexpr std::size_t width = 6;
-    auto name = lowered(tag.substr(0, tag.find('-')));
-    if (name.size() != 3) return name;
-    for (std::size_t at = 0; at + width <= shortNames.size(); at += width) {
-        if (shortNames.substr(at, 3) == name) return std::string(shortNames.substr(at + 3, 2));
-    }
-    return name;
+    return canonicalLanguage(tag.substr(0, tag.find('-')));
 }
 
 std::string regionOf(std::string_view tag) {
@@ -67,11 +43,13 @@ std::string languageTag(std::string_view told) {
     const auto isInTag = [](unsigned char each) {
         return each < 128 && (std::isalnum(each) != 0 || each == '-');
     };
+    if (told.size() > longest) return {};
+    // Mostly no language is told, for which the library need not load its data.
+    const auto code = lowered(told.substr(0, told.find('-')));
+    if (std::find(noLanguage.begin(), noLanguage.end(), code) != noLanguage.end()) return {};
     const auto name = languageOf(told);
-    if (name.size() < 2 || name.size() > 8 || told.size() > longest ||
-        !std::all_of(name.begin(), name.end(), isLetter) ||
-        !std::all_of(told.begin(), told.end(), isInTag) ||
-        std::find(noLanguage.begin(), noLanguage.end(), name) != noLanguage.end())
+    if (name.size() < 2 || name.size() > 8 || !std::all_of(name.begin(), name.end(), isLetter) ||
+        !std::all_of(told.begin(), told.end(), isInTag))
         return {};
     return name + regionOf(told);
 }

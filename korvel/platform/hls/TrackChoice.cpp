@@ -1,3 +1,4 @@
+#include <korvel/platform/foundation/Locale.h>
 #include <korvel/platform/hls/Language.h>
 #include <korvel/platform/hls/TrackChoice.h>
 
@@ -27,11 +28,12 @@ std::size_t defaultOf(const std::vector<SoundTrack>& tracks) {
 
 }  // namespace
 
-/// Containers give their tracks no names. Who sounds the same is told apart by a number.
+/// Containers give their tracks no names but those of the languages. Who sounds the same is told
+/// apart by a number.
 TrackChoice::Options TrackChoice::optionsOf(const std::vector<SoundTrack>& tracks) {
     Options all;
     for (const SoundTrack& each : tracks) {
-        std::string name = each.language.empty() ? "und" : each.language;
+        std::string name = languageName(each.language.empty() ? "und" : each.language);
         if (each.isCommentary) name += " (audio description)";
         const auto before = &each - tracks.data();
         const auto same = std::count(tracks.begin(), tracks.begin() + before, each);

@@ -389,8 +389,8 @@ TEST_F(PresentationTest, TracksOfOneContainerAreAChoiceThatOutlivesVariantsAndDi
     const std::tuple<const char*, std::string, AVMediaSelectionOption, const char*> rows[] = {
         {"1/list.m3u8", "", {}, "fisdf"},
         {"m.m3u8", "en-US", {}, "esde"},
-        {"m.m3u8", "en", {"de", "de"}, "desd"},
-        {"1/list.m3u8", "en", {"en (audio description)", "en"}, "EesE"},
+        {"m.m3u8", "en", {"Deutsch", "de"}, "desd"},
+        {"1/list.m3u8", "en", {"English (audio description)", "en"}, "EesE"},
     };
     // What is heard, a letter for each voice.
     const auto heard = [&] {
@@ -409,7 +409,8 @@ TEST_F(PresentationTest, TracksOfOneContainerAreAChoiceThatOutlivesVariantsAndDi
     }
     const auto [options, selected] = presentation->sounds();
     EXPECT_TRUE(options.size() == 16 && selected == 1u && options[0].isDefault);
-    EXPECT_FALSE(presentation->selectSound({"de", "en"}) || presentation->selectSound(options[1]));
+    EXPECT_FALSE(presentation->selectSound({"Deutsch", "en"}) ||
+                 presentation->selectSound(options[1]));
 }
 
 TEST_F(PresentationTest, SoundIsChosenAlsoWhereItIsAloneOrWithinTheVariantAndADeadOneEndsIt) {

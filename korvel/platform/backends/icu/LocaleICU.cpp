@@ -1,6 +1,7 @@
 #include <korvel/platform/backends/icu/LocaleICU.h>
 
 #include <unicode/locid.h>
+#include <unicode/unistr.h>
 #include <algorithm>
 #include <cstdlib>
 #include <ctime>
@@ -100,6 +101,28 @@ std::shared_ptr<Locale> makeLocaleICU() {
     locale->languages = languages();
     tzset();  // the moment at which the zone is chosen: dates that are written later keep to it
     return locale;
+}
+
+std::string canonicalLanguage(std::string_view code) {
+    std::string lower(code);
+    std::transform(lower.begin(), lower.end(), lower.begin(), [](char each) {
+        return each >= 'A' && each <= 'Z' ? static_cast<char>(each - 'A' + 'a') : each;
+    });
+    if (code.size() != 3) return lower;  // tags have codes of three letters where there is no other
+    UErrorCode status = U_ZERO_ERROR;
+    auto locale = icu::Locale::forLanguageTag(lower, status);
+    locale.canonicalize(status);
+    const std::string_view found = locale.getLanguage();
+    return U_FAILURE(status) || found.empty() ? lower : std::string(found);
+}
+
+std::string languageName(const std::string& tag) {
+    UErrorCode status = U_ZERO_ERROR;
+    const auto locale = icu::Locale::forLanguageTag(tag, status);
+    if (U_FAILURE(status) || *locale.getLanguage() == '\0') return tag;
+    icu::UnicodeString name;
+    std::string text;
+    return locale.getDisplayName(locale, name).toUTF8String(text);
 }
 
 }  // namespace korvel::platform
