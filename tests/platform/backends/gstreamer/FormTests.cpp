@@ -1,6 +1,7 @@
 #include "platform/backends/gstreamer/Fixture.h"
 #include "platform/backends/gstreamer/FormServer.h"
 #include "platform/backends/gstreamer/Senses.h"
+#include "platform/hls/SampleEncryption.h"
 
 #include <algorithm>
 #include <cmath>
@@ -58,6 +59,7 @@ protected:
         Seen seen{form, "soundrecorder" + std::to_string(index), nullptr};
         registerSoundRecorder(seen.recorder);
         device.mediaEngine = makeMediaEngineGStreamer({.audioSink = seen.recorder});
+        device.contentKeySystem = std::make_shared<streams::OpeningKeySystem>();
         seen.show = std::make_unique<Show>(server / form.path, device);
         return seen;
     }
@@ -305,6 +307,7 @@ INSTANTIATE_TEST_SUITE_P(Forms, FormTest,
                                          Forms{"fragments",
                                                {{"fmp4-2/index.m3u8"},
                                                 {"fmp4-aes/index.m3u8"},
+                                                {"fmp4-ctr/index.m3u8"},
                                                 {"fmp4-6/index.m3u8"},
                                                 {"fmp4-ranges/index.m3u8"},
                                                 {"fmp4-50/index.m3u8", 50},
