@@ -146,7 +146,8 @@ void FragmentReader::track(Bytes content, Bytes moof, std::uint64_t begin) {
 bool FragmentReader::protect(Run& state, Bytes track, Bytes moof) {
     const auto& protections = tracks_[state.track].protections;
     const std::size_t entry = state.defaults.description - std::size_t{1};
-    const auto protection = entry < protections.size() ? protections[entry] : nullptr;
+    if (protections.empty()) return true;
+    const auto& protection = protections[entry < protections.size() ? entry : 0];
     if (!protection) return true;
     auto read = FragmentProtection::read(protection, samples_, track, moof);
     if (const auto* reason = std::get_if<std::string>(&read)) {
