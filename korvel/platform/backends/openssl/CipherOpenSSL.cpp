@@ -61,6 +61,8 @@ std::unique_ptr<Cipher> makeCipher(const ContentKey& key, const InitializationVe
     return std::make_unique<CipherOpenSSL>(key, vector);
 }
 
-void prepareCiphers() { (void)algorithms(); }
+/// Fetching an algorithm leaves of the library what its first use sets up: configuration, engines,
+/// the texts of errors. Amid the end of the process that would be too late.
+void prepareCiphers() { (void)makeCipher({}, {}); }
 
 }  // namespace korvel::platform::hls
