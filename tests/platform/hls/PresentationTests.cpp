@@ -22,7 +22,7 @@ TEST_F(PresentationTest, GivesEverySampleOnceAndThenTheEnd) {
         const auto before = server->asked().size();
         putList("https://h/", segments(4, container));
         open("https://h/list.m3u8");
-        ASSERT_TRUE(ends()) << reason();
+        ASSERT_TRUE(ends() && until([&] { return output->hasSaid("enough"); })) << reason();
         expectPictures(0, 8);
         expectSound(0, 8);
         EXPECT_EQ(output->log(), (std::vector<std::string>{
