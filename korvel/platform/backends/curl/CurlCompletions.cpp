@@ -1,6 +1,7 @@
 #include <korvel/platform/backends/curl/CurlCompletions.h>
 #include <korvel/platform/foundation/Delay.h>
 
+#include <algorithm>
 #include <iterator>
 #include <utility>
 
@@ -56,7 +57,8 @@ void CurlCompletions::run(std::uint64_t crew) {
         transfer->complete();
         const auto now = std::chrono::steady_clock::now();
         const auto usual = usual_.load(std::memory_order_relaxed);
-        usual_.store(usual + (now - before - usual) / 8, std::memory_order_relaxed);
+        const std::chrono::nanoseconds took = std::min(now - before, 4 * quick);
+        usual_.store(usual + (took - usual) / 8, std::memory_order_relaxed);
         before = now;
         lock.lock();
     }

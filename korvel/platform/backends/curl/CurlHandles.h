@@ -26,7 +26,7 @@ public:
     void clear() { kept_.clear(); }
 
 private:
-    static constexpr std::size_t most = 16;  // of some 20 KiB
+    static constexpr std::size_t most = 64;  // of some 20 KiB, until the connections idle out
 
     std::vector<EasyHandle> kept_;
 };

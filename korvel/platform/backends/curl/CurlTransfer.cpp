@@ -3,7 +3,6 @@
 #include <korvel/platform/backends/curl/Redirection.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cstdint>
 #include <new>
 #include <utility>
@@ -19,9 +18,10 @@ constexpr curl_off_t largestReservation = 8 << 20;
 
 bool isToken(std::string_view text) {
     static constexpr std::string_view marks = "!#$%&'*+-.^_`|~";
-    return !text.empty() && std::all_of(text.begin(), text.end(), [](char character) {
-        return std::isalnum(static_cast<unsigned char>(character)) ||
-               marks.find(character) != std::string_view::npos;
+    return !text.empty() && std::all_of(text.begin(), text.end(), [](char each) {
+        const bool isPlain = (each >= 'a' && each <= 'z') || (each >= 'A' && each <= 'Z') ||
+                             (each >= '0' && each <= '9') || each == '-';
+        return isPlain || marks.find(each) != std::string_view::npos;
     });
 }
 

@@ -4,18 +4,19 @@
 #include <strings.h>
 #include <algorithm>
 #include <array>
-#include <cctype>
 
 namespace korvel::platform {
 
 namespace {
 
 std::string lowerCase(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char character) {
-        return static_cast<char>(std::tolower(character));
-    });
+    for (char& each : text) {
+        if (each >= 'A' && each <= 'Z') each = static_cast<char>(each - 'A' + 'a');
+    }
     return text;
 }
+
+bool endsHost(char character) { return character == '/' || character == '?' || character == '#'; }
 
 std::string lowerScheme(const URL& url) { return lowerCase(url.scheme().value_or("")); }
 
@@ -70,7 +71,7 @@ bool isWebAddress(const URL& url) {
     const std::string& text = url.absoluteString();
     for (const std::string_view prefix : {"http://", "https://"}) {
         if (strncasecmp(text.c_str(), prefix.data(), prefix.size()) != 0) continue;
-        return text.find_first_of("/?#", prefix.size()) != prefix.size();  // it has a host
+        return text.size() == prefix.size() || !endsHost(text[prefix.size()]);  // it has a host
     }
     return false;
 }
@@ -78,8 +79,9 @@ bool isWebAddress(const URL& url) {
 std::string serviceOf(const URL& url) {
     const std::string& text = url.absoluteString();
     const auto host = text.find("://");
-    const auto end = host == text.npos ? text.npos : text.find_first_of("/?#", host + 3);
-    return lowerCase(text.substr(0, end));
+    if (host == text.npos) return lowerCase(text);
+    const auto begin = text.begin() + static_cast<std::ptrdiff_t>(host) + 3;
+    return lowerCase({text.begin(), std::find_if(begin, text.end(), endsHost)});
 }
 
 std::variant<URLRequest, NSError> redirection(const URLRequest& request, int statusCode,
