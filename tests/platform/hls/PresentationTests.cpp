@@ -2,6 +2,7 @@
 #include "platform/hls/SampleEncryption.h"
 
 #include <korvel/platform/avfoundation/AVError.h>
+#include <korvel/platform/hls/SegmentSource.h>
 
 namespace korvel::tests {
 

@@ -181,15 +181,17 @@ TEST_F(GStreamerTest, RenditionsAndTracksOfOneContainerAreChosenInMidPlay) {
         shows[form] = std::make_unique<Show>(server / (form + "/index.m3u8"), device);
         shows[form]->player->play();
     }
-    for (const auto& [form, show] : shows) {
-        ASSERT_TRUE(until([&] { return show->position() > 1; })) << form;
+    for (const auto& [form, each] : shows) {
+        Show* const show = each.get();
+        ASSERT_TRUE(until([=] { return show->position() > 1; })) << form;
         EXPECT_NEAR(tone(recordedBy(form), 0), 300, 15) << form;
         show->item->select(show->item->audibleSelectionGroup().options.at(1));
         const auto [options, selected] = show->item->audibleSelectionGroup();
         EXPECT_TRUE(selected == 1u && options[1].extendedLanguageTag == "de") << form;
     }
-    for (const auto& [form, show] : shows) {
-        ASSERT_TRUE(until([&] { return show->ends > 0; })) << form;
+    for (const auto& [form, each] : shows) {
+        Show* const show = each.get();
+        ASSERT_TRUE(until([=] { return show->ends > 0; })) << form;
         const auto sound = recordedBy(form);
         const double from = sound.at(0).from;
         EXPECT_LT(longestGap(sound, std::min(from, 4.), 5.9), 0.05) << form;
