@@ -112,6 +112,9 @@ TEST_F(HTTP2, AQuestionTakesTheConnectionThatWasOpenedForIt) {
 
 TEST_F(HTTP2, ManyRequestsAtOnceTakeOneConnection) {
     constexpr std::size_t count = 120;
+    // Until the server has said how many it takes, which comes in front of an answer, the library
+    // counts on a hundred.
+    EXPECT_TRUE(client->collections().get());
     service.script("/", "GET", {.hold = true}, count);
     std::vector<ContentClient::PendingList<KCSDKOndemandCollection>> all;
     for (std::size_t number = 0; number < count; ++number) all.push_back(client->collections());
@@ -119,7 +122,7 @@ TEST_F(HTTP2, ManyRequestsAtOnceTakeOneConnection) {
     service.release();
     for (auto& each : all) EXPECT_TRUE(std::move(each).get());
     std::set<std::string> connections;
-    for (const auto& line : answered(count)) {
+    for (const auto& line : answered(count + 1)) {
         EXPECT_EQ(line.protocol, "HTTP/2.0");
         connections.insert(line.connection);
     }
